@@ -1,0 +1,3 @@
+#include "Wiring.h"
+
+int main(int argc, char** argv) { return tavix::RunProgram(0, argc, argv); }

@@ -1,0 +1,3 @@
+#include "Wiring.h"
+
+int main(int argc, char** argv) { return tavix::RunProgram(3, argc, argv); }

@@ -1,0 +1,30 @@
+#pragma once
+// The file readers' shared helpers: the log, the string table and its look-up.
+#include <QString>
+#include <functional>
+
+#include "Convert.h"
+#include "Errors.h"
+
+namespace tavix {
+
+// The fixed message of the failures that end the program; no string table is needed for it.
+extern const QString FatalText;
+
+// Appends "yyyy/MM/dd HH:mm:ss text" to Error.Log in the program folder. Never fails:
+// a line that cannot be written is lost.
+void WriteLog(const QString& text);
+
+// Runs body with run-time errors trapped. On an error writes routine + " Error.(" + number + ")"
+// to the log and gives false.
+bool TrapLogged(const QString& routine, const std::function<void()>& body);
+
+// Loads the string table file; false (with a log line) when it could not.
+bool ReadStringTableData();
+
+// Text by number, empty when the table has none; every "@" replaced by the replacement's text form.
+QString GST(int32_t number);
+QString GST(int32_t number, const QString& replacement);
+QString GST(int32_t number, double replacement);
+
+}  // namespace tavix

@@ -1,0 +1,112 @@
+#pragma once
+// The main window: its controls by their design names, the fields of a run, and the
+// hooks through which start-up reaches the subsystems built on top of the frame.
+#include <QString>
+#include <array>
+#include <functional>
+#include <vector>
+
+#include "Controls.h"
+#include "Form.h"
+#include "PictureBox.h"
+#include "VariableDefinition.h"
+
+namespace tavix {
+
+class frmMain;
+
+// What start-up needs from the subsystems above the frame. An empty hook is a subsystem
+// this build does not have yet; start-up then passes over that step.
+struct SubsystemHooks {
+    // Reads the calibration file; false when it could not (it has logged why).
+    std::function<bool(frmMain&)> ReadProofData;
+    // Reads the guidance file; false when it could not (it has logged why).
+    std::function<bool(frmMain&)> ReadGuidanceData;
+    // Loads the camera graph from its file, or builds and saves it.
+    enum class GraphResult { Ready, NoCameraFilter, NoOutputPin };
+    std::function<GraphResult(frmMain&)> OpenCameraGraph;
+    // Sizes the live picture and runs the graph.
+    std::function<void(frmMain&)> FitCameraView;
+    // Repaints the still at the current size (used by the layout).
+    std::function<void(frmMain&)> DispImage;
+    // Draws all results on the still.
+    std::function<void(frmMain&)> DrawMeasureResults;
+};
+
+class frmMain : public vb::Form {
+public:
+    frmMain();
+    ~frmMain() override;
+
+    SubsystemHooks Hooks;
+
+    // Top strip.
+    vb::PictureBox* picViewCommandArea;
+    vb::CommandButton* cmdPlayStop;
+    vb::CommandButton* cmdPicLoad;
+    vb::CommandButton* cmdPicSave;
+    vb::Frame* fraSaveOption;
+    vb::Frame* fraJpegQty;
+    vb::Label* lblJpegQtyCap;
+    vb::Label* lblJpegQty;
+    vb::CheckBox* chkMeasureSave;
+    vb::Frame* fraScale;
+    vb::Label* lblScale;
+    vb::ComboBox* cboScale;
+    vb::CommandButton* cmdPinProp;
+    std::array<vb::TextBox*, 2> txtComment{};
+    vb::CommandButton* cmdExit;
+
+    // Measure panel.
+    vb::PictureBox* picMeasureCommandArea;
+    std::array<vb::Label*, 3> lblCommandCap{};
+    vb::LineControl* Line1_0;
+    vb::LineControl* Line1_2;
+    vb::CommandButton* cmdMeasureConfig;
+    std::array<vb::CommandButton*, 7> cmdMeasure{};
+    vb::CheckBox* chkScale;
+    vb::CheckBox* chkCross;
+    vb::ComboBox* cboProof;
+    vb::CommandButton* cmdProofConfig;
+    vb::CommandButton* cmdResultSave;
+    vb::CommandButton* cmdResultRemove;
+    vb::CommandButton* cmdResultClear;
+    vb::FlexGrid* grdResult;
+
+    // View area.
+    vb::PictureBox* picViewArea;
+    vb::PictureBox* picCameraView;
+    vb::PictureBox* picStillView;
+    vb::ControlArray<vb::Shape> shaMeasure;
+    vb::ControlArray<vb::LineControl> linMeasure;
+    vb::PictureBox* picTempView;
+    vb::PictureBox* picStillSave;
+    vb::PictureBox* picJpegConv;
+    std::array<vb::PictureBox*, 4> picScaleLine{};
+    vb::PictureBox* picScaleSize;
+    std::array<vb::PictureBox*, 2> picCrossLineV{};
+    std::array<vb::PictureBox*, 2> picCrossLineH{};
+    vb::Timer* tmrRec;
+    vb::Timer* tmrLiveIcon;
+    vb::CommonDialog* cdlFile;
+    std::array<vb::Image*, 2> img2PointIcon{};
+    std::array<vb::Image*, 2> imgAngleIcon{};
+    std::array<vb::Image*, 2> imgCrossIcon{};
+    std::array<vb::Image*, 2> imgRecIcon{};
+    std::array<vb::Image*, 3> imgCameraIcon{};
+
+    // Fields of the run.
+    int16_t ViewMode = 0;
+    int16_t CommandMode = 0;
+    int16_t IconPhase = 0;
+    int16_t CrossLineResume = 0;
+    int16_t ResultCount = 0;
+    std::vector<Point2D> WorkPoints{Point2D{}};
+    QString ResultFormat;
+    bool ResultDirty = false;
+    std::array<QString, 2> SavedComment{};
+    QString MovieFileName;
+    int16_t RecordSecondsLeft = 0;
+};
+
+}  // namespace tavix

@@ -1,0 +1,917 @@
+#include "Controls.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QFontMetrics>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QSignalBlocker>
+#include <QStyleOptionButton>
+#include <QStylePainter>
+#include <QTableWidget>
+#include <QTimer>
+#include <QToolButton>
+#include <QValidator>
+#include <algorithm>
+#include <cmath>
+
+#include "DialogHost.h"
+#include "Form.h"
+
+namespace vb {
+
+namespace {
+
+constexpr int ErrInvalidPropertyValue = 380;
+constexpr int ErrInvalidArrayIndex = 381;
+constexpr int IconPixels = 32;
+constexpr double DefaultColWidthTwips = 960;
+constexpr int AlignGeneral = 9;
+
+QWidget* ParentFor(Form& form, ContainerBase* container) {
+    if (container && container->ClientWidget()) return container->ClientWidget();
+    return &form;
+}
+
+// Left/top and right/bottom edges are rounded on their own, so controls that touch in
+// twips also touch in pixels.
+QRect MapToPixels(const ContainerBase& c, double left, double top, double width, double height) {
+    const double x0 = c.ToPixelX(left), y0 = c.ToPixelY(top);
+    const int l = qRound(x0), t = qRound(y0);
+    const int r = qRound(x0 + c.ToPixelW(width)), b = qRound(y0 + c.ToPixelH(height));
+    return QRect(l, t, std::max(0, r - l), std::max(0, b - t));
+}
+
+QFont InitialFont(Form& form, ContainerBase* container) {
+    if (auto* holder = dynamic_cast<Control*>(container)) return holder->Font();
+    if (container && container->ClientWidget()) return container->ClientWidget()->font();
+    return form.font();
+}
+
+QColor SystemColor(uint32_t index) {
+    const QPalette pal = QGuiApplication::palette();
+    switch (index) {
+    case 0x00: return pal.color(QPalette::Button);           // scroll bars
+    case 0x01: return pal.color(QPalette::Dark);             // desktop
+    case 0x02: return pal.color(QPalette::Highlight);        // active title bar
+    case 0x03: return pal.color(QPalette::Mid);              // inactive title bar
+    case 0x04: return pal.color(QPalette::Window);           // menu bar
+    case 0x05: return pal.color(QPalette::Base);             // window background
+    case 0x06: return pal.color(QPalette::Shadow);           // window frame
+    case 0x07: return pal.color(QPalette::WindowText);       // menu text
+    case 0x08: return pal.color(QPalette::Text);             // window text
+    case 0x09: return pal.color(QPalette::HighlightedText);  // active title text
+    case 0x0A:
+    case 0x0B: return pal.color(QPalette::Button);           // borders
+    case 0x0C: return pal.color(QPalette::Mid);              // application workspace
+    case 0x0D: return pal.color(QPalette::Highlight);
+    case 0x0E: return pal.color(QPalette::HighlightedText);
+    case 0x0F: return pal.color(QPalette::Button);           // button face
+    case 0x10: return pal.color(QPalette::Dark);             // button shadow
+    case 0x11: return pal.color(QPalette::Disabled, QPalette::Text);  // grey text
+    case 0x12: return pal.color(QPalette::ButtonText);
+    case 0x13: return pal.color(QPalette::Text);             // inactive title text
+    case 0x14: return pal.color(QPalette::Light);            // 3-D highlight
+    case 0x15: return pal.color(QPalette::Shadow);           // 3-D dark shadow
+    case 0x16: return pal.color(QPalette::Midlight);         // 3-D light
+    case 0x17: return pal.color(QPalette::ToolTipText);
+    case 0x18: return pal.color(QPalette::ToolTipBase);
+    default: return pal.color(QPalette::Window);
+    }
+}
+
+QStringList FamiliesFor(const QString& name) {
+    // The Windows gothics are not installed; the IPA fonts carry the same glyphs, and the
+    // proportional one stands in for the proportional "Ｐゴシック".
+    const bool proportional = name.contains(QChar(0xFF30)) || name.contains(QStringLiteral("PGothic"), Qt::CaseInsensitive);
+    QStringList families{name};
+    if (proportional) families << QStringLiteral("IPAPGothic") << QStringLiteral("IPAGothic");
+    else families << QStringLiteral("IPAGothic") << QStringLiteral("IPAPGothic");
+    families << QStringLiteral("Noto Sans CJK JP") << QStringLiteral("sans-serif");
+    return families;
+}
+
+Qt::Alignment GridAlignment(int code, const QString& text) {
+    if (code == AlignGeneral) {
+        bool number = false;
+        text.trimmed().toDouble(&number);
+        return Qt::AlignVCenter | (number ? Qt::AlignRight : Qt::AlignLeft);
+    }
+    static const Qt::Alignment horizontal[] = {Qt::AlignLeft, Qt::AlignHCenter, Qt::AlignRight};
+    static const Qt::Alignment vertical[] = {Qt::AlignTop, Qt::AlignVCenter, Qt::AlignBottom};
+    return horizontal[code / 3] | vertical[code % 3];
+}
+
+// The non-graphical check box: a tool button that draws itself as a check box, so it
+// shares the click path of the graphical one.
+class CheckLookButton : public QToolButton {
+public:
+    explicit CheckLookButton(QWidget* parent) : QToolButton(parent) {
+        setBackgroundRole(QPalette::Window);
+        setForegroundRole(QPalette::WindowText);
+    }
+    bool partial = false;
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QStylePainter p(this);
+        QStyleOptionButton opt;
+        opt.initFrom(this);
+        opt.text = text();
+        opt.state |= partial ? QStyle::State_NoChange : (isChecked() ? QStyle::State_On : QStyle::State_Off);
+        if (isDown()) opt.state |= QStyle::State_Sunken;
+        p.drawControl(QStyle::CE_CheckBox, opt);
+    }
+};
+
+class ClickLabel : public QLabel {
+public:
+    explicit ClickLabel(QWidget* parent) : QLabel(parent) {}
+    std::function<void()> clicked;
+
+protected:
+    void mouseReleaseEvent(QMouseEvent* e) override {
+        QLabel::mouseReleaseEvent(e);
+        if (e->button() == Qt::LeftButton && rect().contains(e->position().toPoint()) && clicked) clicked();
+    }
+};
+
+}  // namespace
+
+// ---- colours ----
+
+QColor ToQColor(uint32_t color) {
+    if (color & 0x80000000u) return SystemColor(color & 0xFFu);
+    return QColor(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF);
+}
+
+uint32_t FromQColor(const QColor& color) {
+    const QColor c = color.toRgb();
+    return static_cast<uint32_t>(c.red()) | (static_cast<uint32_t>(c.green()) << 8) |
+           (static_cast<uint32_t>(c.blue()) << 16);
+}
+
+// ---- ContainerBase ----
+
+ContainerBase::~ContainerBase() {
+    for (Control* c : Children) c->container_ = nullptr;
+}
+
+void ContainerBase::PlaceChildren() {
+    for (Control* c : Children) c->ApplyGeometry();
+}
+
+// ---- Control ----
+
+Control::Control(Form& form, ContainerBase* container, const QString& name, int index)
+    : form_(form), container_(container), name_(name), index_(index), font_(InitialFont(form, container)) {
+    form.Register(this);
+    if (container_) container_->Children.push_back(this);
+}
+
+Control::~Control() {
+    if (widget_) {
+        // Nothing of the half-destroyed control may be called back while the widget goes.
+        widget_->blockSignals(true);
+        delete widget_.data();
+    }
+    if (container_) {
+        auto& kids = container_->Children;
+        kids.erase(std::remove(kids.begin(), kids.end(), this), kids.end());
+    }
+    form_.Unregister(this);
+}
+
+void Control::AttachWidget() {
+    QWidget* w = Widget();
+    widget_ = w;
+    if (!w) return;
+    QWidget* parent = ParentFor(form_, container_);
+    if (w->parentWidget() != parent) w->setParent(parent);
+    w->setObjectName(index_ >= 0 ? QStringLiteral("%1(%2)").arg(name_).arg(index_) : name_);
+    ApplyFont();
+    ApplyColors();
+    w->setEnabled(enabled_);
+    ApplyGeometry();
+    // Under a parent not shown yet the widget shows along with it; under a shown one it
+    // has to be shown itself.
+    if (!visible_) w->hide();
+    else if (parent->isVisible()) w->show();
+}
+
+bool Control::Enabled() const { return enabled_; }
+
+void Control::SetEnabled(bool enabled) {
+    enabled_ = enabled;
+    if (widget_) widget_->setEnabled(enabled);
+}
+
+bool Control::Visible() const { return visible_; }
+
+void Control::SetVisible(bool visible) {
+    visible_ = visible;
+    if (widget_) widget_->setVisible(visible);
+}
+
+void Control::SetLeft(double v) {
+    left_ = v;
+    ApplyGeometry();
+}
+
+void Control::SetTop(double v) {
+    top_ = v;
+    ApplyGeometry();
+}
+
+void Control::SetWidth(double v) {
+    if (v < 0) Raise(ErrInvalidPropertyValue);
+    width_ = v;
+    ApplyGeometry();
+}
+
+void Control::SetHeight(double v) {
+    if (v < 0) Raise(ErrInvalidPropertyValue);
+    height_ = v;
+    ApplyGeometry();
+}
+
+void Control::Move(double left, double top, double width, double height) {
+    if (width < 0 || height < 0) Raise(ErrInvalidPropertyValue);
+    left_ = left;
+    top_ = top;
+    width_ = width;
+    height_ = height;
+    ApplyGeometry();
+}
+
+void Control::ApplyGeometry() {
+    if (!widget_ || !container_) return;
+    widget_->setGeometry(MapToPixels(*container_, left_, top_, width_, height_));
+}
+
+void Control::SetBackColor(uint32_t color) {
+    backColor_ = color;
+    colorsSet_ = true;
+    ApplyColors();
+}
+
+void Control::SetForeColor(uint32_t color) {
+    foreColor_ = color;
+    colorsSet_ = true;
+    ApplyColors();
+}
+
+void Control::ApplyColors() {
+    if (!widget_ || !colorsSet_) return;
+    QWidget* w = widget_;
+    QPalette pal = w->palette();
+    const QColor back = ToQColor(backColor_), fore = ToQColor(foreColor_);
+    // The face keeps its colour when disabled; only the text greys out.
+    pal.setColor(w->backgroundRole(), back);
+    pal.setColor(QPalette::Active, w->foregroundRole(), fore);
+    pal.setColor(QPalette::Inactive, w->foregroundRole(), fore);
+    w->setPalette(pal);
+    if (qobject_cast<QLabel*>(w) || w->backgroundRole() == QPalette::Window) w->setAutoFillBackground(true);
+}
+
+QString Control::FontName() const {
+    const QStringList families = font_.families();
+    return families.isEmpty() ? font_.family() : families.first();
+}
+
+double Control::FontSize() const { return font_.pointSizeF(); }
+
+bool Control::FontBold() const { return font_.bold(); }
+
+void Control::SetFontName(const QString& name) {
+    font_.setFamilies(FamiliesFor(name));
+    ApplyFont();
+}
+
+void Control::SetFontSize(double points) {
+    if (!(points > 0)) Raise(ErrInvalidPropertyValue);
+    font_.setPointSizeF(points);
+    ApplyFont();
+}
+
+void Control::SetFontBold(bool bold) {
+    font_.setBold(bold);
+    ApplyFont();
+}
+
+void Control::ApplyFont() {
+    if (widget_) widget_->setFont(font_);
+}
+
+// ---- CommandButton ----
+
+CommandButton::CommandButton(Form& form, ContainerBase* container, const QString& name, int index,
+                             bool graphical)
+    : CommandButton(form, container, name, index, graphical, new QToolButton(ParentFor(form, container))) {}
+
+CommandButton::CommandButton(Form& form, ContainerBase* container, const QString& name, int index,
+                             bool graphical, QToolButton* button)
+    : Control(form, container, name, index), button_(button), graphical_(graphical) {
+    button_->setToolButtonStyle(graphical ? Qt::ToolButtonTextUnderIcon : Qt::ToolButtonTextOnly);
+    button_->setIconSize(QSize(IconPixels, IconPixels));
+    button_->setFocusPolicy(Qt::StrongFocus);
+    QObject::connect(button_, &QToolButton::clicked, button_, [this] { UserClicked(); });
+    AttachWidget();
+}
+
+QWidget* CommandButton::Widget() const { return button_; }
+
+QString CommandButton::Caption() const { return button_->text(); }
+
+void CommandButton::SetCaption(const QString& caption) { button_->setText(caption); }
+
+void CommandButton::SetPicture(const Picture& picture) {
+    picture_ = picture;
+    UpdateIcon();
+}
+
+void CommandButton::SetDisabledPicture(const Picture& picture) {
+    disabledPicture_ = picture;
+    UpdateIcon();
+}
+
+void CommandButton::Click() { button_->click(); }
+
+void CommandButton::UserClicked() {
+    if (OnClick) OnClick();
+}
+
+void CommandButton::ApplyGeometry() { Control::ApplyGeometry(); }
+
+void CommandButton::UpdateIcon() {
+    if (!graphical_) return;
+    if (disabledPicture_.isNull()) {
+        button_->setIcon(picture_);
+        return;
+    }
+    // Without its own disabled pixmap a button greys its picture out; with one it shows that.
+    const QSize size(IconPixels, IconPixels);
+    QIcon icon;
+    if (!picture_.isNull()) {
+        icon.addPixmap(picture_.pixmap(size), QIcon::Normal);
+        icon.addPixmap(picture_.pixmap(size, QIcon::Active), QIcon::Active);
+    }
+    icon.addPixmap(disabledPicture_.pixmap(size), QIcon::Disabled);
+    button_->setIcon(icon);
+}
+
+// ---- CheckBox ----
+
+CheckBox::CheckBox(Form& form, ContainerBase* container, const QString& name, int index, bool graphical)
+    : CommandButton(form, container, name, index, graphical,
+                    graphical ? new QToolButton(ParentFor(form, container))
+                              : new CheckLookButton(ParentFor(form, container))) {
+    button_->setCheckable(true);
+}
+
+int CheckBox::Value() const { return value_; }
+
+void CheckBox::SetValue(int value) {
+    if (value < 0 || value > 2) Raise(ErrInvalidPropertyValue);
+    if (value == value_) return;
+    value_ = value;
+    {
+        const QSignalBlocker block(button_);
+        button_->setChecked(value == 1);
+    }
+    if (auto* look = dynamic_cast<CheckLookButton*>(button_)) {
+        look->partial = value == 2;
+        look->update();
+    }
+    if (OnClick) OnClick();
+}
+
+void CheckBox::UserClicked() {
+    value_ = button_->isChecked() ? 1 : 0;
+    if (auto* look = dynamic_cast<CheckLookButton*>(button_)) look->partial = false;
+    if (OnClick) OnClick();
+}
+
+// ---- ComboBox ----
+
+ComboBox::ComboBox(Form& form, ContainerBase* container, const QString& name, int index)
+    : Control(form, container, name, index), combo_(new QComboBox(ParentFor(form, container))) {
+    combo_->setEditable(false);
+    backColor_ = vbWindowBackground;
+    foreColor_ = vbWindowText;
+    // activated is the user's choice only, and comes also when the same item is chosen again.
+    QObject::connect(combo_, &QComboBox::activated, combo_, [this](int) {
+        if (settingFromCode_) return;
+        if (OnClick) OnClick();
+    });
+    AttachWidget();
+}
+
+QWidget* ComboBox::Widget() const { return combo_; }
+
+void ComboBox::Clear() { combo_->clear(); }
+
+void ComboBox::AddItem(const QString& item) {
+    const bool wasEmpty = combo_->count() == 0;
+    combo_->addItem(item);
+    // A list gets no selection by being filled.
+    if (wasEmpty) combo_->setCurrentIndex(-1);
+}
+
+int ComboBox::ListCount() const { return combo_->count(); }
+
+QString ComboBox::List(int i) const {
+    if (i < 0 || i >= combo_->count()) Raise(ErrInvalidArrayIndex);
+    return combo_->itemText(i);
+}
+
+int ComboBox::ListIndex() const { return combo_->currentIndex(); }
+
+void ComboBox::SetListIndex(int index) {
+    if (index < -1 || index >= combo_->count()) Raise(ErrInvalidPropertyValue);
+    settingFromCode_ = true;
+    combo_->setCurrentIndex(index);
+    settingFromCode_ = false;
+    if (OnClick) OnClick();
+}
+
+QString ComboBox::Text() const { return combo_->currentText(); }
+
+// ---- TextBox ----
+
+// MaxLength limits what the user enters, not what the program sets: text set from code is
+// kept whole, and an entry that does not fit is cut to what does.
+class TextLengthLimit : public QValidator {
+public:
+    TextLengthLimit(TextBox& box, QObject* parent) : QValidator(parent), box_(box) {}
+    State validate(QString& input, int& pos) const override {
+        if (box_.settingText_ || box_.maxLength_ <= 0) return Acceptable;
+        const int limit = std::max(box_.maxLength_, box_.lastLength_);
+        const int excess = static_cast<int>(input.size()) - limit;
+        if (excess <= 0) return Acceptable;
+        const int from = pos - excess;
+        if (from < 0) return Invalid;
+        input.remove(from, excess);
+        pos = from;
+        return Acceptable;
+    }
+
+private:
+    TextBox& box_;
+};
+
+TextBox::TextBox(Form& form, ContainerBase* container, const QString& name, int index)
+    : Control(form, container, name, index), edit_(new QLineEdit(ParentFor(form, container))) {
+    backColor_ = vbWindowBackground;
+    foreColor_ = vbWindowText;
+    edit_->setValidator(new TextLengthLimit(*this, edit_));
+    QObject::connect(edit_, &QLineEdit::textChanged, edit_, [this](const QString& text) {
+        lastLength_ = static_cast<int>(text.size());
+        if (OnChange) OnChange();
+    });
+    AttachWidget();
+}
+
+QWidget* TextBox::Widget() const { return edit_; }
+
+QString TextBox::Text() const { return edit_->text(); }
+
+void TextBox::SetText(const QString& text) {
+    settingText_ = true;
+    edit_->setText(text);
+    settingText_ = false;
+    lastLength_ = static_cast<int>(edit_->text().size());
+}
+
+int TextBox::MaxLength() const { return maxLength_; }
+
+void TextBox::SetMaxLength(int n) {
+    if (n < 0) Raise(ErrInvalidPropertyValue);
+    maxLength_ = n;
+}
+
+bool TextBox::Locked() const { return edit_->isReadOnly(); }
+
+void TextBox::SetLocked(bool locked) { edit_->setReadOnly(locked); }
+
+// ---- Label ----
+
+Label::Label(Form& form, ContainerBase* container, const QString& name, int index)
+    : Control(form, container, name, index) {
+    auto* label = new ClickLabel(ParentFor(form, container));
+    label->clicked = [this] {
+        if (OnClick) OnClick();
+    };
+    label_ = label;
+    label_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    label_->setTextFormat(Qt::PlainText);
+    AttachWidget();
+}
+
+QWidget* Label::Widget() const { return label_; }
+
+QString Label::Caption() const { return label_->text(); }
+
+void Label::SetCaption(const QString& caption) { label_->setText(caption); }
+
+void Label::SetAlignment(int alignment) {
+    static const Qt::Alignment horizontal[] = {Qt::AlignLeft, Qt::AlignRight, Qt::AlignHCenter};
+    if (alignment < 0 || alignment > 2) Raise(ErrInvalidPropertyValue);
+    label_->setAlignment(horizontal[alignment] | Qt::AlignTop);
+}
+
+void Label::SetBorderStyle(int style) {
+    if (style < 0 || style > 1) Raise(ErrInvalidPropertyValue);
+    if (style == 1) {
+        label_->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+        label_->setLineWidth(1);
+    } else {
+        label_->setFrameStyle(QFrame::NoFrame);
+    }
+}
+
+// ---- Frame ----
+
+Frame::Frame(Form& form, ContainerBase* container, const QString& name, int index, bool border)
+    : Control(form, container, name, index), border_(border) {
+    QWidget* parent = ParentFor(form, container);
+    if (border) frame_ = new QGroupBox(parent);
+    else frame_ = new QWidget(parent);
+    AttachWidget();
+}
+
+QWidget* Frame::Widget() const { return frame_; }
+
+QWidget* Frame::ClientWidget() const { return frame_; }
+
+// A bare panel shows no caption but still has one.
+QString Frame::Caption() const {
+    if (border_) return static_cast<QGroupBox*>(frame_)->title();
+    return frame_->windowTitle();
+}
+
+void Frame::SetCaption(const QString& caption) {
+    if (border_) static_cast<QGroupBox*>(frame_)->setTitle(caption);
+    else frame_->setWindowTitle(caption);
+}
+
+// ---- LineControl ----
+
+namespace {
+void RepaintIn(ContainerBase* container) {
+    if (container) container->RepaintOverlay();
+}
+}  // namespace
+
+LineControl::LineControl(Form& form, ContainerBase* container, const QString& name, int index)
+    : Control(form, container, name, index) {}
+
+LineControl::~LineControl() {
+    visible_ = false;
+    RepaintIn(container_);
+}
+
+void LineControl::SetVisible(bool visible) {
+    visible_ = visible;
+    RepaintIn(container_);
+}
+
+void LineControl::SetX1(double v) {
+    x1_ = v;
+    RepaintIn(container_);
+}
+
+void LineControl::SetY1(double v) {
+    y1_ = v;
+    RepaintIn(container_);
+}
+
+void LineControl::SetX2(double v) {
+    x2_ = v;
+    RepaintIn(container_);
+}
+
+void LineControl::SetY2(double v) {
+    y2_ = v;
+    RepaintIn(container_);
+}
+
+void LineControl::SetPoints(double x1, double y1, double x2, double y2) {
+    x1_ = x1;
+    y1_ = y1;
+    x2_ = x2;
+    y2_ = y2;
+    RepaintIn(container_);
+}
+
+void LineControl::SetBorderColor(uint32_t color) {
+    borderColor_ = color;
+    RepaintIn(container_);
+}
+
+void LineControl::SetBorderWidth(int pixels) {
+    if (pixels < 1) Raise(ErrInvalidPropertyValue);
+    borderWidth_ = pixels;
+    RepaintIn(container_);
+}
+
+void LineControl::Paint(QPainter& painter) const {
+    if (!visible_ || !container_) return;
+    const QPoint a(qRound(container_->ToPixelX(x1_)), qRound(container_->ToPixelY(y1_)));
+    const QPoint b(qRound(container_->ToPixelX(x2_)), qRound(container_->ToPixelY(y2_)));
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    painter.setPen(QPen(ToQColor(borderColor_), borderWidth_, Qt::SolidLine, Qt::FlatCap));
+    painter.drawLine(a, b);
+    painter.restore();
+}
+
+// ---- Shape ----
+
+Shape::Shape(Form& form, ContainerBase* container, const QString& name, int index)
+    : Control(form, container, name, index) {}
+
+Shape::~Shape() {
+    visible_ = false;
+    RepaintIn(container_);
+}
+
+void Shape::SetVisible(bool visible) {
+    visible_ = visible;
+    RepaintIn(container_);
+}
+
+void Shape::SetLeft(double v) {
+    left_ = v;
+    RepaintIn(container_);
+}
+
+void Shape::SetTop(double v) {
+    top_ = v;
+    RepaintIn(container_);
+}
+
+void Shape::SetWidth(double v) {
+    if (v < 0) Raise(ErrInvalidPropertyValue);
+    width_ = v;
+    RepaintIn(container_);
+}
+
+void Shape::SetHeight(double v) {
+    if (v < 0) Raise(ErrInvalidPropertyValue);
+    height_ = v;
+    RepaintIn(container_);
+}
+
+void Shape::SetShapeKind(int kind) {
+    if (kind < Rectangle || kind > RoundedSquare) Raise(ErrInvalidPropertyValue);
+    kind_ = kind;
+    RepaintIn(container_);
+}
+
+void Shape::SetBorderColor(uint32_t color) {
+    borderColor_ = color;
+    RepaintIn(container_);
+}
+
+void Shape::SetBorderWidth(int pixels) {
+    if (pixels < 1) Raise(ErrInvalidPropertyValue);
+    borderWidth_ = pixels;
+    RepaintIn(container_);
+}
+
+void Shape::ApplyGeometry() { RepaintIn(container_); }
+
+void Shape::Paint(QPainter& painter) const {
+    if (!visible_ || !container_) return;
+    QRect box = MapToPixels(*container_, left_, top_, width_, height_);
+    if (box.isEmpty()) return;
+    const bool square = kind_ == Square || kind_ == Circle || kind_ == RoundedSquare;
+    if (square) {
+        const int side = std::min(box.width(), box.height());
+        box = QRect(box.left() + (box.width() - side) / 2, box.top() + (box.height() - side) / 2, side, side);
+    }
+    // The border lies inside the box: a pen of width w centred on a path inset by w/2.
+    const double inset = borderWidth_ / 2.0;
+    const QRectF path = QRectF(box).adjusted(inset, inset, -inset, -inset);
+    painter.save();
+    painter.setPen(QPen(ToQColor(borderColor_), borderWidth_));
+    painter.setBrush(Qt::NoBrush);
+    switch (kind_) {
+    case Oval:
+    case Circle:
+        painter.setRenderHint(QPainter::Antialiasing, true);
+        painter.drawEllipse(path);
+        break;
+    case RoundedRectangle:
+    case RoundedSquare: {
+        const double r = std::min(box.width(), box.height()) / 8.0;
+        painter.setRenderHint(QPainter::Antialiasing, true);
+        painter.drawRoundedRect(path, r, r);
+        break;
+    }
+    default:
+        painter.setRenderHint(QPainter::Antialiasing, false);
+        painter.drawRect(path);
+        break;
+    }
+    painter.restore();
+}
+
+// ---- Image ----
+
+Image::Image(Form& form, ContainerBase* container, const QString& name, int index)
+    : Control(form, container, name, index) {}
+
+// ---- Timer ----
+
+Timer::Timer(Form& form, ContainerBase* container, const QString& name, int index)
+    : Control(form, container, name, index), timer_(new QTimer) {
+    QObject::connect(timer_, &QTimer::timeout, timer_, [this] {
+        if (OnTimer) OnTimer();
+    });
+}
+
+Timer::~Timer() { delete timer_; }
+
+void Timer::SetEnabled(bool enabled) {
+    if (enabled == enabled_) return;
+    enabled_ = enabled;
+    Restart();
+}
+
+void Timer::SetInterval(int ms) {
+    if (ms < 0 || ms > 65535) Raise(ErrInvalidPropertyValue);
+    interval_ = ms;
+    Restart();
+}
+
+void Timer::Restart() {
+    timer_->stop();
+    if (enabled_ && interval_ > 0) timer_->start(interval_);
+}
+
+// ---- FlexGrid ----
+
+FlexGrid::FlexGrid(Form& form, ContainerBase* container, const QString& name, int index)
+    : Control(form, container, name, index), table_(new QTableWidget(ParentFor(form, container))) {
+    backColor_ = vbWindowBackground;
+    foreColor_ = vbWindowText;
+    table_->horizontalHeader()->hide();
+    table_->horizontalHeader()->setMinimumSectionSize(0);
+    table_->verticalHeader()->hide();
+    table_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    table_->setWordWrap(false);
+    table_->setCornerButtonEnabled(false);
+    SetCols(2);
+    SetRows(2);
+    AttachWidget();
+}
+
+QWidget* FlexGrid::Widget() const { return table_; }
+
+int FlexGrid::Rows() const { return table_->rowCount(); }
+
+int FlexGrid::Cols() const { return table_->columnCount(); }
+
+void FlexGrid::SetRows(int rows) {
+    if (rows < 0) Raise(ErrInvalidPropertyValue);
+    const int old = table_->rowCount();
+    table_->setRowCount(rows);
+    for (int r = old; r < rows; ++r)
+        for (int c = 0; c < table_->columnCount(); ++c) ApplyAlignment(r, c);
+}
+
+void FlexGrid::SetCols(int cols) {
+    if (cols < 0) Raise(ErrInvalidPropertyValue);
+    const int old = table_->columnCount();
+    table_->setColumnCount(cols);
+    colAlign_.resize(static_cast<size_t>(cols), AlignGeneral);
+    fixedAlign_.resize(static_cast<size_t>(cols), AlignGeneral);
+    colWidth_.resize(static_cast<size_t>(cols), DefaultColWidthTwips);
+    for (int c = old; c < cols; ++c) {
+        table_->setColumnWidth(c, qRound(colWidth_[static_cast<size_t>(c)] / 15.0));
+        for (int r = 0; r < table_->rowCount(); ++r) ApplyAlignment(r, c);
+    }
+}
+
+void FlexGrid::SetFixedRows(int rows) {
+    if (rows < 0 || rows > table_->rowCount()) Raise(ErrInvalidPropertyValue);
+    fixedRows_ = rows;
+    for (int r = 0; r < table_->rowCount(); ++r)
+        for (int c = 0; c < table_->columnCount(); ++c) ApplyAlignment(r, c);
+}
+
+QString FlexGrid::TextMatrix(int row, int col) const {
+    if (row < 0 || row >= Rows() || col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    const QTableWidgetItem* item = table_->item(row, col);
+    return item ? item->text() : QString();
+}
+
+void FlexGrid::SetTextMatrix(int row, int col, const QString& text) {
+    if (row < 0 || row >= Rows() || col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    ApplyAlignment(row, col);
+    table_->item(row, col)->setText(text);
+    // General alignment depends on the text.
+    if ((row < fixedRows_ ? fixedAlign_ : colAlign_)[static_cast<size_t>(col)] == AlignGeneral)
+        ApplyAlignment(row, col);
+}
+
+double FlexGrid::ColWidth(int col) const {
+    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    return colWidth_[static_cast<size_t>(col)];
+}
+
+void FlexGrid::SetColWidth(int col, double twips) {
+    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    if (twips < -1) Raise(ErrInvalidPropertyValue);
+    if (twips < 0) twips = DefaultColWidthTwips;  // -1 is the default width
+    colWidth_[static_cast<size_t>(col)] = twips;
+    table_->setColumnWidth(col, qRound(twips / 15.0));
+}
+
+int FlexGrid::ColAlignment(int col) const {
+    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    return colAlign_[static_cast<size_t>(col)];
+}
+
+void FlexGrid::SetColAlignment(int col, int alignment) {
+    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    if (alignment < 0 || alignment > AlignGeneral) Raise(ErrInvalidPropertyValue);
+    colAlign_[static_cast<size_t>(col)] = alignment;
+    for (int r = fixedRows_; r < Rows(); ++r) ApplyAlignment(r, col);
+}
+
+int FlexGrid::FixedAlignment(int col) const {
+    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    return fixedAlign_[static_cast<size_t>(col)];
+}
+
+void FlexGrid::SetFixedAlignment(int col, int alignment) {
+    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    if (alignment < 0 || alignment > AlignGeneral) Raise(ErrInvalidPropertyValue);
+    fixedAlign_[static_cast<size_t>(col)] = alignment;
+    for (int r = 0; r < std::min(fixedRows_, Rows()); ++r) ApplyAlignment(r, col);
+}
+
+void FlexGrid::ApplyFont() {
+    table_->setFont(font_);
+    const int h = std::max(16, QFontMetrics(font_).height() + 3);
+    table_->verticalHeader()->setMinimumSectionSize(h);
+    table_->verticalHeader()->setDefaultSectionSize(h);
+}
+
+// Makes sure the cell has an item and gives it the look of its row: fixed rows are grey
+// and cannot be selected.
+void FlexGrid::ApplyAlignment(int row, int col) {
+    QTableWidgetItem* item = table_->item(row, col);
+    if (!item) {
+        item = new QTableWidgetItem;
+        table_->setItem(row, col, item);
+    }
+    const bool fixed = row < fixedRows_;
+    const size_t c = static_cast<size_t>(col);
+    item->setTextAlignment(GridAlignment(fixed ? fixedAlign_[c] : colAlign_[c], item->text()));
+    if (fixed) {
+        item->setFlags(Qt::ItemIsEnabled);
+        item->setBackground(QGuiApplication::palette().button());
+        item->setForeground(QGuiApplication::palette().buttonText());
+    } else {
+        item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
+        item->setData(Qt::BackgroundRole, QVariant());
+        item->setData(Qt::ForegroundRole, QVariant());
+    }
+}
+
+// ---- CommonDialog ----
+
+CommonDialog::CommonDialog(Form& form, ContainerBase* container, const QString& name, int index)
+    : Control(form, container, name, index) {}
+
+void CommonDialog::ShowOpen() {
+    if (Host().ShowOpen(*this, &form_)) return;
+    FileName.clear();
+    if (CancelError) Raise(ErrCancel);
+}
+
+void CommonDialog::ShowSave() {
+    if (Host().ShowSave(*this, &form_)) return;
+    FileName.clear();
+    if (CancelError) Raise(ErrCancel);
+}
+
+void CommonDialog::ShowColor() {
+    const uint32_t before = Color;
+    if (Host().ShowColor(*this, &form_)) return;
+    Color = before;
+    if (CancelError) Raise(ErrCancel);
+}
+
+}  // namespace vb

@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# Starts each program from a copied installation in a real X window, takes a screenshot,
+# closes it through the close box, and checks the log and the settings written back.
+# usage: window_test.sh BIN_DIR SOURCE_DIR XCLOSE SHOT_DIR
+set -uo pipefail
+bin=$1 src=$2 xclose=$3 shots=$4
+mkdir -p "$shots"
+work=$(mktemp -d)
+trap 'kill ${xvfb_pid:-0} 2>/dev/null; rm -rf "$work"' EXIT
+
+if [ -z "${DISPLAY:-}" ] || [ "${QT_QPA_PLATFORM:-}" = offscreen ]; then
+  exec 3>"$work/displayfd"
+  Xvfb -displayfd 3 -screen 0 1600x1000x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+  xvfb_pid=$!
+  for _ in $(seq 50); do [ -s "$work/displayfd" ] && break; sleep 0.1; done
+  export DISPLAY=":$(head -1 "$work/displayfd")"
+fi
+unset QT_QPA_PLATFORM
+
+declare -A titles=(
+  [tavix-camera-measure]="デジカメ画像表示／計測プログラム"
+  [tavix]="デジカメ画像表示プログラム"
+  [tavix-still]="画像表示プログラム"
+  [tavix-still-measure]="画像表示／計測プログラム"
+)
+failures=0
+fail() { echo "FAIL $1: $2"; failures=$((failures + 1)); }
+
+for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
+  inst="$work/$program"
+  mkdir -p "$inst"
+  cp "$src"/deploy/ja/* "$inst"/
+  cp "$bin/$program" "$inst"/
+  ini_before=$(md5sum < "$inst/Tavix.Ini")
+  "$inst/$program" >"$inst/out.txt" 2>&1 &
+  pid=$!
+  title=${titles[$program]}
+  wid=""
+  for _ in $(seq 100); do
+    wid=$(xdotool search --onlyvisible --name "^${title}\$" 2>/dev/null | head -1)
+    [ -n "$wid" ] && break
+    sleep 0.1
+  done
+  if [ -z "$wid" ]; then
+    fail "$program" "no window titled $title"; cat "$inst/out.txt"; kill $pid 2>/dev/null; continue
+  fi
+  sleep 0.5
+  import -window root "$shots/$program.png" 2>/dev/null || fail "$program" "no screenshot"
+  "$xclose" "$wid"
+  for _ in $(seq 100); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
+  if kill -0 $pid 2>/dev/null; then fail "$program" "still running after the close box"; kill $pid; fi
+  wait $pid; status=$?
+  [ $status -eq 0 ] || fail "$program" "exit status $status"
+  log=$(sed 's/\r$//' "$inst/Error.Log")
+  echo "$log" | head -1 | grep -q "^[0-9/]\{10\} [0-9:]\{8\} ${title} Start\.$" || fail "$program" "no start line: $log"
+  echo "$log" | tail -1 | grep -q "^[0-9/]\{10\} [0-9:]\{8\} ${title} End$" || fail "$program" "no end line: $log"
+  [ "$(md5sum < "$inst/Tavix.Ini")" != "$ini_before" ] || true  # same values may be written back
+  for key in JPEGQTY DEFAULTSCALE MEASURELINECOLOR1 MEASURELINECOLOR2 MEASURELINECOLOR3 \
+             MEASUREVALUECOLOR1 MEASUREVALUECOLOR2 CROSSLINENUM CROSSLINECOLOR SCALECOLOR SCALEX SCALEY \
+             SCALETYPE SCALEPOSITION CURRENTPROOFNO NUMBEROFDECIMALS MEASUREFONTSIZE ANGLECOMMANDMODE \
+             2POINTCOMMANDMODE; do
+    grep -q "^${key}=-\?[0-9][0-9.]*"$'\r'"\?\$" "$inst/Tavix.Ini" || fail "$program" "key $key not decimal"
+  done
+  echo "ok $program: window $wid, screenshot $shots/$program.png"
+done
+echo "$((4 - failures > 0 ? 4 : 0)) programs checked, $failures failure(s)"
+[ $failures -eq 0 ]
