@@ -26,6 +26,7 @@ time_window() {
   while [ -z "$wid" ]; do
     wid=$(xdotool search --onlyvisible --name "^${title}\$" 2>/dev/null | head -1)
     if ! kill -0 $pid 2>/dev/null; then echo "-1"; return; fi
+    [ -z "$wid" ] && sleep 0.005
   done
   end=$(date +%s%N)
   kill $pid; wait $pid 2>/dev/null

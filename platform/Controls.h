@@ -18,6 +18,7 @@ class QTimer;
 class QToolButton;
 class QCheckBox;
 class QComboBox;
+class QRadioButton;
 class QLineEdit;
 class QLabel;
 class QTableWidget;
@@ -190,6 +191,21 @@ protected:
 
 private:
     int value_ = 0;
+};
+
+// Option button: one of the options of its container is on.
+class OptionButton : public Control {
+public:
+    OptionButton(Form& form, ContainerBase* container, const QString& name, int index = -1);
+    QWidget* Widget() const override;
+    QString Caption() const override;
+    void SetCaption(const QString& caption) override;
+    bool Value() const;
+    // Setting True turns the container's other options off and fires Click, as a user's click does.
+    void SetValue(bool value);
+
+private:
+    QRadioButton* radio_;
 };
 
 // Drop-down list.

@@ -1,5 +1,10 @@
 #include "DialogHost.h"
 
+#include <QCoreApplication>
+#include <QEventLoop>
+
+#include "Form.h"
+
 #include <QApplication>
 #include <QColorDialog>
 #include <QDialog>
@@ -143,7 +148,15 @@ bool QtDialogHost::ShowColor(CommonDialog& dlg, QWidget* owner) {
     return true;
 }
 
-void QtDialogHost::ShowModal(QDialog& form) { form.exec(); }
+void QtDialogHost::ShowModal(Form& form, QWidget* owner) {
+    // A form of its own, placed over its owner like a dialog, blocking every other window.
+    form.setParent(owner, Qt::Dialog);
+    form.setWindowModality(Qt::ApplicationModal);
+    form.show();
+    while (form.isVisible() && !form.Unloaded())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents);
+    form.hide();
+}
 
 // The hourglass is on or off, not counted: two "on" need only one "off".
 void QtDialogHost::SetBusy(bool busy) {

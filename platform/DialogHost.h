@@ -2,7 +2,6 @@
 // Everything modal goes through one host, so tests can script the answers.
 #include <QString>
 
-class QDialog;
 class QWidget;
 
 namespace vb {
@@ -33,6 +32,7 @@ enum FileDialogFlags : int {
 };
 
 class CommonDialog;
+class Form;
 
 class DialogHost {
 public:
@@ -43,8 +43,8 @@ public:
     virtual bool ShowSave(CommonDialog& dlg, QWidget* owner) = 0;
     // Fills dlg.Color; false on Cancel.
     virtual bool ShowColor(CommonDialog& dlg, QWidget* owner) = 0;
-    // Shows a form modally; returns when it has been closed.
-    virtual void ShowModal(QDialog& form) = 0;
+    // Shows a form as a modal dialog over owner; returns when the form has unloaded or hidden.
+    virtual void ShowModal(Form& form, QWidget* owner) = 0;
     // The hourglass pointer on (true) or back to normal.
     virtual void SetBusy(bool busy) = 0;
     // Ends the process at once. The test host records it and returns, so callers
@@ -63,7 +63,7 @@ public:
     bool ShowOpen(CommonDialog& dlg, QWidget* owner) override;
     bool ShowSave(CommonDialog& dlg, QWidget* owner) override;
     bool ShowColor(CommonDialog& dlg, QWidget* owner) override;
-    void ShowModal(QDialog& form) override;
+    void ShowModal(Form& form, QWidget* owner) override;
     void SetBusy(bool busy) override;
     void End(int code) override;
 };

@@ -7,6 +7,7 @@
 
 namespace vb {
 
+constexpr int ErrInvalidCall = 5;
 constexpr int ErrOverflow = 6;
 constexpr int ErrOutOfMemory = 7;
 constexpr int ErrSubscript = 9;

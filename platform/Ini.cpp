@@ -1,5 +1,7 @@
 #include "Ini.h"
 
+#include "Errors.h"
+
 #include "TextFile.h"
 
 #include <QDir>
@@ -232,6 +234,10 @@ int GetPrivateProfileString(const QString& section, const QString& key, const QS
 
 bool WritePrivateProfileString(const QString& section, const QString& key, const QString& value,
                                const QString& file) {
+    // A line break or an empty name would make a line the file cannot read back.
+    for (const QString* text : {&section, &key, &value})
+        if (text->contains(u'\n') || text->contains(u'\r')) Raise(ErrInvalidCall);
+    if (TrimBlanks(section).isEmpty() || TrimBlanks(key).isEmpty()) Raise(ErrInvalidCall);
     const QFileInfo info(file);
     Profile profile;
     if (info.exists()) {

@@ -13,6 +13,7 @@ int GetPrivateProfileString(const QString& section, const QString& key, const QS
 
 // Replaces the key's line or adds it (and the section) at the end of the section (file).
 // Returns false when the file could not be written; the file is then unchanged.
+// A section, key or value with a line break, or an empty name, is error 5.
 bool WritePrivateProfileString(const QString& section, const QString& key, const QString& value,
                                const QString& file);
 

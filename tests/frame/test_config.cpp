@@ -149,6 +149,16 @@ TEST(IniWrite, ReplacesOneValueAndLogsAFailure) {
 
 }
 
+TEST(IniWrite, ATrappedErrorIsLoggedWithItsNumber) {
+    Sandbox box;
+    const QByteArray before = box.Read(QStringLiteral("Tavix.Ini"));
+    // A key of blanks only has no line it could be written to.
+    EXPECT_FALSE(tavix::WriteIniFileData(QStringLiteral("FILE"), QStringLiteral("  "), QStringLiteral("5")));
+    EXPECT_EQ(box.LogTexts(), QStringList{QStringLiteral("WriteIniFileData  Error.(5)"
+                                                         "[Section]=FILE,[Key]=  ,[Value]=5")});
+    EXPECT_EQ(box.Read(QStringLiteral("Tavix.Ini")), before);
+}
+
 TEST(IniWrite, AFailedWriteIsLoggedWithItsValue) {
     Sandbox box;
     // A folder in the place of the file: nothing can be written there.

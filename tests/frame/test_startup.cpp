@@ -159,7 +159,7 @@ TEST(Start, AppNameReplacesTheTitleButNotTheStartLine) {
 
 struct FailureCase {
     const char* what;
-    int16_t type;
+    std::vector<int16_t> types;
     std::function<void(Sandbox&, frmMain&)> breakIt;
     QStringList logTail;  // the last log lines
     QString text;         // "" for the fatal text
@@ -168,59 +168,60 @@ struct FailureCase {
 
 TEST(StartFailure, EachFailedStepLogsShowsItsBoxAndEnds) {
     using GR = tavix::SubsystemHooks::GraphResult;
+    const std::vector<int16_t> all = {0, 1, 2, 3}, camera = {0, 1}, measure = {0, 3};
     const FailureCase cases[] = {
-        {"ini file missing", 2, [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("Tavix.Ini")); },
+        {"ini file missing", all, [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("Tavix.Ini")); },
          {QStringLiteral("GetIniFileData GetPrivateProfileString Error [Section]=CAMERA,[Key]=CAMERAFILTERNAME"),
           QStringLiteral("Ini File Read Error.")},
          {}, [] { return QString(); }},
-        {"string table missing", 3, [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("StringTable.txt")); },
+        {"string table missing", all, [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("StringTable.txt")); },
          {QStringLiteral("ReadStringTableData Error.(53)"), QStringLiteral("StringTable File Read Error.")},
          {}, [] { return QString(); }},
-        {"string table with a bad number", 1, [](Sandbox& b, frmMain&) { b.Write(QStringLiteral("StringTable.txt"), "abc,text\r\n"); },
+        {"string table with a bad number", all, [](Sandbox& b, frmMain&) { b.Write(QStringLiteral("StringTable.txt"), "abc,text\r\n"); },
          {QStringLiteral("ReadStringTableData Error.(13)"), QStringLiteral("StringTable File Read Error.")},
          {}, [] { return QString(); }},
-        {"proof file", 0, [](Sandbox&, frmMain& f) { f.Hooks.ReadProofData = [](frmMain&) { return false; }; },
+        {"proof file", measure, [](Sandbox&, frmMain& f) { f.Hooks.ReadProofData = [](frmMain&) { return false; }; },
          {QStringLiteral("Proof File Read Error.")}, {}, [] { return tavix::GST(11100); }},
-        {"guidance file", 2, [](Sandbox&, frmMain& f) { f.Hooks.ReadGuidanceData = [](frmMain&) { return false; }; },
+        {"guidance file", all, [](Sandbox&, frmMain& f) { f.Hooks.ReadGuidanceData = [](frmMain&) { return false; }; },
          {QStringLiteral("Guidance File Read Error.")}, {}, [] { return tavix::GST(11100); }},
-        {"no camera filter", 1, [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) { return GR::NoCameraFilter; }; },
+        {"no camera filter", camera, [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) { return GR::NoCameraFilter; }; },
          {QStringLiteral("Camera Filter Error.")}, QStringLiteral("20104\n20105"), [] { return tavix::GST(11103); }},
-        {"no output pin", 0, [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) { return GR::NoOutputPin; }; },
+        {"no output pin", camera, [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) { return GR::NoOutputPin; }; },
          {QStringLiteral("Camera OutputPIN Error.")}, QStringLiteral("20106\n20107"), [] { return tavix::GST(11104); }},
-        {"any other error", 0,
+        {"any other error", camera,
          [](Sandbox&, frmMain& f) {
              f.Hooks.OpenCameraGraph = [](frmMain&) -> GR { vb::Raise(5); };
          },
          {QStringLiteral("frmMain:Form_Load Error.(5)")}, {}, [] { return vb::App::Title(); }},
-        {"an error in the zoom list", 3,
+        {"an error in the zoom list", all,
          [](Sandbox&, frmMain& f) { f.cboScale->OnClick = [] { vb::Raise(9); }; },
          {QStringLiteral("frmMain:Form_Load Error.(9)")}, {}, [] { return vb::App::Title(); }},
     };
-    for (const FailureCase& c : cases) {
+    for (const FailureCase& c : cases) for (const int16_t type : c.types) {
         Sandbox box;
         ScriptedDialogHost host;
         host.AnswerMsgBox(vb::vbOK);
         Window w;
         c.breakIt(box, w.f);
         const QByteArray iniBefore = box.Read(QStringLiteral("Tavix.Ini"));
-        EXPECT_FALSE(tavix::Form_Load(w.f, c.type)) << c.what;
-        EXPECT_EQ(host.Ends, 1) << c.what;
-        ASSERT_EQ(host.Boxes.size(), 1u) << c.what;
+        EXPECT_FALSE(tavix::Form_Load(w.f, type)) << c.what << " in variant " << type;
+        EXPECT_EQ(host.Ends, 1) << c.what << " in variant " << type;
+        ASSERT_EQ(host.Boxes.size(), 1u) << c.what << " in variant " << type;
         QString text = c.text;
         if (text.isEmpty()) text = kFatal;
         else text = tavix::GST(text.section(QLatin1Char('\n'), 0, 0).toInt()) + QLatin1Char('\n') +
                     tavix::GST(text.section(QLatin1Char('\n'), 1, 1).toInt());
-        EXPECT_EQ(host.Boxes[0].Prompt, text) << c.what;
-        EXPECT_EQ(host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical) << c.what;
-        EXPECT_EQ(host.Boxes[0].Title, c.title()) << c.what;
+        EXPECT_EQ(host.Boxes[0].Prompt, text) << c.what << " in variant " << type;
+        EXPECT_EQ(host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical) << c.what << " in variant " << type;
+        EXPECT_EQ(host.Boxes[0].Title, c.title()) << c.what << " in variant " << type;
         const QStringList log = box.LogTexts();
-        ASSERT_GE(log.size(), c.logTail.size() + 1) << c.what;
-        EXPECT_EQ(log.first(), Title(c.type) + QStringLiteral(" Start.")) << c.what;
-        EXPECT_EQ(log.mid(log.size() - c.logTail.size()), c.logTail) << c.what;
-        for (const QString& line : log) EXPECT_FALSE(line.endsWith(QLatin1String(" End"))) << c.what;
+        ASSERT_GE(log.size(), c.logTail.size() + 1) << c.what << " in variant " << type;
+        EXPECT_EQ(log.first(), Title(type) + QStringLiteral(" Start.")) << c.what << " in variant " << type;
+        EXPECT_EQ(log.mid(log.size() - c.logTail.size()), c.logTail) << c.what << " in variant " << type;
+        for (const QString& line : log) EXPECT_FALSE(line.endsWith(QLatin1String(" End"))) << c.what << " in variant " << type;
         // Nothing written back: the window never unloads.
-        EXPECT_FALSE(w.f.Unloaded()) << c.what;
-        EXPECT_EQ(box.Read(QStringLiteral("Tavix.Ini")), iniBefore) << c.what;
+        EXPECT_FALSE(w.f.Unloaded()) << c.what << " in variant " << type;
+        EXPECT_EQ(box.Read(QStringLiteral("Tavix.Ini")), iniBefore) << c.what << " in variant " << type;
     }
 }
 

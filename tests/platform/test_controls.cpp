@@ -167,6 +167,30 @@ TEST(ComboBoxClick, SettingListIndexFiresClickInsideTheCallEveryTime) {
     EXPECT_EQ(list->Text(), "x 0.6");
 }
 
+TEST(OptionButtonValue, OneOptionOfAContainerIsOnAndSettingItFiresClick) {
+    Form form("frmOptions");
+    auto* frame = new Frame(form, &form, "fraOptions");
+    frame->Move(0, 0, 3000, 3000);
+    auto* other = new Frame(form, &form, "fraOther");
+    other->Move(3000, 0, 3000, 3000);
+    OptionButton* opt[2] = {new OptionButton(form, frame, "optType", 0), new OptionButton(form, frame, "optType", 1)};
+    auto* elsewhere = new OptionButton(form, other, "optElsewhere");
+    int clicks[2] = {0, 0};
+    for (int i = 0; i < 2; ++i) opt[i]->OnClick = [&clicks, i] { ++clicks[i]; };
+    elsewhere->SetValue(true);
+    opt[0]->SetValue(true);
+    EXPECT_TRUE(opt[0]->Value());
+    EXPECT_EQ(clicks[0], 1);
+    opt[1]->SetValue(true);
+    EXPECT_FALSE(opt[0]->Value()) << "options of one container exclude each other";
+    EXPECT_TRUE(opt[1]->Value());
+    EXPECT_EQ(clicks[1], 1);
+    EXPECT_TRUE(elsewhere->Value()) << "another container keeps its own option";
+    opt[1]->SetValue(false);
+    EXPECT_FALSE(opt[1]->Value());
+    EXPECT_EQ(clicks[1], 1) << "turning an option off is no click";
+}
+
 TEST(ComboBoxBounds, ErrorsForIndexesOutsideTheList) {
     Form form("frmList");
     auto* list = new ComboBox(form, &form, "cboA");

@@ -2,6 +2,7 @@
 // modes, docking of aligned areas, ownership of controls; and the file dialog filters.
 #include <QApplication>
 #include <QCloseEvent>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 #include "DialogHost.h"
@@ -241,6 +242,27 @@ TEST(FileDialogFilter, PlatformFiltersBecomeQtNameFilters) {
         {"No pattern|", "No pattern (*)"},
     };
     for (const auto& r : rows) EXPECT_EQ(QtFilterFromPlatform(QString::fromUtf8(r.in)), QString::fromUtf8(r.out)) << r.in;
+}
+
+// ---- Modal forms ----
+
+TEST(ModalForm, TheQtHostReturnsOnceTheFormUnloads) {
+    Form owner("frmOwner");
+    owner.show();
+    Form dialog("frmDialog");
+    dialog.SetClientSize(3000, 2000);
+    int unloads = 0;
+    dialog.OnUnload = [&](bool&) { ++unloads; };
+    bool shownModal = false;
+    QTimer::singleShot(0, &owner, [&] {
+        shownModal = dialog.isVisible() && dialog.isModal() && dialog.isWindow();
+        dialog.Unload();
+    });
+    QtDialogHost host;
+    host.ShowModal(dialog, &owner);
+    EXPECT_TRUE(shownModal);
+    EXPECT_EQ(unloads, 1);
+    EXPECT_FALSE(dialog.isVisible());
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Controls.h"
+#include "Form.h"
 
 namespace testing_support {
 
@@ -13,6 +14,7 @@ ScriptedDialogHost::~ScriptedDialogHost() {
     EXPECT_TRUE(msgAnswers_.empty()) << msgAnswers_.size() << " scripted message box answer(s) unused";
     EXPECT_TRUE(fileAnswers_.empty()) << fileAnswers_.size() << " scripted file answer(s) unused";
     EXPECT_TRUE(colorAnswers_.empty()) << colorAnswers_.size() << " scripted colour answer(s) unused";
+    EXPECT_TRUE(modalAnswers_.empty()) << modalAnswers_.size() << " scripted modal form answer(s) unused";
 }
 
 int ScriptedDialogHost::MsgBox(const QString& prompt, int buttons, const QString& title, QWidget*) {
@@ -57,7 +59,15 @@ bool ScriptedDialogHost::ShowColor(vb::CommonDialog& dlg, QWidget*) {
     return true;
 }
 
-void ScriptedDialogHost::ShowModal(QDialog&) { ADD_FAILURE() << "unexpected modal form"; }
+void ScriptedDialogHost::ShowModal(vb::Form& form, QWidget*) {
+    if (modalAnswers_.empty()) {
+        ADD_FAILURE() << "unexpected modal form " << form.Name().toStdString();
+        return;
+    }
+    const auto user = std::move(modalAnswers_.front());
+    modalAnswers_.pop_front();
+    user(form);
+}
 
 void ScriptedDialogHost::SetBusy(bool busy) { BusyDepth += busy ? 1 : -1; }
 

@@ -3,6 +3,7 @@
 // box nobody expected. End() is recorded instead of ending the process.
 #include <QString>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -26,6 +27,8 @@ public:
     // The next file dialog returns this path; an empty optional is Cancel.
     void AnswerFile(std::optional<QString> path) { fileAnswers_.push_back(std::move(path)); }
     void AnswerColor(std::optional<uint32_t> color) { colorAnswers_.push_back(color); }
+    // The next modal form is handed to this, which plays the user (types, presses OK or Cancel).
+    void AnswerModal(std::function<void(vb::Form&)> user) { modalAnswers_.push_back(std::move(user)); }
 
     std::vector<RecordedBox> Boxes;
     int Ends = 0;
@@ -35,7 +38,7 @@ public:
     bool ShowOpen(vb::CommonDialog& dlg, QWidget* owner) override;
     bool ShowSave(vb::CommonDialog& dlg, QWidget* owner) override;
     bool ShowColor(vb::CommonDialog& dlg, QWidget* owner) override;
-    void ShowModal(QDialog& form) override;
+    void ShowModal(vb::Form& form, QWidget* owner) override;
     void SetBusy(bool busy) override;
     void End(int code) override;
 
@@ -44,6 +47,7 @@ private:
     std::deque<int> msgAnswers_;
     std::deque<std::optional<QString>> fileAnswers_;
     std::deque<std::optional<uint32_t>> colorAnswers_;
+    std::deque<std::function<void(vb::Form&)>> modalAnswers_;
 };
 
 }  // namespace testing_support

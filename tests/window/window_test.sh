@@ -45,7 +45,7 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
     fail "$program" "no window titled $title"; cat "$inst/out.txt"; kill $pid 2>/dev/null; continue
   fi
   sleep 0.5
-  import -window root "$shots/$program.png" 2>/dev/null || fail "$program" "no screenshot"
+  import -window "$wid" "$shots/$program.png" 2>/dev/null || fail "$program" "no screenshot"
   "$xclose" "$wid"
   for _ in $(seq 100); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
   if kill -0 $pid 2>/dev/null; then fail "$program" "still running after the close box"; kill $pid; fi
