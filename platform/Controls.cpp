@@ -343,7 +343,7 @@ void CommandButton::SetDisabledPicture(const Picture& picture) {
 void CommandButton::Click() { button_->click(); }
 
 void CommandButton::UserClicked() {
-    if (OnClick) OnClick();
+    RunEvent(OnClick);
 }
 
 void CommandButton::ApplyGeometry() { Control::ApplyGeometry(); }
@@ -394,7 +394,7 @@ void CheckBox::SetValue(int value) {
 void CheckBox::UserClicked() {
     value_ = button_->isChecked() ? 1 : 0;
     if (auto* look = dynamic_cast<CheckLookButton*>(button_)) look->partial = false;
-    if (OnClick) OnClick();
+    RunEvent(OnClick);
 }
 
 // ---- ComboBox ----
@@ -407,7 +407,7 @@ ComboBox::ComboBox(Form& form, ContainerBase* container, const QString& name, in
     // activated is the user's choice only, and comes also when the same item is chosen again.
     QObject::connect(combo_, &QComboBox::activated, combo_, [this](int) {
         if (settingFromCode_) return;
-        if (OnClick) OnClick();
+        RunEvent(OnClick);
     });
     AttachWidget();
 }
@@ -472,7 +472,7 @@ TextBox::TextBox(Form& form, ContainerBase* container, const QString& name, int 
     edit_->setValidator(new TextLengthLimit(*this, edit_));
     QObject::connect(edit_, &QLineEdit::textChanged, edit_, [this](const QString& text) {
         lastLength_ = static_cast<int>(text.size());
-        if (OnChange) OnChange();
+        RunEvent(OnChange);
     });
     AttachWidget();
 }
@@ -505,7 +505,7 @@ OptionButton::OptionButton(Form& form, ContainerBase* container, const QString& 
     : Control(form, container, name, index), radio_(new QRadioButton(ParentFor(form, container))) {
     radio_->setAutoExclusive(true);
     QObject::connect(radio_, &QRadioButton::clicked, radio_, [this] {
-        if (OnClick) OnClick();
+        RunEvent(OnClick);
     });
     AttachWidget();
 }
@@ -534,7 +534,7 @@ Label::Label(Form& form, ContainerBase* container, const QString& name, int inde
     : Control(form, container, name, index) {
     auto* label = new ClickLabel(ParentFor(form, container));
     label->clicked = [this] {
-        if (OnClick) OnClick();
+        RunEvent(OnClick);
     };
     label_ = label;
     label_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
@@ -546,7 +546,27 @@ QWidget* Label::Widget() const { return label_; }
 
 QString Label::Caption() const { return label_->text(); }
 
-void Label::SetCaption(const QString& caption) { label_->setText(caption); }
+void Label::SetCaption(const QString& caption) {
+    label_->setText(caption);
+    ApplyGeometry();
+}
+
+// A borderless caption longer than its box runs on to the right, as far as its container
+// allows, rather than being cut: a translated caption is often longer than the design's.
+// Width keeps its design value.
+void Label::ApplyGeometry() {
+    Control::ApplyGeometry();
+    if (!container_ || label_->frameShape() != QFrame::NoFrame) return;
+    const int needed = label_->sizeHint().width();
+    const int room = container_->ClientWidget()->width() - label_->x();
+    if (needed > label_->width() && room > label_->width())
+        label_->resize(std::min(needed, room), label_->height());
+}
+
+void Label::ApplyFont() {
+    Control::ApplyFont();
+    ApplyGeometry();
+}
 
 void Label::SetAlignment(int alignment) {
     static const Qt::Alignment horizontal[] = {Qt::AlignLeft, Qt::AlignRight, Qt::AlignHCenter};
@@ -762,7 +782,7 @@ Image::Image(Form& form, ContainerBase* container, const QString& name, int inde
 Timer::Timer(Form& form, ContainerBase* container, const QString& name, int index)
     : Control(form, container, name, index), timer_(new QTimer) {
     QObject::connect(timer_, &QTimer::timeout, timer_, [this] {
-        if (OnTimer) OnTimer();
+        RunEvent(OnTimer);
     });
 }
 

@@ -257,6 +257,10 @@ public:
     void SetAlignment(int alignment);
     // 0 none, 1 fixed single.
     void SetBorderStyle(int style);
+    void ApplyGeometry() override;
+
+protected:
+    void ApplyFont() override;
 
 private:
     QLabel* label_;

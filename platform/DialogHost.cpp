@@ -15,9 +15,19 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "App.h"
 #include "Controls.h"
+#include "Errors.h"
 
 namespace vb {
+
+void RunEvent(const std::function<void()>& handler) {
+    if (!handler) return;
+    const int err = Trap(handler);
+    if (err == 0) return;
+    Host().MsgBox(QStringLiteral("Run-time error '%1'").arg(err), vbOKOnly | vbCritical, App::Title(), nullptr);
+    Host().End(1);
+}
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 // Everything modal goes through one host, so tests can script the answers.
 #include <QString>
+#include <functional>
 
 class QWidget;
 
@@ -51,6 +52,11 @@ public:
     // return right after calling it.
     virtual void End(int code) = 0;
 };
+
+// Runs an event handler for the event loop. A run-time error no routine trapped ends the
+// program as the platform always did: a critical box with the error number, then the end.
+// Errors never travel through Qt's event dispatch.
+void RunEvent(const std::function<void()>& handler);
 
 // The host in use; the program installs the Qt host, tests a scripted one.
 DialogHost& Host();

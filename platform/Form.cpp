@@ -5,6 +5,7 @@
 #include <QShowEvent>
 #include <algorithm>
 
+#include "DialogHost.h"
 #include "PictureBox.h"
 
 namespace vb {
@@ -144,7 +145,7 @@ void Form::FireResize(bool force) {
     // Recorded first: a handler that sets Width or Height fires Resize again, inside it.
     lastReported_ = now;
     if (!OnResize) return;
-    OnResize();
+    RunEvent(OnResize);
     // The handler sizes the aligned areas (a right-hand area's Width); they dock again.
     LayoutAligned();
 }
@@ -224,7 +225,9 @@ void Form::closeEvent(QCloseEvent* event) {
         event->accept();
         return;
     }
-    if (RunUnload(vbFormControlMenu)) event->accept();
+    bool unloaded = false;
+    RunEvent([&] { unloaded = RunUnload(vbFormControlMenu); });
+    if (unloaded) event->accept();
     else event->ignore();
 }
 

@@ -7,7 +7,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStringDecoder>
 #include <QVector>
 
@@ -269,13 +268,7 @@ bool WritePrivateProfileString(const QString& section, const QString& key, const
     }
     if (info.exists() && result == bytes) return true;
 
-    QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly)) return false;
-    if (out.write(result) != result.size()) {
-        out.cancelWriting();
-        return false;
-    }
-    return out.commit();
+    return WriteFileAtomic(file, result);
 }
 
 }  // namespace vb

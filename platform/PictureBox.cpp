@@ -1,5 +1,7 @@
 #include "PictureBox.h"
 
+#include "DialogHost.h"
+
 #include <QEvent>
 #include <QFontMetricsF>
 #include <QFrame>
@@ -118,8 +120,10 @@ private:
     void Fire(const std::function<void(int, int, float, float)>& handler, int button,
               QMouseEvent* event) {
         const QPointF pos = event->position();
-        handler(button, ShiftCode(event->modifiers()), static_cast<float>(box_->FromPixelX(pos.x())),
-                static_cast<float>(box_->FromPixelY(pos.y())));
+        const int shift = ShiftCode(event->modifiers());
+        const auto x = static_cast<float>(box_->FromPixelX(pos.x()));
+        const auto y = static_cast<float>(box_->FromPixelY(pos.y()));
+        RunEvent([&] { handler(button, shift, x, y); });
     }
     PictureBox* box_;
 };

@@ -86,6 +86,10 @@ bool WriteTextFileAtomic(const QString& path, const QStringList& lines) {
         data += line.toUtf8();
         data += "\r\n";
     }
+    return WriteFileAtomic(path, data);
+}
+
+bool WriteFileAtomic(const QString& path, const QByteArray& data) {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) return false;
     if (file.write(data) != data.size()) {

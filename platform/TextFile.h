@@ -16,6 +16,10 @@ QStringList ReadTextLines(const QString& path);
 // Returns false and leaves the target untouched when any step fails.
 bool WriteTextFileAtomic(const QString& path, const QStringList& lines);
 
+// Writes bytes through a temporary file in the same folder renamed over the target, so a
+// crash or a full disk never leaves it half-written. False, target untouched, on failure.
+bool WriteFileAtomic(const QString& path, const QByteArray& data);
+
 // Appends one UTF-8 line with CR LF and flushes; false when it could not.
 bool AppendTextLine(const QString& path, const QString& line);
 
