@@ -1,4 +1,4 @@
-// The picture box: scale mapping, pixels drawn into the canvas, the bounded canvas,
+// The picture box: scale mapping, pixels drawn into the canvas, Cls, the bounded canvas,
 // the overlay of Line children and mouse coordinates in the scale.
 #include <gtest/gtest.h>
 
@@ -18,15 +18,6 @@ constexpr uint32_t kRed = 0x0000FF, kGreen = 0x00FF00, kBlue = 0xFF0000, kWhite 
 
 // A canvas pixel as 0x00BBGGRR, to compare with the colours drawn.
 uint32_t At(const QImage& image, int x, int y) { return vb::FromQColor(QColor(image.pixel(x, y))); }
-
-QImage Checker2x2() {  // red green / blue white
-    QImage img(2, 2, QImage::Format_RGB32);
-    img.setPixel(0, 0, qRgb(255, 0, 0));
-    img.setPixel(1, 0, qRgb(0, 255, 0));
-    img.setPixel(0, 1, qRgb(0, 0, 255));
-    img.setPixel(1, 1, qRgb(255, 255, 255));
-    return img;
-}
 
 class PictureBoxTest : public ::testing::Test {
 protected:
@@ -58,24 +49,18 @@ TEST_F(PictureBoxTest, ScaleMapsToClientPixels) {
     const std::vector<Row> rows = {
         {"twips", false, false, [](PictureBox&) {}, 1, 0, 3000, 150, 10, 1500, 100},
         {"twips, border inside Width", false, true, [](PictureBox&) {}, 1, 0, 196 * 15, 15, 1, 30, 2},
-        {"pixels", true, false, [](PictureBox&) {}, 3, 0, 200, 37, 37, 99, 99},
-        {"user, origin at the centre", true, false, [](PictureBox& b) {
-             b.SetScaleWidth(200); b.SetScaleHeight(100); b.SetScaleLeft(-100); b.SetScaleTop(-50);
-         }, 0, -100, 200, 0, 100, 0, 50},
-        {"user, 2 units a pixel across, 0.5 down", true, false, [](PictureBox& b) {
-             b.SetScaleWidth(400); b.SetScaleHeight(50);
-         }, 0, 0, 400, 100, 50, 50, 100},
-        {"user keeps units per pixel when the box shrinks", true, false, [](PictureBox& b) {
-             b.SetScaleWidth(400); b.SetWidth(100 * 15);
-         }, 0, 0, 200, 100, 50, 10, 10},
+        {"user, origin at the centre", true, false, [](PictureBox& b) { b.SetScaleLeft(-100); b.SetScaleTop(-50); },
+         0, -100, 200, 0, 100, 0, 50},
+        {"user, 2 units a pixel across, 0.5 down", true, false,
+         [](PictureBox& b) { b.SetScaleWidth(400); b.SetScaleHeight(50); }, 0, 0, 400, 100, 50, 50, 100},
+        {"user keeps units per pixel when the box shrinks", true, false,
+         [](PictureBox& b) { b.SetScaleWidth(400); b.SetWidth(100 * 15); }, 0, 0, 200, 100, 50, 10, 10},
         {"zoom change: origin at 0, box halved, then centred", true, false, [](PictureBox& b) {
              b.SetScaleLeft(0); b.SetScaleTop(0); b.Move(0, 0, 100 * 15, 50 * 15);
              b.SetScaleLeft(-b.ScaleWidth() / 2); b.SetScaleTop(-b.ScaleHeight() / 2);
          }, 0, -50, 100, 0, 50, 0, 25},
-        {"ScaleMode 3 resets a user scale", true, false, [](PictureBox& b) {
-             b.SetScaleLeft(-77); b.SetScaleWidth(9); b.SetScaleMode(3);
-         }, 3, 0, 200, 5, 5, 7, 7},
-        {"ScaleMode 1", true, false, [](PictureBox& b) { b.SetScaleMode(1); }, 1, 0, 3000, 15, 1, 45, 3},
+        {"ScaleMode 3 resets a user scale", true, false, [](PictureBox& b) { b.SetScaleLeft(-77); b.SetScaleMode(3); },
+         3, 0, 200, 5, 5, 7, 7},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -119,15 +104,14 @@ TEST_F(PictureBoxTest, DrawingLandsOnTheRightPixels) {
          [](PictureBox& b) { b.LineBox(10, 10, 12, 12, kGreen, false); }, kGreen,
          {{10, 10}, {11, 10}, {12, 10}, {10, 11}, {12, 11}, {10, 12}, {12, 12}}, {{11, 11}, {9, 11}, {13, 11}}},
         {"box given corner to corner backwards", [](PictureBox& b) { b.LineBox(15, 12, 5, 5, kBlue, false); },
-         kBlue, {{5, 5}, {15, 12}, {10, 5}, {5, 8}, {15, 8}, {10, 12}}, {{10, 8}, {16, 8}, {4, 8}, {10, 13}}},
+         kBlue, {{5, 5}, {15, 12}, {5, 8}, {10, 12}}, {{10, 8}, {16, 8}, {10, 13}}},
         {"filled box", [](PictureBox& b) { b.LineBox(5, 5, 15, 12, kBlue, true); }, kBlue,
          {{5, 5}, {10, 8}, {15, 12}}, {{16, 8}, {10, 13}}},
         {"circle", [](PictureBox& b) { b.Circle(20, 15, 8, kRed); }, kRed,
          {{28, 15}, {12, 15}, {20, 7}, {20, 23}}, {{20, 15}, {24, 15}, {30, 15}}},
-        {"centred user scale", [](PictureBox& b) { b.SetScaleLeft(-20); b.SetScaleTop(-15); b.Line(-2, 0, 2, 0, kRed); },
-         kRed, {{18, 15}, {22, 15}}, {{17, 15}, {23, 15}, {20, 14}}},
-        {"twips", [](PictureBox& b) { b.SetScaleMode(1); b.LineBox(150, 150, 180, 180, kGreen, true); }, kGreen,
-         {{10, 10}, {12, 12}}, {{9, 10}, {13, 12}}},
+        {"centred user scale",
+         [](PictureBox& b) { b.SetScaleLeft(-20); b.SetScaleTop(-15); b.Line(-2, 0, 2, 0, kRed); }, kRed,
+         {{18, 15}, {22, 15}}, {{17, 15}, {23, 15}, {20, 14}}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -141,78 +125,33 @@ TEST_F(PictureBoxTest, DrawingLandsOnTheRightPixels) {
 }
 
 TEST_F(PictureBoxTest, PaintPictureStretchesWholeOrPartOfTheSource) {
+    QImage checker(2, 2, QImage::Format_RGB32);  // red green / blue white
+    checker.setPixel(0, 0, qRgb(255, 0, 0));
+    checker.setPixel(1, 0, qRgb(0, 255, 0));
+    checker.setPixel(0, 1, qRgb(0, 0, 255));
+    checker.setPixel(1, 1, qRgb(255, 255, 255));
     PictureBox* box = Box(0, 0, 12, 12);
     box->SetBackColor(kBlack);
     box->Cls();
-    box->PaintPicture(Checker2x2(), 2, 2, 4, 4);
-    box->PaintPicture(Checker2x2(), 8, 0, 4, 4, 1, 0, 1, 1);  // the green pixel only
+    box->PaintPicture(checker, 2, 2, 4, 4);
+    box->PaintPicture(checker, 8, 0, 4, 4, 1, 0, 1, 1);  // the green pixel only
     const QImage img = box->GetImage();
     const struct { int x, y; uint32_t color; } expect[] = {
-        {2, 2, kRed}, {3, 3, kRed}, {4, 2, kGreen}, {5, 3, kGreen}, {2, 4, kBlue}, {3, 5, kBlue},
-        {4, 4, kWhite}, {5, 5, kWhite}, {1, 1, kBlack}, {6, 6, kBlack}, {6, 2, kBlack},
+        {2, 2, kRed}, {5, 3, kGreen}, {3, 5, kBlue}, {4, 4, kWhite}, {5, 5, kWhite}, {1, 1, kBlack}, {6, 6, kBlack},
         {8, 0, kGreen}, {11, 3, kGreen}, {7, 0, kBlack}, {8, 4, kBlack}};
     for (const auto& e : expect) EXPECT_EQ(At(img, e.x, e.y), e.color) << e.x << "," << e.y;
 }
 
-TEST_F(PictureBoxTest, PrintWritesInsideItsTextCellAndGoesToTheNextLine) {
-    PictureBox* box = WhiteBox(200, 60);
-    box->SetForeColor(kBlack);
-    box->SetFontSize(12);
-    box->SetScaleLeft(-5);
-    box->CurrentX = 5;
-    box->CurrentY = 5;
-    const double w = box->TextWidth("MMMM"), h = box->TextHeight("MMMM");
-    box->Print("MMMM");
-    EXPECT_DOUBLE_EQ(box->CurrentX, -5);
-    EXPECT_DOUBLE_EQ(box->CurrentY, 5 + h);
-    EXPECT_DOUBLE_EQ(box->TextHeight("A\nB"), 2 * h);
-
-    const QImage img = box->GetImage();
-    const QRect cell = QRect(10, 5, int(std::ceil(w)), int(std::ceil(h))).adjusted(-1, -1, 1, 1);
-    int inside = 0, outside = 0;
-    for (int y = 0; y < img.height(); ++y)
-        for (int x = 0; x < img.width(); ++x)
-            if (At(img, x, y) != kWhite) (cell.contains(x, y) ? inside : outside)++;
-    EXPECT_GT(inside, 20);
-    EXPECT_EQ(outside, 0);
-}
-
 TEST_F(PictureBoxTest, ClsShowsBackColorAndPicture) {
     PictureBox* box = WhiteBox(20, 20);
-    box->SetScaleLeft(-10);
-    box->Line(-10, 8, 9, 8, kGreen);
     QImage pic(5, 5, QImage::Format_RGB32);
     pic.fill(qRgb(255, 0, 0));
     box->SetPicture(pic);
-    EXPECT_EQ(At(box->GetImage(), 10, 8), kWhite) << "a new picture replaces the drawing";
     box->SetBackColor(kBlue);
-    box->Line(-10, 8, 9, 8, kGreen);
+    box->Line(0, 8, 19, 8, kGreen);
     box->Cls();
-    const QImage img = box->GetImage();
-    EXPECT_EQ(At(img, 0, 0), kRed);
-    EXPECT_EQ(At(img, 4, 4), kRed);
-    EXPECT_EQ(At(img, 5, 5), kBlue);
-    EXPECT_EQ(At(img, 10, 8), kBlue);
-    EXPECT_DOUBLE_EQ(box->CurrentX, -10);
-}
-
-TEST_F(PictureBoxTest, AutoSizeFitsTheClientToThePicture) {
-    const struct { const char* what; bool border, autoSize; QSize client; double width; } rows[] = {
-        {"no border", false, true, {30, 20}, 30 * 15},
-        {"border of two pixels each side", true, true, {30, 20}, 34 * 15},
-        {"AutoSize off keeps the size", false, false, {50, 40}, 50 * 15}};
-    QImage pic(30, 20, QImage::Format_RGB32);
-    pic.fill(qRgb(255, 0, 0));
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        PictureBox* box = Box(0, 0, 50, 40, true, row.border);
-        box->SetAutoSize(row.autoSize);
-        box->SetPicture(pic);
-        EXPECT_DOUBLE_EQ(box->Width(), row.width);
-        EXPECT_EQ(QSize(box->ClientPixelWidth(), box->ClientPixelHeight()), row.client);
-        EXPECT_EQ(box->GetImage().size(), row.client);
-        EXPECT_EQ(At(box->GetImage(), 29, 19), kRed);
-    }
+    EXPECT_EQ(At(box->GetImage(), 4, 4), kRed);
+    EXPECT_EQ(At(box->GetImage(), 10, 8), kBlue);
 }
 
 TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
@@ -228,13 +167,10 @@ TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
 
     still->Line(0, 0, 9, 0, kRed);
     still->Line(-3990, -2990, -3900, -2990, kRed);  // outside: clipped
-    still->Circle(-3500, 0, 100, kRed);
     still->Line(-4000, 100, 3999, 100, kBlue);  // crosses the visible part
     QImage img = still->GetImage();
     ASSERT_EQ(img.size(), QSize(1900, 1000));
     EXPECT_EQ(At(img, 950, 500), kRed);
-    EXPECT_EQ(At(img, 959, 500), kRed);
-    EXPECT_EQ(At(img, 960, 500), kWhite);
     EXPECT_EQ(At(img, 0, 600), kBlue);
     EXPECT_EQ(At(img, 1899, 600), kBlue);
     int red = 0;
@@ -243,10 +179,8 @@ TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
     EXPECT_EQ(red, 10) << "only the visible line";
 
     still->SetLeft(still->Left() + 100 * 15);  // moved: what overlaps stays
-    img = still->GetImage();
     EXPECT_EQ(still->CanvasRect(), QRect(2950, 2500, 1900, 1000));
-    EXPECT_EQ(At(img, 1050, 500), kRed);
-    EXPECT_EQ(At(img, 950, 500), kWhite);
+    EXPECT_EQ(At(still->GetImage(), 1050, 500), kRed);
 
     still->Move(5000 * 15, 0, 100 * 15, 100 * 15);  // wholly outside: nothing to draw on
     still->Line(-100, -100, 100, 100, kRed);
@@ -255,15 +189,8 @@ TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
 
 TEST_F(PictureBoxTest, AnUnboundedCanvasTooLargeIsErrorSeven) {
     PictureBox* box = Box(0, 0, 40000, 40000);
-    for (const auto& call : std::vector<std::function<void()>>{
-             [&] { box->Cls(); }, [&] { box->Line(0, 0, 5, 5, kRed); }, [&] { (void)box->GetImage(); }}) {
-        try {
-            call();
-            ADD_FAILURE() << "no error";
-        } catch (const vb::RuntimeError& e) {
-            EXPECT_EQ(e.Number, vb::ErrOutOfMemory);
-        }
-    }
+    EXPECT_EQ(vb::Trap([&] { box->Cls(); }), vb::ErrOutOfMemory);
+    EXPECT_EQ(vb::Trap([&] { box->Line(0, 0, 5, 5, kRed); }), vb::ErrOutOfMemory);
     box->Move(0, 0, 10 * 15, 10 * 15);
     box->Line(0, 0, 5, 5, kRed);
     EXPECT_EQ(At(box->GetImage(), 3, 3), kRed);
@@ -280,9 +207,7 @@ TEST_F(PictureBoxTest, LineChildrenShowAboveTheCanvasButAreNotInIt) {
     EXPECT_EQ(At(shown, 25, 5), kBlue);
     EXPECT_EQ(At(box->GetImage(), 25, 25), kWhite);
     line->SetPoints(10, 30, 40, 30);
-    shown = box->ClientWidget()->grab().toImage();
-    EXPECT_EQ(At(shown, 25, 25), kWhite);
-    EXPECT_EQ(At(shown, 25, 30), kRed);
+    EXPECT_EQ(At(box->ClientWidget()->grab().toImage(), 25, 25), kWhite) << "a moved line leaves nothing behind";
 }
 
 TEST_F(PictureBoxTest, MouseEventsComeInTheScale) {
@@ -290,38 +215,33 @@ TEST_F(PictureBoxTest, MouseEventsComeInTheScale) {
     box->SetScaleLeft(-100);
     box->SetScaleTop(-50);
     QString got;
-    int button = -1, shift = -1;
-    float gx = 0, gy = 0;
     auto record = [&](const char* kind) {
-        return [&, kind](int b, int s, float x, float y) { got = kind; button = b; shift = s; gx = x; gy = y; };
+        return [&got, kind](int b, int s, float x, float y) {
+            got = QString("%1 %2 %3 %4 %5").arg(kind).arg(b).arg(s).arg(x).arg(y);
+        };
     };
     box->OnMouseDown = record("down");
     box->OnMouseMove = record("move");
     box->OnMouseUp = record("up");
     const struct {
-        QEvent::Type type; const char* kind; QPoint pos; Qt::MouseButton button; Qt::MouseButtons held;
-        Qt::KeyboardModifiers mods; int expectButton, expectShift; float x, y;
+        QEvent::Type type;
+        QPoint pos;
+        Qt::MouseButton button;
+        Qt::MouseButtons held;
+        Qt::KeyboardModifiers mods;
+        const char* expected;  // event, button, shift, x, y
     } rows[] = {
-        {QEvent::MouseButtonPress, "down", {150, 75}, Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier, 1, 1, 50, 25},
-        {QEvent::MouseButtonPress, "down", {0, 0}, Qt::RightButton, Qt::RightButton, Qt::ControlModifier, 2, 2, -100, -50},
-        {QEvent::MouseButtonRelease, "up", {100, 50}, Qt::MiddleButton, Qt::NoButton, Qt::AltModifier, 4, 4, 0, 0},
-        {QEvent::MouseMove, "move", {100, 50}, Qt::NoButton, Qt::NoButton, Qt::NoModifier, 0, 0, 0, 0},
-        {QEvent::MouseMove, "move", {199, 99}, Qt::NoButton, Qt::LeftButton | Qt::RightButton,
-         Qt::ShiftModifier | Qt::ControlModifier, 3, 3, 99, 49},
-        {QEvent::MouseButtonRelease, "up", {10, 20}, Qt::LeftButton, Qt::RightButton, Qt::NoModifier, 1, 0, -90, -30},
+        {QEvent::MouseButtonPress, {150, 75}, Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier, "down 1 1 50 25"},
+        {QEvent::MouseButtonRelease, {0, 0}, Qt::MiddleButton, Qt::NoButton, Qt::AltModifier, "up 4 4 -100 -50"},
+        {QEvent::MouseMove, {199, 99}, Qt::NoButton, Qt::LeftButton | Qt::RightButton,
+         Qt::ShiftModifier | Qt::ControlModifier, "move 3 3 99 49"},
     };
     QWidget* client = box->ClientWidget();
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.kind);
-        got.clear();
-        QMouseEvent ev(row.type, QPointF(row.pos), client->mapToGlobal(QPointF(row.pos)), row.button,
-                       row.held, row.mods);
+        QMouseEvent ev(row.type, QPointF(row.pos), client->mapToGlobal(QPointF(row.pos)), row.button, row.held,
+                       row.mods);
         QCoreApplication::sendEvent(client, &ev);
-        EXPECT_EQ(got, row.kind);
-        EXPECT_EQ(button, row.expectButton);
-        EXPECT_EQ(shift, row.expectShift);
-        EXPECT_FLOAT_EQ(gx, row.x);
-        EXPECT_FLOAT_EQ(gy, row.y);
+        EXPECT_EQ(got, row.expected);
     }
 }
 
@@ -331,8 +251,6 @@ TEST_F(PictureBoxTest, ADisabledBoxLetsThePointerThrough) {
     EXPECT_EQ(form.childAt(25, 25), over->ClientWidget());
     over->SetEnabled(false);
     EXPECT_EQ(form.childAt(25, 25), under->ClientWidget());
-    over->SetEnabled(true);
-    EXPECT_EQ(form.childAt(25, 25), over->ClientWidget());
 }
 
 }  // namespace
