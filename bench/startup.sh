@@ -18,14 +18,19 @@ cp "$build"/bin/tavix* "$build"/bin/bench_bare_window "$work"/
 
 # ms from launch until a visible window with the title exists.
 time_window() {
-  local exe=$1 title=$2 start end pid wid
+  local exe=$1 title=$2 tries=${3:-3} start end pid wid
   start=$(date +%s%N)
-  "$work/$exe" >/dev/null 2>&1 &
+  "$work/$exe" >/dev/null 2>&1 </dev/null &
   pid=$!
   wid=""
   while [ -z "$wid" ]; do
     wid=$(xdotool search --onlyvisible --name "^${title}\$" 2>/dev/null | head -1)
-    if ! kill -0 $pid 2>/dev/null; then echo "-1"; return; fi
+    if ! kill -0 $pid 2>/dev/null; then
+      wait $pid 2>/dev/null
+      # The display refused the connection now and then: try again, a few times.
+      if [ "$tries" -gt 1 ]; then time_window "$exe" "$title" $((tries - 1)); else echo "-1"; fi
+      return
+    fi
     [ -z "$wid" ] && sleep 0.005
   done
   end=$(date +%s%N)

@@ -611,16 +611,20 @@ void Label::ApplyFont() {
 void Label::SetAlignment(int alignment) {
     static const Qt::Alignment horizontal[] = {Qt::AlignLeft, Qt::AlignRight, Qt::AlignHCenter};
     if (alignment < 0 || alignment > 2) Raise(ErrInvalidPropertyValue);
-    label_->setAlignment(horizontal[alignment] | Qt::AlignTop);
+    label_->setAlignment(horizontal[alignment] | (label_->alignment() & Qt::AlignVertical_Mask));
 }
 
 void Label::SetBorderStyle(int style) {
     if (style < 0 || style > 1) Raise(ErrInvalidPropertyValue);
+    // A boxed number sits in the middle of its box, whatever the font's line height.
+    const Qt::Alignment horizontal = label_->alignment() & Qt::AlignHorizontal_Mask;
     if (style == 1) {
         label_->setFrameStyle(QFrame::Panel | QFrame::Sunken);
         label_->setLineWidth(1);
+        label_->setAlignment(horizontal | Qt::AlignVCenter);
     } else {
         label_->setFrameStyle(QFrame::NoFrame);
+        label_->setAlignment(horizontal | Qt::AlignTop);
     }
 }
 

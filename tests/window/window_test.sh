@@ -32,14 +32,22 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
   cp "$src"/deploy/ja/* "$inst"/
   cp "$bin/$program" "$inst"/
   ini_before=$(md5sum < "$inst/Tavix.Ini")
-  "$inst/$program" >"$inst/out.txt" 2>&1 &
-  pid=$!
   title=${titles[$program]}
-  wid=""
-  for _ in $(seq 100); do
-    wid=$(xdotool search --onlyvisible --name "^${title}\$" 2>/dev/null | head -1)
+  # Xvfb now and then refuses a connection under load; that try does not count.
+  for attempt in 1 2 3; do
+    "$inst/$program" >"$inst/out.txt" 2>&1 &
+    pid=$!
+    wid=""
+    for _ in $(seq 100); do
+      wid=$(xdotool search --onlyvisible --name "^${title}\$" 2>/dev/null | head -1)
+      [ -n "$wid" ] && break
+      kill -0 $pid 2>/dev/null || break
+      sleep 0.1
+    done
     [ -n "$wid" ] && break
-    sleep 0.1
+    grep -q "could not connect to display" "$inst/out.txt" || break
+    wait $pid 2>/dev/null
+    : >"$inst/Error.Log"
   done
   if [ -z "$wid" ]; then
     fail "$program" "no window titled $title"; cat "$inst/out.txt"; kill $pid 2>/dev/null; continue
