@@ -13,6 +13,8 @@ xvfb_pid=$!
 for _ in $(seq 50); do [ -s "$work/displayfd" ] && break; sleep 0.1; done
 export DISPLAY=":$(head -1 "$work/displayfd")"
 unset QT_QPA_PLATFORM
+# xdotool matches the Japanese titles only in a UTF-8 locale.
+export LC_ALL=C.UTF-8
 cp "$src"/deploy/ja/* "$work"/
 cp "$build"/bin/tavix* "$build"/bin/bench_bare_window "$work"/
 

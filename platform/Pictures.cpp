@@ -12,6 +12,7 @@
 #include <QtEndian>
 
 #include <new>
+#include <sys/vfs.h>
 
 namespace vb {
 
@@ -193,6 +194,28 @@ int ClassifyDrive(const QByteArray& type, bool blockDevice, bool removableDevice
     return DriveUnknown;
 }
 
+namespace {
+
+// The file system of a folder straight from the kernel, for when the mount table does not
+// describe it (a chroot or a container with a partial /proc).
+QByteArray FileSystemTypeOf(const QString& folder, double& free) {
+    struct statfs fs {};
+    if (statfs(QFile::encodeName(folder).constData(), &fs) != 0) Raise(ErrPathNotFound);
+    free = static_cast<double>(fs.f_bavail) * static_cast<double>(fs.f_bsize);
+    static const std::pair<unsigned long, const char*> magic[] = {
+        {0xEF53, "ext4"},        {0x58465342, "xfs"},  {0x9123683E, "btrfs"},
+        {0x794C7630, "overlay"}, {0x4D44, "vfat"},     {0x01021994, "tmpfs"},
+        {0x858458F6, "ramfs"},   {0x6969, "nfs"},      {0xFF534D42, "cifs"},
+        {0xFE534D42, "smb3"},    {0x9660, "iso9660"},  {0x15013346, "udf"},
+        {0x01021997, "9p"},      {0x73717368, "squashfs"},
+    };
+    for (const auto& [number, name] : magic)
+        if (static_cast<unsigned long>(fs.f_type) == number) return name;
+    return {};
+}
+
+}  // namespace
+
 DriveInfo GetDrive(const QString& path) {
     if (path.isEmpty() || IsNetworkPath(path)) Raise(ErrPathNotFound);
     QString at = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
@@ -202,7 +225,12 @@ DriveInfo GetDrive(const QString& path) {
         at = up;
     }
     const QStorageInfo storage(at);
-    if (!storage.isValid()) Raise(ErrPathNotFound);
+    if (!storage.isValid()) {
+        DriveInfo drive;
+        const QByteArray type = FileSystemTypeOf(at, drive.FreeSpace);
+        drive.DriveType = ClassifyDrive(type, false, false);
+        return drive;
+    }
     const QString device = QString::fromLocal8Bit(storage.device());
     const bool block = device.startsWith(QStringLiteral("/dev/")) && IsBlockDevice(device);
     DriveInfo drive;

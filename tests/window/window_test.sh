@@ -16,6 +16,8 @@ if [ -z "${DISPLAY:-}" ] || [ "${QT_QPA_PLATFORM:-}" = offscreen ]; then
   export DISPLAY=":$(head -1 "$work/displayfd")"
 fi
 unset QT_QPA_PLATFORM
+# xdotool matches the Japanese titles only in a UTF-8 locale.
+export LC_ALL=C.UTF-8
 
 declare -A titles=(
   [tavix-camera-measure]="デジカメ画像表示／計測プログラム"
