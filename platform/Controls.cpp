@@ -4,49 +4,32 @@
 #include <QComboBox>
 #include <QFontMetrics>
 #include <QGroupBox>
-#include <QHeaderView>
 #include <QLabel>
-#include <QRadioButton>
 #include <QLineEdit>
+#include <QRadioButton>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QStyleOptionButton>
 #include <QStylePainter>
-#include <QTableWidget>
 #include <QTimer>
 #include <QToolButton>
 #include <QValidator>
 #include <algorithm>
 #include <cmath>
 
+#include "ControlSupport.h"
 #include "DialogHost.h"
 #include "Form.h"
 
 namespace vb {
 
+using namespace detail;
+
 namespace {
 
-constexpr int ErrInvalidPropertyValue = 380;
-constexpr int ErrInvalidArrayIndex = 381;
 constexpr int IconPixels = 32;
-constexpr double DefaultColWidthTwips = 960;
-constexpr int AlignGeneral = 9;
-
-QWidget* ParentFor(Form& form, ContainerBase* container) {
-    if (container && container->ClientWidget()) return container->ClientWidget();
-    return &form;
-}
-
-// Left/top and right/bottom edges are rounded on their own, so controls that touch in
-// twips also touch in pixels.
-QRect MapToPixels(const ContainerBase& c, double left, double top, double width, double height) {
-    const double x0 = c.ToPixelX(left), y0 = c.ToPixelY(top);
-    const int l = qRound(x0), t = qRound(y0);
-    const int r = qRound(x0 + c.ToPixelW(width)), b = qRound(y0 + c.ToPixelH(height));
-    return QRect(l, t, std::max(0, r - l), std::max(0, b - t));
-}
 
 QFont InitialFont(Form& form, ContainerBase* container) {
     if (auto* holder = dynamic_cast<Control*>(container)) return holder->Font();
@@ -95,17 +78,6 @@ QStringList FamiliesFor(const QString& name) {
     else families << QStringLiteral("IPAGothic") << QStringLiteral("IPAPGothic");
     families << QStringLiteral("Noto Sans CJK JP") << QStringLiteral("sans-serif");
     return families;
-}
-
-Qt::Alignment GridAlignment(int code, const QString& text) {
-    if (code == AlignGeneral) {
-        bool number = false;
-        text.trimmed().toDouble(&number);
-        return Qt::AlignVCenter | (number ? Qt::AlignRight : Qt::AlignLeft);
-    }
-    static const Qt::Alignment horizontal[] = {Qt::AlignLeft, Qt::AlignHCenter, Qt::AlignRight};
-    static const Qt::Alignment vertical[] = {Qt::AlignTop, Qt::AlignVCenter, Qt::AlignBottom};
-    return horizontal[code / 3] | vertical[code % 3];
 }
 
 // The non-graphical check box: a tool button that draws itself as a check box, so it
@@ -653,169 +625,6 @@ void Frame::SetCaption(const QString& caption) {
     else frame_->setWindowTitle(caption);
 }
 
-// ---- LineControl ----
-
-namespace {
-void RepaintIn(ContainerBase* container) {
-    if (container) container->RepaintOverlay();
-}
-}  // namespace
-
-LineControl::LineControl(Form& form, ContainerBase* container, const QString& name, int index)
-    : Control(form, container, name, index) {}
-
-LineControl::~LineControl() {
-    visible_ = false;
-    RepaintIn(container_);
-}
-
-void LineControl::SetVisible(bool visible) {
-    visible_ = visible;
-    RepaintIn(container_);
-}
-
-void LineControl::SetX1(double v) {
-    x1_ = v;
-    RepaintIn(container_);
-}
-
-void LineControl::SetY1(double v) {
-    y1_ = v;
-    RepaintIn(container_);
-}
-
-void LineControl::SetX2(double v) {
-    x2_ = v;
-    RepaintIn(container_);
-}
-
-void LineControl::SetY2(double v) {
-    y2_ = v;
-    RepaintIn(container_);
-}
-
-void LineControl::SetPoints(double x1, double y1, double x2, double y2) {
-    x1_ = x1;
-    y1_ = y1;
-    x2_ = x2;
-    y2_ = y2;
-    RepaintIn(container_);
-}
-
-void LineControl::SetBorderColor(uint32_t color) {
-    borderColor_ = color;
-    RepaintIn(container_);
-}
-
-void LineControl::SetBorderWidth(int pixels) {
-    if (pixels < 1) Raise(ErrInvalidPropertyValue);
-    borderWidth_ = pixels;
-    RepaintIn(container_);
-}
-
-void LineControl::Paint(QPainter& painter) const {
-    if (!visible_ || !container_) return;
-    const QPoint a(qRound(container_->ToPixelX(x1_)), qRound(container_->ToPixelY(y1_)));
-    const QPoint b(qRound(container_->ToPixelX(x2_)), qRound(container_->ToPixelY(y2_)));
-    painter.save();
-    painter.setRenderHint(QPainter::Antialiasing, false);
-    painter.setPen(QPen(ToQColor(borderColor_), borderWidth_, Qt::SolidLine, Qt::FlatCap));
-    painter.drawLine(a, b);
-    painter.restore();
-}
-
-// ---- Shape ----
-
-Shape::Shape(Form& form, ContainerBase* container, const QString& name, int index)
-    : Control(form, container, name, index) {}
-
-Shape::~Shape() {
-    visible_ = false;
-    RepaintIn(container_);
-}
-
-void Shape::SetVisible(bool visible) {
-    visible_ = visible;
-    RepaintIn(container_);
-}
-
-void Shape::SetLeft(double v) {
-    left_ = v;
-    RepaintIn(container_);
-}
-
-void Shape::SetTop(double v) {
-    top_ = v;
-    RepaintIn(container_);
-}
-
-void Shape::SetWidth(double v) {
-    if (v < 0) Raise(ErrInvalidPropertyValue);
-    width_ = v;
-    RepaintIn(container_);
-}
-
-void Shape::SetHeight(double v) {
-    if (v < 0) Raise(ErrInvalidPropertyValue);
-    height_ = v;
-    RepaintIn(container_);
-}
-
-void Shape::SetShapeKind(int kind) {
-    if (kind < Rectangle || kind > RoundedSquare) Raise(ErrInvalidPropertyValue);
-    kind_ = kind;
-    RepaintIn(container_);
-}
-
-void Shape::SetBorderColor(uint32_t color) {
-    borderColor_ = color;
-    RepaintIn(container_);
-}
-
-void Shape::SetBorderWidth(int pixels) {
-    if (pixels < 1) Raise(ErrInvalidPropertyValue);
-    borderWidth_ = pixels;
-    RepaintIn(container_);
-}
-
-void Shape::ApplyGeometry() { RepaintIn(container_); }
-
-void Shape::Paint(QPainter& painter) const {
-    if (!visible_ || !container_) return;
-    QRect box = MapToPixels(*container_, left_, top_, width_, height_);
-    if (box.isEmpty()) return;
-    const bool square = kind_ == Square || kind_ == Circle || kind_ == RoundedSquare;
-    if (square) {
-        const int side = std::min(box.width(), box.height());
-        box = QRect(box.left() + (box.width() - side) / 2, box.top() + (box.height() - side) / 2, side, side);
-    }
-    // The border lies inside the box: a pen of width w centred on a path inset by w/2.
-    const double inset = borderWidth_ / 2.0;
-    const QRectF path = QRectF(box).adjusted(inset, inset, -inset, -inset);
-    painter.save();
-    painter.setPen(QPen(ToQColor(borderColor_), borderWidth_));
-    painter.setBrush(Qt::NoBrush);
-    switch (kind_) {
-    case Oval:
-    case Circle:
-        painter.setRenderHint(QPainter::Antialiasing, true);
-        painter.drawEllipse(path);
-        break;
-    case RoundedRectangle:
-    case RoundedSquare: {
-        const double r = std::min(box.width(), box.height()) / 8.0;
-        painter.setRenderHint(QPainter::Antialiasing, true);
-        painter.drawRoundedRect(path, r, r);
-        break;
-    }
-    default:
-        painter.setRenderHint(QPainter::Antialiasing, false);
-        painter.drawRect(path);
-        break;
-    }
-    painter.restore();
-}
-
 // ---- Image ----
 
 Image::Image(Form& form, ContainerBase* container, const QString& name, int index)
@@ -847,141 +656,6 @@ void Timer::SetInterval(int ms) {
 void Timer::Restart() {
     timer_->stop();
     if (enabled_ && interval_ > 0) timer_->start(interval_);
-}
-
-// ---- FlexGrid ----
-
-FlexGrid::FlexGrid(Form& form, ContainerBase* container, const QString& name, int index)
-    : Control(form, container, name, index), table_(new QTableWidget(ParentFor(form, container))) {
-    backColor_ = vbWindowBackground;
-    foreColor_ = vbWindowText;
-    table_->horizontalHeader()->hide();
-    table_->horizontalHeader()->setMinimumSectionSize(0);
-    table_->verticalHeader()->hide();
-    table_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    table_->setWordWrap(false);
-    table_->setCornerButtonEnabled(false);
-    SetCols(2);
-    SetRows(2);
-    AttachWidget();
-}
-
-QWidget* FlexGrid::Widget() const { return table_; }
-
-int FlexGrid::Rows() const { return table_->rowCount(); }
-
-int FlexGrid::Cols() const { return table_->columnCount(); }
-
-void FlexGrid::SetRows(int rows) {
-    if (rows < 0) Raise(ErrInvalidPropertyValue);
-    const int old = table_->rowCount();
-    table_->setRowCount(rows);
-    for (int r = old; r < rows; ++r)
-        for (int c = 0; c < table_->columnCount(); ++c) ApplyAlignment(r, c);
-}
-
-void FlexGrid::SetCols(int cols) {
-    if (cols < 0) Raise(ErrInvalidPropertyValue);
-    const int old = table_->columnCount();
-    table_->setColumnCount(cols);
-    colAlign_.resize(static_cast<size_t>(cols), AlignGeneral);
-    fixedAlign_.resize(static_cast<size_t>(cols), AlignGeneral);
-    colWidth_.resize(static_cast<size_t>(cols), DefaultColWidthTwips);
-    for (int c = old; c < cols; ++c) {
-        table_->setColumnWidth(c, qRound(colWidth_[static_cast<size_t>(c)] / 15.0));
-        for (int r = 0; r < table_->rowCount(); ++r) ApplyAlignment(r, c);
-    }
-}
-
-void FlexGrid::SetFixedRows(int rows) {
-    if (rows < 0 || rows > table_->rowCount()) Raise(ErrInvalidPropertyValue);
-    fixedRows_ = rows;
-    for (int r = 0; r < table_->rowCount(); ++r)
-        for (int c = 0; c < table_->columnCount(); ++c) ApplyAlignment(r, c);
-}
-
-QString FlexGrid::TextMatrix(int row, int col) const {
-    if (row < 0 || row >= Rows() || col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
-    const QTableWidgetItem* item = table_->item(row, col);
-    return item ? item->text() : QString();
-}
-
-void FlexGrid::SetTextMatrix(int row, int col, const QString& text) {
-    if (row < 0 || row >= Rows() || col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
-    ApplyAlignment(row, col);
-    table_->item(row, col)->setText(text);
-    // General alignment depends on the text.
-    if ((row < fixedRows_ ? fixedAlign_ : colAlign_)[static_cast<size_t>(col)] == AlignGeneral)
-        ApplyAlignment(row, col);
-}
-
-double FlexGrid::ColWidth(int col) const {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
-    return colWidth_[static_cast<size_t>(col)];
-}
-
-void FlexGrid::SetColWidth(int col, double twips) {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
-    if (twips < -1) Raise(ErrInvalidPropertyValue);
-    if (twips < 0) twips = DefaultColWidthTwips;  // -1 is the default width
-    colWidth_[static_cast<size_t>(col)] = twips;
-    table_->setColumnWidth(col, qRound(twips / 15.0));
-}
-
-int FlexGrid::ColAlignment(int col) const {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
-    return colAlign_[static_cast<size_t>(col)];
-}
-
-void FlexGrid::SetColAlignment(int col, int alignment) {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
-    if (alignment < 0 || alignment > AlignGeneral) Raise(ErrInvalidPropertyValue);
-    colAlign_[static_cast<size_t>(col)] = alignment;
-    for (int r = fixedRows_; r < Rows(); ++r) ApplyAlignment(r, col);
-}
-
-int FlexGrid::FixedAlignment(int col) const {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
-    return fixedAlign_[static_cast<size_t>(col)];
-}
-
-void FlexGrid::SetFixedAlignment(int col, int alignment) {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
-    if (alignment < 0 || alignment > AlignGeneral) Raise(ErrInvalidPropertyValue);
-    fixedAlign_[static_cast<size_t>(col)] = alignment;
-    for (int r = 0; r < std::min(fixedRows_, Rows()); ++r) ApplyAlignment(r, col);
-}
-
-void FlexGrid::ApplyFont() {
-    table_->setFont(font_);
-    const int h = std::max(16, QFontMetrics(font_).height() + 3);
-    table_->verticalHeader()->setMinimumSectionSize(h);
-    table_->verticalHeader()->setDefaultSectionSize(h);
-}
-
-// Makes sure the cell has an item and gives it the look of its row: fixed rows are grey
-// and cannot be selected.
-void FlexGrid::ApplyAlignment(int row, int col) {
-    QTableWidgetItem* item = table_->item(row, col);
-    if (!item) {
-        item = new QTableWidgetItem;
-        table_->setItem(row, col, item);
-    }
-    const bool fixed = row < fixedRows_;
-    const size_t c = static_cast<size_t>(col);
-    item->setTextAlignment(GridAlignment(fixed ? fixedAlign_[c] : colAlign_[c], item->text()));
-    if (fixed) {
-        item->setFlags(Qt::ItemIsEnabled);
-        item->setBackground(QGuiApplication::palette().button());
-        item->setForeground(QGuiApplication::palette().buttonText());
-    } else {
-        item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
-        item->setData(Qt::BackgroundRole, QVariant());
-        item->setData(Qt::ForegroundRole, QVariant());
-    }
 }
 
 // ---- CommonDialog ----

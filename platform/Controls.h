@@ -472,15 +472,15 @@ public:
     // A new element at index i, made by the factory. An index in use is error 360.
     T* Load(int i) {
         if (i < 0) Raise(ErrSubscript);
-        if (Exists(i)) Raise(360);
+        if (Exists(i)) Raise(ErrAlreadyLoaded);
         if (static_cast<size_t>(i) >= items_.size()) items_.resize(static_cast<size_t>(i) + 1, nullptr);
         items_[static_cast<size_t>(i)] = factory_(i);
         return items_[static_cast<size_t>(i)];
     }
     // Removes a loaded element; the design's element 0 cannot be unloaded (error 362).
     void Unload(int i) {
-        if (!Exists(i)) Raise(340);
-        if (i == 0) Raise(362);
+        if (!Exists(i)) Raise(ErrArrayElementNotExists);
+        if (i == 0) Raise(ErrCantUnloadDesignElement);
         delete items_[static_cast<size_t>(i)];
         items_[static_cast<size_t>(i)] = nullptr;
         while (!items_.empty() && !items_.back()) items_.pop_back();

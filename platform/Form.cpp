@@ -13,8 +13,6 @@ namespace vb {
 namespace {
 
 constexpr double TwipsPerPixel = 15.0;
-constexpr int ErrCantSizeMinMax = 384;  // a minimized or maximized form cannot be sized
-constexpr int ErrInvalidPropertyValue = 380;
 
 struct FlagScope {
     bool& flag;

@@ -17,7 +17,6 @@ namespace vb {
 
 namespace {
 
-constexpr int ErrInvalidProperty = 380;
 
 // The raster engine cannot paint on images wider or taller than this, and a canvas above
 // the byte limit is refused before the allocator can overcommit memory it cannot give.
@@ -158,7 +157,7 @@ void PictureBox::SetEnabled(bool enabled) {
 }
 
 void PictureBox::SetAlign(int align) {
-    if (align < 0 || align > 4) Raise(ErrInvalidProperty);
+    if (align < 0 || align > 4) Raise(ErrInvalidPropertyValue);
     if (align == align_) return;
     align_ = align;
     // Docking changes at once, as it does when the value is set at run time.
@@ -188,7 +187,7 @@ void PictureBox::SetScaleMode(int mode) {
             scaleLeft_ = scaleTop_ = 0;
             unitsPerPixelX_ = unitsPerPixelY_ = 1.0;
             break;
-        default: Raise(ErrInvalidProperty);
+        default: Raise(ErrInvalidPropertyValue);
     }
     ScaleChanged();
 }
@@ -211,14 +210,14 @@ void PictureBox::SetScaleTop(double v) {
 }
 
 void PictureBox::SetScaleWidth(double v) {
-    if (v == 0 || !std::isfinite(v)) Raise(ErrInvalidProperty);
+    if (v == 0 || !std::isfinite(v)) Raise(ErrInvalidPropertyValue);
     ToUserScale();
     unitsPerPixelX_ = v / std::max(1, ClientPixelWidth());
     ScaleChanged();
 }
 
 void PictureBox::SetScaleHeight(double v) {
-    if (v == 0 || !std::isfinite(v)) Raise(ErrInvalidProperty);
+    if (v == 0 || !std::isfinite(v)) Raise(ErrInvalidPropertyValue);
     ToUserScale();
     unitsPerPixelY_ = v / std::max(1, ClientPixelHeight());
     ScaleChanged();
