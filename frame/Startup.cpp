@@ -148,6 +148,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
         f.SetCaption(v.ProgramTitle);
         SetCaptions(f);
 
+        // The calibration and guidance readers are hooks until their subsystems are built.
         if (measure && f.Hooks.ReadProofData && !f.Hooks.ReadProofData(f))
             return fail({QStringLiteral("Proof File Read Error."), FatalText, GST(11100)});
         if (f.Hooks.ReadGuidanceData && !f.Hooks.ReadGuidanceData(f))
@@ -190,7 +191,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
 
         if (camera) {
             f.cmdPlayStop->SetCaption(GST(11051));
-            if (f.Hooks.FitCameraView) f.Hooks.FitCameraView(f);
+            if (f.Hooks.FitCameraView) f.Hooks.FitCameraView(f);  // the live picture, once there is one
         }
         return true;
     });

@@ -174,25 +174,37 @@ frmMain::frmMain() : vb::Form(QStringLiteral("frmMain")) {
     picCameraView = HiddenPicture(*this, view, QStringLiteral("picCameraView"), -1, 0, 0, 5355, 1935, 0, false);
     picStillView = HiddenPicture(*this, view, QStringLiteral("picStillView"), -1, 0, 0, 2415, 4155, 0, true);
     picStillView->SetCanvasBoundedByContainer(true);
-    auto makeShape = [this](int index) {
-        auto* s = Place(new vb::Shape(*this, picStillView, QStringLiteral("shaMeasure"), index), 300 / 15.0,
-                        2640 / 15.0, 1095 / 15.0, 1215 / 15.0);
-        s->SetShapeKind(vb::Shape::Circle);
-        s->SetBorderColor(0x00FFFF);
+    // A loaded element starts as a hidden copy of element 0, as it stands at that moment.
+    auto* shape0 = Place(new vb::Shape(*this, picStillView, QStringLiteral("shaMeasure"), 0), 300 / 15.0,
+                         2640 / 15.0, 1095 / 15.0, 1215 / 15.0);
+    shape0->SetShapeKind(vb::Shape::Circle);
+    shape0->SetBorderColor(0x00FFFF);
+    shape0->SetVisible(false);
+    shaMeasure.Add(shape0);
+    shaMeasure.SetFactory([this](int index) {
+        const vb::Shape& from = *shaMeasure[0];
+        auto* s = Place(new vb::Shape(*this, picStillView, QStringLiteral("shaMeasure"), index), from.Left(),
+                        from.Top(), from.Width(), from.Height());
+        s->SetShapeKind(from.ShapeKind());
+        s->SetBorderColor(from.BorderColor());
+        s->SetBorderWidth(from.BorderWidth());
         s->SetVisible(false);
         return s;
-    };
-    shaMeasure.SetFactory(makeShape);
-    shaMeasure.Add(makeShape(0));
-    auto makeLine = [this](int index) {
+    });
+    auto* line0 = new vb::LineControl(*this, picStillView, QStringLiteral("linMeasure"), 0);
+    line0->SetPoints(300 / 15.0, 2460 / 15.0, 1800 / 15.0, 2460 / 15.0);
+    line0->SetBorderColor(0x00FFFF);
+    line0->SetVisible(false);
+    linMeasure.Add(line0);
+    linMeasure.SetFactory([this](int index) {
+        const vb::LineControl& from = *linMeasure[0];
         auto* l = new vb::LineControl(*this, picStillView, QStringLiteral("linMeasure"), index);
-        l->SetPoints(300 / 15.0, 2460 / 15.0, 1800 / 15.0, 2460 / 15.0);
-        l->SetBorderColor(0x00FFFF);
+        l->SetPoints(from.X1(), from.Y1(), from.X2(), from.Y2());
+        l->SetBorderColor(from.BorderColor());
+        l->SetBorderWidth(from.BorderWidth());
         l->SetVisible(false);
         return l;
-    };
-    linMeasure.SetFactory(makeLine);
-    linMeasure.Add(makeLine(0));
+    });
     picTempView = HiddenPicture(*this, view, QStringLiteral("picTempView"), -1, 6720, 240, 2595, 2115, 0, true);
     picTempView->SetAutoSize(true);
     picStillSave = HiddenPicture(*this, view, QStringLiteral("picStillSave"), -1, 6720, 2460, 2595, 2115, 0, true);

@@ -120,6 +120,26 @@ TEST(Start, MeasurePanelStartsDisabledButForItsTaggedControls) {
     }
 }
 
+TEST(Start, LoadedMeasureLinesCopyElementZeroAsItStands) {
+    Sandbox box;
+    ScriptedDialogHost host;
+    Window w;
+    frmMain& f = w.f;
+    ASSERT_TRUE(tavix::Form_Load(f, 0));
+    EXPECT_EQ(f.linMeasure[0]->BorderColor(), Var().MeasureLineColor[3]);
+    f.linMeasure[0]->SetPoints(1, 2, 3, 4);
+    vb::LineControl* line = f.linMeasure.Load(1);
+    vb::Shape* shape = f.shaMeasure.Load(2);
+    EXPECT_EQ(line->BorderColor(), Var().MeasureLineColor[3]);
+    EXPECT_EQ(line->X2(), 3);
+    EXPECT_FALSE(line->Visible());
+    EXPECT_EQ(shape->ShapeKind(), vb::Shape::Circle);
+    EXPECT_EQ(shape->BorderColor(), Var().MeasureLineColor[3]);
+    EXPECT_EQ(f.FindControl(QStringLiteral("shaMeasure"), 2), shape);
+    f.shaMeasure.Unload(2);
+    EXPECT_EQ(f.FindControl(QStringLiteral("shaMeasure"), 2), nullptr);
+}
+
 TEST(Start, CaptionsComeFromTheStringTable) {
     Sandbox box("en");
     ScriptedDialogHost host;
