@@ -1,13 +1,10 @@
 #include "DialogHost.h"
 
-#include <QCoreApplication>
-#include <QEventLoop>
-
-#include "Form.h"
-
 #include <QApplication>
 #include <QColorDialog>
+#include <QCoreApplication>
 #include <QDialog>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QPushButton>
@@ -18,6 +15,7 @@
 #include "App.h"
 #include "Controls.h"
 #include "Errors.h"
+#include "Form.h"
 
 namespace vb {
 

@@ -129,6 +129,34 @@ TEST(StringTableRead, Cp932AndUtf8FilesReadAlike) {
     }
 }
 
+TEST(StringTableRead, HostileFilesFailCleanlyOrRead) {
+    QByteArray big(1 << 20, 'x');
+    big.prepend("100,");
+    const struct {
+        const char* what;
+        QByteArray content;
+    } cases[] = {
+        {"NUL bytes", QByteArray("100,a\0b\r\n\0\0,\r\n", 14)},
+        {"a megabyte line", big},
+        {"a CP932 lead byte at the end", "100,\x82"},
+        {"a byte-order mark", "\xEF\xBB\xBF" "100,a\r\n"},
+        {"carriage returns only", "100,a\r200,b\r"},
+        {"binary garbage", QByteArray::fromHex("89504e470d0a1a0a0000000d49484452")},
+    };
+    for (const auto& c : cases) {
+        TableFixture t(c.content);
+        const bool ok = tavix::ReadStringTableData();
+        const QStringList log = t.box.LogTexts();
+        if (ok) {
+            EXPECT_TRUE(log.isEmpty()) << c.what;
+            EXPECT_FALSE(Var().StringTable.empty()) << c.what;
+        } else {
+            ASSERT_EQ(log.size(), 1) << c.what;
+            EXPECT_TRUE(log[0].startsWith(QLatin1String("ReadStringTableData Error.("))) << c.what;
+        }
+    }
+}
+
 TEST(Log, LinesCarryTheTimeAndSurviveAnUnwritableLog) {
     Sandbox box;
     tavix::WriteLog(QStringLiteral("one"));

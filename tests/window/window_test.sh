@@ -64,7 +64,6 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
   log=$(sed 's/\r$//' "$inst/Error.Log")
   echo "$log" | head -1 | grep -q "^[0-9/]\{10\} [0-9:]\{8\} ${title} Start\.$" || fail "$program" "no start line: $log"
   echo "$log" | tail -1 | grep -q "^[0-9/]\{10\} [0-9:]\{8\} ${title} End$" || fail "$program" "no end line: $log"
-  [ "$(md5sum < "$inst/Tavix.Ini")" != "$ini_before" ] || true  # same values may be written back
   for key in JPEGQTY DEFAULTSCALE MEASURELINECOLOR1 MEASURELINECOLOR2 MEASURELINECOLOR3 \
              MEASUREVALUECOLOR1 MEASUREVALUECOLOR2 CROSSLINENUM CROSSLINECOLOR SCALECOLOR SCALEX SCALEY \
              SCALETYPE SCALEPOSITION CURRENTPROOFNO NUMBEROFDECIMALS MEASUREFONTSIZE ANGLECOMMANDMODE \
@@ -73,5 +72,38 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
   done
   echo "ok $program: window $wid, screenshot $shots/$program.png"
 done
-echo "$((4 - failures > 0 ? 4 : 0)) programs checked, $failures failure(s)"
+# A broken deployment file: the critical box, then the end, with the settings untouched.
+inst="$work/broken"
+mkdir -p "$inst"
+cp "$src"/deploy/ja/* "$inst"/
+cp "$bin/tavix-still" "$inst"/
+printf 'abc,text\r\n' >"$inst/StringTable.txt"
+ini_before=$(md5sum < "$inst/Tavix.Ini")
+"$inst/tavix-still" >"$inst/out.txt" 2>&1 &
+pid=$!
+box=""
+for _ in $(seq 100); do
+  box=$(xdotool search --onlyvisible --class tavix-still 2>/dev/null | head -1)
+  [ -n "$box" ] && break
+  sleep 0.1
+done
+if [ -z "$box" ]; then
+  fail broken "no message box"
+else
+  sleep 0.3
+  import -window "$box" "$shots/broken-string-table.png" 2>/dev/null
+  xdotool key --window "$box" Return 2>/dev/null
+fi
+for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
+if kill -0 $pid 2>/dev/null; then fail broken "still running after the box"; kill $pid; fi
+wait $pid; status=$?
+[ $status -eq 1 ] || fail broken "exit status $status, not 1"
+log=$(sed 's/\r$//' "$inst/Error.Log" | cut -c21-)
+[ "$log" = "画像表示プログラム Start.
+ReadStringTableData Error.(13)
+StringTable File Read Error." ] || fail broken "log: $log"
+[ "$(md5sum < "$inst/Tavix.Ini")" = "$ini_before" ] || fail broken "settings file changed"
+[ $failures -eq 0 ] && echo "ok broken string table: box, end, settings untouched"
+
+echo "$failures failure(s)"
 [ $failures -eq 0 ]
