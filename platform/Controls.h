@@ -303,67 +303,63 @@ private:
     bool border_;
 };
 
-// Windowless line drawn above its container's canvas. No Enabled.
-class LineControl : public Control {
+// A windowless item (line or shape) drawn by its container above the canvas. No Enabled:
+// area commands pass it over. Every change asks the container to draw the items again,
+// which never repaints the picture under them.
+class OverlayItem : public Control {
 public:
-    LineControl(Form& form, ContainerBase* container, const QString& name, int index = -1);
-    ~LineControl() override;
+    OverlayItem(Form& form, ContainerBase* container, const QString& name, int index);
+    ~OverlayItem() override;
     bool HasEnabled() const override { return false; }
     bool Enabled() const override { return true; }
     void SetEnabled(bool) override {}
     bool Visible() const override { return visible_; }
     void SetVisible(bool visible) override;
-    double X1() const { return x1_; }
-    double Y1() const { return y1_; }
-    double X2() const { return x2_; }
-    double Y2() const { return y2_; }
-    void SetX1(double v);
-    void SetY1(double v);
-    void SetX2(double v);
-    void SetY2(double v);
-    void SetPoints(double x1, double y1, double x2, double y2);
     uint32_t BorderColor() const { return borderColor_; }
     void SetBorderColor(uint32_t color);
     int BorderWidth() const { return borderWidth_; }
     void SetBorderWidth(int pixels);
-    void ApplyGeometry() override {}
     // Draws itself with the container's mapping.
-    void Paint(QPainter& painter) const;
+    virtual void Paint(QPainter& painter) const = 0;
 
-private:
-    double x1_ = 0, y1_ = 0, x2_ = 0, y2_ = 0;
+protected:
+    void Repaint() const;
     uint32_t borderColor_ = 0;
     int borderWidth_ = 1;
 };
 
-// Windowless shape (rectangle, square, oval, circle) drawn above its container's canvas.
-class Shape : public Control {
+class LineControl : public OverlayItem {
+public:
+    LineControl(Form& form, ContainerBase* container, const QString& name, int index = -1);
+    double X1() const { return x1_; }
+    double Y1() const { return y1_; }
+    double X2() const { return x2_; }
+    double Y2() const { return y2_; }
+    void SetX1(double v) { SetPoints(v, y1_, x2_, y2_); }
+    void SetY1(double v) { SetPoints(x1_, v, x2_, y2_); }
+    void SetX2(double v) { SetPoints(x1_, y1_, v, y2_); }
+    void SetY2(double v) { SetPoints(x1_, y1_, x2_, v); }
+    void SetPoints(double x1, double y1, double x2, double y2);
+    void ApplyGeometry() override {}
+    void Paint(QPainter& painter) const override;
+
+private:
+    double x1_ = 0, y1_ = 0, x2_ = 0, y2_ = 0;
+};
+
+// Rectangle, square, oval or circle in its box.
+class Shape : public OverlayItem {
 public:
     enum Kind { Rectangle = 0, Square = 1, Oval = 2, Circle = 3, RoundedRectangle = 4, RoundedSquare = 5 };
     Shape(Form& form, ContainerBase* container, const QString& name, int index = -1);
-    ~Shape() override;
-    bool HasEnabled() const override { return false; }
-    bool Enabled() const override { return true; }
-    void SetEnabled(bool) override {}
-    bool Visible() const override { return visible_; }
-    void SetVisible(bool visible) override;
-    void SetLeft(double v) override;
-    void SetTop(double v) override;
-    void SetWidth(double v) override;
-    void SetHeight(double v) override;
     int ShapeKind() const { return kind_; }
     void SetShapeKind(int kind);
-    uint32_t BorderColor() const { return borderColor_; }
-    void SetBorderColor(uint32_t color);
-    int BorderWidth() const { return borderWidth_; }
-    void SetBorderWidth(int pixels);
-    void ApplyGeometry() override;
-    void Paint(QPainter& painter) const;
+    // The box is stored as given; drawing maps it through the container.
+    void ApplyGeometry() override { Repaint(); }
+    void Paint(QPainter& painter) const override;
 
 private:
     int kind_ = Rectangle;
-    uint32_t borderColor_ = 0;
-    int borderWidth_ = 1;
 };
 
 // A hidden holder of one picture (an icon).

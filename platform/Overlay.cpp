@@ -10,64 +10,47 @@ namespace vb {
 
 using namespace detail;
 
-// ---- LineControl ----
+// ---- OverlayItem ----
 
-namespace {
-void RepaintIn(ContainerBase* container) {
-    if (container) container->RepaintOverlay();
-}
-}  // namespace
-
-LineControl::LineControl(Form& form, ContainerBase* container, const QString& name, int index)
+OverlayItem::OverlayItem(Form& form, ContainerBase* container, const QString& name, int index)
     : Control(form, container, name, index) {}
 
-LineControl::~LineControl() {
+OverlayItem::~OverlayItem() {
     visible_ = false;
-    RepaintIn(container_);
+    Repaint();
 }
 
-void LineControl::SetVisible(bool visible) {
+void OverlayItem::Repaint() const {
+    if (container_) container_->RepaintOverlay();
+}
+
+void OverlayItem::SetVisible(bool visible) {
     visible_ = visible;
-    RepaintIn(container_);
+    Repaint();
 }
 
-void LineControl::SetX1(double v) {
-    x1_ = v;
-    RepaintIn(container_);
+void OverlayItem::SetBorderColor(uint32_t color) {
+    borderColor_ = color;
+    Repaint();
 }
 
-void LineControl::SetY1(double v) {
-    y1_ = v;
-    RepaintIn(container_);
+void OverlayItem::SetBorderWidth(int pixels) {
+    if (pixels < 1) Raise(ErrInvalidPropertyValue);
+    borderWidth_ = pixels;
+    Repaint();
 }
 
-void LineControl::SetX2(double v) {
-    x2_ = v;
-    RepaintIn(container_);
-}
+// ---- LineControl ----
 
-void LineControl::SetY2(double v) {
-    y2_ = v;
-    RepaintIn(container_);
-}
+LineControl::LineControl(Form& form, ContainerBase* container, const QString& name, int index)
+    : OverlayItem(form, container, name, index) {}
 
 void LineControl::SetPoints(double x1, double y1, double x2, double y2) {
     x1_ = x1;
     y1_ = y1;
     x2_ = x2;
     y2_ = y2;
-    RepaintIn(container_);
-}
-
-void LineControl::SetBorderColor(uint32_t color) {
-    borderColor_ = color;
-    RepaintIn(container_);
-}
-
-void LineControl::SetBorderWidth(int pixels) {
-    if (pixels < 1) Raise(ErrInvalidPropertyValue);
-    borderWidth_ = pixels;
-    RepaintIn(container_);
+    Repaint();
 }
 
 void LineControl::Paint(QPainter& painter) const {
@@ -84,58 +67,13 @@ void LineControl::Paint(QPainter& painter) const {
 // ---- Shape ----
 
 Shape::Shape(Form& form, ContainerBase* container, const QString& name, int index)
-    : Control(form, container, name, index) {}
-
-Shape::~Shape() {
-    visible_ = false;
-    RepaintIn(container_);
-}
-
-void Shape::SetVisible(bool visible) {
-    visible_ = visible;
-    RepaintIn(container_);
-}
-
-void Shape::SetLeft(double v) {
-    left_ = v;
-    RepaintIn(container_);
-}
-
-void Shape::SetTop(double v) {
-    top_ = v;
-    RepaintIn(container_);
-}
-
-void Shape::SetWidth(double v) {
-    if (v < 0) Raise(ErrInvalidPropertyValue);
-    width_ = v;
-    RepaintIn(container_);
-}
-
-void Shape::SetHeight(double v) {
-    if (v < 0) Raise(ErrInvalidPropertyValue);
-    height_ = v;
-    RepaintIn(container_);
-}
+    : OverlayItem(form, container, name, index) {}
 
 void Shape::SetShapeKind(int kind) {
     if (kind < Rectangle || kind > RoundedSquare) Raise(ErrInvalidPropertyValue);
     kind_ = kind;
-    RepaintIn(container_);
+    Repaint();
 }
-
-void Shape::SetBorderColor(uint32_t color) {
-    borderColor_ = color;
-    RepaintIn(container_);
-}
-
-void Shape::SetBorderWidth(int pixels) {
-    if (pixels < 1) Raise(ErrInvalidPropertyValue);
-    borderWidth_ = pixels;
-    RepaintIn(container_);
-}
-
-void Shape::ApplyGeometry() { RepaintIn(container_); }
 
 void Shape::Paint(QPainter& painter) const {
     if (!visible_ || !container_) return;

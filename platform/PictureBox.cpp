@@ -383,10 +383,7 @@ void PictureBox::PaintClient(QPainter& painter, const QRect& dirty) {
     for (Control* child : Children) {
         if (!child->Visible()) continue;
         painter.save();
-        if (auto* line = dynamic_cast<LineControl*>(child))
-            line->Paint(painter);
-        else if (auto* shape = dynamic_cast<Shape*>(child))
-            shape->Paint(painter);
+        if (auto* item = dynamic_cast<OverlayItem*>(child)) item->Paint(painter);
         painter.restore();
     }
 }
