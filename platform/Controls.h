@@ -420,6 +420,9 @@ public:
     void ApplyFont() override;
 
 private:
+    // A row or column outside the grid is error 381.
+    void CheckCol(int col) const;
+    void CheckCell(int row, int col) const;
     void ApplyAlignment(int row, int col);
     QTableWidget* table_;
     int fixedRows_ = 1;

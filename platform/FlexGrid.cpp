@@ -31,6 +31,15 @@ Qt::Alignment GridAlignment(int code, const QString& text) {
 
 // ---- FlexGrid ----
 
+void FlexGrid::CheckCol(int col) const {
+    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+}
+
+void FlexGrid::CheckCell(int row, int col) const {
+    if (row < 0 || row >= Rows()) Raise(ErrInvalidArrayIndex);
+    CheckCol(col);
+}
+
 FlexGrid::FlexGrid(Form& form, ContainerBase* container, const QString& name, int index)
     : Control(form, container, name, index), table_(new QTableWidget(ParentFor(form, container))) {
     backColor_ = vbWindowBackground;
@@ -84,13 +93,13 @@ void FlexGrid::SetFixedRows(int rows) {
 }
 
 QString FlexGrid::TextMatrix(int row, int col) const {
-    if (row < 0 || row >= Rows() || col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    CheckCell(row, col);
     const QTableWidgetItem* item = table_->item(row, col);
     return item ? item->text() : QString();
 }
 
 void FlexGrid::SetTextMatrix(int row, int col, const QString& text) {
-    if (row < 0 || row >= Rows() || col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    CheckCell(row, col);
     ApplyAlignment(row, col);
     table_->item(row, col)->setText(text);
     // General alignment depends on the text.
@@ -99,12 +108,12 @@ void FlexGrid::SetTextMatrix(int row, int col, const QString& text) {
 }
 
 double FlexGrid::ColWidth(int col) const {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    CheckCol(col);
     return colWidth_[static_cast<size_t>(col)];
 }
 
 void FlexGrid::SetColWidth(int col, double twips) {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    CheckCol(col);
     if (twips < -1) Raise(ErrInvalidPropertyValue);
     if (twips < 0) twips = DefaultColWidthTwips;  // -1 is the default width
     colWidth_[static_cast<size_t>(col)] = twips;
@@ -112,24 +121,24 @@ void FlexGrid::SetColWidth(int col, double twips) {
 }
 
 int FlexGrid::ColAlignment(int col) const {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    CheckCol(col);
     return colAlign_[static_cast<size_t>(col)];
 }
 
 void FlexGrid::SetColAlignment(int col, int alignment) {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    CheckCol(col);
     if (alignment < 0 || alignment > AlignGeneral) Raise(ErrInvalidPropertyValue);
     colAlign_[static_cast<size_t>(col)] = alignment;
     for (int r = fixedRows_; r < Rows(); ++r) ApplyAlignment(r, col);
 }
 
 int FlexGrid::FixedAlignment(int col) const {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    CheckCol(col);
     return fixedAlign_[static_cast<size_t>(col)];
 }
 
 void FlexGrid::SetFixedAlignment(int col, int alignment) {
-    if (col < 0 || col >= Cols()) Raise(ErrInvalidArrayIndex);
+    CheckCol(col);
     if (alignment < 0 || alignment > AlignGeneral) Raise(ErrInvalidPropertyValue);
     fixedAlign_[static_cast<size_t>(col)] = alignment;
     for (int r = 0; r < std::min(fixedRows_, Rows()); ++r) ApplyAlignment(r, col);
