@@ -4,6 +4,7 @@
 
 #include "DialogHost.h"
 #include "Layout.h"
+#include "OpenImage.h"
 #include "Startup.h"
 #include "StillDisplay.h"
 #include "frmMain.h"
@@ -19,6 +20,8 @@ void WireMain(frmMain& f) {
     f.OnQueryUnload = [&f](bool& cancel, int mode) { Form_QueryUnload(f, cancel, mode); };
     f.OnUnload = [&f](bool& cancel) { Form_Unload(f, cancel); };
     f.cboScale->OnClick = [&f] { cboScale_Click(f); };
+    f.cmdPicLoad->OnClick = [&f] { cmdPicLoad_Click(f); };
+    f.Hooks.DispImage = [](frmMain& form) { DispImage(form, false); };
     f.OnResize = [&f] { Form_Resize(f); };
 }
 

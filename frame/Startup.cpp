@@ -8,6 +8,7 @@
 #include "Convert.h"
 #include "DialogHost.h"
 #include "IniConfig.h"
+#include "Guidance.h"
 #include "frmMain.h"
 
 namespace tavix {
@@ -148,10 +149,10 @@ bool Form_Load(frmMain& f, int16_t programType) {
         f.SetCaption(v.ProgramTitle);
         SetCaptions(f);
 
-        // The calibration and guidance readers are hooks until their subsystems are built.
+        // The calibration reader is a hook until its subsystem is built.
         if (measure && f.Hooks.ReadProofData && !f.Hooks.ReadProofData(f))
             return fail({QStringLiteral("Proof File Read Error."), FatalText, GST(11100)});
-        if (f.Hooks.ReadGuidanceData && !f.Hooks.ReadGuidanceData(f))
+        if (!ReadGuidanceData())
             return fail({QStringLiteral("Guidance File Read Error."), FatalText, GST(11100)});
 
         f.lblJpegQty->SetCaption(QString::number(v.JpegQty));

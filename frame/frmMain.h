@@ -20,8 +20,6 @@ class frmMain;
 struct SubsystemHooks {
     // Reads the calibration file; false when it could not (it has logged why).
     std::function<bool(frmMain&)> ReadProofData;
-    // Reads the guidance file; false when it could not (it has logged why).
-    std::function<bool(frmMain&)> ReadGuidanceData;
     // Loads the camera graph from its file, or builds and saves it.
     enum class GraphResult { Ready, NoCameraFilter, NoOutputPin };
     std::function<GraphResult(frmMain&)> OpenCameraGraph;
@@ -31,6 +29,12 @@ struct SubsystemHooks {
     std::function<void(frmMain&)> DispImage;
     // Draws all results on the still.
     std::function<void(frmMain&)> DrawMeasureResults;
+    // Draws the scale bar on the still.
+    std::function<void(frmMain&)> DrawScale;
+    // Empties the result list and repaints the still.
+    std::function<void(frmMain&)> ClearResults;
+    // Turns the view to the still (true: with a frame taken from the camera) or back to live.
+    std::function<void(frmMain&, bool)> SwitchViewMode;
 };
 
 class frmMain : public vb::Form {

@@ -359,6 +359,10 @@ void PictureBox::SetPicture(const QImage& picture) {
 
 QImage PictureBox::GetImage() const {
     auto* self = const_cast<PictureBox*>(this);
+    self->UpdateCanvasRect();
+    // A picture nothing was drawn over, filling the box, is the image itself: no copy.
+    if (canvas_.isNull() && !picture_.isNull() && canvasRect_ == QRect(QPoint(), picture_.size()))
+        return picture_;
     if (!self->EnsureCanvas()) return {};
     return canvas_;
 }
@@ -402,11 +406,9 @@ void PictureBox::Cls() {
     CurrentX = ScaleLeft();
     CurrentY = ScaleTop();
     UpdateCanvasRect();
-    if (canvasRect_.isEmpty()) return;
-    if (canvas_.isNull())
-        EnsureCanvas();
-    else
-        FillBackground(canvas_, canvasRect_);
+    // Without a canvas nothing was drawn; the next drawing makes it from background and picture.
+    if (canvas_.isNull() || canvasRect_.isEmpty()) return;
+    FillBackground(canvas_, canvasRect_);
     client_->update();
 }
 
@@ -483,12 +485,20 @@ void PictureBox::Print(const QString& text) {
     }
 }
 
+int PictureBox::failNextPaints_ = 0;
+
+void PictureBox::FailNextPaints(int n) { failNextPaints_ = n; }
+
 void PictureBox::PaintPicture(const QImage& src, double x, double y, double w, double h) {
     PaintPicture(src, x, y, w, h, 0, 0, src.width(), src.height());
 }
 
 void PictureBox::PaintPicture(const QImage& src, double x, double y, double w, double h, double sx,
                               double sy, double sw, double sh) {
+    if (failNextPaints_ > 0) {
+        --failNextPaints_;
+        Raise(ErrOutOfMemory);
+    }
     if (src.isNull() || !EnsureCanvas()) return;
     // The far edges are exclusive: w units cover exactly the pixels they map to.
     const QRect target = Span(ToCanvas(x, y), ToCanvas(x + w, y + h)).adjusted(0, 0, -1, -1);

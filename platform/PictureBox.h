@@ -89,6 +89,9 @@ public:
     void PaintPicture(const QImage& src, double x, double y, double w, double h);
     void PaintPicture(const QImage& src, double x, double y, double w, double h, double sx,
                       double sy, double sw, double sh);
+    // Makes the next n PaintPicture calls fail with error 7, as when the memory for the
+    // picture is not there; lets tests walk the callers' failure paths.
+    static void FailNextPaints(int n);
     double TextWidth(const QString& text) const;
     double TextHeight(const QString& text) const;
     double CurrentX = 0;
@@ -131,6 +134,7 @@ private:
     bool bounded_ = false;
     QImage picture_;
     QImage canvas_;
+    static int failNextPaints_;
     QRect canvasRect_;
 };
 

@@ -18,8 +18,6 @@ namespace vb {
 
 namespace {
 
-constexpr int ErrPathFileAccess = 75;
-
 bool TooLarge(const QSize& size) {
     return size.width() > MaxPictureSide || size.height() > MaxPictureSide ||
            static_cast<long long>(size.width()) * size.height() > MaxPicturePixels;

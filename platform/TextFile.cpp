@@ -15,8 +15,6 @@ namespace vb {
 
 namespace {
 
-constexpr int ErrPathFileAccess = 75;
-
 // Shift JIS as Windows extends it. Qt may be built without it, glibc's iconv has it.
 // A byte that does not decode becomes U+FFFD and is passed, so line feeds always survive.
 QString DecodeCp932(const QByteArray& bytes) {
@@ -55,7 +53,9 @@ QString DecodeText(const QByteArray& bytes) {
     return DecodeCp932(bytes);
 }
 
-QStringList ReadTextLines(const QString& path) {
+namespace {
+
+QByteArray ReadWholeFile(const QString& path) {
     const QFileInfo info(path);
     if (!info.exists()) {
         if (!info.absoluteDir().exists()) Raise(ErrPathNotFound);
@@ -64,10 +64,18 @@ QStringList ReadTextLines(const QString& path) {
     if (!info.isFile()) Raise(ErrPathFileAccess);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) Raise(ErrPathFileAccess);
-    const QByteArray bytes = file.readAll();
+    QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) Raise(ErrDeviceIO);
-    file.close();
+    return bytes;
+}
 
+bool IsBlank(QChar c) { return c == u' ' || c == u'\t'; }
+bool IsLineEnd(QChar c) { return c == u'\r' || c == u'\n'; }
+
+}  // namespace
+
+QStringList ReadTextLines(const QString& path) {
+    const QByteArray bytes = ReadWholeFile(path);
     QStringList lines;
     if (bytes.isEmpty()) return lines;
     lines = DecodeText(bytes).split(u'\n');
@@ -110,6 +118,49 @@ bool AppendTextLine(const QString& path, const QString& line) {
 
 bool FileExists(const QString& path) {
     return !path.isEmpty() && QFileInfo(path).isFile();
+}
+
+DelimitedInput::DelimitedInput(QString text) : text_(std::move(text)) {}
+
+DelimitedInput DelimitedInput::FromFile(const QString& path) {
+    return DelimitedInput(DecodeText(ReadWholeFile(path)));
+}
+
+bool DelimitedInput::Eof() const {
+    if (afterComma_) return false;
+    for (qsizetype i = pos_; i < text_.size(); ++i)
+        if (!IsBlank(text_[i]) && !IsLineEnd(text_[i])) return false;
+    return true;
+}
+
+QString DelimitedInput::ReadItem() {
+    const qsizetype n = text_.size();
+    while (pos_ < n && (IsBlank(text_[pos_]) || (!afterComma_ && IsLineEnd(text_[pos_])))) ++pos_;
+    if (pos_ >= n && !afterComma_) Raise(ErrInputPastEnd);
+
+    QString item;
+    if (pos_ < n && text_[pos_] == u'"') {
+        const qsizetype close = text_.indexOf(u'"', pos_ + 1);
+        const qsizetype end = close < 0 ? n : close;
+        item = text_.mid(pos_ + 1, end - pos_ - 1);
+        pos_ = close < 0 ? n : close + 1;
+        // Whatever stands between the closing quote and the delimiter is dropped.
+        while (pos_ < n && text_[pos_] != u',' && !IsLineEnd(text_[pos_])) ++pos_;
+    } else {
+        const qsizetype start = pos_;
+        while (pos_ < n && text_[pos_] != u',' && !IsLineEnd(text_[pos_])) ++pos_;
+        item = text_.mid(start, pos_ - start);
+        while (!item.isEmpty() && IsBlank(item.back())) item.chop(1);
+    }
+
+    afterComma_ = pos_ < n && text_[pos_] == u',';
+    if (afterComma_) {
+        ++pos_;
+    } else if (pos_ < n) {
+        if (text_[pos_] == u'\r') ++pos_;
+        if (pos_ < n && text_[pos_] == u'\n') ++pos_;
+    }
+    return item;
 }
 
 }  // namespace vb

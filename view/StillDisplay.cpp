@@ -1,16 +1,59 @@
 #include "StillDisplay.h"
 
+#include "CommonModule.h"
 #include "Convert.h"
+#include "DialogHost.h"
 #include "frmMain.h"
 
 namespace tavix {
 
-void cboScale_Click(frmMain& f) {
+void DispImage(frmMain& f, bool blnCaptureFlg) {
+    if (blnCaptureFlg) {
+        // Taking a frame needs the camera graph; until there is one picTempView keeps its picture.
+    }
+    vb::PictureBox& still = *f.picStillView;
+    const vb::PictureBox& temp = *f.picTempView;
+    const double zoom = Var().ZoomFactor;
+    still.SetWidth(static_cast<float>(temp.Width() * zoom));
+    still.SetHeight(static_cast<float>(temp.Height() * zoom));
+    still.SetScaleLeft(0);
+    still.SetScaleTop(0);
+    still.SetLeft(f.picViewArea->ScaleWidth() / 2 - still.Width() / 2);
+    still.SetTop(f.picViewArea->ScaleHeight() / 2 - still.Height() / 2);
+    still.Cls();
+
+    // From here a failure of the paint is ours to handle.
+    const int err = vb::Trap([&] {
+        still.PaintPicture(temp.GetImage(), 0, 0, still.ScaleWidth(), still.ScaleHeight());
+    });
+    if (err == 0) {
+        still.SetScaleLeft(-1 * still.ScaleWidth() / 2);
+        still.SetScaleTop(-1 * still.ScaleHeight() / 2);
+        if (f.chkScale->Value() == 1 && f.Hooks.DrawScale) f.Hooks.DrawScale(f);
+        return;
+    }
+
+    const int box = vb::vbOKOnly | vb::vbCritical;
+    if (zoom > 1.0) {
+        vb::Host().MsgBox(GST(20171), box, GST(11170), &f);
+    } else {
+        vb::Host().MsgBox(GST(20170), box, GST(11170), &f);
+        // Not even at its own size: give the picture up.
+        f.picTempView->SetWidth(f.picViewArea->Width());
+        f.picTempView->SetHeight(f.picViewArea->Height());
+        f.picTempView->SetPicture(QImage());
+    }
+    for (int i = 0; i < f.cboScale->ListCount(); ++i) {
+        if (f.cboScale->List(i) == QLatin1String("x 1.0")) {
+            f.cboScale->SetListIndex(i);
+            break;
+        }
+    }
+    DispImage(f, false);
+}
+
+void RescaleResults(frmMain& f, double ratio) {
     VariableDefinition& v = Var();
-    const double old = v.ZoomFactor > 0 ? v.ZoomFactor : 1.0;
-    v.ZoomFactor = vb::Val(f.cboScale->Text().right(3));
-    if (old == v.ZoomFactor) return;
-    const double ratio = v.ZoomFactor / old;
     // Points are in displayed pixels from the centre, so the zoom only scales them.
     for (int i = 1; i <= f.ResultCount; ++i) {
         std::vector<Point2D>& points = v.ResultTable[i].Points;
@@ -19,8 +62,16 @@ void cboScale_Click(frmMain& f) {
             points[k].Y *= ratio;
         }
     }
+}
+
+void cboScale_Click(frmMain& f) {
+    VariableDefinition& v = Var();
+    const double old = v.ZoomFactor > 0 ? v.ZoomFactor : 1.0;
+    v.ZoomFactor = vb::Val(f.cboScale->Text().right(3));
+    if (old == v.ZoomFactor) return;
+    RescaleResults(f, v.ZoomFactor / old);
     if (f.ViewMode != 0) {
-        if (f.Hooks.DispImage) f.Hooks.DispImage(f);
+        DispImage(f, false);
         if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
     } else if (f.Hooks.FitCameraView) {
         f.Hooks.FitCameraView(f);

@@ -7,6 +7,7 @@
 #include "Errors.h"
 #include "Sandbox.h"
 #include "ScriptedDialogHost.h"
+#include "StartedMain.h"
 #include "Startup.h"
 #include "Wiring.h"
 #include "frmMain.h"
@@ -17,17 +18,7 @@ using tavix::frmMain;
 
 namespace {
 
-struct Started {
-    Sandbox box;
-    ScriptedDialogHost host;
-    frmMain f;
-    explicit Started(int16_t type) {
-        tavix::ResetVariableDefinition();
-        tavix::WireMain(f);
-        EXPECT_TRUE(tavix::Form_Load(f, type));
-        f.show();
-    }
-};
+using Started = testing_support::StartedMain;
 
 TEST(Layout, TooSmallSnapsBackHeightFirstThenWidth) {
     Started s(3);
@@ -95,6 +86,27 @@ TEST(Layout, MinimizedDoesNothingAndTheStillIsRepaintedOtherwise) {
     f.SetWindowState(1);
     QCoreApplication::processEvents();
     EXPECT_EQ(repaints, 1);
+}
+
+TEST(Layout, MaximizedKeepsItsSizeOnASmallScreenAndRestoringLaysOutAgain) {
+    Started s(3);
+    frmMain& f = s.f;
+    int repaints = 0;
+    f.Hooks.DispImage = [&](frmMain&) { ++repaints; };
+    f.SetWindowState(2);
+    QCoreApplication::processEvents();
+    ASSERT_EQ(f.WindowState(), 2);
+    // The headless screen is 800 pixels wide, below the least width.
+    EXPECT_LT(f.Width(), 14565);
+    EXPECT_GE(repaints, 1);
+    EXPECT_DOUBLE_EQ(f.picViewArea->Width(), f.ScaleWidth() - f.picMeasureCommandArea->Width());
+    EXPECT_DOUBLE_EQ(f.grdResult->Height(), f.picMeasureCommandArea->Height() - 5640);
+    f.SetWindowState(0);
+    QCoreApplication::processEvents();
+    EXPECT_GE(f.Height(), 8100);
+    EXPECT_GE(f.Width(), 14565);
+    EXPECT_DOUBLE_EQ(f.grdResult->Height(), f.picMeasureCommandArea->Height() - 5640);
+    f.Hooks.DispImage = nullptr;
 }
 
 TEST(Layout, AnErrorEndsTheProgram) {

@@ -189,7 +189,7 @@ TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
 
 TEST_F(PictureBoxTest, AnUnboundedCanvasTooLargeIsErrorSeven) {
     PictureBox* box = Box(0, 0, 40000, 40000);
-    EXPECT_EQ(vb::Trap([&] { box->Cls(); }), vb::ErrOutOfMemory);
+    EXPECT_EQ(vb::Trap([&] { box->Cls(); }), 0);  // nothing drawn yet, nothing to allocate
     EXPECT_EQ(vb::Trap([&] { box->Line(0, 0, 5, 5, kRed); }), vb::ErrOutOfMemory);
     box->Move(0, 0, 10 * 15, 10 * 15);
     box->Line(0, 0, 5, 5, kRed);

@@ -1,0 +1,35 @@
+#include "StartedMain.h"
+
+#include <QPainter>
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+#include "Startup.h"
+#include "Wiring.h"
+
+namespace testing_support {
+
+StartedMain::StartedMain(int16_t programType, const QString& deployment) : box(deployment) {
+    tavix::ResetVariableDefinition();
+    tavix::WireMain(f);
+    EXPECT_TRUE(tavix::Form_Load(f, programType));
+    f.show();
+}
+
+QImage QuarterPicture(int width, int height) {
+    QImage image(width, height, QImage::Format_RGB32);
+    QPainter p(&image);
+    const int hw = width / 2, hh = height / 2;
+    p.fillRect(0, 0, hw, hh, QColor::fromRgb(kQuarterColors[0]));
+    p.fillRect(hw, 0, width - hw, hh, QColor::fromRgb(kQuarterColors[1]));
+    p.fillRect(0, hh, hw, height - hh, QColor::fromRgb(kQuarterColors[2]));
+    p.fillRect(hw, hh, width - hw, height - hh, QColor::fromRgb(kQuarterColors[3]));
+    return image;
+}
+
+bool Near(QRgb a, QRgb b, int tolerance) {
+    return std::abs(qRed(a) - qRed(b)) <= tolerance && std::abs(qGreen(a) - qGreen(b)) <= tolerance &&
+           std::abs(qBlue(a) - qBlue(b)) <= tolerance;
+}
+
+}  // namespace testing_support

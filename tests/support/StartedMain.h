@@ -1,0 +1,29 @@
+#pragma once
+// A main window started in a sandboxed installation, with a scripted dialog host, and
+// pictures made by the tests.
+#include <QImage>
+#include <QString>
+
+#include "Sandbox.h"
+#include "ScriptedDialogHost.h"
+#include "frmMain.h"
+
+namespace testing_support {
+
+struct StartedMain {
+    Sandbox box;
+    ScriptedDialogHost host;
+    tavix::frmMain f;
+    // Starts the variant and shows the window; fails the test when start-up fails.
+    explicit StartedMain(int16_t programType, const QString& deployment = QStringLiteral("ja"));
+};
+
+// A picture of four coloured quarters (red top left, green top right, blue bottom left,
+// white bottom right), so that zoom, centring and cut edges can be read back by pixel.
+QImage QuarterPicture(int width, int height);
+constexpr QRgb kQuarterColors[4] = {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFFFF};
+
+// Whether two colours differ by at most tolerance in every channel (JPEG is lossy).
+bool Near(QRgb a, QRgb b, int tolerance = 24);
+
+}  // namespace testing_support
