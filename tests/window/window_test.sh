@@ -72,6 +72,59 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
   done
   echo "ok $program: window $wid, screenshot $shots/$program.png"
 done
+# Opening a picture through the real file dialog with a typed path.
+inst="$work/open"
+mkdir -p "$inst"
+cp "$src"/deploy/ja/* "$inst"/
+cp "$bin/tavix-still" "$inst"/
+convert -size 200x150 xc:red \( -size 200x150 xc:lime \) +append \
+  \( -size 200x150 xc:blue -size 200x150 xc:white +append \) -append "BMP3:$inst/quarters.bmp"
+printf 'Sample 12\r\nStained\r\n' >"$inst/quarters.txt"
+"$inst/tavix-still" >"$inst/out.txt" 2>&1 &
+pid=$!
+wid=""
+for _ in $(seq 100); do
+  wid=$(xdotool search --onlyvisible --name "^画像表示プログラム\$" 2>/dev/null | head -1)
+  [ -n "$wid" ] && break
+  sleep 0.1
+done
+if [ -z "$wid" ]; then
+  fail open "no window"
+else
+  sleep 0.5
+  xdotool mousemove --window "$wid" 34 34 click 1
+  dialog=""
+  for _ in $(seq 50); do
+    dialog=$(xdotool search --onlyvisible --class tavix-still 2>/dev/null | grep -vx "$wid" | head -1)
+    [ -n "$dialog" ] && break
+    sleep 0.1
+  done
+  if [ -z "$dialog" ]; then
+    fail open "no file dialog"
+  else
+    sleep 0.5
+    import -window "$dialog" "$shots/open-dialog.png" 2>/dev/null
+    xdotool type --delay 20 "$inst/quarters.bmp"
+    xdotool key Return
+    sleep 1
+    import -window "$wid" "$shots/tavix-still-open.png" 2>/dev/null
+    # The picture stands centred in the view area below the 69-pixel strip.
+    read -r w h < <(identify -format '%w %h' "$shots/tavix-still-open.png")
+    cx=$((w / 2)) cy=$(((h - 69) / 2 + 69))
+    for probe in "-100 -75 red" "100 -75 lime" "-100 75 blue" "100 75 white" "-215 0 black"; do
+      set -- $probe
+      got=$(convert "$shots/tavix-still-open.png" -format "%[pixel:p{$((cx + $1)),$((cy + $2))}]" info:)
+      want=$(convert xc:"$3" -format '%[pixel:p{0,0}]' info:)
+      [ "$got" = "$want" ] || fail open "at $1,$2 $got, not $3"
+    done
+  fi
+  "$xclose" "$wid"
+fi
+for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
+kill -0 $pid 2>/dev/null && { fail open "still running"; kill $pid; }
+wait $pid 2>/dev/null
+[ $failures -eq 0 ] && echo "ok open: picture shown through the file dialog"
+
 # A broken deployment file: the critical box, then the end, with the settings untouched.
 inst="$work/broken"
 mkdir -p "$inst"
