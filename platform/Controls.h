@@ -93,6 +93,8 @@ public:
     // The control's own Visible flag.
     virtual bool Visible() const;
     virtual void SetVisible(bool visible);
+    // Moves the keyboard focus here; a hidden or disabled control, or one with no window, is error 5.
+    void SetFocus();
 
     // Geometry in the container's scale units.
     double Left() const { return left_; }
@@ -241,6 +243,8 @@ public:
     int ListIndex() const;
     // Fires Click inside the call, as the logic counts on.
     void SetListIndex(int index);
+    // Replaces the text of entry i in place; the selection stays. Outside the list: error 381.
+    void SetList(int i, const QString& item);
     QString Text() const;
 
 private:
@@ -419,7 +423,25 @@ public:
     QTableWidget* Table() const { return table_; }
     void ApplyFont() override;
 
+    // The selection: the block from Row to RowSel and from Col to ColSel, either way round.
+    // Setting Row collapses the rows to it, setting Col the columns, as a click does.
+    int Row() const { return row_; }
+    int RowSel() const { return rowSel_; }
+    int Col() const { return col_; }
+    int ColSel() const { return colSel_; }
+    void SetRow(int row);
+    void SetRowSel(int row);
+    void SetCol(int col);
+    void SetColSel(int col);
+    // Once for every change of the block of selected rows: by mouse, keyboard or code.
+    std::function<void()> OnSelChange;
+
+    // For the grid's event filter.
+    bool HandleInput(QObject* watched, QEvent* event);
+
 private:
+    void Select(int row, int rowSel, int col, int colSel, bool fromUser);
+    void ShowSelection();
     // A row or column outside the grid is error 381.
     void CheckCol(int col) const;
     void CheckCell(int row, int col) const;
@@ -429,6 +451,7 @@ private:
     std::vector<int> colAlign_;
     std::vector<int> fixedAlign_;
     std::vector<double> colWidth_;
+    int row_ = 1, rowSel_ = 1, col_ = 0, colSel_ = 0;
 };
 
 // The file and colour dialogs, run through the dialog host.

@@ -3,9 +3,12 @@
 
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QTableWidget>
 
 #include "ControlSupport.h"
+#include "DialogHost.h"
 
 namespace vb {
 
@@ -26,6 +29,16 @@ Qt::Alignment GridAlignment(int code, const QString& text) {
     static const Qt::Alignment vertical[] = {Qt::AlignTop, Qt::AlignVCenter, Qt::AlignBottom};
     return horizontal[code / 3] | vertical[code % 3];
 }
+
+// Mouse and keys reach the grid's own selection, not Qt's.
+class GridInput : public QObject {
+public:
+    explicit GridInput(FlexGrid* grid) : QObject(grid->Table()), grid_(grid) {}
+    bool eventFilter(QObject* watched, QEvent* event) override { return grid_->HandleInput(watched, event); }
+
+private:
+    FlexGrid* grid_;
+};
 
 }  // namespace
 
@@ -49,13 +62,17 @@ FlexGrid::FlexGrid(Form& form, ContainerBase* container, const QString& name, in
     table_->verticalHeader()->hide();
     table_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    // The selection is the grid's own (Row/RowSel); Qt only shows it.
+    table_->setSelectionMode(QAbstractItemView::NoSelection);
+    auto* input = new GridInput(this);
+    table_->installEventFilter(input);
+    table_->viewport()->installEventFilter(input);
     table_->setWordWrap(false);
     table_->setCornerButtonEnabled(false);
     SetCols(2);
     SetRows(2);
     AttachWidget();
+    ShowSelection();
 }
 
 QWidget* FlexGrid::Widget() const { return table_; }
@@ -171,6 +188,91 @@ void FlexGrid::ApplyAlignment(int row, int col) {
         item->setData(Qt::BackgroundRole, QVariant());
         item->setData(Qt::ForegroundRole, QVariant());
     }
+}
+
+void FlexGrid::SetRow(int row) {
+    if (row < 0 || row >= Rows()) Raise(ErrInvalidPropertyValue);
+    Select(row, row, col_, colSel_, false);
+}
+
+void FlexGrid::SetRowSel(int row) {
+    if (row < 0 || row >= Rows()) Raise(ErrInvalidPropertyValue);
+    Select(row_, row, col_, colSel_, false);
+}
+
+void FlexGrid::SetCol(int col) {
+    if (col < 0 || col >= Cols()) Raise(ErrInvalidPropertyValue);
+    Select(row_, rowSel_, col, col, false);
+}
+
+void FlexGrid::SetColSel(int col) {
+    if (col < 0 || col >= Cols()) Raise(ErrInvalidPropertyValue);
+    Select(row_, rowSel_, col_, col, false);
+}
+
+void FlexGrid::Select(int row, int rowSel, int col, int colSel, bool fromUser) {
+    const bool rowsChanged = std::minmax(row, rowSel) != std::minmax(row_, rowSel_);
+    row_ = row;
+    rowSel_ = rowSel;
+    col_ = col;
+    colSel_ = colSel;
+    ShowSelection();
+    if (!rowsChanged || !OnSelChange) return;
+    if (fromUser) RunEvent(OnSelChange);
+    else OnSelChange();
+}
+
+void FlexGrid::ShowSelection() {
+    QItemSelectionModel* model = table_->selectionModel();
+    if (!model || Rows() == 0 || Cols() == 0) return;
+    const auto [top, bottom] = std::minmax(row_, rowSel_);
+    const auto [left, right] = std::minmax(col_, colSel_);
+    const QItemSelection block(table_->model()->index(std::max(top, fixedRows_), left),
+                               table_->model()->index(bottom, right));
+    model->select(top < fixedRows_ && bottom < fixedRows_ ? QItemSelection() : block,
+                  QItemSelectionModel::ClearAndSelect);
+}
+
+bool FlexGrid::HandleInput(QObject* watched, QEvent* event) {
+    const int first = fixedRows_, last = Rows() - 1;
+    if (last < first) return false;
+    if (watched == table_->viewport()) {
+        if (event->type() != QEvent::MouseButtonPress && event->type() != QEvent::MouseMove) return false;
+        auto* mouse = static_cast<QMouseEvent*>(event);
+        if (!(mouse->buttons() & Qt::LeftButton)) return false;
+        const QPoint at = mouse->position().toPoint();
+        int row = table_->rowAt(at.y());
+        if (row < 0) row = at.y() < 0 ? first : last;
+        row = std::clamp(row, first, last);
+        const int right = Cols() - 1;
+        // A press or a shift-click starts or extends whole rows; a drag extends them.
+        if (event->type() == QEvent::MouseButtonPress && !(mouse->modifiers() & Qt::ShiftModifier))
+            Select(row, row, 0, right, true);
+        else
+            Select(row_, row, 0, right, true);
+        return event->type() == QEvent::MouseButtonPress;
+    }
+    if (watched != table_ || event->type() != QEvent::KeyPress) return false;
+    auto* key = static_cast<QKeyEvent*>(event);
+    const int page = std::max(1, table_->viewport()->height() / std::max(1, table_->rowHeight(first)) - 1);
+    const int from = key->modifiers() & Qt::ShiftModifier ? rowSel_ : row_;
+    int to;
+    switch (key->key()) {
+        case Qt::Key_Up: to = from - 1; break;
+        case Qt::Key_Down: to = from + 1; break;
+        case Qt::Key_PageUp: to = from - page; break;
+        case Qt::Key_PageDown: to = from + page; break;
+        case Qt::Key_Home: to = first; break;
+        case Qt::Key_End: to = last; break;
+        default: return false;
+    }
+    to = std::clamp(to, first, last);
+    if (key->modifiers() & Qt::ShiftModifier)
+        Select(row_, to, col_, colSel_, true);
+    else
+        Select(to, to, col_, colSel_, true);
+    table_->scrollToItem(table_->item(to, 0));
+    return true;
 }
 
 }  // namespace vb
