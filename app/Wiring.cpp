@@ -4,7 +4,9 @@
 
 #include "DialogHost.h"
 #include "Layout.h"
+#include "MeasureCommands.h"
 #include "OpenImage.h"
+#include "Proof.h"
 #include "Startup.h"
 #include "StillDisplay.h"
 #include "frmMain.h"
@@ -21,6 +23,14 @@ void WireMain(frmMain& f) {
     f.OnUnload = [&f](bool& cancel) { Form_Unload(f, cancel); };
     f.cboScale->OnClick = [&f] { cboScale_Click(f); };
     f.cmdPicLoad->OnClick = [&f] { cmdPicLoad_Click(f); };
+    f.cboProof->OnClick = [&f] { cboProof_Click(f); };
+    f.cmdProofConfig->OnClick = [&f] { cmdProofConfig_Click(f); };
+    f.Hooks.ReadProofData = [](frmMain&) { return ReadProofData(); };
+    for (int16_t i = 0; i < static_cast<int16_t>(f.cmdMeasure.size()); ++i)
+        f.cmdMeasure[i]->OnClick = [&f, i] { cmdMeasure_Click(f, i); };
+    f.picStillView->OnMouseUp = [&f](int button, int shift, float x, float y) {
+        picStillView_MouseUp(f, static_cast<int16_t>(button), static_cast<int16_t>(shift), x, y);
+    };
     f.Hooks.DispImage = [](frmMain& form) { DispImage(form, false); };
     f.OnResize = [&f] { Form_Resize(f); };
 }

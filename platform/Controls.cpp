@@ -191,6 +191,12 @@ void Control::SetVisible(bool visible) {
     if (widget_) widget_->setVisible(visible);
 }
 
+void Control::SetFocus() {
+    QWidget* w = Widget();
+    if (!w || !w->isEnabled() || !w->isVisibleTo(w->window())) Raise(ErrInvalidCall);
+    w->setFocus(Qt::OtherFocusReason);
+}
+
 void Control::SetLeft(double v) {
     left_ = v;
     ApplyGeometry();
@@ -411,6 +417,11 @@ void ComboBox::SetListIndex(int index) {
     combo_->setCurrentIndex(index);
     settingFromCode_ = false;
     if (OnClick) OnClick();
+}
+
+void ComboBox::SetList(int i, const QString& item) {
+    if (i < 0 || i >= combo_->count()) Raise(ErrInvalidArrayIndex);
+    combo_->setItemText(i, item);
 }
 
 QString ComboBox::Text() const { return combo_->currentText(); }

@@ -158,7 +158,8 @@ bool QtDialogHost::ShowColor(CommonDialog& dlg, QWidget* owner) {
 
 void QtDialogHost::ShowModal(Form& form, QWidget* owner) {
     // A form of its own, placed over its owner like a dialog, blocking every other window.
-    form.setParent(owner, Qt::Dialog);
+    // The form's own flags stay: a dialog without a close box keeps having none.
+    form.setParent(owner, form.windowFlags() | Qt::Dialog);
     form.setWindowModality(Qt::ApplicationModal);
     form.show();
     while (form.isVisible() && !form.Unloaded())

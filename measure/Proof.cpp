@@ -1,0 +1,170 @@
+#include "Proof.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <array>
+
+#include "App.h"
+#include "CalcModule.h"
+#include "CommandArea.h"
+#include "CommonModule.h"
+#include "DialogHost.h"
+#include "Guidance.h"
+#include "MeasureCommands.h"
+#include "StillDisplay.h"
+#include "TextFile.h"
+#include "frmMain.h"
+#include "frmProofConfig.h"
+
+namespace tavix {
+
+namespace {
+
+constexpr int16_t kProofMode = 20;
+
+QString ProofFilePath() { return vb::AppPathJoin(Var().ProofFileName); }
+
+// The Value field: the whole item a decimal number (a missing leading zero and an exponent
+// allowed), else error 13.
+double NumberItem(const QString& item) {
+    static const QRegularExpression number(
+        QStringLiteral("^[ \\t]*[+-]?([0-9]+\\.?[0-9]*|\\.[0-9]+)([eEdD][+-]?[0-9]+)?[ \\t]*$"));
+    if (!number.match(item).hasMatch()) vb::Raise(vb::ErrTypeMismatch);
+    return vb::Val(item);
+}
+
+QString Quoted(const QString& text) { return QLatin1Char('"') + text + QLatin1Char('"'); }
+
+// Why a rewrite did not go through, by what stands at the path now.
+int WriteFailure(const QString& path) {
+    const QFileInfo target(path);
+    const QFileInfo folder(target.absolutePath());
+    if (!folder.isDir()) return vb::ErrPathNotFound;
+    if ((target.exists() && (!target.isFile() || !target.isWritable())) || !folder.isWritable())
+        return vb::ErrPathFileAccess;
+    return vb::ErrDeviceIO;
+}
+
+int SelectedSlot(const frmMain& f) {
+    const int i = f.cboProof->ListIndex();
+    return i >= 0 && i < ProofTableSize ? i : Var().CurrentProofNo;
+}
+
+bool AskYesNo(frmMain& f, int32_t text, int32_t title) {
+    return vb::Host().MsgBox(GST(text), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(title), &f) ==
+           vb::vbYes;
+}
+
+// Second point taken: the dialog, then back to idle with the outcome applied.
+void ConfigureFromPoints(frmMain& f) {
+    VariableDefinition& v = Var();
+    const ProofRecord& proof = v.ProofTable[SelectedSlot(f)];
+    frmProofConfig dlg;
+    dlg.Form_Load();
+    dlg.txtName->SetText(proof.Name);
+    for (int i = 0; i < dlg.cboUnit->ListCount(); ++i) {
+        if (dlg.cboUnit->List(i) == proof.Unit) {
+            dlg.cboUnit->SetListIndex(i);
+            break;
+        }
+    }
+    dlg.txtValue->Tag = vb::CStr(PointDistance(f.WorkPoints[1], f.WorkPoints[2]));
+    // A dialog that ended some other way counts as cancelled.
+    v.DialogResult = false;
+    vb::Host().ShowModal(dlg, &f);
+
+    if (f.ResultCount >= 1) {
+        if (v.DialogResult) {
+            if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
+        } else if (f.Hooks.DrawMeasureResults) {
+            f.Hooks.DrawMeasureResults(f);
+        }
+    }
+    for (int i = 0; i < ProofTableSize && i < f.cboProof->ListCount(); ++i)
+        f.cboProof->SetList(i, v.ProofTable[i].Name);
+    EndMeasureCommand(f);
+}
+
+}  // namespace
+
+bool ReadProofData() {
+    return TrapLogged(QStringLiteral("ReadProofData"), [] {
+        // Read whole before anything changes, so a failure leaves the table as it was.
+        std::array<ProofRecord, ProofTableSize> table;
+        vb::DelimitedInput in = vb::DelimitedInput::FromFile(ProofFilePath());
+        for (ProofRecord& proof : table) {
+            proof.Name = in.ReadItem();
+            proof.Value = NumberItem(in.ReadItem());
+            proof.Unit = in.ReadItem();
+        }
+        Var().ProofTable = std::move(table);
+    });
+}
+
+int WriteProofData() {
+    QStringList lines;
+    for (const ProofRecord& proof : Var().ProofTable)
+        lines << Quoted(proof.Name) + QLatin1Char(',') + vb::CStr(proof.Value) + QLatin1Char(',') + Quoted(proof.Unit);
+    const QString path = ProofFilePath();
+    if (vb::WriteTextFileAtomic(path, lines)) return 0;
+    return WriteFailure(path);
+}
+
+void cboProof_Click(frmMain& f) {
+    // Static across calls, so the click raised by setting ListIndex back below is swallowed.
+    static bool busy = false;
+    if (busy) return;
+    busy = true;
+    struct Release {
+        bool& flag;
+        ~Release() { flag = false; }
+    } release{busy};
+
+    if (f.ResultCount > 0) {
+        if (f.ResultDirty && !AskYesNo(f, 20000, 11000)) {
+            f.cboProof->SetListIndex(Var().CurrentProofNo);
+            return;
+        }
+        // Results of two calibrations never stand side by side.
+        if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
+    }
+    Var().CurrentProofNo = static_cast<int16_t>(f.cboProof->ListIndex());
+}
+
+void cmdProofConfig_Click(frmMain& f) {
+    if (f.ResultCount >= 1 && f.ResultDirty && !AskYesNo(f, 20060, 11060)) return;
+    DisableCommandArea(f, f.picViewCommandArea->Name(), false);
+    DisableCommandArea(f, f.picMeasureCommandArea->Name(), true);
+    // The reference is measured on the bare picture.
+    DispImage(f, false);
+    f.WorkPoints.assign(1, Point2D{});
+    f.CommandMode = kProofMode;
+    DispGuidance(f, 20);
+}
+
+void ProofMeasure_MouseUp(frmMain& f, int16_t Button, float X, float Y) {
+    const bool noPoint = f.WorkPoints.size() <= 1;
+    if (Button == 1) {
+        f.WorkPoints.push_back(Point2D{X, Y});
+        if (!noPoint) {
+            ConfigureFromPoints(f);
+            return;
+        }
+        vb::LineControl* line = f.linMeasure.Exists(1) ? f.linMeasure[1] : f.linMeasure.Load(1);
+        line->SetPoints(X, Y, X, Y);
+        line->SetVisible(true);
+        DispGuidance(f, 21);
+    } else if (Button == 2) {
+        if (noPoint) {
+            // Abandoned: the results hidden at the start come back.
+            if (f.ResultCount >= 1 && f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
+            EndMeasureCommand(f);
+            return;
+        }
+        DispGuidance(f, 20);
+        f.WorkPoints.assign(1, Point2D{});
+        if (f.linMeasure.Exists(1)) f.linMeasure.Unload(1);
+    }
+}
+
+}  // namespace tavix

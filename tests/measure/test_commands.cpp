@@ -1,0 +1,309 @@
+// The measure commands as click sequences: state after every click, the boxes, the ends,
+// and one measure driven with real mouse events.
+#include <QApplication>
+#include <QMouseEvent>
+#include <gtest/gtest.h>
+
+#include "CommandArea.h"
+#include "CommonModule.h"
+#include "Convert.h"
+#include "MeasureCommands.h"
+#include "OpenImage.h"
+#include "StartedMain.h"
+#include "StillDisplay.h"
+
+using testing_support::QuarterPicture;
+using tavix::frmMain;
+
+namespace {
+
+constexpr int kHidden = -1;
+
+// One click and the state after it.
+struct Step {
+    char button;  // 'L', 'R'; 'Y'/'N': a left click answered Yes/No by a question box; 'B': a refusal box
+    double x, y;
+    int mode, points, guidance;
+    const char* lines;    // loaded linMeasure elements
+    const char* circles;  // loaded shaMeasure elements
+    int results;
+};
+
+struct CommandCase {
+    const char* what;
+    int16_t button;
+    int16_t twoPointMode, angleMode;
+    int firstGuidance;
+    std::vector<Step> steps;
+};
+
+template <class T>
+std::string Loaded(const vb::ControlArray<T>& a) {
+    std::string s;
+    for (int k = 1; k <= a.UBound(); ++k)
+        if (a.Exists(k)) s += (s.empty() ? "" : ",") + std::to_string(k);
+    return s;
+}
+
+struct MeasureWindow : testing_support::StartedMain {
+    MeasureWindow() : StartedMain(3) {
+        f.picTempView->SetPicture(QuarterPicture(600, 400));
+        for (int n = 30; n <= 59; ++n)
+            tavix::Var().GuidanceTable[n] = {QStringLiteral("G%1").arg(n), QStringLiteral("second %1").arg(n)};
+        tavix::EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
+        tavix::DispImage(f, false);
+    }
+    int Guidance() const {
+        if (!f.txtComment[0]->Locked()) return kHidden;
+        return f.txtComment[0]->Text().mid(1).toInt();
+    }
+};
+
+TEST(MeasureCommand, ClickSequences) {
+    const CommandCase cases[] = {
+        {"distance", 0, 0, 0, 32, {
+            {'L', 0, 0, 101, 1, 33, "1", "", 0},
+            {'R', 0, 0, 101, 0, 32, "", "", 0},
+            {'L', 0, 0, 101, 1, 33, "1", "", 0},
+            {'L', 30, 40, 0, 2, kHidden, "", "", 1}}},
+        {"distance to a parallel", 0, 1, 0, 57, {
+            {'L', 0, 0, 108, 1, 58, "1", "", 0},
+            {'L', 100, 0, 108, 2, 59, "1,2,3", "", 0},
+            {'R', 0, 0, 108, 1, 58, "1", "", 0},
+            {'L', 100, 0, 108, 2, 59, "1,2,3", "", 0},
+            {'B', 150, 20, 108, 2, 59, "1,2,3", "", 0},  // foot beyond the base line
+            {'L', 50, 20, 0, 3, kHidden, "", "", 1}}},
+        {"circle", 1, 0, 0, 34, {
+            {'L', 0, 0, 102, 1, 35, "", "", 0},
+            {'L', 10, 10, 102, 2, 36, "", "1", 0},
+            {'R', 0, 0, 102, 1, 35, "", "", 0},
+            {'R', 0, 0, 102, 0, 34, "", "", 0},
+            {'R', 0, 0, 0, 0, kHidden, "", "", 0}}},
+        {"two circles", 2, 0, 0, 37, {
+            {'L', 0, 10, 103, 1, 38, "", "", 0},
+            {'L', 10, 0, 103, 2, 39, "", "1", 0},
+            {'L', 0, -10, 103, 3, 40, "", "1", 0},
+            {'L', 50, 10, 103, 4, 41, "", "1", 0},
+            {'L', 60, 0, 103, 5, 42, "", "1,2", 0},
+            {'R', 0, 0, 103, 4, 41, "", "1", 0},
+            {'R', 0, 0, 103, 3, 40, "", "1", 0},
+            {'R', 0, 0, 103, 2, 39, "", "1", 0},
+            {'R', 0, 0, 103, 1, 38, "", "", 0},
+            {'L', 10, 0, 103, 2, 39, "", "1", 0},
+            {'L', 0, -10, 103, 3, 40, "", "1", 0},
+            {'L', 50, 10, 103, 4, 41, "", "1", 0},
+            {'L', 60, 0, 103, 5, 42, "", "1,2", 0},
+            {'L', 50, -10, 0, 6, kHidden, "", "", 3}}},
+        {"perpendicular", 3, 0, 0, 43, {
+            {'L', -100, 0, 104, 1, 44, "1", "", 0},
+            {'L', 100, 0, 104, 2, 45, "1", "", 0},
+            {'R', 0, 0, 104, 1, 44, "1", "", 0},  // line 1 stays; its end follows the pointer
+            {'L', 100, 0, 104, 2, 45, "1", "", 0},
+            {'L', 0, 30, 104, 3, 46, "1,2", "", 0},
+            {'L', 20, -40, 104, 4, 46, "1,2,3", "", 0},
+            {'L', 50, 10, 104, 5, 46, "1,2,3,4", "", 0},
+            {'R', 0, 0, 0, 5, kHidden, "", "", 3}}},
+        {"perpendicular, two points alone give nothing", 3, 0, 0, 43, {
+            {'L', -100, 0, 104, 1, 44, "1", "", 0},
+            {'R', 0, 0, 104, 0, 43, "", "", 0},
+            {'R', 0, 0, 0, 0, kHidden, "", "", 0}}},
+        {"area", 4, 0, 0, 50, {
+            {'L', 0, 0, 105, 1, 51, "1", "", 0},
+            {'L', 100, 0, 105, 2, 51, "1,2", "", 0},
+            {'L', 0.5, 1, 105, 3, 51, "1,2,3", "", 0},  // the third corner near the first does not ask
+            {'R', 0, 0, 105, 2, 51, "1,2", "", 0},
+            {'L', 100, 100, 105, 3, 51, "1,2,3", "", 0},
+            {'N', 2.9, 0, 105, 3, 51, "1,2,3", "", 0},
+            {'L', 0, 3.0, 105, 4, 51, "1,2,3,4", "", 0},
+            {'Y', 0, 2, 0, 4, kHidden, "", "", 1}}},
+        {"angle by three points", 5, 0, 0, 47, {
+            {'L', 50, 0, 106, 1, 48, "1", "", 0},
+            {'L', 0, 0, 106, 2, 49, "1,2", "", 0},
+            {'R', 0, 0, 106, 1, 48, "1", "", 0},
+            {'R', 0, 0, 106, 0, 47, "", "", 0},
+            {'L', 50, 0, 106, 1, 48, "1", "", 0},
+            {'L', 0, 0, 106, 2, 49, "1,2", "", 0},
+            {'L', 0, 50, 0, 3, kHidden, "", "", 1}}},
+        {"angle by two lines", 5, 0, 1, 52, {
+            {'L', -50, 0, 107, 1, 53, "1", "", 0},
+            {'L', 50, 0, 107, 2, 54, "1", "", 0},
+            {'L', 0, -50, 107, 3, 55, "1,2", "", 0},
+            {'L', 0, 50, 107, 4, 56, "1,2", "", 0},
+            {'R', 0, 0, 107, 3, 55, "1,2", "", 0},
+            {'R', 0, 0, 107, 2, 54, "1", "", 0},
+            {'R', 0, 0, 107, 1, 53, "1", "", 0},
+            {'R', 0, 0, 107, 0, 52, "", "", 0},
+            {'L', -50, 0, 107, 1, 53, "1", "", 0},
+            {'L', 50, 0, 107, 2, 54, "1", "", 0},
+            {'L', 0, -50, 107, 3, 55, "1,2", "", 0},
+            {'L', 0, 50, 107, 4, 56, "1,2", "", 0},
+            {'L', 10, 10, 0, 5, kHidden, "", "", 1}}},
+        {"count", 6, 0, 0, 30, {
+            {'L', 0, 0, 100, 1, 31, "", "", 0},
+            {'L', 10, 0, 100, 2, 31, "", "", 0},
+            {'R', 0, 0, 0, 2, kHidden, "", "", 1}}},
+    };
+    for (const CommandCase& c : cases) {
+        MeasureWindow w;
+        frmMain& f = w.f;
+        tavix::Var().TwoPointCommandMode = c.twoPointMode;
+        tavix::Var().AngleCommandMode = c.angleMode;
+        tavix::cmdMeasure_Click(f, c.button);
+        EXPECT_EQ(w.Guidance(), c.firstGuidance) << c.what;
+        EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), 0x0080FFFFu) << c.what;
+        EXPECT_FALSE(f.cmdPicLoad->Enabled()) << c.what;
+        EXPECT_FALSE(f.chkScale->Enabled()) << c.what;
+        int i = 0;
+        for (const Step& s : c.steps) {
+            ++i;
+            if (s.button == 'Y' || s.button == 'N') w.host.AnswerMsgBox(s.button == 'Y' ? vb::vbYes : vb::vbNo);
+            if (s.button == 'B') w.host.AnswerMsgBox(vb::vbOK);
+            const size_t boxes = w.host.Boxes.size();
+            tavix::picStillView_MouseUp(f, s.button == 'R' ? 2 : 1, 0, static_cast<float>(s.x),
+                                        static_cast<float>(s.y));
+            const std::string at = std::string(c.what) + " step " + std::to_string(i);
+            EXPECT_EQ(w.host.Boxes.size(), boxes + (s.button == 'L' || s.button == 'R' ? 0 : 1)) << at;
+            EXPECT_EQ(f.CommandMode, s.mode) << at;
+            EXPECT_EQ(static_cast<int>(f.WorkPoints.size()) - 1, s.points) << at;
+            EXPECT_EQ(w.Guidance(), s.guidance) << at;
+            EXPECT_EQ(Loaded(f.linMeasure), s.lines) << at;
+            EXPECT_EQ(Loaded(f.shaMeasure), s.circles) << at;
+            EXPECT_EQ(f.ResultCount, s.results) << at;
+        }
+        EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), vb::vbButtonFace) << c.what;
+        EXPECT_TRUE(f.cmdPicLoad->Enabled()) << c.what;
+        EXPECT_TRUE(f.chkScale->Enabled()) << c.what;
+    }
+}
+
+TEST(MeasureCommand, BoxesOfThePerpendicularAndTheParallel) {
+    MeasureWindow w;
+    frmMain& f = w.f;
+    tavix::Var().TwoPointCommandMode = 1;
+    tavix::cmdMeasure_Click(f, 0);
+    for (const auto& p : {std::pair{0.0, 0.0}, std::pair{100.0, 0.0}})
+        tavix::picStillView_MouseUp(f, 1, 0, p.first, p.second);
+    // Within the tolerance of 1 pixel a foot just beyond the end still counts as between.
+    w.host.AnswerMsgBox(vb::vbOK);
+    tavix::picStillView_MouseUp(f, 1, 0, -1.5, 30);
+    ASSERT_EQ(w.host.Boxes.size(), 1u);
+    EXPECT_EQ(w.host.Boxes[0].Prompt, tavix::GST(20134));
+    EXPECT_EQ(w.host.Boxes[0].Title, tavix::GST(11134));
+    EXPECT_EQ(w.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical);
+    tavix::picStillView_MouseUp(f, 1, 0, -0.4f, 30);
+    EXPECT_EQ(f.CommandMode, 0);
+    EXPECT_EQ(f.ResultCount, 1);
+}
+
+TEST(MeasureCommand, NothingHappensOutsideACommandOrWithOtherButtons) {
+    MeasureWindow w;
+    frmMain& f = w.f;
+    tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
+    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
+    EXPECT_EQ(f.CommandMode, 0);
+    tavix::cmdMeasure_Click(f, 1);
+    tavix::picStillView_MouseUp(f, 4, 0, 0, 0);
+    EXPECT_EQ(f.WorkPoints.size(), 1u);
+    tavix::cmdMeasure_Click(f, 7);  // no such button
+    EXPECT_EQ(f.CommandMode, 102);
+    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);  // right at once: the end, no result
+    EXPECT_EQ(f.CommandMode, 0);
+    EXPECT_EQ(f.ResultCount, 0);
+    EXPECT_EQ(f.cmdMeasure[1]->BackColor(), vb::vbButtonFace);
+}
+
+TEST(MeasureCommand, TheHundredthCountEndsByItself) {
+    MeasureWindow w;
+    frmMain& f = w.f;
+    tavix::cmdMeasure_Click(f, 6);
+    for (int i = 0; i < 99; ++i) tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(i - 50), 0);
+    EXPECT_EQ(f.CommandMode, 100);
+    tavix::picStillView_MouseUp(f, 1, 0, 60, 10);
+    EXPECT_EQ(f.CommandMode, 0);
+    ASSERT_EQ(f.ResultCount, 1);
+    EXPECT_EQ(tavix::Var().ResultTable[1].Value, 100);
+    // The marks of the count stand on the still until the next repaint.
+    const QImage still = f.picStillView->GetImage();
+    const QRect r = f.picStillView->CanvasRect();
+    EXPECT_EQ(still.pixel(r.width() / 2 + 60, r.height() / 2 + 10) & 0xFFFFFF,
+              vb::ToQColor(tavix::Var().MeasureLineColor[3]).rgb() & 0xFFFFFF);
+}
+
+TEST(MeasureCommand, AFullResultListRefusesWhatCannotFit) {
+    const struct { int16_t listed, button; bool starts; } cases[] = {
+        {98, 0, true}, {99, 0, false}, {96, 2, true}, {97, 2, false}, {98, 3, true}, {99, 6, false},
+    };
+    for (const auto& c : cases) {
+        MeasureWindow w;
+        frmMain& f = w.f;
+        f.ResultCount = c.listed;
+        if (!c.starts) w.host.AnswerMsgBox(vb::vbOK);
+        tavix::cmdMeasure_Click(f, c.button);
+        EXPECT_EQ(f.CommandMode != 0, c.starts) << c.listed << " listed, button " << c.button;
+        if (c.starts) continue;
+        ASSERT_EQ(w.host.Boxes.size(), 1u);
+        EXPECT_EQ(w.host.Boxes[0].Prompt, tavix::GST(20141));
+        EXPECT_EQ(w.host.Boxes[0].Title, tavix::GST(11141));
+        EXPECT_EQ(w.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbExclamation);
+        EXPECT_TRUE(f.cmdPicLoad->Enabled());
+        EXPECT_FALSE(f.txtComment[0]->Locked());
+    }
+    // A running perpendicular drops the point that would pass row 99 and goes on.
+    MeasureWindow w;
+    frmMain& f = w.f;
+    f.ResultCount = 97;
+    tavix::cmdMeasure_Click(f, 3);
+    for (const auto& p : {std::pair{-100.0, 0.0}, std::pair{100.0, 0.0}, std::pair{0.0, 10.0}, std::pair{0.0, 20.0}})
+        tavix::picStillView_MouseUp(f, 1, 0, p.first, p.second);
+    w.host.AnswerMsgBox(vb::vbOK);
+    tavix::picStillView_MouseUp(f, 1, 0, 0, 30);
+    EXPECT_EQ(w.host.Boxes.size(), 1u);
+    EXPECT_EQ(f.WorkPoints.size(), 5u);
+    EXPECT_EQ(f.CommandMode, 104);
+    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
+    EXPECT_EQ(f.ResultCount, 99);
+    EXPECT_EQ(f.grdResult->TextMatrix(99, 0), QStringLiteral("99"));
+}
+
+// ---- A measure as a user makes it: real mouse events on the real widgets ----
+
+void Click(QWidget* widget, QPoint at, Qt::MouseButton button) {
+    const QPointF local(at), global(widget->mapToGlobal(at));
+    QMouseEvent press(QEvent::MouseButtonPress, local, global, button, button, Qt::NoModifier);
+    QApplication::sendEvent(widget, &press);
+    QMouseEvent release(QEvent::MouseButtonRelease, local, global, button, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(widget, &release);
+}
+
+TEST(MeasureFlow, DistanceByMouseEndsInTheGridRow) {
+    testing_support::StartedMain s(3);
+    frmMain& f = s.f;
+    const QString picture = s.box.File(QStringLiteral("sample.bmp"));
+    ASSERT_TRUE(QuarterPicture(600, 400).save(picture));
+    s.host.AnswerFile(picture);
+    Click(f.cmdPicLoad->Widget(), QPoint(10, 10), Qt::LeftButton);
+    ASSERT_EQ(f.picTempView->GetPicture().size(), QSize(600, 400));
+    tavix::ProofRecord& proof = tavix::Var().ProofTable[tavix::Var().CurrentProofNo];
+    proof.Value = 0.5;
+    proof.Unit = QStringLiteral("mm");
+
+    Click(f.cmdMeasure[0]->Widget(), QPoint(10, 10), Qt::LeftButton);
+    ASSERT_EQ(f.CommandMode, 101);
+    QWidget* still = f.picStillView->ClientWidget();
+    // The scale's origin is the picture's centre, the middle of the widget.
+    const QPoint centre(300, 200);
+    Click(still, centre + QPoint(-30, 0), Qt::LeftButton);
+    Click(still, centre + QPoint(0, 0), Qt::RightButton);  // takes the first point back
+    Click(still, centre + QPoint(-60, -40), Qt::LeftButton);
+    Click(still, centre + QPoint(60, 120), Qt::LeftButton);  // 200 pixels away
+    EXPECT_EQ(f.CommandMode, 0);
+    ASSERT_EQ(f.ResultCount, 1);
+    EXPECT_EQ(f.grdResult->TextMatrix(1, 0), QStringLiteral("1"));
+    EXPECT_EQ(f.grdResult->TextMatrix(1, 1), tavix::GST(11132));
+    EXPECT_EQ(f.grdResult->TextMatrix(1, 2), vb::Format(100.0, f.ResultFormat));
+    EXPECT_EQ(f.grdResult->TextMatrix(1, 3), QStringLiteral("mm"));
+    EXPECT_TRUE(f.ResultDirty);
+    EXPECT_TRUE(s.host.Boxes.empty());
+}
+
+}  // namespace
