@@ -10,8 +10,6 @@
 #include "CommonModule.h"
 #include "Proof.h"
 #include "StartedMain.h"
-#include "Startup.h"
-#include "Wiring.h"
 #include "frmProofConfig.h"
 
 using testing_support::Sandbox;
@@ -23,6 +21,7 @@ namespace {
 
 const QString kProof = QStringLiteral("Proof.txt");
 const QString kMu = QStringLiteral("μ");
+constexpr int kQuestion = vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2;
 
 QByteArray Records(int n) {
     QByteArray out;
@@ -31,13 +30,8 @@ QByteArray Records(int n) {
 }
 
 void ExpectBox(const testing_support::RecordedBox& box, int text, int title, int buttons) {
-    EXPECT_EQ(box.Prompt, GST(text));
-    EXPECT_EQ(box.Title, GST(title));
-    EXPECT_EQ(box.Buttons, buttons);
+    EXPECT_TRUE(box.Prompt == GST(text) && box.Title == GST(title) && box.Buttons == buttons) << box.Prompt.toStdString();
 }
-
-constexpr int kQuestion = vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2;
-constexpr int kRefusal = vb::vbOKOnly | vb::vbExclamation;
 
 struct ProofWindow : testing_support::StartedMain {
     int clears = 0, draws = 0;
@@ -59,14 +53,20 @@ struct ProofWindow : testing_support::StartedMain {
     }
 };
 
-void Enter(frmProofConfig& d, const char* name, const char* value, const char* unit) {
+void Key(QWidget* target, int key) {
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &press);
+}
+
+// Types into the dialog; without a unit the one shown stays.
+void Enter(frmProofConfig& d, const char* name, const char* value, const char* unit = nullptr) {
     d.txtName->SetText(QString::fromUtf8(name));
     d.txtValue->SetText(QString::fromUtf8(value));
-    for (int i = 0; i < d.cboUnit->ListCount(); ++i)
+    for (int i = 0; unit && i < d.cboUnit->ListCount(); ++i)
         if (d.cboUnit->List(i) == QString::fromUtf8(unit)) d.cboUnit->SetListIndex(i);
 }
 
-TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWas) {
+TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
     const struct { const char* what; QByteArray file; int error; int slot; QString name; double value; QString unit; } cases[] = {
         {"missing leading zero", "\"a\",.5,\"mm\"\r\n" + Records(9), 0, 0, "a", 0.5, "mm"},
         {"exponent", "\"a\",1.5E-05,\"cm\"\r\n" + Records(9), 0, 0, "a", 1.5e-05, "cm"},
@@ -84,16 +84,27 @@ TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWas) {
         if (c.error == 53) box.Remove(kProof);
         else box.Write(kProof, c.file);
         EXPECT_EQ(tavix::ReadProofData(), c.error == 0);
+        const tavix::ProofRecord& p = Var().ProofTable[c.slot];
         if (c.error != 0) {
             EXPECT_EQ(box.LogTexts(), QStringList{QStringLiteral("ReadProofData Error.(%1)").arg(c.error)});
-            EXPECT_EQ(Var().ProofTable[0].Name, QStringLiteral("before"));
+            EXPECT_EQ(p.Name, QStringLiteral("before"));
             continue;
         }
-        const tavix::ProofRecord& p = Var().ProofTable[c.slot];
-        EXPECT_EQ(p.Name, c.name);
+        EXPECT_EQ(QStringList({p.Name, p.Unit}), QStringList({c.name, c.unit}));
         EXPECT_DOUBLE_EQ(p.Value, c.value);
-        EXPECT_EQ(p.Unit, c.unit);
     }
+    // The rewrite: ten lines in general number form, whatever the file held.
+    Sandbox box;
+    box.Write(kProof, Records(12));
+    const double values[4] = {0.1, 1.5e-05, 1.0 / 3, 1e15};
+    const char* texts[4] = {"0.1", "1.5E-05", "0.333333333333333", "1E+15"};
+    QString want;
+    for (int i = 0; i < 10; ++i) {
+        Var().ProofTable[i] = {QStringLiteral("n%1").arg(i), i < 4 ? values[i] : 0, kMu};
+        want += QStringLiteral("\"n%1\",%2,\"μ\"\r\n").arg(i).arg(QLatin1String(i < 4 ? texts[i] : "0"));
+    }
+    ASSERT_EQ(tavix::WriteProofData(), 0);
+    EXPECT_EQ(QString::fromUtf8(box.Read(kProof)), want);
 }
 
 TEST(ProofFile, DeliveredFilesHoldTenNamedSlotsOfOneMicron) {
@@ -109,22 +120,6 @@ TEST(ProofFile, DeliveredFilesHoldTenNamedSlotsOfOneMicron) {
         EXPECT_EQ(names.removeDuplicates(), 0);
         EXPECT_EQ(s.f.cboProof->List(3), names[3]) << "listed at start-up";
     }
-}
-
-TEST(ProofFile, RewriteIsTenLinesInGeneralNumberForm) {
-    Sandbox box;
-    tavix::ResetVariableDefinition();
-    Var().ProofFileName = QStringLiteral("\\Proof.txt");
-    box.Write(kProof, Records(12));
-    const double values[4] = {0.1, 1.5e-05, 1.0 / 3, 1e15};
-    const char* texts[10] = {"0.1", "1.5E-05", "0.333333333333333", "1E+15", "0", "0", "0", "0", "0", "0"};
-    for (int i = 0; i < 10; ++i) Var().ProofTable[i] = {QStringLiteral("n%1").arg(i), i < 4 ? values[i] : 0, kMu};
-    ASSERT_EQ(tavix::WriteProofData(), 0);
-    QStringList lines = QString::fromUtf8(box.Read(kProof)).split(QStringLiteral("\r\n"));
-    ASSERT_EQ(lines.size(), 11);
-    EXPECT_TRUE(lines.takeLast().isEmpty());
-    for (int i = 0; i < 10; ++i)
-        EXPECT_EQ(lines[i], QStringLiteral("\"n%1\",%2,\"μ\"").arg(i).arg(QLatin1String(texts[i])));
 }
 
 TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
@@ -161,110 +156,123 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
     ProofWindow w(1, false);  // saved: no question
     w.f.WorkPoints.push_back({5, 5});
     tavix::EnableCommandArea(w.f, w.f.picMeasureCommandArea->Name());  // as in the still view
+    const auto expectFirstPointAwaited = [&] {
+        EXPECT_TRUE(w.f.CommandMode == 20 && w.f.WorkPoints.size() == 1u && w.Guidance() == Var().GuidanceTable[20][0]);
+    };
     tavix::cmdProofConfig_Click(w.f);
-    EXPECT_TRUE(w.f.CommandMode == 20 && w.f.WorkPoints.size() == 1u);
-    EXPECT_EQ(w.Guidance(), Var().GuidanceTable[20][0]);
+    expectFirstPointAwaited();
     EXPECT_FALSE(w.f.chkScale->Enabled()) << "all of the measure area";
 
     w.Click(4, 1, 1);  // a middle button does nothing
     w.Click(1, 10, 20);
     ASSERT_TRUE(w.f.linMeasure.Exists(1));
     const vb::LineControl& line = *w.f.linMeasure[1];
-    EXPECT_TRUE(line.Visible());
+    EXPECT_TRUE(line.Visible() && w.Guidance() == Var().GuidanceTable[21][0]);
     EXPECT_EQ(QList<double>({line.X1(), line.Y1(), line.X2(), line.Y2()}), QList<double>({10, 20, 10, 20}));
-    EXPECT_EQ(w.Guidance(), Var().GuidanceTable[21][0]);
 
     w.Click(2);  // back to the first point
-    EXPECT_TRUE(w.f.CommandMode == 20 && w.f.WorkPoints.size() == 1u);
-    EXPECT_FALSE(w.f.linMeasure.Exists(1));
-    EXPECT_EQ(w.Guidance(), Var().GuidanceTable[20][0]);
-    EXPECT_EQ(w.draws, 0);
+    expectFirstPointAwaited();
+    EXPECT_TRUE(!w.f.linMeasure.Exists(1) && w.draws == 0);
 
     w.Click(2);  // abandoned: the hidden results come back
-    EXPECT_EQ(w.f.CommandMode, 0);
-    EXPECT_EQ(w.draws, 1);
-    EXPECT_TRUE(w.f.chkScale->Enabled());
+    EXPECT_TRUE(w.f.CommandMode == 0 && w.draws == 1 && w.f.chkScale->Enabled());
 }
 
-TEST(ProofDialog, OpensWithTheSlotAndTheMeasuredDistance) {
-    const struct { const char* unit; int index; } cases[] = {{"cm", 2}, {"mm", 1}, {"px", 0}, {"", 0}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.unit);
-        ProofWindow w;
-        w.f.cboProof->SetListIndex(3);
-        Var().ProofTable[3] = {QStringLiteral("slot3"), 2, QString::fromUtf8(c.unit)};
-        tavix::cmdProofConfig_Click(w.f);
-        w.Click(1, 0, 0);
-        w.host.AnswerModal([&](vb::Form& form) {
-            auto& d = dynamic_cast<frmProofConfig&>(form);
-            EXPECT_EQ(d.Caption() + d.Label1[0]->Caption() + d.Label1[2]->Caption(), GST(14000) + GST(14001) + GST(14003));
-            EXPECT_EQ(d.txtName->Text() + d.txtValue->Text() + d.txtValue->Tag, QStringLiteral("slot3150"));
-            ASSERT_EQ(d.cboUnit->ListCount(), 3);
-            EXPECT_EQ(d.cboUnit->ListIndex(), c.index);
-            EXPECT_TRUE(w.f.linMeasure.Exists(1) && w.f.linMeasure[1]->Visible()) << "rubber line stays";
-            d.cmdOK->Click();
-        });
-        w.Click(1, 30, 40);
-        EXPECT_EQ(Var().ProofTable[3].Unit, QStringList({"μ", "mm", "cm"})[c.index]) << "OK stores what was shown";
-    }
-}
-
-TEST(ProofDialog, OkStoresTheValueIndependentOfZoomCancelKeepsAll) {
-    const struct { const char* what; double zoom; float apart; bool ok, dirty; } cases[] = {
-        {"OK at zoom 2", 2.0, 200, true, true}, {"OK at zoom 1", 1.0, 100, true, false},
-        {"OK at zoom 0.5", 0.5, 50, true, true}, {"Cancel", 1.0, 100, false, false},
-        {"Cancel, unsaved", 1.0, 100, false, true},
+TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom) {
+    const QStringList units{kMu, QStringLiteral("mm"), QStringLiteral("cm")};
+    // unit: the slot's before; shown: the one the dialog opens with, μ for a unit not in its list.
+    // key: how the user ends it (0: a click on the button), pressed on the cancel button when onCancel.
+    const struct { const char* what; const char* unit; int shown; double zoom; float apart; bool ok, dirty; int key;
+                   bool onCancel = false; } cases[] = {
+        {"OK at zoom 2, a foreign unit", "px", 0, 2.0, 200, true, true, 0},
+        {"Enter in a text box is OK; zoom 0.5, saved results", "cm", 2, 0.5, 50, true, false, Qt::Key_Return},
+        {"Escape is Cancel", "mm", 1, 1.0, 100, false, false, Qt::Key_Escape},
+        {"Enter on the cancel button is Cancel, unsaved", "mm", 1, 1.0, 100, false, true, Qt::Key_Return, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         ProofWindow w;
         w.f.cboProof->SetListIndex(5);
+        Var().ProofTable[5] = {QStringLiteral("slot5"), 1, QString::fromUtf8(c.unit)};
         Var().ZoomFactor = c.zoom;
         w.f.ResultCount = 3;
         w.f.ResultDirty = c.dirty;
         if (c.dirty) w.host.AnswerMsgBox(vb::vbYes);  // the question at the start, and no other
         const QByteArray file = w.box.Read(kProof);
         w.Calibrate(c.apart, [&](frmProofConfig& d) {
-            Enter(d, "新しい ", "10x", "mm");  // name kept untrimmed, value read up to the letter
-            (c.ok ? d.cmdOK : d.cmdCancel)->Click();
+            EXPECT_EQ(d.Caption() + d.Label1[0]->Caption() + d.Label1[2]->Caption(), GST(14000) + GST(14001) + GST(14003));
+            EXPECT_EQ(QStringList({d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
+                      QStringList({"slot5", "1", QString::number(c.apart)}));
+            EXPECT_TRUE(d.cboUnit->ListCount() == 3 && d.cboUnit->ListIndex() == c.shown);
+            EXPECT_TRUE(w.f.linMeasure.Exists(1) && w.f.linMeasure[1]->Visible()) << "rubber line stays";
+            d.setParent(&w.f, d.windowFlags() | Qt::Dialog);  // as the program's dialog host does
+            EXPECT_FALSE(d.windowFlags() & (Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
+            EXPECT_EQ(d.minimumSize(), d.maximumSize()) << "fixed border";
+            d.show();
+            d.close();  // a window manager's close
+            EXPECT_FALSE(d.Unloaded());
+            d.txtName->SetFocus();
+            const vb::Control* order[] = {d.txtName, d.txtValue, d.cboUnit, d.cmdOK, d.cmdCancel};
+            for (int i = 1; i < 5; ++i) {
+                Key(d.focusWidget(), Qt::Key_Tab);
+                EXPECT_EQ(d.focusWidget(), order[i]->Widget()) << "tab position " << i;
+            }
+            Enter(d, "新しい ", "10x");  // name kept untrimmed, value read up to the letter
+            if (c.key == 0) {
+                (c.ok ? d.cmdOK : d.cmdCancel)->Click();
+            } else {
+                (c.onCancel ? static_cast<vb::Control*>(d.cmdCancel) : d.txtValue)->SetFocus();
+                Key(d.focusWidget(), c.key);
+            }
             EXPECT_TRUE(d.Unloaded());
         });
         EXPECT_EQ(Var().DialogResult, c.ok);
-        EXPECT_EQ(w.clears, c.ok ? 1 : 0);
-        EXPECT_EQ(w.draws, c.ok ? 0 : 1);
+        EXPECT_TRUE(w.clears == (c.ok ? 1 : 0) && w.draws == (c.ok ? 0 : 1)) << w.clears << w.draws;
         EXPECT_EQ(w.f.cboProof->ListIndex(), 5);
         EXPECT_FALSE(w.f.linMeasure.Exists(1)) << "measure ended";
+        const tavix::ProofRecord& slot = Var().ProofTable[5];
         if (!c.ok) {
-            EXPECT_EQ(w.f.ResultCount, 3);
-            EXPECT_EQ(w.f.ResultDirty, c.dirty);
+            EXPECT_TRUE(w.f.ResultCount == 3 && w.f.ResultDirty == c.dirty);
+            EXPECT_TRUE(slot.Value == 1.0 && slot.Unit == QString::fromUtf8(c.unit));
             EXPECT_EQ(w.box.Read(kProof), file);
-            EXPECT_EQ(Var().ProofTable[5].Value, 1.0);
             continue;
         }
-        EXPECT_EQ(Var().ProofTable[5].Value, 0.1);
+        // OK stores the unit that was shown.
+        EXPECT_TRUE(slot.Value == 0.1 && slot.Unit == units[c.shown]) << slot.Value;
         EXPECT_EQ(w.f.cboProof->List(5), QStringLiteral("新しい "));
         const QStringList lines = QString::fromUtf8(w.box.Read(kProof)).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
         ASSERT_EQ(lines.size(), 10);
-        EXPECT_EQ(lines[5], QStringLiteral("\"新しい \",0.1,\"mm\""));
+        EXPECT_EQ(lines[5], QStringLiteral("\"新しい \",0.1,\"%1\"").arg(units[c.shown]));
     }
 }
 
-TEST(ProofDialog, RefusalsNameTheFieldAndChangeNothing) {
-    enum { Name, Value, Unit };
-    const struct { const char* what; const char* name; const char* value; float apart; int text; int focus; } cases[] = {
+TEST(ProofDialog, RefusalsAndAFailedRewriteKeepTheDialogOpenAndChangeNothing) {
+    enum { Name, Value, Unit, None };
+    // A rewrite goes to fileName (made a folder when directory) and logs error; the user then retries.
+    const struct { const char* what; const char* name; const char* value; float apart; int text; int focus;
+                   const char* fileName = nullptr; bool directory = false; int error = 0; } cases[] = {
         {"blank name", "   ", "1", 9, 24000, Name},
-        {"empty value", "a", "", 9, 24001, Value},
+        {"blank value", "a", "  ", 9, 24001, Value},
         {"zero", "a", "0", 9, 24002, Value},
         {"negative", "a", "-1", 9, 24002, Value},
         {"letters read as 0", "a", "abc", 9, 24002, Value},
         {"no unit", "a", "1", 9, 24003, Unit},
         {"two clicks on one point", "a", "5", 0, 24004, Value},
         {"a value beyond a double", "a", "1e400", 9, 24004, Value},
+        {"rewrite, folder gone", "new", "2", 10, 24005, None, "\\gone\\Proof.txt", false, 76},
+        {"rewrite, target is a folder", "new", "2", 10, 24005, None, "\\Proof.txt", true, 75},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         ProofWindow w;
+        Var().ZoomFactor = 1.0;
+        if (c.fileName) Var().ProofFileName = QString::fromLatin1(c.fileName);
+        const tavix::ProofRecord former = Var().ProofTable[0];
         const QByteArray file = w.box.Read(kProof);
+        if (c.directory) {
+            w.box.Remove(kProof);
+            ASSERT_TRUE(QDir(w.box.Path()).mkdir(kProof));
+        }
         w.host.AnswerMsgBox(vb::vbOK);
         w.Calibrate(c.apart, [&](frmProofConfig& d) {
             Enter(d, c.name, c.value, "cm");
@@ -272,94 +280,25 @@ TEST(ProofDialog, RefusalsNameTheFieldAndChangeNothing) {
             d.cmdCancel->SetFocus();
             d.cmdOK->Click();
             EXPECT_FALSE(d.Unloaded());
-            const vb::Control* fields[3] = {d.txtName, d.txtValue, d.cboUnit};
-            EXPECT_EQ(d.focusWidget(), fields[c.focus]->Widget());
-            d.cmdCancel->Click();
-        });
-        ASSERT_EQ(w.host.Boxes.size(), 1u);
-        ExpectBox(w.host.Boxes[0], c.text, 14100, kRefusal);
-        EXPECT_EQ(Var().ProofTable[0].Unit, kMu);
-        EXPECT_EQ(w.box.Read(kProof), file);
-    }
-}
-
-TEST(ProofDialog, FailedRewriteRollsBackAndStaysOpenForARetry) {
-    const struct { const char* what; const char* fileName; bool directory; int error; } cases[] = {
-        {"folder gone", "\\gone\\Proof.txt", false, 76},
-        {"target is a folder", "\\Proof.txt", true, 75},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        ProofWindow w;
-        Var().ZoomFactor = 1.0;
-        Var().ProofFileName = QString::fromLatin1(c.fileName);
-        const tavix::ProofRecord former = Var().ProofTable[0];
-        if (c.directory) {
-            w.box.Remove(kProof);
-            ASSERT_TRUE(QDir(w.box.Path()).mkdir(kProof));
-        }
-        w.host.AnswerMsgBox(vb::vbOK);
-        w.Calibrate(10, [&](frmProofConfig& d) {
-            Enter(d, "new", "2", "cm");
-            d.cmdOK->Click();
-            EXPECT_FALSE(d.Unloaded());
             const tavix::ProofRecord& slot = Var().ProofTable[0];
-            EXPECT_EQ(QStringList({slot.Name, slot.Unit}), QStringList({former.Name, former.Unit}));
-            EXPECT_EQ(slot.Value, former.Value);
+            EXPECT_TRUE(slot.Name == former.Name && slot.Value == former.Value && slot.Unit == former.Unit);
+            const vb::Control* fields[3] = {d.txtName, d.txtValue, d.cboUnit};
+            EXPECT_TRUE(c.focus == None || d.focusWidget() == fields[c.focus]->Widget()) << "focus on the field at fault";
+            if (!c.error) return d.cmdCancel->Click();
             Var().ProofFileName = QStringLiteral("\\Retry.txt");  // the user made room: OK again
             d.cmdOK->Click();
             EXPECT_TRUE(d.Unloaded());
         });
         ASSERT_EQ(w.host.Boxes.size(), 1u);
-        ExpectBox(w.host.Boxes[0], 24005, 14100, kRefusal);
+        ExpectBox(w.host.Boxes[0], c.text, 14100, vb::vbOKOnly | vb::vbExclamation);
+        if (!c.error) {
+            EXPECT_EQ(w.box.Read(kProof), file);
+            continue;
+        }
         EXPECT_TRUE(w.box.LogTexts().contains(QStringLiteral("frmProofConfig:cmdOK_Click Error.(%1)").arg(c.error)));
         EXPECT_TRUE(w.box.Read(QStringLiteral("Retry.txt")).startsWith("\"new\",0.2,\"cm\"\r\n"));
         EXPECT_EQ(w.f.cboProof->List(0), QStringLiteral("new"));
     }
-}
-
-void Key(QWidget* target, int key) {
-    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
-    QCoreApplication::sendEvent(target, &press);
-}
-
-TEST(ProofDialog, KeyboardTabOrderDefaultAndCancelButtons) {
-    const struct { const char* what; int key; bool onCancel; bool ok; } cases[] = {
-        {"Enter in a text box is OK", Qt::Key_Return, false, true},
-        {"Enter on the cancel button is Cancel", Qt::Key_Return, true, false},
-        {"Escape is Cancel", Qt::Key_Escape, false, false},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        ProofWindow w;
-        w.Calibrate(8, [&](frmProofConfig& d) {
-            d.show();
-            d.txtName->SetFocus();
-            const vb::Control* order[] = {d.txtName, d.txtValue, d.cboUnit, d.cmdOK, d.cmdCancel};
-            for (int i = 1; i < 5; ++i) {
-                Key(d.focusWidget(), Qt::Key_Tab);
-                EXPECT_EQ(d.focusWidget(), order[i]->Widget()) << "tab position " << i;
-            }
-            (c.onCancel ? static_cast<vb::Control*>(d.cmdCancel) : d.txtValue)->SetFocus();
-            Key(d.focusWidget(), c.key);
-            EXPECT_TRUE(d.Unloaded());
-        });
-        EXPECT_EQ(Var().DialogResult, c.ok);
-    }
-}
-
-TEST(ProofDialog, EndsOnlyThroughItsButtonsWhateverWindowItIsShownIn) {
-    ProofWindow w;
-    w.Calibrate(8, [&](frmProofConfig& d) {
-        d.setParent(&w.f, d.windowFlags() | Qt::Dialog);  // as the program's dialog host does
-        EXPECT_FALSE(d.windowFlags() &
-                     (Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
-        EXPECT_EQ(d.minimumSize(), d.maximumSize()) << "fixed border";
-        d.close();  // a window manager's close
-        EXPECT_FALSE(d.Unloaded());
-        d.cmdCancel->Click();
-        EXPECT_TRUE(d.Unloaded());
-    });
 }
 
 }  // namespace

@@ -2,11 +2,12 @@
 // list and float errors in the clicked points.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <vector>
 
+#include "CalcModule.h"
 #include "CommonModule.h"
 #include "Convert.h"
 #include "DialogHost.h"
@@ -23,10 +24,12 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kHuge = 1e308;
-const QString kMark = QStringLiteral("-");
+const QString kMark = QStringLiteral("-"), kMm = QStringLiteral("mm");
 constexpr int16_t kMarkKind = -1;
 
 using Points = std::vector<Point2D>;  // from element 1
+const Points kCircles{{10, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}}, kFive{{0, 0}, {10, 0}, {3, 4}, {5, -6}, {7, 8}};
+const Points kLines{{-5, 0}, {20, 0}, {0, -5}, {0, 30}};  // crossing at (0, 0); the far ends are the 2nd and 4th
 
 // A started still-measure window whose redraw hook counts its calls.
 struct Rig {
@@ -34,20 +37,17 @@ struct Rig {
     tavix::frmMain& f = s.f;
     int draws = 0;
 
-    Rig() {
-        f.Hooks.DrawMeasureResults = [this](tavix::frmMain&) { ++draws; };
-    }
+    Rig() { f.Hooks.DrawMeasureResults = [this](tavix::frmMain&) { ++draws; }; }
 
     // listed results before the measure; rows and slots after them hold marks, to see writes.
-    void Reset(int16_t mode, const Points& clicks, int16_t listed = 4, double zoom = 1, double cal = 1,
-               const QString& unit = QStringLiteral("mm"), const QString& format = QStringLiteral("0.000"),
-               bool dirty = false) {
+    void Reset(int16_t mode, const Points& clicks, int16_t listed, double zoom = 1, double cal = 1,
+               const char* format = "0.0", bool dirty = false) {
         // A calibration other than slot 0, and slot 0 wrong, so the current one must be read.
         Var().CurrentProofNo = 2;
         Var().ProofTable[0] = {QStringLiteral("wrong"), 1000, QStringLiteral("km")};
-        Var().ProofTable[2] = {QStringLiteral("used"), cal, unit};
+        Var().ProofTable[2] = {QStringLiteral("used"), cal, kMm};
         Var().ZoomFactor = zoom;
-        f.ResultFormat = format;
+        f.ResultFormat = QString::fromLatin1(format);
         f.CommandMode = mode;
         f.WorkPoints = Points{Point2D{}};
         f.WorkPoints.insert(f.WorkPoints.end(), clicks.begin(), clicks.end());
@@ -76,7 +76,23 @@ struct Rig {
         for (int slot = from; slot < tavix::ResultTableSize; ++slot)
             EXPECT_EQ(Var().ResultTable[slot].Kind, kMarkKind) << what << " slot " << slot;
     }
+
+    // The one box of a refusal or failure.
+    void ExpectBox(int32_t text, int buttons, int32_t title, const char* what) const {
+        ASSERT_EQ(s.host.Boxes.size(), 1u) << what;
+        const auto& box = s.host.Boxes[0];
+        EXPECT_TRUE(box.Prompt == GST(text) && box.Buttons == buttons && box.Title == GST(title)) << what;
+    }
 };
+
+// NaN clicks count as unchanged when still NaN.
+bool Same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+void ExpectPoints(const Points& got, const Points& want, const std::string& what) {
+    ASSERT_EQ(got.size(), want.size() + 1) << what << ": upper bound of Points";
+    for (size_t i = 0; i < want.size(); ++i)
+        EXPECT_TRUE(Same(got[i + 1].X, want[i].X) && Same(got[i + 1].Y, want[i].Y)) << what << " Points(" << i + 1 << ")";
+}
 
 struct WantRow {
     int16_t kind;
@@ -85,116 +101,85 @@ struct WantRow {
     Points points;  // from element 1; the upper bound is its size
 };
 
-void ExpectPoints(const std::vector<Point2D>& got, const Points& want, const QString& what) {
-    ASSERT_EQ(got.size(), want.size() + 1) << what.toStdString() << ": upper bound of Points";
-    for (size_t i = 0; i < want.size(); ++i) {
-        EXPECT_DOUBLE_EQ(got[i + 1].X, want[i].X) << what.toStdString() << " Points(" << i + 1 << ").X";
-        EXPECT_DOUBLE_EQ(got[i + 1].Y, want[i].Y) << what.toStdString() << " Points(" << i + 1 << ").Y";
-    }
-}
-
-struct SuccessCase {
-    const char* what;
-    int16_t mode;
-    Points clicks;
-    double zoom, cal;
-    QString unit, format;
-    std::vector<WantRow> rows;
-};
-
+// Float errors without a failure way count here too: routines without a truth value give 0,
+// and perpendicular points whose foot fails are skipped.
 TEST(MeasureResult, SuccessfulMeasuresAddTheirRowsInOrder) {
     Rig rig;
-    const QString mm = QStringLiteral("mm");
     const QString circle1 = GST(11135).replace(u'@', u'1'), circle2 = GST(11135).replace(u'@', u'2');
     ASSERT_NE(circle1, circle2);
-    const SuccessCase cases[] = {
-        {"200 displayed px at zoom 2", 101, {{0, 0}, {120, 160}}, 2.0, 0.01, mm, "0.000",
-         {{101, 1, GST(11132), "1.000", mm, {{0, 0}, {120, 160}}}}},
-        {"the same object at zoom 0.5", 101, {{0, 0}, {30, 40}}, 0.5, 0.01, mm, "0.000",
-         {{101, 1, GST(11132), "1.000", mm, {{0, 0}, {30, 40}}}}},
-        {"a distance of 0 is a result", 101, {{5, 5}, {5, 5}}, 1, 1, mm, "0.0", {{101, 0, GST(11132), "0.0", mm, {}}}},
-        {"circle gives the diameter", 102, {{100, 0}, {0, 100}, {-100, 0}}, 1, 1, mm, "0.0",
-         {{102, 200, GST(11133), "200.0", mm, {{0, 0}, {100, 0}}}}},
-        {"two circles, then their centres", 103,
-         {{10, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}}, 1, 1, mm, "0.00",
-         {{103, 20, circle1, "20.00", mm, {{0, 0}, {10, 0}}},
-          {103, 10, circle2, "10.00", mm, {{30, 40}, {5, 0}}},
-          {101, 50, GST(11136), "50.00", mm, {{0, 0}, {30, 40}}}}},
-        {"five perpendicular points", 104, {{0, 0}, {10, 0}, {3, 4}, {5, -6}, {7, 8}}, 1, 2, mm, "0.0",
-         {{104, 8, GST(11137), "8.0", mm, {{0, 0}, {10, 0}, {3, 4}, {3, 0}}},
-          {104, 12, GST(11137), "12.0", mm, {{0, 0}, {10, 0}, {5, -6}, {5, 0}}},
-          {104, 16, GST(11137), "16.0", mm, {{0, 0}, {10, 0}, {7, 8}, {7, 0}}}}},
-        {"area squared unit", 105, {{0, 0}, {10, 0}, {10, 10}, {0, 10}}, 1, 0.5, mm, "0.0",
-         {{105, 25, GST(11138), "25.0", QStringLiteral("mm2"), {{0, 0}, {10, 0}, {10, 10}, {0, 10}}}}},
-        {"count of 7", 100, {{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {7, 7}}, 3, 0.01, mm, "0.000",
-         {{100, 7, GST(11130), "7", GST(11131), {{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {7, 7}}}}},
-        {"angle by three points", 106, {{10, 0}, {0, 0}, {0, 10}}, 2, 0.01, mm, "0.0",
-         {{106, 90, GST(11139), "90.0", GST(11140), {{10, 0}, {0, 0}, {0, 10}}}}},
-        {"distance to a parallel", 108, {{0, 0}, {10, 0}, {4, 3}}, 1, 0.1, mm, "0.00",
-         {{108, 0.3, GST(11132), "0.30", mm, {{0, 0}, {10, 0}, {0, 3}, {10, 3}, {4, 0}, {4, 3}}}}},
-        {"parallel to a slanted line", 108, {{0, 0}, {10, 10}, {0, 10}}, 1, 1, mm, "0.000",
-         {{108, std::sqrt(50.0), GST(11132), "7.071", mm, {{0, 0}, {10, 10}, {-5, 5}, {5, 15}, {5, 5}, {0, 10}}}}},
+    const Points square{{0, 0}, {10, 0}, {10, 10}, {0, 10}}, seven{{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {7, 7}};
+    const std::vector<WantRow> circleRows{{103, 20, circle1, "20.00", kMm, {{0, 0}, {10, 0}}},
+                                          {103, 10, circle2, "10.00", kMm, {{30, 40}, {5, 0}}},
+                                          {101, 50, GST(11136), "50.00", kMm, {{0, 0}, {30, 40}}}};
+    const std::vector<WantRow> footRows{{104, 8, GST(11137), "8.0", kMm, {{0, 0}, {10, 0}, {3, 4}, {3, 0}}},
+                                        {104, 12, GST(11137), "12.0", kMm, {{0, 0}, {10, 0}, {5, -6}, {5, 0}}},
+                                        {104, 16, GST(11137), "16.0", kMm, {{0, 0}, {10, 0}, {7, 8}, {7, 0}}}};
+    // listed: results before the measure; the last rows end on grid row 99.
+    const struct { const char* what; int16_t mode; Points clicks; double zoom, cal; const char* format;
+                   std::vector<WantRow> rows; int16_t listed = 4; } cases[] = {
+        {"200 displayed px at zoom 2", 101, {{0, 0}, {120, 160}}, 2.0, 0.01, "0.000",
+         {{101, 1, GST(11132), "1.000", kMm, {{0, 0}, {120, 160}}}}},
+        {"the same object at zoom 0.5", 101, {{0, 0}, {30, 40}}, 0.5, 0.01, "0.000", {{101, 1, GST(11132), "1.000", kMm, {}}}},
+        // (1 / 3) * 0.01 * 3 differs in its last bit from 0.01 / 3 * 3 and 3 / 3 * 0.01; stored unrounded.
+        {"calibrated in order", 101, {{0, 0}, {3, 0}}, 3.0, 0.01, "0.000", {{101, 0.009999999999999998, GST(11132), "0.010", kMm, {}}}},
+        {"circle gives the diameter", 102, {{100, 0}, {0, 100}, {-100, 0}}, 1, 1, "0.0",
+         {{102, 200, GST(11133), "200.0", kMm, {{0, 0}, {100, 0}}}}},
+        {"two circles, then their centres", 103, kCircles, 1, 1, "0.00", circleRows},
+        {"five perpendicular points", 104, kFive, 1, 2, "0.0", footRows},
+        {"area squared unit", 105, square, 1, 0.5, "0.0", {{105, 25, GST(11138), "25.0", QStringLiteral("mm2"), square}}},
+        {"count of 7", 100, seven, 3, 0.01, "0.000", {{100, 7, GST(11130), "7", GST(11131), seven}}},
+        {"angle by three points, in degrees of the short pi", 106, {{10, 0}, {0, 0}, {0, 10}}, 2, 0.01, "0.0",
+         {{106, std::numbers::pi / 2 * 180 / tavix::Pi, GST(11139), "90.0", GST(11140), {{10, 0}, {0, 0}, {0, 10}}}}},
+        {"distance to a slanted parallel", 108, {{0, 0}, {10, 10}, {0, 10}}, 1, 0.1, "0.000",
+         {{108, std::sqrt(0.5), GST(11132), "0.707", kMm, {{0, 0}, {10, 10}, {-5, 5}, {5, 15}, {5, 5}, {0, 10}}}}},
+        {"distance overflows to 0", 101, {{-kHuge, 0}, {kHuge, 0}}, 1, 1, "0.0", {{101, 0, GST(11132), "0.0", kMm, {}}}},
+        {"perpendicular middle point NaN closes up", 104, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, 1, 1, "0.0",
+         {{104, 4, GST(11137), "4.0", kMm, {{0, 0}, {10, 0}, {3, 4}, {3, 0}}},
+          {104, 8, GST(11137), "8.0", kMm, {{0, 0}, {10, 0}, {7, 8}, {7, 0}}}}},
+        {"perpendicular every point NaN", 104, {{0, 0}, {10, 0}, {kNaN, 1}, {kNaN, 2}}, 1, 1, "0.0", {}},
+        {"distance into row 99", 101, {{0, 0}, {3, 4}}, 1, 1, "0.0", {{101, 5, GST(11132), "5.0", kMm, {}}}, 98},
+        {"two circles ending on row 99", 103, kCircles, 1, 1, "0.00", circleRows, 96},
+        {"three perpendiculars ending on row 99", 104, kFive, 1, 2, "0.0", footRows, 96},
     };
-    const int16_t listed = 4;
-    for (const SuccessCase& c : cases) {
-        rig.Reset(c.mode, c.clicks, listed, c.zoom, c.cal, c.unit, c.format);
+    for (const auto& c : cases) {
+        const int16_t listed = c.listed, n = static_cast<int16_t>(c.rows.size());
+        rig.Reset(c.mode, c.clicks, listed, c.zoom, c.cal, c.format);
         tavix::AddMeasureResult(rig.f);
-        const int16_t n = static_cast<int16_t>(c.rows.size());
         EXPECT_EQ(rig.f.ResultCount, listed + n) << c.what;
-        EXPECT_TRUE(rig.f.ResultDirty) << c.what;
-        EXPECT_EQ(rig.draws, 1) << c.what;
-        EXPECT_TRUE(rig.s.host.Boxes.empty()) << c.what;
+        EXPECT_TRUE(rig.f.ResultDirty && rig.draws == 1 && rig.s.host.Boxes.empty()) << c.what;
         for (int16_t i = 0; i < n; ++i) {
             const WantRow& w = c.rows[i];
             const int16_t no = listed + 1 + i;
-            const QString what = QStringLiteral("%1, row %2").arg(QLatin1String(c.what)).arg(no);
+            const std::string what = c.what + std::string(", row ") + std::to_string(no);
             const tavix::ResultRecord& r = Var().ResultTable[no];
-            EXPECT_EQ(r.No, no) << what.toStdString();
-            EXPECT_EQ(r.Kind, w.kind) << what.toStdString();
-            EXPECT_NEAR(r.Value, w.value, 1e-9 * std::max(1.0, std::abs(w.value))) << what.toStdString();
-            EXPECT_EQ(rig.Row(no), QStringList({QString::number(no), w.name, w.text, w.unit})) << what.toStdString();
+            EXPECT_TRUE(r.No == no && r.Kind == w.kind) << what;
+            EXPECT_EQ(r.Value, w.value) << what;
+            EXPECT_EQ(rig.Row(no), QStringList({QString::number(no), w.name, w.text, w.unit})) << what;
             if (!w.points.empty()) ExpectPoints(r.Points, w.points, what);
         }
+        // Slot 100 stands for everything the grid cannot show, and is never written.
         rig.ExpectUntouchedFrom(listed + n + 1, c.what);
     }
 }
-
-TEST(MeasureResult, ValueIsCalibratedInOrderAndKeptAtFullPrecision) {
-    Rig rig;
-    // (1 / 3) * 0.01 * 3 differs in its last bit from 0.01 / 3 * 3 and from 3 / 3 * 0.01.
-    rig.Reset(101, {{0, 0}, {3, 0}}, 0, 3.0, 0.01, QStringLiteral("mm"), QStringLiteral("0.000"));
-    tavix::AddMeasureResult(rig.f);
-    EXPECT_EQ(Var().ResultTable[1].Value, 0.009999999999999998);
-    EXPECT_EQ(rig.f.grdResult->TextMatrix(1, 2), QStringLiteral("0.010"));
-    // Later decimals show more digits of the same stored number.
-    EXPECT_EQ(vb::Format(Var().ResultTable[1].Value, QStringLiteral("0.0000000000000000000")),
-              QStringLiteral("0.0099999999999999985"));
-}
-
-struct LinesCase {
-    const char* what;
-    Points clicks;  // two lines and the side point
-    double want;
-    Points rays;  // WorkPoints(1..3) afterwards
-};
 
 TEST(MeasureResult, AngleByTwoLinesTakesTheSideOfTheSidePoint) {
     Rig rig;
     const double deg = std::acos(-1.0) / 180;
     const auto at = [&](double degrees) { return Point2D{100 * std::cos(degrees * deg), 100 * std::sin(degrees * deg)}; };
     const Points rays{{20, 0}, {0, 0}, {0, 30}};
-    const LinesCase cases[] = {
-        {"side point between the far ends", {{-5, 0}, {20, 0}, {0, -5}, {0, 30}, {5, 5}}, 90, rays},
-        {"side point on the other side", {{-5, 0}, {20, 0}, {0, -5}, {0, 30}, {-5, -5}}, 270, rays},
+    const auto with = [&](Point2D side) { Points p = kLines; p.push_back(side); return p; };
+    // Two lines and the side point; WorkPoints(1..3) afterwards.
+    const struct { const char* what; Points clicks; double want; Points rays; } cases[] = {
+        {"side point between the far ends", with({5, 5}), 90, rays},
+        {"side point on the other side", with({-5, -5}), 270, rays},
         {"clicks in the other order", {{20, 0}, {-5, 0}, {0, 30}, {0, -5}, {5, 5}}, 90, rays},
-        {"equal distances take the second click", {{-10, 0}, {10, 0}, {0, -10}, {0, 10}, {5, 5}}, 90,
-         {{10, 0}, {0, 0}, {0, 10}}},
-        {"half a degree past a ray stays inner", {{-5, 0}, {20, 0}, {0, -5}, {0, 30}, at(90.4)}, 90, rays},
-        {"past the 1-degree rule", {{-5, 0}, {20, 0}, {0, -5}, {0, 30}, at(90.6)}, 270, rays},
+        {"equal distances take the second click", {{-10, 0}, {10, 0}, {0, -10}, {0, 10}, {5, 5}}, 90, {{10, 0}, {0, 0}, {0, 10}}},
+        {"half a degree past a ray stays inner", with(at(90.4)), 90, rays},
+        {"past the 1-degree rule", with(at(90.6)), 270, rays},
         {"acute angle outside", {{0, 0}, {10, 0}, {0, 0}, {10, 10}, {-10, 1}}, 315, {{10, 0}, {0, 0}, {10, 10}}},
     };
-    for (const LinesCase& c : cases) {
-        rig.Reset(107, c.clicks, 0, 1, 1, QStringLiteral("mm"), QStringLiteral("0.0"));
+    for (const auto& c : cases) {
+        rig.Reset(107, c.clicks, 0);
         tavix::AddMeasureResult(rig.f);
         ASSERT_EQ(rig.f.ResultCount, 1) << c.what;
         const tavix::ResultRecord& r = Var().ResultTable[1];
@@ -203,152 +188,48 @@ TEST(MeasureResult, AngleByTwoLinesTakesTheSideOfTheSidePoint) {
         EXPECT_EQ(rig.Row(1), QStringList({"1", GST(11139), vb::Format(c.want, "0.0"), GST(11140)})) << c.what;
         // The record holds the reduced rays with the fourth click and the side point.
         Points stored = c.rays;
-        stored.push_back(c.clicks[3]);
-        stored.push_back(c.clicks[4]);
-        ExpectPoints(r.Points, stored, QString::fromLatin1(c.what));
-        ExpectPoints(rig.f.WorkPoints, stored, QString::fromLatin1(c.what) + QStringLiteral(" WorkPoints"));
+        stored.insert(stored.end(), {c.clicks[3], c.clicks[4]});
+        ExpectPoints(r.Points, stored, c.what);
+        ExpectPoints(rig.f.WorkPoints, stored, c.what + std::string(" WorkPoints"));
     }
 }
 
-// NaN clicks count as unchanged when still NaN.
-bool Same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
-
-struct FailureCase {
-    const char* what;
-    int16_t mode;
-    Points clicks;
-    int32_t text;
-    bool firstWay;
-    bool dirtyBefore;
-    bool reduced = false;  // the lines were reduced to rays before the failure
-};
-
+// Failures of the measure, and refusals of a measure whose rows would not fit the grid.
 TEST(MeasureResult, ImpossibleMeasuresAddNothingAndGoOnTheirWay) {
     Rig rig;
-    const FailureCase cases[] = {
+    constexpr int32_t kFull = 20141;
+    // firstWay: the way that redraws and marks the results unsaved; reduced: the lines became rays first.
+    const struct { const char* what; int16_t mode; Points clicks; int32_t text; bool firstWay, dirtyBefore;
+                   int16_t listed = 6; bool reduced = false; } cases[] = {
         {"circle on one line", 102, {{0, 0}, {1, 1}, {2, 2}}, 20130, true, false},
-        {"circle with two equal points", 102, {{0, 0}, {0, 0}, {2, 5}}, 20130, true, false},
         {"circle overflows", 102, {{-kHuge, 0}, {kHuge, 0}, {0, kHuge}}, 20130, true, false},
-        {"circle of NaN", 102, {{kNaN, 0}, {1, 0}, {0, 1}}, 20130, true, false},
+        {"first of two circles NaN", 103, {{kNaN, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}}, 20130, true, false},
         {"second of two circles on one line", 103, {{10, 0}, {0, 10}, {-10, 0}, {0, 0}, {1, 0}, {2, 0}}, 20130, true, true},
-        {"second circle of NaN", 103, {{10, 0}, {0, 10}, {-10, 0}, {0, kNaN}, {1, 0}, {2, 3}}, 20130, true, false},
         {"parallel of NaN", 108, {{0, 0}, {10, 0}, {kNaN, 3}}, 20131, true, false},
-        {"parallel overflows", 108, {{0, 0}, {kHuge, kHuge}, {kHuge, kHuge}}, 20131, true, false},
         {"area overflows", 105, {{kHuge, kHuge}, {-kHuge, kHuge}, {-kHuge, -kHuge}}, 20132, false, false},
         {"area of NaN", 105, {{0, 0}, {kNaN, 0}, {1, 1}}, 20132, false, true},
         {"angle ray of length 0", 106, {{0, 0}, {0, 0}, {5, 5}}, 20133, false, false},
-        {"angle of NaN", 106, {{kNaN, 0}, {0, 0}, {5, 5}}, 20133, false, true},
-        {"angle overflows", 106, {{-kHuge, 0}, {kHuge, 0}, {0, kHuge}}, 20133, false, false},
         {"parallel lines", 107, {{0, 0}, {10, 0}, {0, 5}, {10, 5}, {3, 3}}, 20133, false, false},
-        {"lines overflow", 107, {{-kHuge, 0}, {kHuge, 1}, {0, -kHuge}, {1, kHuge}, {3, 3}}, 20133, false, false},
-        {"side point on the vertex", 107, {{-5, 0}, {20, 0}, {0, -5}, {0, 30}, {0, 0}}, 20133, false, false, true},
-        {"side point of NaN", 107, {{-5, 0}, {20, 0}, {0, -5}, {0, 30}, {kNaN, 1}}, 20133, false, false, true},
+        {"side point on the vertex", 107, {kLines[0], kLines[1], kLines[2], kLines[3], {0, 0}}, 20133, false, false, 6, true},
+        {"distance past row 99", 101, {{0, 0}, {3, 4}}, kFull, false, false, 99},
+        {"two circles, third row past 99", 103, kCircles, kFull, false, false, 97},
+        {"three perpendiculars, last past 99", 104, kFive, kFull, false, false, 97},
+        // Counted by points, not by the feet that would succeed; and checked before computing.
+        {"perpendiculars refused though one fails", 104, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, kFull, false, false, 97},
+        {"circle that would fail", 102, {{0, 0}, {1, 1}, {2, 2}}, kFull, false, false, 99},
     };
-    const int16_t listed = 6;
-    for (const FailureCase& c : cases) {
-        rig.Reset(c.mode, c.clicks, listed, 1, 1, QStringLiteral("mm"), QStringLiteral("0.0"), c.dirtyBefore);
-        Points want = rig.f.WorkPoints;
-        if (c.reduced) {
-            want[1] = {20, 0};
-            want[2] = {0, 0};
-            want[3] = {0, 30};
-        }
+    for (const auto& c : cases) {
+        rig.Reset(c.mode, c.clicks, c.listed, 1, 1, "0.0", c.dirtyBefore);
+        const Points want = c.reduced ? Points{{20, 0}, {0, 0}, {0, 30}, kLines[3], {0, 0}} : c.clicks;
         rig.s.host.AnswerMsgBox(vb::vbOK);
         tavix::AddMeasureResult(rig.f);
-        ASSERT_EQ(rig.s.host.Boxes.size(), 1u) << c.what;
-        EXPECT_EQ(rig.s.host.Boxes[0].Prompt, GST(c.text)) << c.what;
-        EXPECT_EQ(rig.s.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical) << c.what;
-        EXPECT_EQ(rig.s.host.Boxes[0].Title, GST(11134)) << c.what;
-        EXPECT_EQ(rig.f.ResultCount, listed) << c.what;
+        const bool full = c.text == kFull;
+        rig.ExpectBox(c.text, vb::vbOKOnly | (full ? vb::vbExclamation : vb::vbCritical), full ? 11141 : 11134, c.what);
+        EXPECT_EQ(rig.f.ResultCount, c.listed) << c.what;
         EXPECT_EQ(rig.draws, c.firstWay ? 1 : 0) << c.what;
         EXPECT_EQ(rig.f.ResultDirty, c.firstWay || c.dirtyBefore) << c.what;
-        rig.ExpectUntouchedFrom(listed + 1, c.what);
-        ASSERT_EQ(rig.f.WorkPoints.size(), want.size()) << c.what;
-        for (size_t i = 1; i < want.size(); ++i)
-            EXPECT_TRUE(Same(rig.f.WorkPoints[i].X, want[i].X) && Same(rig.f.WorkPoints[i].Y, want[i].Y))
-                << c.what << " WorkPoints(" << i << ")";
-    }
-}
-
-struct ExtremeCase {
-    const char* what;
-    int16_t mode;
-    Points clicks;
-    std::vector<double> values;  // one per row
-};
-
-// Routines that give no truth value trap float errors as 0; perpendicular points that fail are skipped.
-TEST(MeasureResult, FloatErrorsWithoutAFailureWay) {
-    Rig rig;
-    const ExtremeCase cases[] = {
-        {"distance overflows", 101, {{-kHuge, 0}, {kHuge, 0}}, {0}},
-        {"distance of NaN", 101, {{kNaN, 0}, {3, 4}}, {0}},
-        {"huge but finite distance", 101, {{0, 0}, {kHuge, 0}}, {kHuge}},
-        {"perpendicular middle point NaN closes up", 104, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, {4, 8}},
-        {"perpendicular last point NaN", 104, {{0, 0}, {10, 0}, {3, 4}, {5, 6}, {1, kNaN}}, {4, 6}},
-        {"perpendicular first point overflows", 104, {{0, -kHuge}, {10, -kHuge}, {1, kHuge}, {5, 6}}, {kHuge}},
-        {"perpendicular every point NaN", 104, {{0, 0}, {10, 0}, {kNaN, 1}, {kNaN, 2}}, {}},
-    };
-    const int16_t listed = 2;
-    for (const ExtremeCase& c : cases) {
-        rig.Reset(c.mode, c.clicks, listed);
-        tavix::AddMeasureResult(rig.f);
-        const int16_t n = static_cast<int16_t>(c.values.size());
-        EXPECT_EQ(rig.f.ResultCount, listed + n) << c.what;
-        EXPECT_EQ(rig.draws, 1) << c.what;
-        EXPECT_TRUE(rig.f.ResultDirty) << c.what;
-        for (int16_t i = 0; i < n; ++i) {
-            EXPECT_EQ(Var().ResultTable[listed + 1 + i].No, listed + 1 + i) << c.what;
-            EXPECT_EQ(Var().ResultTable[listed + 1 + i].Value, c.values[i]) << c.what << " row " << i;
-            EXPECT_EQ(rig.f.grdResult->TextMatrix(listed + 1 + i, 0), QString::number(listed + 1 + i)) << c.what;
-        }
-        rig.ExpectUntouchedFrom(listed + n + 1, c.what);
-    }
-}
-
-struct FullCase {
-    const char* what;
-    int16_t mode;
-    Points clicks;
-    int16_t listed;
-    bool refused;
-};
-
-TEST(MeasureResult, NothingIsWrittenPastTheLastGridRow) {
-    Rig rig;
-    const Points circles{{10, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}};
-    const Points five{{0, 0}, {10, 0}, {3, 4}, {5, -6}, {7, 8}};
-    const FullCase cases[] = {
-        {"distance into row 99", 101, {{0, 0}, {3, 4}}, 98, false},
-        {"distance past row 99", 101, {{0, 0}, {3, 4}}, 99, true},
-        {"two circles ending on row 99", 103, circles, 96, false},
-        {"two circles, third row past 99", 103, circles, 97, true},
-        {"three perpendiculars ending on row 99", 104, five, 96, false},
-        {"three perpendiculars, last past 99", 104, five, 97, true},
-        // Counted by points, not by the feet that would succeed.
-        {"perpendiculars refused though one fails", 104, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, 97, true},
-        {"circle that would fail", 102, {{0, 0}, {1, 1}, {2, 2}}, 99, true},
-    };
-    for (const FullCase& c : cases) {
-        rig.Reset(c.mode, c.clicks, c.listed, 1, 1, QStringLiteral("mm"), QStringLiteral("0.0"), false);
-        if (c.refused) rig.s.host.AnswerMsgBox(vb::vbOK);
-        tavix::AddMeasureResult(rig.f);
-        if (c.refused) {
-            ASSERT_EQ(rig.s.host.Boxes.size(), 1u) << c.what;
-            EXPECT_EQ(rig.s.host.Boxes[0].Prompt, GST(20141)) << c.what;
-            EXPECT_EQ(rig.s.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbExclamation) << c.what;
-            EXPECT_EQ(rig.s.host.Boxes[0].Title, GST(11141)) << c.what;
-            EXPECT_EQ(rig.f.ResultCount, c.listed) << c.what;
-            EXPECT_EQ(rig.draws, 0) << c.what;
-            EXPECT_FALSE(rig.f.ResultDirty) << c.what;
-            if (c.listed < tavix::MaxResultRows) rig.ExpectUntouchedFrom(c.listed + 1, c.what);
-        } else {
-            EXPECT_TRUE(rig.s.host.Boxes.empty()) << c.what;
-            EXPECT_EQ(rig.f.ResultCount, tavix::MaxResultRows) << c.what;
-            EXPECT_EQ(rig.f.grdResult->TextMatrix(tavix::MaxResultRows, 0), QStringLiteral("99")) << c.what;
-        }
-        // Slot 100 stands for everything the grid cannot show.
-        EXPECT_EQ(Var().ResultTable[tavix::MaxResultRows + 1].Kind, kMarkKind) << c.what;
+        rig.ExpectUntouchedFrom(c.listed + 1, c.what);
+        ExpectPoints(rig.f.WorkPoints, want, c.what + std::string(" WorkPoints"));
     }
 }
 
