@@ -138,11 +138,14 @@ T ToInteger(double value) {
 }
 
 // Digits of |value| rounded half away from zero to `decimals` places, worked on the exact
-// binary value (glibc prints it exactly), so 1.005 stays below the half.
+// binary value (glibc prints it exactly), so 1.005 stays below the half. 25 digits beyond
+// the last kept one suffice: a double differs from a half-way point by at least its own
+// unit in the last place, which shows within 18 digits, so the printer's rounding at the
+// far end can never carry back into the digit that decides.
 void ExactFixed(double value, int decimals, std::string& intPart, std::string& fracPart) {
-    char buf[1500];
-    std::snprintf(buf, sizeof buf, "%.1100f", std::fabs(value));
-    const std::string s(buf);
+    std::string buf(static_cast<size_t>(decimals) + 360, '\0');
+    const int n = std::snprintf(buf.data(), buf.size(), "%.*f", decimals + 25, std::fabs(value));
+    const std::string s(buf.data(), static_cast<size_t>(std::max(n, 0)));
     const size_t dot = s.find('.');
     intPart = s.substr(0, dot);
     const std::string frac = s.substr(dot + 1);

@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <random>
+#include <string>
 #include <functional>
 #include <limits>
 
@@ -129,6 +132,46 @@ TEST(Convert, GeneralNumberAndPrint) {
         EXPECT_EQ(vb::CStr(c.value), QString::fromUtf8(c.cstr));
         EXPECT_EQ(vb::Format(c.value), QString::fromUtf8(c.cstr));
         EXPECT_EQ(vb::PrintForm(c.value), QString::fromUtf8(c.print));
+    }
+}
+
+}  // namespace
+
+namespace {
+
+// The slow, obviously exact way: every digit of the binary value, then half away from zero.
+std::string ReferenceFixed(double x, int decimals) {
+    static char buf[1500];
+    std::snprintf(buf, sizeof buf, "%.1100f", std::fabs(x));
+    std::string s(buf);
+    const size_t dot = s.find('.');
+    std::string digits = s.substr(0, dot) + s.substr(dot + 1, static_cast<size_t>(decimals));
+    if (s[dot + 1 + static_cast<size_t>(decimals)] >= '5') {
+        int i = static_cast<int>(digits.size()) - 1;
+        for (; i >= 0 && digits[static_cast<size_t>(i)] == '9'; --i) digits[static_cast<size_t>(i)] = '0';
+        if (i < 0) digits.insert(digits.begin(), '1');
+        else ++digits[static_cast<size_t>(i)];
+    }
+    std::string out = digits.substr(0, digits.size() - static_cast<size_t>(decimals));
+    if (decimals > 0) out += "." + digits.substr(digits.size() - static_cast<size_t>(decimals));
+    const bool zero = out.find_first_not_of("0.") == std::string::npos;
+    return (x < 0 && !zero ? "-" : "") + out;
+}
+
+TEST(FormatFixed, AgreesWithTheFullExpansionIncludingHalfWayPoints) {
+    std::mt19937_64 rng(7);
+    std::uniform_real_distribution<double> mantissa(0, 10);
+    std::uniform_int_distribution<int> exponent(-8, 12), decimalsOf(0, 6);
+    for (int i = 0; i < 20000; ++i) {
+        const int decimals = decimalsOf(rng);
+        double x = mantissa(rng) * std::pow(10.0, exponent(rng));
+        // Every fourth value lies on or next to a half-way point of its last decimal.
+        if (i % 4 == 0) x = (std::floor(x * std::pow(10.0, decimals)) + 0.5) / std::pow(10.0, decimals);
+        if (i % 8 == 4) x = std::nextafter(x, 0.0);
+        if (i % 3 == 0) x = -x;
+        const QString pattern = decimals == 0 ? QStringLiteral("0") : QStringLiteral("0.") + QString(decimals, u'0');
+        ASSERT_EQ(vb::Format(x, pattern).toStdString(), ReferenceFixed(x, decimals))
+            << std::hexfloat << x << " with " << decimals << " decimals";
     }
 }
 
