@@ -60,8 +60,9 @@ public:
     virtual double FromPixelY(double py) const { return py * 15.0; }
     virtual double FromPixelW(double pw) const { return pw * 15.0; }
     virtual double FromPixelH(double ph) const { return ph * 15.0; }
-    // Windowless children (Line, Shape) ask to be drawn again.
-    virtual void RepaintOverlay() {}
+    // Windowless children (Line, Shape) ask to be drawn again over the part (client pixels)
+    // where they were or now are.
+    virtual void RepaintOverlay(const QRect& /*area*/) {}
     // Called when the scale changes, so children can be placed again.
     void PlaceChildren();
     std::vector<Control*> Children;
@@ -327,9 +328,16 @@ public:
     virtual void Paint(QPainter& painter) const = 0;
 
 protected:
+    // Repaints where the item stood and where it stands now, nothing else: moving a rubber
+    // line over a large picture costs only the strip it sweeps.
     void Repaint() const;
+    // The client pixels the item covers, its border included.
+    virtual QRect PixelBounds() const = 0;
     uint32_t borderColor_ = 0;
     int borderWidth_ = 1;
+
+private:
+    mutable QRect shown_;
 };
 
 class LineControl : public OverlayItem {
@@ -347,6 +355,9 @@ public:
     void ApplyGeometry() override {}
     void Paint(QPainter& painter) const override;
 
+protected:
+    QRect PixelBounds() const override;
+
 private:
     double x1_ = 0, y1_ = 0, x2_ = 0, y2_ = 0;
 };
@@ -361,6 +372,9 @@ public:
     // The box is stored as given; drawing maps it through the container.
     void ApplyGeometry() override { Repaint(); }
     void Paint(QPainter& painter) const override;
+
+protected:
+    QRect PixelBounds() const override;
 
 private:
     int kind_ = Rectangle;

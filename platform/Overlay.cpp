@@ -2,6 +2,8 @@
 #include "Controls.h"
 
 #include <QPainter>
+#include <algorithm>
+#include <cmath>
 #include <QPen>
 
 #include "ControlSupport.h"
@@ -21,7 +23,11 @@ OverlayItem::~OverlayItem() {
 }
 
 void OverlayItem::Repaint() const {
-    if (container_) container_->RepaintOverlay();
+    if (!container_) return;
+    const QRect now = visible_ ? PixelBounds() : QRect();
+    const QRect dirty = shown_ | now;
+    shown_ = now;
+    if (!dirty.isEmpty()) container_->RepaintOverlay(dirty);
 }
 
 void OverlayItem::SetVisible(bool visible) {
@@ -53,10 +59,23 @@ void LineControl::SetPoints(double x1, double y1, double x2, double y2) {
     Repaint();
 }
 
+namespace {
+// Far-off ends stay far off without leaving the range of pixel coordinates.
+int ToPixel(double v) { return std::isfinite(v) ? qRound(std::clamp(v, -1e7, 1e7)) : 0; }
+}  // namespace
+
+QRect LineControl::PixelBounds() const {
+    if (!container_) return {};
+    const QPoint a(ToPixel(container_->ToPixelX(x1_)), ToPixel(container_->ToPixelY(y1_)));
+    const QPoint b(ToPixel(container_->ToPixelX(x2_)), ToPixel(container_->ToPixelY(y2_)));
+    const int margin = borderWidth_ + 1;
+    return QRect(a, b).normalized().adjusted(-margin, -margin, margin, margin);
+}
+
 void LineControl::Paint(QPainter& painter) const {
     if (!visible_ || !container_) return;
-    const QPoint a(qRound(container_->ToPixelX(x1_)), qRound(container_->ToPixelY(y1_)));
-    const QPoint b(qRound(container_->ToPixelX(x2_)), qRound(container_->ToPixelY(y2_)));
+    const QPoint a(ToPixel(container_->ToPixelX(x1_)), ToPixel(container_->ToPixelY(y1_)));
+    const QPoint b(ToPixel(container_->ToPixelX(x2_)), ToPixel(container_->ToPixelY(y2_)));
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing, false);
     painter.setPen(QPen(ToQColor(borderColor_), borderWidth_, Qt::SolidLine, Qt::FlatCap));
@@ -73,6 +92,12 @@ void Shape::SetShapeKind(int kind) {
     if (kind < Rectangle || kind > RoundedSquare) Raise(ErrInvalidPropertyValue);
     kind_ = kind;
     Repaint();
+}
+
+QRect Shape::PixelBounds() const {
+    if (!container_) return {};
+    const int margin = borderWidth_ + 1;
+    return MapToPixels(*container_, left_, top_, width_, height_).normalized().adjusted(-margin, -margin, margin, margin);
 }
 
 void Shape::Paint(QPainter& painter) const {

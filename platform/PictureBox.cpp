@@ -372,7 +372,7 @@ void PictureBox::SetBackColor(uint32_t color) {
     client_->update();
 }
 
-void PictureBox::RepaintOverlay() { client_->update(); }
+void PictureBox::RepaintOverlay(const QRect& area) { client_->update(area & client_->rect()); }
 
 void PictureBox::PaintClient(QPainter& painter, const QRect& dirty) {
     painter.fillRect(dirty, ToQColor(backColor_));

@@ -105,7 +105,7 @@ public:
 
     void ApplyGeometry() override;
     void SetBackColor(uint32_t color) override;
-    void RepaintOverlay() override;
+    void RepaintOverlay(const QRect& area) override;
 
     // For the client widget.
     void PaintClient(QPainter& painter, const QRect& dirty);
