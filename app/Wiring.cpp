@@ -6,7 +6,10 @@
 #include "Layout.h"
 #include "MeasureCommands.h"
 #include "OpenImage.h"
+#include "PointerFeedback.h"
 #include "Proof.h"
+#include "ResultTable.h"
+#include "ResultDrawing.h"
 #include "Startup.h"
 #include "StillDisplay.h"
 #include "frmMain.h"
@@ -26,12 +29,21 @@ void WireMain(frmMain& f) {
     f.cboProof->OnClick = [&f] { cboProof_Click(f); };
     f.cmdProofConfig->OnClick = [&f] { cmdProofConfig_Click(f); };
     f.Hooks.ReadProofData = [](frmMain&) { return ReadProofData(); };
+    f.Hooks.ClearResults = [](frmMain& form) { ClearResults(form); };
+    f.cmdResultClear->OnClick = [&f] { cmdResultClear_Click(f); };
+    f.cmdResultRemove->OnClick = [&f] { cmdResultRemove_Click(f); };
+    f.cmdResultSave->OnClick = [&f] { cmdResultSave_Click(f); };
+    f.grdResult->OnSelChange = [&f] { grdResult_SelChange(f); };
     for (int16_t i = 0; i < static_cast<int16_t>(f.cmdMeasure.size()); ++i)
         f.cmdMeasure[i]->OnClick = [&f, i] { cmdMeasure_Click(f, i); };
+    f.picStillView->OnMouseMove = [&f](int button, int shift, float x, float y) {
+        picStillView_MouseMove(f, static_cast<int16_t>(button), static_cast<int16_t>(shift), x, y);
+    };
     f.picStillView->OnMouseUp = [&f](int button, int shift, float x, float y) {
         picStillView_MouseUp(f, static_cast<int16_t>(button), static_cast<int16_t>(shift), x, y);
     };
     f.Hooks.DispImage = [](frmMain& form) { DispImage(form, false); };
+    f.Hooks.DrawMeasureResults = [](frmMain& form) { DrawMeasureResults(form); };
     f.OnResize = [&f] { Form_Resize(f); };
 }
 

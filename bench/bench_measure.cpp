@@ -1,43 +1,19 @@
 // AddMeasureResult from the last click to the grid rows written, with the redraw hook unset,
 // against the same geometry, formats and grid writes done directly in the same run.
 #include <QApplication>
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <vector>
 
-#include "App.h"
 #include "BenchUtil.h"
+#include "BenchWindow.h"
 #include "CalcModule.h"
 #include "Controls.h"
-#include "DialogHost.h"
 #include "MeasureResults.h"
-#include "Startup.h"
 #include "VariableDefinition.h"
-#include "Wiring.h"
 #include "frmMain.h"
 
 namespace {
-
-[[noreturn]] void Stop(const char* what, const QString& text = {}) {
-    std::printf("unexpected %s %s\n", what, qPrintable(text));
-    std::exit(1);
-}
-
-// Any dialog means the run went wrong.
-class NoDialogHost : public vb::DialogHost {
-public:
-    int MsgBox(const QString& prompt, int, const QString& title, QWidget*) override { Stop("box:", title + QStringLiteral(": ") + prompt); }
-    bool ShowOpen(vb::CommonDialog&, QWidget*) override { Stop("open dialog"); }
-    bool ShowSave(vb::CommonDialog&, QWidget*) override { Stop("save dialog"); }
-    bool ShowColor(vb::CommonDialog&, QWidget*) override { Stop("colour dialog"); }
-    void ShowModal(vb::Form&, QWidget*) override { Stop("modal form"); }
-    void SetBusy(bool) override {}
-    void End(int code) override { Stop("end", QString::number(code)); }
-};
 
 using tavix::Point2D;
 
@@ -76,21 +52,8 @@ void BareValues(const Measure& m, double factor, double* values) {
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
-    QTemporaryDir install;
-    const QDir deploy(QStringLiteral(TAVIX_SOURCE_DIR "/deploy/ja"));
-    for (const QString& name : deploy.entryList(QDir::Files))
-        QFile::copy(deploy.filePath(name), install.filePath(name));
-    vb::App::SetPath(install.path());
-    NoDialogHost host;
-    vb::SetHost(&host);
-
-    tavix::ResetVariableDefinition();
-    tavix::InitResources();
-    tavix::frmMain f;
-    tavix::WireMain(f);
-    if (!tavix::Form_Load(f, 3)) return 1;
-    f.show();
-    QCoreApplication::processEvents();
+    bench::BenchWindow w(3);
+    tavix::frmMain& f = w.f;
 
     tavix::VariableDefinition& v = tavix::Var();
     v.CurrentProofNo = 0;
@@ -123,7 +86,7 @@ int main(int argc, char** argv) {
             f.ResultCount = m.listed;
             tavix::AddMeasureResult(f);
         });
-        if (f.ResultCount != m.listed + m.rows) Stop("row count", QString::number(f.ResultCount));
+        if (f.ResultCount != m.listed + m.rows) bench::Stop("row count", QString::number(f.ResultCount));
         double values[3] = {};
         const double bare = MedianMs(runs, [&] {
             BareValues(m, factor, values);

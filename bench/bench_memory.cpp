@@ -1,43 +1,20 @@
 // Peak resident memory of a window that opened a 4000x3000 picture and shows it at x 2.0,
 // against the peak right after the application started.
 #include <QApplication>
-#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <cstdio>
-#include <cstdlib>
 
-#include "App.h"
+#include "BenchWindow.h"
 #include "Controls.h"
-#include "DialogHost.h"
 #include "OpenImage.h"
-#include "Startup.h"
 #include "VariableDefinition.h"
-#include "Wiring.h"
 #include "frmMain.h"
 
 namespace {
-
-[[noreturn]] void Stop(const char* what, const QString& text = {}) {
-    std::printf("unexpected %s %s\n", what, qPrintable(text));
-    std::exit(1);
-}
-
-// Answers the file dialog with one path; anything else modal means the run went wrong.
-class PathHost : public vb::DialogHost {
-public:
-    QString Path;
-    int MsgBox(const QString& prompt, int, const QString& title, QWidget*) override { Stop("box:", title + QStringLiteral(": ") + prompt); }
-    bool ShowOpen(vb::CommonDialog& dlg, QWidget*) override { dlg.FileName = Path; return true; }
-    bool ShowSave(vb::CommonDialog&, QWidget*) override { Stop("save dialog"); }
-    bool ShowColor(vb::CommonDialog&, QWidget*) override { Stop("colour dialog"); }
-    void ShowModal(vb::Form&, QWidget*) override { Stop("modal form"); }
-    void SetBusy(bool) override {}
-    void End(int code) override { Stop("end", QString::number(code)); }
-};
 
 // Gradients under noise, so the JPEG is not trivially small; a fixed seed keeps it the same.
 bool MakeJpeg(const QString& path) {
@@ -73,31 +50,13 @@ int main(int argc, char** argv) {
     }
     QApplication app(argc, argv);
     const double startup = PeakMb();
-    QTemporaryDir install, pictures;
-    const QDir deploy(QStringLiteral(TAVIX_SOURCE_DIR "/deploy/ja"));
-    for (const QString& name : deploy.entryList(QDir::Files))
-        QFile::copy(deploy.filePath(name), install.filePath(name));
-    vb::App::SetPath(install.path());
+    QTemporaryDir pictures;
     const QString path = pictures.filePath(QStringLiteral("large.jpg"));
     if (QProcess::execute(QCoreApplication::applicationFilePath(), {QStringLiteral("--make"), path}) != 0) return 1;
-    PathHost host;
-    host.Path = path;
-    vb::SetHost(&host);
-
-    tavix::ResetVariableDefinition();
-    tavix::InitResources();
-    tavix::frmMain f;
-    tavix::WireMain(f);
-    if (!tavix::Form_Load(f, 2)) return 1;
-    f.show();
-    // The frame and borders are whatever the platform makes them: correct by what came out.
-    for (int i = 0; i < 2; ++i) {
-        f.SetWidth(f.Width() + (1900 - f.picViewArea->ScaleWidth() / 15) * 15);
-        f.SetHeight(f.Height() + (1000 - f.picViewArea->ScaleHeight() / 15) * 15);
-        QCoreApplication::processEvents();
-    }
-    std::printf("view area %d x %d px\n", qRound(f.picViewArea->ScaleWidth() / 15),
-                qRound(f.picViewArea->ScaleHeight() / 15));
+    bench::BenchWindow w(2);
+    w.host.Path = path;
+    tavix::frmMain& f = w.f;
+    w.SizeView(1900, 1000);
 
     tavix::cmdPicLoad_Click(f);
     int item = -1;

@@ -1,6 +1,5 @@
 #include "Proof.h"
 
-#include <QFileInfo>
 #include <QRegularExpression>
 #include <array>
 
@@ -34,16 +33,6 @@ double NumberItem(const QString& item) {
 }
 
 QString Quoted(const QString& text) { return QLatin1Char('"') + text + QLatin1Char('"'); }
-
-// Why a rewrite did not go through, by what stands at the path now.
-int WriteFailure(const QString& path) {
-    const QFileInfo target(path);
-    const QFileInfo folder(target.absolutePath());
-    if (!folder.isDir()) return vb::ErrPathNotFound;
-    if ((target.exists() && (!target.isFile() || !target.isWritable())) || !folder.isWritable())
-        return vb::ErrPathFileAccess;
-    return vb::ErrDeviceIO;
-}
 
 int SelectedSlot(const frmMain& f) {
     const int i = f.cboProof->ListIndex();
@@ -107,7 +96,7 @@ int WriteProofData() {
         lines << Quoted(proof.Name) + QLatin1Char(',') + vb::CStr(proof.Value) + QLatin1Char(',') + Quoted(proof.Unit);
     const QString path = ProofFilePath();
     if (vb::WriteTextFileAtomic(path, lines)) return 0;
-    return WriteFailure(path);
+    return vb::WriteFailureNumber(path);
 }
 
 void cboProof_Click(frmMain& f) {

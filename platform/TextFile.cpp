@@ -107,6 +107,15 @@ bool WriteFileAtomic(const QString& path, const QByteArray& data) {
     return file.commit();
 }
 
+int WriteFailureNumber(const QString& path) {
+    const QFileInfo target(path);
+    const QFileInfo folder(target.absolutePath());
+    if (!folder.isDir()) return ErrPathNotFound;
+    if ((target.exists() && (!target.isFile() || !target.isWritable())) || !folder.isWritable())
+        return ErrPathFileAccess;
+    return ErrDeviceIO;
+}
+
 bool AppendTextLine(const QString& path, const QString& line) {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) return false;

@@ -20,6 +20,10 @@ bool WriteTextFileAtomic(const QString& path, const QStringList& lines);
 // crash or a full disk never leaves it half-written. False, target untouched, on failure.
 bool WriteFileAtomic(const QString& path, const QByteArray& data);
 
+// The error number of a write to path that did not go through, by what stands there now:
+// 76 the folder is gone, 75 the file or folder is not writable or a folder is in the way, else 57.
+int WriteFailureNumber(const QString& path);
+
 // Appends one UTF-8 line with CR LF and flushes; false when it could not.
 bool AppendTextLine(const QString& path, const QString& line);
 

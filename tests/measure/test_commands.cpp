@@ -9,6 +9,8 @@
 #include "Convert.h"
 #include "MeasureCommands.h"
 #include "OpenImage.h"
+#include "PointerFeedback.h"
+#include "Proof.h"
 #include "StartedMain.h"
 #include "StillDisplay.h"
 
@@ -218,15 +220,15 @@ TEST(MeasureCommand, TheHundredthCountEndsByItself) {
     tavix::cmdMeasure_Click(f, 6);
     for (int i = 0; i < 99; ++i) tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(i - 50), 0);
     EXPECT_EQ(f.CommandMode, 100);
+    // Each click leaves its mark on the still in the colour of the running command.
+    const QImage still = f.picStillView->GetImage();
+    const QRect r = f.picStillView->CanvasRect();
+    EXPECT_EQ(still.pixel(r.width() / 2 + 48, r.height() / 2 + 2) & 0xFFFFFF,
+              vb::ToQColor(tavix::Var().MeasureLineColor[3]).rgb() & 0xFFFFFF);
     tavix::picStillView_MouseUp(f, 1, 0, 60, 10);
     EXPECT_EQ(f.CommandMode, 0);
     ASSERT_EQ(f.ResultCount, 1);
     EXPECT_EQ(tavix::Var().ResultTable[1].Value, 100);
-    // The marks of the count stand on the still until the next repaint.
-    const QImage still = f.picStillView->GetImage();
-    const QRect r = f.picStillView->CanvasRect();
-    EXPECT_EQ(still.pixel(r.width() / 2 + 60, r.height() / 2 + 10) & 0xFFFFFF,
-              vb::ToQColor(tavix::Var().MeasureLineColor[3]).rgb() & 0xFFFFFF);
 }
 
 TEST(MeasureCommand, AFullResultListRefusesWhatCannotFit) {
@@ -263,6 +265,94 @@ TEST(MeasureCommand, AFullResultListRefusesWhatCannotFit) {
     tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
     EXPECT_EQ(f.ResultCount, 99);
     EXPECT_EQ(f.grdResult->TextMatrix(99, 0), QStringLiteral("99"));
+}
+
+// ---- What follows the pointer between clicks ----
+
+struct LineAt { int k; double x1, y1, x2, y2; };
+
+struct MoveCase {
+    const char* what;
+    std::function<void(frmMain&)> start;
+    std::vector<std::pair<double, double>> clicks;
+    std::pair<double, double> move;
+    std::vector<LineAt> lines;
+    int circle;          // shaMeasure element to check, 0 for none
+    bool circleVisible;
+    QRectF circleBox;
+};
+
+TEST(PointerFeedback, OverlayItemsAfterAMove) {
+    auto measure = [](int16_t button) { return [button](frmMain& f) { tavix::cmdMeasure_Click(f, button); }; };
+    const MoveCase cases[] = {
+        {"distance: the free end", measure(0), {{0, 0}}, {30, 40}, {{1, 0, 0, 30, 40}}},
+        {"perpendicular after the base line: nothing moves", measure(3), {{0, 0}, {50, 0}}, {30, 40},
+         {{1, 0, 0, 50, 0}}},
+        {"circle through two points and the pointer", measure(1), {{-10, 0}, {10, 0}}, {0, 10}, {}, 1, true,
+         QRectF(-10, -10, 20, 20)},
+        {"circle with the pointer on their line is hidden", measure(1), {{-10, 0}, {10, 0}}, {20, 0}, {}, 1, false},
+        {"two circles: the first stands still after its third point", measure(2), {{-10, 0}, {10, 0}, {0, 10}},
+         {0, 30}, {}, 1, false},
+        {"angle by two lines with two points: nothing moves", [](frmMain& f) {
+             tavix::Var().AngleCommandMode = 1;
+             tavix::cmdMeasure_Click(f, 5);
+         }, {{0, 0}, {40, 0}}, {5, 5}, {{1, 0, 0, 40, 0}}},
+        {"angle by two lines: the second line", [](frmMain& f) {
+             tavix::Var().AngleCommandMode = 1;
+             tavix::cmdMeasure_Click(f, 5);
+         }, {{0, 0}, {40, 0}, {10, 10}}, {20, 30}, {{1, 0, 0, 40, 0}, {2, 10, 10, 20, 30}}},
+        {"area: the last line", measure(4), {{0, 0}, {40, 0}}, {40, 40}, {{1, 0, 0, 40, 0}, {2, 40, 0, 40, 40}}},
+        {"parallel through the pointer", [](frmMain& f) {
+             tavix::Var().TwoPointCommandMode = 1;
+             tavix::cmdMeasure_Click(f, 0);
+         }, {{0, 0}, {100, 0}}, {50, 20}, {{2, 0, 20, 100, 20}, {3, 50, 20, 50, 0}}},
+        {"parallel with the pointer on the base line", [](frmMain& f) {
+             tavix::Var().TwoPointCommandMode = 1;
+             tavix::cmdMeasure_Click(f, 0);
+         }, {{0, 0}, {100, 0}}, {130, 0}, {{2, 0, 0, 100, 0}, {3, 130, 0, 130, 0}}},
+        {"calibration: the free end", [](frmMain& f) { tavix::cmdProofConfig_Click(f); }, {{5, 5}}, {-20, 7},
+         {{1, 5, 5, -20, 7}}},
+    };
+    for (const MoveCase& c : cases) {
+        MeasureWindow w;
+        frmMain& f = w.f;
+        c.start(f);
+        for (const auto& [x, y] : c.clicks) tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(x), static_cast<float>(y));
+        const qint64 canvas = f.picStillView->GetImage().cacheKey();
+        // With or without a button held, the same.
+        tavix::picStillView_MouseMove(f, 1, 0, 3, 3);
+        tavix::picStillView_MouseMove(f, 0, 0, static_cast<float>(c.move.first), static_cast<float>(c.move.second));
+        EXPECT_EQ(f.picStillView->GetImage().cacheKey(), canvas) << c.what << ": the still is not repainted";
+        for (const LineAt& l : c.lines) {
+            const vb::LineControl* line = f.linMeasure[l.k];
+            EXPECT_EQ(QLineF(line->X1(), line->Y1(), line->X2(), line->Y2()), QLineF(l.x1, l.y1, l.x2, l.y2))
+                << c.what << ", line " << l.k;
+        }
+        if (c.circle == 0) continue;
+        const vb::Shape* shape = f.shaMeasure[c.circle];
+        EXPECT_EQ(shape->Visible(), c.circleVisible) << c.what;
+        if (c.circleVisible)
+            EXPECT_EQ(QRectF(shape->Left(), shape->Top(), shape->Width(), shape->Height()), c.circleBox) << c.what;
+    }
+}
+
+TEST(PointerFeedback, HiddenCircleComesBackAndACountShowsNothing) {
+    MeasureWindow w;
+    frmMain& f = w.f;
+    tavix::cmdMeasure_Click(f, 1);
+    tavix::picStillView_MouseUp(f, 1, 0, -10, 0);
+    tavix::picStillView_MouseUp(f, 1, 0, 10, 0);
+    tavix::picStillView_MouseMove(f, 0, 0, 0, 0);
+    EXPECT_FALSE(f.shaMeasure[1]->Visible());
+    tavix::picStillView_MouseMove(f, 0, 0, 0, -10);
+    EXPECT_TRUE(f.shaMeasure[1]->Visible());
+    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
+    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
+    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
+    tavix::cmdMeasure_Click(f, 6);
+    tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
+    tavix::picStillView_MouseMove(f, 0, 0, 20, 20);
+    EXPECT_EQ(Loaded(f.linMeasure) + Loaded(f.shaMeasure), "");
 }
 
 // ---- A measure as a user makes it: real mouse events on the real widgets ----

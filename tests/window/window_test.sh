@@ -28,11 +28,45 @@ declare -A titles=(
 failures=0
 fail() { echo "FAIL $1: $2"; failures=$((failures + 1)); }
 
+# A copy of the deployment with one program in $work/$1; sets inst.
+install() { inst="$work/$1"; mkdir -p "$inst"; cp "$src"/deploy/ja/* "$inst"/; cp "$bin/$2" "$inst"/; }
+# Starts $inst/$1 and waits for its window titled $2; sets pid and wid (empty when none came).
+launch() {
+  "$inst/$1" >"$inst/out.txt" 2>&1 &
+  pid=$!
+  wid=""
+  for _ in $(seq 100); do
+    wid=$(xdotool search --onlyvisible --name "^$2\$" 2>/dev/null | head -1)
+    [ -n "$wid" ] && break
+    sleep 0.1
+  done
+  [ -n "$wid" ] && sleep 0.5
+}
+# Types a path into the file dialog of program $2 that the click before opened.
+answer_dialog() {
+  local dialog=""
+  for _ in $(seq 50); do
+    dialog=$(xdotool search --onlyvisible --class "$2" 2>/dev/null | grep -vx "$wid" | head -1)
+    [ -n "$dialog" ] && break
+    sleep 0.1
+  done
+  [ -n "$dialog" ] || { fail "$2" "no file dialog for $1"; return 1; }
+  sleep 0.5
+  [ -n "${3:-}" ] && import -window "$dialog" "$3" 2>/dev/null
+  xdotool type --delay 20 "$1"
+  xdotool key Return
+  sleep 0.7
+}
+# Closes the window and checks that the program ends.
+close_and_wait() {
+  [ -n "$wid" ] && "$xclose" "$wid"
+  for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
+  kill -0 $pid 2>/dev/null && { fail "$1" "still running"; kill $pid; }
+  wait $pid 2>/dev/null
+}
+
 for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
-  inst="$work/$program"
-  mkdir -p "$inst"
-  cp "$src"/deploy/ja/* "$inst"/
-  cp "$bin/$program" "$inst"/
+  install "$program" "$program"
   ini_before=$(md5sum < "$inst/Tavix.Ini")
   title=${titles[$program]}
   # Xvfb now and then refuses a connection under load; that try does not count.
@@ -73,40 +107,16 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
   echo "ok $program: window $wid, screenshot $shots/$program.png"
 done
 # Opening a picture through the real file dialog with a typed path.
-inst="$work/open"
-mkdir -p "$inst"
-cp "$src"/deploy/ja/* "$inst"/
-cp "$bin/tavix-still" "$inst"/
+install open tavix-still
 convert -size 200x150 xc:red \( -size 200x150 xc:lime \) +append \
   \( -size 200x150 xc:blue -size 200x150 xc:white +append \) -append "BMP3:$inst/quarters.bmp"
 printf 'Sample 12\r\nStained\r\n' >"$inst/quarters.txt"
-"$inst/tavix-still" >"$inst/out.txt" 2>&1 &
-pid=$!
-wid=""
-for _ in $(seq 100); do
-  wid=$(xdotool search --onlyvisible --name "^画像表示プログラム\$" 2>/dev/null | head -1)
-  [ -n "$wid" ] && break
-  sleep 0.1
-done
+launch tavix-still "画像表示プログラム"
 if [ -z "$wid" ]; then
   fail open "no window"
 else
-  sleep 0.5
   xdotool mousemove --window "$wid" 34 34 click 1
-  dialog=""
-  for _ in $(seq 50); do
-    dialog=$(xdotool search --onlyvisible --class tavix-still 2>/dev/null | grep -vx "$wid" | head -1)
-    [ -n "$dialog" ] && break
-    sleep 0.1
-  done
-  if [ -z "$dialog" ]; then
-    fail open "no file dialog"
-  else
-    sleep 0.5
-    import -window "$dialog" "$shots/open-dialog.png" 2>/dev/null
-    xdotool type --delay 20 "$inst/quarters.bmp"
-    xdotool key Return
-    sleep 1
+  if answer_dialog "$inst/quarters.bmp" tavix-still "$shots/open-dialog.png"; then
     import -window "$wid" "$shots/tavix-still-open.png" 2>/dev/null
     # The picture stands centred in the view area below the 69-pixel strip.
     read -r w h < <(identify -format '%w %h' "$shots/tavix-still-open.png")
@@ -118,18 +128,52 @@ else
       [ "$got" = "$want" ] || fail open "at $1,$2 $got, not $3"
     done
   fi
-  "$xclose" "$wid"
 fi
-for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
-kill -0 $pid 2>/dev/null && { fail open "still running"; kill $pid; }
-wait $pid 2>/dev/null
+close_and_wait open
 [ $failures -eq 0 ] && echo "ok open: picture shown through the file dialog"
 
+# A measuring session with the real mouse: open, measure a distance and a circle, save the list.
+install measure tavix-still-measure
+convert -size 400x300 xc:gray40 "BMP3:$inst/plain.bmp"
+launch tavix-still-measure "画像表示／計測プログラム"
+click() { xdotool mousemove --window "$wid" "$1" "$2" click "${3:-1}"; sleep 0.25; }
+if [ -z "$wid" ]; then
+  fail measure "no window"
+else
+  click 34 34                      # open
+  answer_dialog "$inst/plain.bmp" tavix-still-measure
+  # The view area starts right of the 213-pixel panel and below the 69-pixel strip.
+  read -r ww wh < <(xwininfo -id "$wid" | awk '/Width:/{w=$2} /Height:/{h=$2} END{print w, h}')
+  cx=$(((ww - 213) / 2 + 213)) cy=$(((wh - 69) / 2 + 69))
+  click 36 131                     # distance
+  click $((cx - 100)) "$cy"
+  xdotool mousemove --window "$wid" $((cx + 40)) $((cy + 60)); sleep 0.3
+  import -window "$wid" "$shots/measure-rubber-line.png" 2>/dev/null
+  click $((cx + 100)) "$cy"
+  click 104 131                    # circle
+  click $((cx - 50)) $((cy + 50))
+  click $((cx + 50)) $((cy + 50))
+  click "$cx" "$cy"
+  import -window "$wid" "$shots/tavix-still-measure-results.png" 2>/dev/null
+  click 36 403                     # save the results
+  answer_dialog "$inst/results.txt" tavix-still-measure
+  decimals=$(sed -n 's/^NUMBEROFDECIMALS=\([0-9]*\).*/\1/p' "$inst/Tavix.Ini")
+  zeros=$(printf '%*s' "$decimals" '' | tr ' ' 0)
+  unit=$(sed -n '1s/^"[^"]*",[^,]*,"\([^"]*\)".*/\1/p' "$inst/Proof.txt")
+  distance=$(sed -n 's/^11132,//p' "$inst/StringTable.txt" | tr -d '\r')
+  circle=$(sed -n 's/^11133,//p' "$inst/StringTable.txt" | tr -d '\r')
+  expected() { printf '1,%s,200.%s,%s\r\n2,%s,100.%s,%s\r\n' "$distance" "$zeros" "$unit" "$circle" "$zeros" "$unit"; }
+  if [ ! -f "$inst/results.txt" ]; then
+    fail measure "no result file"
+  elif [ "$(od -c <"$inst/results.txt")" != "$(expected | od -c)" ]; then
+    fail measure "result file: $(cat -A "$inst/results.txt")"
+  fi
+fi
+close_and_wait measure
+[ $failures -eq 0 ] && echo "ok measure: distance and circle measured with the mouse and saved"
+
 # A broken deployment file: the critical box, then the end, with the settings untouched.
-inst="$work/broken"
-mkdir -p "$inst"
-cp "$src"/deploy/ja/* "$inst"/
-cp "$bin/tavix-still" "$inst"/
+install broken tavix-still
 printf 'abc,text\r\n' >"$inst/StringTable.txt"
 ini_before=$(md5sum < "$inst/Tavix.Ini")
 "$inst/tavix-still" >"$inst/out.txt" 2>&1 &

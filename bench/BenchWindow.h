@@ -1,0 +1,81 @@
+#pragma once
+// A main window started for a benchmark as the program starts it, in a temporary copy of
+// deploy/ja, without the test support library. Any dialog but the file-open one stops the run.
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <cstdio>
+#include <cstdlib>
+
+#include "App.h"
+#include "DialogHost.h"
+#include "Startup.h"
+#include "VariableDefinition.h"
+#include "Wiring.h"
+#include "frmMain.h"
+
+namespace bench {
+
+[[noreturn]] inline void Stop(const char* what, const QString& text = {}) {
+    std::printf("unexpected %s %s\n", what, qPrintable(text));
+    std::exit(1);
+}
+
+// Answers the file dialog with Path; without one, the dialog stops the run too.
+class BenchHost : public vb::DialogHost {
+public:
+    QString Path;
+    int MsgBox(const QString& prompt, int, const QString& title, QWidget*) override { Stop("box:", title + QStringLiteral(": ") + prompt); }
+    bool ShowOpen(vb::CommonDialog& dlg, QWidget*) override {
+        if (Path.isEmpty()) Stop("open dialog");
+        dlg.FileName = Path;
+        return true;
+    }
+    bool ShowSave(vb::CommonDialog&, QWidget*) override { Stop("save dialog"); }
+    bool ShowColor(vb::CommonDialog&, QWidget*) override { Stop("colour dialog"); }
+    void ShowModal(vb::Form&, QWidget*) override { Stop("modal form"); }
+    void SetBusy(bool) override {}
+    void End(int code) override { Stop("end", QString::number(code)); }
+};
+
+// The installation folder, made and the process reset before the window exists.
+struct BenchInstall {
+    QTemporaryDir dir;
+    BenchInstall() {
+        const QDir deploy(QStringLiteral(TAVIX_SOURCE_DIR "/deploy/ja"));
+        for (const QString& name : deploy.entryList(QDir::Files))
+            QFile::copy(deploy.filePath(name), dir.filePath(name));
+        vb::App::SetPath(dir.path());
+        tavix::ResetVariableDefinition();
+        tavix::InitResources();
+    }
+};
+
+// Needs a QApplication. Starts the variant and shows the window.
+struct BenchWindow {
+    BenchInstall install;
+    BenchHost host;
+    tavix::frmMain f;
+
+    explicit BenchWindow(int16_t programType) {
+        vb::SetHost(&host);
+        tavix::WireMain(f);
+        if (!tavix::Form_Load(f, programType)) Stop("start-up failure");
+        f.show();
+        QCoreApplication::processEvents();
+    }
+    // The frame and borders are whatever the platform makes them: correct by what came out.
+    void SizeView(int width, int height) {
+        for (int i = 0; i < 2; ++i) {
+            f.SetWidth(f.Width() + (width - f.picViewArea->ScaleWidth() / 15) * 15);
+            f.SetHeight(f.Height() + (height - f.picViewArea->ScaleHeight() / 15) * 15);
+            QCoreApplication::processEvents();
+        }
+        std::printf("view area %d x %d px\n", ViewW(), ViewH());
+    }
+    int ViewW() const { return qRound(f.picViewArea->ScaleWidth() / 15); }
+    int ViewH() const { return qRound(f.picViewArea->ScaleHeight() / 15); }
+};
+
+}  // namespace bench

@@ -1,0 +1,162 @@
+// Repainting the still with its results drawn (99 of every kind in turn, and 999 for
+// headroom) and the repaint after a selection change, against bare QPainter drawing the same
+// picture and primitives onto an image of the view's size in the same run.
+#include <QApplication>
+#include <QFontMetricsF>
+#include <QImage>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+#include <vector>
+
+#include "BenchUtil.h"
+#include "BenchWindow.h"
+#include "ResultDrawing.h"
+#include "StillDisplay.h"
+#include "VariableDefinition.h"
+#include "frmMain.h"
+
+using tavix::Point2D;
+using tavix::ResultRecord;
+
+namespace {
+
+constexpr int kW = 1920, kH = 1080;
+
+// Records cycling through every kind, points spread over the view; a fixed seed keeps them.
+std::vector<ResultRecord> MakeRecords(int n) {
+    const int16_t kinds[] = {100, 101, 102, 103, 104, 105, 106, 108};
+    const int points[] = {5, 2, 2, 2, 4, 6, 5, 6};
+    QRandomGenerator rng(7);
+    const auto in = [&rng](double lo, double hi) { return lo + rng.bounded(hi - lo); };
+    std::vector<ResultRecord> records;
+    for (int i = 0; i < n; ++i) {
+        ResultRecord r;
+        r.No = static_cast<int16_t>(i + 1);
+        r.Kind = kinds[i % 8];
+        r.Points.resize(points[i % 8] + 1);
+        for (size_t k = 1; k < r.Points.size(); ++k)
+            r.Points[k] = {in(-900, 900), in(-500, 500)};
+        if (r.Kind == 102 || r.Kind == 103) r.Points[2] = {in(10, 200), 0};
+        r.Value = rng.bounded(1000.0);
+        records.push_back(r);
+    }
+    return records;
+}
+
+// The same picture and primitives straight onto an image, one painter, no scale.
+void BareDraw(const QImage& pic, const std::vector<ResultRecord>& records, const QFont& font) {
+    QImage canvas(kW, kH, QImage::Format_RGB32);
+    canvas.fill(Qt::black);
+    QPainter p(&canvas);
+    p.drawImage(0, 0, pic);
+    p.setFont(font);
+    const double ascent = QFontMetricsF(font).ascent();
+    const QPen line(QColor(255, 0, 0), 1, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
+    const QColor value(0, 255, 255);
+    const auto at = [](const Point2D& q) { return QPoint(qRound(q.X) + kW / 2, qRound(q.Y) + kH / 2); };
+    for (size_t i = 0; i < records.size(); ++i) {
+        const std::vector<Point2D>& P = records[i].Points;
+        const int n = static_cast<int>(P.size()) - 1;
+        p.setPen(line);
+        QPoint text = at(P[1]);
+        switch (records[i].Kind) {
+            case 100:
+                for (int k = 1; k <= n; ++k) {
+                    p.fillRect(QRect(at(P[k]) - QPoint(1, 1), QSize(3, 3)), line.color());
+                    p.setPen(value);
+                    p.drawText(QPointF(at(P[k])) + QPointF(4, 4 + ascent), QStringLiteral(" %1 ").arg(i + 1));
+                    p.setPen(line);
+                }
+                continue;
+            case 102:
+            case 103: p.drawEllipse(QPointF(at(P[1])), P[2].X, P[2].X); break;
+            case 105:
+                for (int k = 1; k < n; ++k) p.drawLine(at(P[k]), at(P[k + 1]));
+                p.drawLine(at(P[n]), at(P[1]));
+                break;
+            case 106:
+                p.drawLine(at(P[1]), at(P[2]));
+                p.drawLine(at(P[2]), at(P[3]));
+                text = at(P[2]);
+                break;
+            default:  // 101, 104, 108: pairs of points, the text at the middle of the last pair
+                for (int k = 1; k < n; k += 2) p.drawLine(at(P[k]), at(P[k + 1]));
+                text = (at(P[n - 1]) + at(P[n])) / 2;
+        }
+        p.setPen(value);
+        p.drawText(QPointF(text.x(), text.y() + ascent), QString::number(records[i].Value, 'f', 3));
+    }
+}
+
+// Medians of a and b timed in turn, so that both see the same load of a shared machine.
+template <class A, class B>
+std::pair<double, double> MedianMsInTurn(int runs, A&& a, B&& b) {
+    std::vector<double> ta, tb;
+    for (int i = 0; i < runs; ++i) {
+        ta.push_back(MedianMs(1, a));
+        tb.push_back(MedianMs(1, b));
+    }
+    std::sort(ta.begin(), ta.end());
+    std::sort(tb.begin(), tb.end());
+    return {ta[runs / 2], tb[runs / 2]};
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    bench::BenchWindow w(3);
+    tavix::frmMain& f = w.f;
+    w.SizeView(kW, kH);
+    if (w.ViewW() != kW || w.ViewH() != kH) std::printf("(the view could not be sized exactly)\n");
+
+    QImage pic(kW, kH, QImage::Format_RGB32);
+    for (int y = 0; y < kH; ++y) {
+        auto* row = reinterpret_cast<QRgb*>(pic.scanLine(y));
+        for (int x = 0; x < kW; ++x) row[x] = qRgb(x * 200 / kW, y * 200 / kH, 90);
+    }
+    f.picTempView->SetPicture(pic);
+    tavix::Var().ZoomFactor = 1.0;
+    f.ResultFormat = QStringLiteral("0.000");
+    const QFont font = f.picStillView->Font();
+    const int runs = 41;
+
+    for (const int n : {99, 999}) {
+        const std::vector<ResultRecord> records = MakeRecords(n);
+        std::copy(records.begin(), records.end(), tavix::Var().ResultTable.begin() + 1);
+        f.ResultCount = static_cast<int16_t>(n);
+        const auto [ours, bare] = MedianMsInTurn(
+            runs,
+            [&] {
+                tavix::DispImage(f, false);
+                tavix::DrawMeasureResults(f);
+            },
+            [&] { BareDraw(pic, records, font); });
+        std::printf("DispImage(False) + DrawMeasureResults, %d results: median %.2f ms; bare QPainter: "
+                    "median %.2f ms; ratio %.2f (%s)\n",
+                    n, ours, bare, ours / bare, n == 99 ? "goal: under 20 ms, within 1.5x" : "headroom");
+        // Where the difference lies: the picture alone, without results.
+        const auto [disp, bareDisp] = MedianMsInTurn(
+            runs, [&] { tavix::DispImage(f, false); }, [&] { BareDraw(pic, {}, font); });
+        std::printf("  of which the picture alone: DispImage(False) %.2f ms; bare %.2f ms\n", disp, bareDisp);
+    }
+
+    f.ResultCount = 99;
+    f.grdResult->SetRow(1);
+    const bool wired = static_cast<bool>(f.grdResult->OnSelChange);
+    int toggle = 0;
+    const double select = MedianMs(runs, [&] {
+        f.grdResult->SetRowSel(++toggle % 2 ? 20 : 10);
+        if (!wired) {
+            tavix::DispImage(f, false);
+            tavix::DrawMeasureResults(f);
+        }
+    });
+    std::printf("SetRowSel to the repainted still, 99 results%s: median %.2f ms (goal: under 25 ms)\n",
+                wired ? " (through the grid's selection handler)" : " (handler not wired: repaint called directly)",
+                select);
+    return 0;
+}

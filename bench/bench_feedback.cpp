@@ -1,0 +1,78 @@
+// A mouse move over the still during a distance measure: the rubber line follows the pointer.
+// Timed per event, handler only and with the repaint it causes, against a bare widget that
+// draws the same picture and one line.
+#include <QMouseEvent>
+#include <QPainter>
+#include <cstdio>
+
+#include "BenchUtil.h"
+#include "BenchWindow.h"
+#include "CommandArea.h"
+#include "MeasureCommands.h"
+#include "StillDisplay.h"
+
+namespace {
+
+class BareView : public QWidget {
+public:
+    explicit BareView(const QImage& image) : image_(image) { resize(image.size()); }
+    QLineF line;
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter p(this);
+        p.drawImage(0, 0, image_);
+        p.setPen(Qt::yellow);
+        p.drawLine(line);
+    }
+
+private:
+    QImage image_;
+};
+
+void Move(QWidget* widget, QPointF at) {
+    QMouseEvent e(QEvent::MouseMove, at, widget->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(widget, &e);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    bench::BenchWindow w(3);
+    w.SizeView(1920, 1080);
+    QImage picture(1920, 1080, QImage::Format_RGB32);
+    picture.fill(QColor(90, 90, 90));
+    w.f.picTempView->SetPicture(picture);
+    tavix::EnableCommandArea(w.f, QStringLiteral("picMeasureCommandArea"));
+    tavix::DispImage(w.f, false);
+    tavix::cmdMeasure_Click(w.f, 0);
+    tavix::picStillView_MouseUp(w.f, 1, 0, 0, 0);
+    QWidget* still = w.f.picStillView->ClientWidget();
+    BareView bare(picture);
+    bare.show();
+    QCoreApplication::processEvents();
+
+    const int runs = 2001;
+    int i = 0;
+    auto next = [&] { ++i; return QPointF(200 + i % 1500, 100 + (i * 7) % 900); };
+    const double handler = MedianMs(runs, [&] { Move(still, next()); }) * 1000;
+    QCoreApplication::processEvents();
+    // With the repaint the move asks for: only the strip the line sweeps.
+    const double withPaint = MedianMs(runs, [&] {
+        Move(still, next());
+        QCoreApplication::processEvents();
+    }) * 1000;
+    const double barePaint = MedianMs(runs, [&] {
+        const QLineF old = bare.line;
+        bare.line = QLineF(QPointF(960, 540), next());
+        const QRect swept = (QRectF(old.p1(), old.p2()).normalized() | QRectF(bare.line.p1(), bare.line.p2()).normalized())
+                                .toAlignedRect().adjusted(-2, -2, 2, 2);
+        bare.update(swept);
+        QCoreApplication::processEvents();
+    }) * 1000;
+    std::printf("mouse move to rubber line: handler median %.1f us; with its repaint %.1f us, "
+                "bare widget with the same repaint %.1f us, ratio %.2f (goal under 1000 us)\n",
+                handler, withPaint, barePaint, withPaint / barePaint);
+    return 0;
+}

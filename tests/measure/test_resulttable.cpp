@@ -1,0 +1,206 @@
+// The result list: removing, emptying, saving as text, and when the questions about unsaved
+// results come over a session.
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QLocale>
+#include <clocale>
+#include <functional>
+#include <optional>
+
+#include "CommonModule.h"
+#include "MeasureResults.h"
+#include "OpenImage.h"
+#include "ResultTable.h"
+#include "StartedMain.h"
+#include "StillDisplay.h"
+
+using tavix::GST;
+using tavix::Var;
+using Answer = std::optional<int>;
+
+namespace {
+
+constexpr int kYesNoDefaultNo = 292, kOkExclamation = 48;
+std::string Box(int text, int title, int buttons) {
+    return (GST(title) + '|' + GST(text) + '|' + QString::number(buttons) + '\n').toStdString();
+}
+
+struct Table : testing_support::StartedMain {
+    int draws = 0, drawsOnBare = 0;  // drawsOnBare: draws that found the still freshly repainted
+
+    explicit Table(int n = 0) : StartedMain(3) {
+        f.picTempView->SetPicture(testing_support::QuarterPicture(200, 100));
+        tavix::DispImage(f, false);
+        f.Hooks.DrawMeasureResults = [this](tavix::frmMain& m) {
+            drawsOnBare += !Inked();
+            ++draws;
+            m.picStillView->LineBox(-20, -20, 20, 20, 0x808080, true);
+        };
+        Fill(n);
+    }
+    // n results as measures leave them, texts no formatting gives; slot 20 an old one.
+    void Fill(int n) {
+        for (int i = 1; i <= n; ++i) {
+            Var().ResultTable[i] = {int16_t(i), 101, {{}, {double(i), 1}}, i + 0.25};
+            const char* prefix[] = {"", "N", "v", "u"};
+            for (int c = 0; c < 4; ++c) f.grdResult->SetTextMatrix(i, c, prefix[c] + QString::number(i));
+        }
+        Var().ResultTable[20] = {20, 102, {{}, {5, 5}}, 9};
+        f.ResultCount = int16_t(n);
+        f.ResultDirty = n > 0;
+    }
+    bool Inked() const {
+        const QRect r = f.picStillView->CanvasRect();
+        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF808080;
+    }
+    // Grid rows 1..n, those in the list followed by "No Value Point" of their record.
+    std::string Rows(int n) const {
+        QString rows;
+        for (int r = 1; r <= n; ++r) {
+            QStringList t;
+            for (int c = 0; c < 4; ++c) t << f.grdResult->TextMatrix(r, c);
+            const tavix::ResultRecord& rec = Var().ResultTable[r];
+            if (r <= f.ResultCount)
+                t.last() += QStringLiteral(" %1 %2 %3").arg(rec.No).arg(rec.Value).arg(rec.Points.at(1).X);
+            rows += t.join('|') + '\n';
+        }
+        return rows.toStdString();
+    }
+    std::string Shown() {
+        std::string boxes;
+        for (const auto& b : host.Boxes)
+            boxes += (b.Title + '|' + b.Prompt + '|' + QString::number(b.Buttons) + '\n').toStdString();
+        host.Boxes.clear();
+        return boxes;
+    }
+};
+
+TEST(ResultTable, RemoveAndClearChangeTheListOnlyAfterYes) {
+    const struct { const char* what; bool clear; int count, row, rowSel; Answer answer; bool dirtyBefore;
+                   std::vector<int> kept, selection; bool dirtyAfter, inked; } cases[] = {
+        {"dragged down 3..5", false, 6, 3, 5, vb::vbYes, false, {1, 2, 6}, {4, 4, 0, 3}, true, true},
+        {"dragged up 5..3", false, 6, 5, 3, vb::vbYes, false, {1, 2, 6}, {4, 4, 0, 3}, true, true},
+        {"4..20 of 6", false, 6, 4, 20, vb::vbYes, false, {1, 2, 3}, {4, 4, 0, 3}, true, true},
+        {"wholly below", false, 6, 9, 9, {}, false, {1, 2, 3, 4, 5, 6}, {9, 9, 0, 0}, false, true},
+        {"all", false, 3, 1, 3, vb::vbYes, true, {}, {1, 1, 0, 3}, false, true},
+        {"last of five", false, 5, 5, 5, vb::vbYes, true, {1, 2, 3, 4}, {5, 5, 0, 3}, true, true},
+        {"row 2 of 5", false, 5, 2, 2, vb::vbYes, true, {1, 3, 4, 5}, {5, 5, 0, 3}, true, true},
+        {"remove, No", false, 5, 2, 3, vb::vbNo, true, {1, 2, 3, 4, 5}, {2, 3, 0, 0}, true, true},
+        {"clear, empty list", true, 0, 3, 4, {}, false, {}, {3, 4, 0, 0}, false, true},
+        {"clear, No", true, 4, 3, 4, vb::vbNo, true, {1, 2, 3, 4}, {3, 4, 0, 0}, true, true},
+        {"clear", true, 4, 3, 4, vb::vbYes, true, {}, {1, 1, 0, 3}, false, false},  // the still left bare
+    };
+    for (const auto& c : cases) {
+        Table t(c.count);
+        t.f.ResultDirty = c.dirtyBefore;
+        t.f.grdResult->SetRow(c.row);
+        t.f.grdResult->SetRowSel(c.rowSel);  // its repaint leaves the drawing on the still
+        t.draws = t.drawsOnBare = 0;
+        if (c.answer) t.host.AnswerMsgBox(*c.answer);
+        c.clear ? tavix::cmdResultClear_Click(t.f) : tavix::cmdResultRemove_Click(t.f);
+
+        const std::string question = c.clear ? Box(20070, 11070, kYesNoDefaultNo) : Box(20080, 11080, kYesNoDefaultNo);
+        EXPECT_EQ(t.Shown(), c.answer ? question : "") << c.what;
+        QString expected;
+        for (int r = 1; r <= c.count; ++r) {
+            const int k = r <= int(c.kept.size()) ? c.kept[r - 1] : 0;
+            expected += k ? QStringLiteral("%1|N%2|v%2|u%2 %1 %3 %2\n").arg(r).arg(k).arg(k + 0.25) : "|||\n";
+        }
+        EXPECT_EQ(t.Rows(c.count), expected.toStdString()) << c.what;
+        EXPECT_EQ(t.f.ResultCount, int(c.kept.size())) << c.what;
+        const auto& g = *t.f.grdResult;
+        EXPECT_EQ(std::vector<int>({g.Row(), g.RowSel(), g.Col(), g.ColSel()}), c.selection) << c.what;
+        EXPECT_EQ(t.f.ResultDirty, c.dirtyAfter) << c.what;
+        EXPECT_EQ(t.Inked(), c.inked) << c.what;
+        // Only a Yes repaints, and every draw lands on a fresh still.
+        EXPECT_EQ(t.draws > 0, c.answer == vb::vbYes) << c.what;
+        EXPECT_EQ(t.drawsOnBare, t.draws) << c.what;
+        EXPECT_EQ(Var().ResultTable[20].Points.empty(), c.clear && c.answer == vb::vbYes) << c.what;
+    }
+}
+
+TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
+    const QByteArray old(500, 'x');
+    const struct { const char* what; int count; std::optional<QString> name; int boxText, boxTitle; QByteArray file;
+                   int error; bool dirtyAfter; } cases[] = {
+        {"three rows", 3, "r.txt", 0, 0, "1,N1,v1,u1\r\n2,a,b,v2,u2\r\n3,N3,v3,\r\n", 0, false},
+        {"cancelled", 2, std::nullopt, 0, 0, old, 0, true},
+        {"nothing to save", 0, {}, 20090, 11090, old, 0, false},
+        {"folder gone", 2, "gone/r.txt", 20092, 11092, old, 76, true},
+        {"folder in the way", 2, "dir", 20092, 11092, old, 75, true},  // not by permissions: root may write
+    };
+    for (const auto& c : cases) {
+        Table t(c.count);
+        t.f.grdResult->SetTextMatrix(2, 1, QStringLiteral("a,b"));
+        t.f.grdResult->SetTextMatrix(3, 3, QString());
+        t.box.Write("r.txt", old);
+        QDir(t.box.Path()).mkdir("dir");
+        if (c.count > 0) t.host.AnswerFile(c.name ? std::optional(t.box.File(*c.name)) : std::nullopt);
+        if (c.boxText) t.host.AnswerMsgBox(vb::vbOK);
+        tavix::cmdResultSave_Click(t.f);
+
+        EXPECT_EQ(t.Shown(), c.boxText ? Box(c.boxText, c.boxTitle, kOkExclamation) : "") << c.what;
+        EXPECT_EQ(t.box.Read("r.txt"), c.file) << c.what;
+        EXPECT_EQ(t.f.ResultDirty, c.dirtyAfter) << c.what;
+        EXPECT_EQ(t.host.BusyDepth, 0) << c.what;
+        const QString logged = QStringLiteral("cmdResultSave_Click Error.(%1)").arg(c.error);
+        EXPECT_EQ(t.box.LogTexts().contains(logged), c.error != 0) << c.what;
+        EXPECT_EQ(t.f.cdlFile->Flags, c.count > 0 ? 34818 : 0) << c.what;
+    }
+}
+
+TEST(ResultTable, SavedValuesKeepThePointUnderADecimalCommaLocale) {
+    const QLocale qtLocale;
+    const std::string cLocale = std::setlocale(LC_ALL, nullptr);
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    std::setlocale(LC_ALL, "de_DE.UTF-8");  // where the machine has it
+    {
+        Table t;
+        Var().ProofTable[Var().CurrentProofNo] = {QStringLiteral("P"), 0.5, QStringLiteral("mm")};
+        Var().ZoomFactor = 1;
+        t.f.ResultFormat = QStringLiteral("0.000");
+        t.f.CommandMode = 101;
+        t.f.WorkPoints = {{}, {0, 0}, {3, 4}};
+        tavix::AddMeasureResult(t.f);
+        t.host.AnswerFile(t.box.File("de.txt"));
+        tavix::cmdResultSave_Click(t.f);
+        EXPECT_EQ(t.box.Read("de.txt"), ("1," + GST(11132) + ",2.500,mm\r\n").toUtf8());
+    }
+    QLocale::setDefault(qtLocale);
+    std::setlocale(LC_ALL, cLocale.c_str());
+}
+
+// Each question about unsaved results comes exactly when ResultDirty says the list would be lost.
+TEST(ResultTable, QuestionsFollowResultDirtyOverASession) {
+    Table t;
+    tavix::frmMain& f = t.f;
+    const QString picture = t.box.File("p.bmp");
+    testing_support::QuarterPicture(80, 60).save(picture);
+    auto otherProof = [&] { f.cboProof->SetListIndex(f.cboProof->ListIndex() == 0 ? 1 : 0); };
+    auto save = [&] { t.host.AnswerFile(t.box.File("s.txt")); tavix::cmdResultSave_Click(f); };
+    auto remove = [&](int r) { f.grdResult->SetRow(r); tavix::cmdResultRemove_Click(f); };
+    auto load = [&] { t.host.AnswerFile(picture); tavix::cmdPicLoad_Click(f); };
+    const struct { const char* what; std::function<void()> act; Answer answer; int title, count; bool dirty; }
+    steps[] = {
+        {"three measured", [&] { t.Fill(3); }, {}, 0, 3, true},
+        {"other calibration refused", otherProof, vb::vbNo, 11000, 3, true},
+        {"saved", save, {}, 0, 3, false},
+        {"removal after saving", [&] { remove(2); }, vb::vbYes, 11080, 2, true},
+        {"other picture", load, vb::vbYes, 11020, 0, false},
+        {"two saved, other picture", [&] { t.Fill(2); save(); load(); }, {}, 0, 0, false},
+        {"two saved, other calibration", [&] { t.Fill(2); save(); otherProof(); }, {}, 0, 0, false},
+        {"one measured and removed", [&] { t.Fill(1); remove(1); }, vb::vbYes, 11080, 0, false},
+        {"two measured, cleared", [&] { t.Fill(2); tavix::cmdResultClear_Click(f); }, vb::vbYes, 11070, 0, false},
+    };
+    for (const auto& s : steps) {
+        if (s.answer) t.host.AnswerMsgBox(*s.answer);
+        s.act();
+        const std::string shown = t.Shown();
+        EXPECT_EQ(shown.substr(0, shown.find('|')), s.title ? GST(s.title).toStdString() : "") << s.what;
+        EXPECT_EQ(f.ResultCount, s.count) << s.what;
+        EXPECT_EQ(f.ResultDirty, s.dirty) << s.what;
+    }
+}
+
+}  // namespace
