@@ -4,6 +4,8 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QImage>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +18,22 @@
 #include "frmMain.h"
 
 namespace bench {
+
+// Gradients under noise, so the JPEG is not trivially small; a fixed seed keeps it the same.
+inline bool MakeJpeg(const QString& path) {
+    QImage img(4000, 3000, QImage::Format_RGB32);
+    QRandomGenerator rng(20240611);
+    for (int y = 0; y < img.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(img.scanLine(y));
+        for (int x = 0; x < img.width(); ++x) {
+            const quint32 n = rng.generate();
+            line[x] = qRgb(x * 224 / 4000 + (n & 31), y * 224 / 3000 + ((n >> 8) & 31),
+                           (x + y) * 224 / 7000 + ((n >> 16) & 31));
+        }
+    }
+    return img.save(path, "JPEG", 90);
+}
+
 
 [[noreturn]] inline void Stop(const char* what, const QString& text = {}) {
     std::printf("unexpected %s %s\n", what, qPrintable(text));

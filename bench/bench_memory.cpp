@@ -16,21 +16,6 @@
 
 namespace {
 
-// Gradients under noise, so the JPEG is not trivially small; a fixed seed keeps it the same.
-bool MakeJpeg(const QString& path) {
-    QImage img(4000, 3000, QImage::Format_RGB32);
-    QRandomGenerator rng(20240611);
-    for (int y = 0; y < img.height(); ++y) {
-        auto* line = reinterpret_cast<QRgb*>(img.scanLine(y));
-        for (int x = 0; x < img.width(); ++x) {
-            const quint32 n = rng.generate();
-            line[x] = qRgb(x * 224 / 4000 + (n & 31), y * 224 / 3000 + ((n >> 8) & 31),
-                           (x + y) * 224 / 7000 + ((n >> 16) & 31));
-        }
-    }
-    return img.save(path, "JPEG", 90);
-}
-
 // VmHWM of this process in MB, or -1.
 double PeakMb() {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -46,7 +31,7 @@ int main(int argc, char** argv) {
     // The picture is made by a child run of this program so that its pixels do not count here.
     if (argc == 3 && QByteArray(argv[1]) == "--make") {
         QCoreApplication maker(argc, argv);
-        return MakeJpeg(QString::fromLocal8Bit(argv[2])) ? 0 : 1;
+        return bench::MakeJpeg(QString::fromLocal8Bit(argv[2])) ? 0 : 1;
     }
     QApplication app(argc, argv);
     const double startup = PeakMb();

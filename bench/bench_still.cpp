@@ -16,30 +16,11 @@
 #include "VariableDefinition.h"
 #include "frmMain.h"
 
-namespace {
-
-// Gradients under noise, so the JPEG is not trivially small; a fixed seed keeps it the same.
-bool MakeJpeg(const QString& path) {
-    QImage img(4000, 3000, QImage::Format_RGB32);
-    QRandomGenerator rng(20240611);
-    for (int y = 0; y < img.height(); ++y) {
-        auto* line = reinterpret_cast<QRgb*>(img.scanLine(y));
-        for (int x = 0; x < img.width(); ++x) {
-            const quint32 n = rng.generate();
-            line[x] = qRgb(x * 224 / 4000 + (n & 31), y * 224 / 3000 + ((n >> 8) & 31),
-                           (x + y) * 224 / 7000 + ((n >> 16) & 31));
-        }
-    }
-    return img.save(path, "JPEG", 90);
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QTemporaryDir pictures;
     const QString path = pictures.filePath(QStringLiteral("large.jpg"));
-    if (!MakeJpeg(path)) return 1;
+    if (!bench::MakeJpeg(path)) return 1;
     bench::BenchWindow w(2);
     w.host.Path = path;
     tavix::frmMain& f = w.f;
