@@ -2,6 +2,7 @@
 
 #include <QApplication>
 
+#include "CameraView.h"
 #include "DialogHost.h"
 #include "Layout.h"
 #include "MeasureCommands.h"
@@ -45,6 +46,13 @@ void WireMain(frmMain& f) {
     f.Hooks.DispImage = [](frmMain& form) { DispImage(form, false); };
     f.Hooks.DrawMeasureResults = [](frmMain& form) { DrawMeasureResults(form); };
     f.OnResize = [&f] { Form_Resize(f); };
+    f.Hooks.OpenCameraGraph = [](frmMain& form) { return OpenCameraGraph(form); };
+    f.Hooks.FitCameraView = [](frmMain& form) { FitCameraView(form); };
+    f.Hooks.CaptureFrame = [](frmMain& form) { CaptureFrame(form); };
+    f.Hooks.SwitchViewMode = [](frmMain& form, bool capture) { SwitchViewMode(form, capture); };
+    f.cmdPlayStop->OnClick = [&f] { cmdPlayStop_Click(f); };
+    f.cmdPinProp->OnClick = [&f] { cmdPinProp_Click(f); };
+    f.tmrLiveIcon->OnTimer = [&f] { tmrLiveIcon_Timer(f); };
 }
 
 int RunProgram(int16_t programType, int argc, char** argv) {

@@ -4,6 +4,7 @@
 #include <QString>
 #include <array>
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include "Controls.h"
@@ -12,6 +13,13 @@
 #include "VariableDefinition.h"
 
 namespace tavix {
+
+namespace cam {
+class FilterGraph;
+class FilterInfo;
+struct PinInfo;
+class GraphFileStore;
+}  // namespace cam
 
 class frmMain;
 
@@ -35,6 +43,8 @@ struct SubsystemHooks {
     std::function<void(frmMain&)> ClearResults;
     // Turns the view to the still (true: with a frame taken from the camera) or back to live.
     std::function<void(frmMain&, bool)> SwitchViewMode;
+    // Takes the camera's newest frame into picTempView at the camera's size.
+    std::function<void(frmMain&)> CaptureFrame;
 };
 
 class frmMain : public vb::Form {
@@ -111,6 +121,12 @@ public:
     std::array<QString, 2> SavedComment{};
     QString MovieFileName;
     int16_t RecordSecondsLeft = 0;
+
+    // The camera graph (camera variants only). The filter and pin belong to the graph.
+    std::shared_ptr<cam::FilterGraph> FilterGraph;
+    cam::FilterInfo* CameraFilter = nullptr;
+    const cam::PinInfo* CameraOutputPin = nullptr;
+    std::shared_ptr<cam::GraphFileStore> GraphFileStore;
 };
 
 }  // namespace tavix

@@ -8,9 +8,7 @@
 namespace tavix {
 
 void DispImage(frmMain& f, bool blnCaptureFlg) {
-    if (blnCaptureFlg) {
-        // Taking a frame needs the camera graph; until there is one picTempView keeps its picture.
-    }
+    if (blnCaptureFlg && f.Hooks.CaptureFrame) f.Hooks.CaptureFrame(f);
     vb::PictureBox& still = *f.picStillView;
     const vb::PictureBox& temp = *f.picTempView;
     const double zoom = Var().ZoomFactor;

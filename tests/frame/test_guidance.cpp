@@ -16,8 +16,8 @@ struct ReadCase {
     const char* what;
     QByteArray file;
     int error;  // 0: read; else the number in the log
-    int number;
-    QString first, second;
+    int number = 0;
+    QString first = {}, second = {};
 };
 
 TEST(GuidanceFile, RecordsAndTheirFailures) {

@@ -90,6 +90,20 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
   fi
   sleep 0.5
   import -window "$wid" "$shots/$program.png" 2>/dev/null || fail "$program" "no screenshot"
+  if [ "$program" = tavix ]; then
+    # Live frames move; cmdPlayStop (top left) freezes one, which then stands still.
+    differing() { compare -metric AE "$1" "$2" null: 2>&1 | cut -d' ' -f1; }
+    sleep 0.6
+    import -window "$wid" "$work/live2.png" 2>/dev/null
+    [ "$(differing "$shots/$program.png" "$work/live2.png")" != 0 ] || fail "$program" "live picture does not move"
+    xdotool mousemove --window "$wid" 34 34 click 1
+    sleep 0.6
+    import -window "$wid" "$shots/tavix-frozen.png" 2>/dev/null
+    sleep 0.6
+    import -window "$wid" "$work/frozen2.png" 2>/dev/null
+    [ "$(differing "$shots/tavix-frozen.png" "$work/frozen2.png")" = 0 ] || fail "$program" "frozen still moves"
+    [ "$(differing "$work/live2.png" "$shots/tavix-frozen.png")" != 0 ] || fail "$program" "nothing changed on freezing"
+  fi
   "$xclose" "$wid"
   for _ in $(seq 100); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
   if kill -0 $pid 2>/dev/null; then fail "$program" "still running after the close box"; kill $pid; fi

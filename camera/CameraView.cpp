@@ -1,0 +1,227 @@
+#include "CameraView.h"
+
+#include <QFileInfo>
+#include <QTimer>
+#include <cmath>
+
+#include "App.h"
+#include "CommandArea.h"
+#include "CommonModule.h"
+#include "DialogHost.h"
+#include "Errors.h"
+#include "Graph.h"
+#include "StillDisplay.h"
+
+namespace tavix {
+
+QString GrfFilePath() { return vb::App::Path() + QLatin1Char('/') + Var().GrfFileName; }
+
+void NewFilterGraph(frmMain& f) {
+    f.CameraFilter = nullptr;
+    f.CameraOutputPin = nullptr;
+    f.FilterGraph = std::make_shared<cam::FilterGraph>();
+    f.GraphFileStore = std::make_shared<cam::GraphFileStore>();
+    f.FilterGraph->OnStreamError = [&f](int number, const QString& reason) {
+        CameraStreamError(f, number, reason);
+    };
+}
+
+SubsystemHooks::GraphResult OpenCameraGraph(frmMain& f) {
+    using GraphResult = SubsystemHooks::GraphResult;
+    NewFilterGraph(f);
+    bool loaded = false;
+    if (QFileInfo::exists(GrfFilePath())) {
+        loaded = LoadGrfFile(f);
+        if (!loaded) NewFilterGraph(f);
+    }
+    if (loaded) return GraphResult::Ready;
+
+    f.CameraFilter = AddFilter(*f.FilterGraph, Var().CameraFilterName);
+    if (!f.CameraFilter) return GraphResult::NoCameraFilter;
+    FindOutputPin(f);
+    if (!f.CameraOutputPin) return GraphResult::NoOutputPin;
+    f.FilterGraph->Render(*f.CameraFilter, *f.CameraOutputPin);
+    f.GraphFileStore->SaveGraphFile(*f.FilterGraph, GrfFilePath());
+    return GraphResult::Ready;
+}
+
+bool LoadGrfFile(frmMain& f) {
+    bool result = false;
+    const int err = vb::Trap([&] {
+        if (!f.GraphFileStore) f.GraphFileStore = std::make_shared<cam::GraphFileStore>();
+        f.GraphFileStore->LoadGraphFile(*f.FilterGraph, GrfFilePath());
+        FindCameraFilter(f, *f.FilterGraph, Var().CameraFilterName);
+        if (!f.CameraFilter) {
+            WriteLog(QStringLiteral("LoadGrfFile:Camera Filer Not Found."));
+            return;
+        }
+        FindOutputPin(f);
+        if (!f.CameraOutputPin) {
+            f.CameraFilter = nullptr;
+            WriteLog(QStringLiteral("LoadGrfFile:Camera OutputPIN Not Found."));
+            return;
+        }
+        result = true;
+    });
+    if (err != 0) WriteLog(QStringLiteral("LoadGrfFile Error.(%1)").arg(err));
+    return result;
+}
+
+void FindCameraFilter(frmMain& f, cam::FilterGraph& grp, const QString& filterName) {
+    for (cam::FilterInfo* filter : grp.FilterCollection()) {
+        if (filter->Name() == filterName) {
+            f.CameraFilter = filter;
+            return;
+        }
+    }
+}
+
+void FindOutputPin(frmMain& f) {
+    for (const cam::PinInfo& pin : f.CameraFilter->Pins()) {
+        if (pin.Direction == 1) {
+            f.CameraOutputPin = &pin;
+            return;
+        }
+    }
+}
+
+cam::FilterInfo* AddFilter(cam::FilterGraph& grp, const QString& filterName) {
+    for (const cam::RegFilterInfo& reg : grp.RegFilterCollection())
+        if (reg.Name == filterName) return reg.Filter ? reg.Filter() : nullptr;
+    return nullptr;
+}
+
+int ZoomedPixels(int pixels, double zoom) { return static_cast<int>(std::nearbyint(pixels * zoom)); }
+
+namespace {
+
+// Steps of the fit that follow the camera's size: the box at the zoom, centred, as owner.
+void PlaceCameraView(frmMain& f, QSize size) {
+    const double zoom = Var().ZoomFactor;
+    const int w = ZoomedPixels(size.width(), zoom);
+    const int h = ZoomedPixels(size.height(), zoom);
+    vb::PictureBox& view = *f.picCameraView;
+    view.SetWidth(w * vb::Screen::TwipsPerPixelX);
+    view.SetHeight(h * vb::Screen::TwipsPerPixelY);
+    view.SetLeft(f.picViewArea->ScaleWidth() / 2 - view.Width() / 2);
+    view.SetTop(f.picViewArea->ScaleHeight() / 2 - view.Height() / 2);
+    f.FilterGraph->SetOwner(&view);
+    if (f.chkScale->Value() == 1 && f.Hooks.DrawScale) f.Hooks.DrawScale(f);
+}
+
+// Each fit outdates the waits of the ones before it.
+int g_fitGeneration = 0;
+
+// The size is known only from the first frame on; until then the box waits for it.
+void PlaceOnFirstFrame(frmMain& f, int generation, int triesLeft) {
+    QTimer::singleShot(20, &f, [&f, generation, triesLeft] {
+        if (generation != g_fitGeneration || f.ViewMode != 0 || !f.FilterGraph) return;
+        const QSize size = f.FilterGraph->GetVideoSize();
+        if (!size.isEmpty())
+            PlaceCameraView(f, size);
+        else if (triesLeft > 0)
+            PlaceOnFirstFrame(f, generation, triesLeft - 1);
+    });
+}
+
+}  // namespace
+
+void FitCameraView(frmMain& f) {
+    if (!f.FilterGraph) return;
+    const int generation = ++g_fitGeneration;
+    f.FilterGraph->Stop();
+    const QSize size = f.FilterGraph->GetVideoSize();
+    PlaceCameraView(f, size);
+    const int err = vb::Trap([&] { f.FilterGraph->Run(); });
+    if (err != 0) {
+        // A camera that cannot start counts as lost; reported after the caller has finished.
+        QTimer::singleShot(0, &f, [&f, err] {
+            CameraStreamError(f, err, QStringLiteral("Run Error.(%1)").arg(err));
+        });
+        return;
+    }
+    if (size.isEmpty()) PlaceOnFirstFrame(f, generation, 500);
+}
+
+void CaptureFrame(frmMain& f) {
+    if (!f.FilterGraph) return;
+    const QSize size = f.FilterGraph->GetVideoSize();
+    QImage frame = f.FilterGraph->GetCurrentImage();
+    // No frame yet: the still keeps what it had rather than half a picture.
+    if (frame.isNull() || size.isEmpty()) return;
+    frame = frame.convertToFormat(QImage::Format_RGB32);
+    if (frame.size() != size) frame = frame.copy(QRect(QPoint(), size));
+    vb::PictureBox& temp = *f.picTempView;
+    temp.SetPicture(QImage());
+    temp.SetWidth(vb::Screen::TwipsPerPixelX * size.width());
+    temp.SetHeight(vb::Screen::TwipsPerPixelY * size.height());
+    temp.Cls();
+    temp.SetPicture(frame);
+}
+
+void SwitchViewMode(frmMain& f, bool blnCaptureFlg) {
+    if (f.ViewMode != 0) {
+        f.ViewMode = 0;
+        f.cmdPlayStop->SetCaption(GST(11051));
+        f.cmdPlayStop->SetPicture(f.imgCameraIcon[0]->GetPicture());
+        f.IconPhase = 0;
+        FitCameraView(f);
+        f.picCameraView->SetVisible(true);
+        f.picStillView->SetVisible(false);
+        f.cmdPinProp->SetEnabled(true);
+        DisableCommandArea(f, QStringLiteral("picMeasureCommandArea"), false);
+        f.chkMeasureSave->SetEnabled(false);
+        return;
+    }
+    f.ViewMode = 1;
+    f.cmdPlayStop->SetCaption(GST(11050));
+    f.cmdPlayStop->SetPicture(f.imgCameraIcon[2]->GetPicture());
+    if (f.FilterGraph) {
+        // A lost camera cannot pause; its last frame is still there to be taken.
+        vb::Trap([&] { f.FilterGraph->Pause(); });
+    }
+    f.cmdPinProp->SetEnabled(false);
+    DispImage(f, blnCaptureFlg);
+    f.picStillView->SetVisible(true);
+    f.picCameraView->SetVisible(false);
+    EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
+    f.chkMeasureSave->SetEnabled(true);
+}
+
+void cmdPlayStop_Click(frmMain& f) {
+    // Arming and recording come with the movie recording.
+    if (f.CommandMode == 1 || f.CommandMode == 2) return;
+    if (f.ViewMode == 1 && f.ResultCount >= 1) {
+        if (f.ResultDirty) {
+            const int answer = vb::Host().MsgBox(
+                GST(20040), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(11041), &f);
+            if (answer == vb::vbNo) return;
+        }
+        if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
+    }
+    SwitchViewMode(f, true);
+}
+
+void cmdPinProp_Click(frmMain& f) {
+    if (!f.FilterGraph || !f.CameraFilter) return;
+    if (!f.GraphFileStore) f.GraphFileStore = std::make_shared<cam::GraphFileStore>();
+    f.GraphFileStore->ShowFilterProperties(*f.FilterGraph, *f.CameraFilter, &f, Var().CameraFilterName);
+    // The camera's settings live only in the graph file, so it is written even after Cancel.
+    f.GraphFileStore->SaveGraphFile(*f.FilterGraph, GrfFilePath());
+}
+
+void tmrLiveIcon_Timer(frmMain& f) {
+    if (f.ViewMode != 0 || f.CommandMode == 1 || f.CommandMode == 2 || !f.cmdPlayStop->Enabled())
+        return;
+    f.IconPhase = f.IconPhase == 0 ? 1 : 0;
+    f.cmdPlayStop->SetPicture(f.imgCameraIcon[f.IconPhase]->GetPicture());
+}
+
+void CameraStreamError(frmMain& f, int number, const QString& reason) {
+    WriteLog(QStringLiteral("Camera Stream Error.(%1)").arg(number));
+    if (f.ViewMode == 0 && f.CommandMode != 1 && f.CommandMode != 2) SwitchViewMode(f, true);
+    if (f.FilterGraph) vb::Trap([&] { f.FilterGraph->Stop(); });
+    vb::Host().MsgBox(GST(20108, reason), vb::vbOKOnly | vb::vbExclamation, GST(11103), &f);
+}
+
+}  // namespace tavix

@@ -1,0 +1,681 @@
+#include "Graph.h"
+
+#include <fcntl.h>
+#include <gst/app/gstappsink.h>
+#include <gst/gst.h>
+#include <gst/video/video.h>
+#include <linux/videodev2.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
+#include <QPointer>
+#include <QTimer>
+#include <algorithm>
+#include <map>
+#include <mutex>
+
+#include "Errors.h"
+#include "PictureBox.h"
+#include "TextFile.h"
+
+namespace tavix::cam {
+
+const QString TestCameraName = QStringLiteral("Tavix Test Camera");
+const QString TeeFilterName = QStringLiteral("Infinite Pin Tee Filter");
+const QString AviMuxName = QStringLiteral("AVI Mux");
+const QString FileWriterName = QStringLiteral("File writer");
+
+namespace {
+
+// Owning handles: every reference taken is given back exactly once.
+struct ObjectUnref {
+    void operator()(gpointer p) const { gst_object_unref(p); }
+};
+struct SampleUnref {
+    void operator()(GstSample* s) const { gst_sample_unref(s); }
+};
+struct CapsUnref {
+    void operator()(GstCaps* c) const { gst_caps_unref(c); }
+};
+struct MessageUnref {
+    void operator()(GstMessage* m) const { gst_message_unref(m); }
+};
+template <class T>
+using GstRef = std::unique_ptr<T, ObjectUnref>;
+using SampleRef = std::unique_ptr<GstSample, SampleUnref>;
+using CapsRef = std::unique_ptr<GstCaps, CapsUnref>;
+using MessageRef = std::unique_ptr<GstMessage, MessageUnref>;
+
+// A new element with its floating reference sunk, so the handle owns it.
+GstRef<GstElement> Make(const char* factory, const char* name = nullptr) {
+    GstElement* e = gst_element_factory_make(factory, name);
+    if (!e) return nullptr;
+    return GstRef<GstElement>(GST_ELEMENT(gst_object_ref_sink(e)));
+}
+
+// The test camera's patterns, by videotestsrc nick; the first is the default and moves.
+const char* const kPatterns[] = {"ball", "smpte", "snow", "black", "white", "red", "green", "blue"};
+constexpr int kPatternCount = int(std::size(kPatterns));
+
+enum class Kind { Device, TestCamera, Tee, AviMux, FileWriter };
+
+// The caps the camera is asked for; zero or empty means "whatever it offers".
+struct CameraFormat {
+    int Width = 0, Height = 0;
+    QString Format;  // a raw format name (YUY2, I420, …), MJPG, or empty
+    int RateNum = 0, RateDen = 1;
+};
+
+QString Utf8(const gchar* s) { return s ? QString::fromUtf8(s) : QString(); }
+
+// V4L2 control names as keys: lower case, other characters as '_'.
+QString ControlKey(const char* name) {
+    QString key;
+    for (QChar c : QString::fromLatin1(name).toLower()) key += c.isLetterOrNumber() ? c : QChar(u'_');
+    return key;
+}
+
+class Filter final : public FilterInfo {
+public:
+    Filter(Kind kind, QString name, GstRef<GstElement> element, std::vector<PinInfo> pins)
+        : kind(kind), name(std::move(name)), element(std::move(element)), pins(std::move(pins)) {}
+    QString Name() const override { return name; }
+    const std::vector<PinInfo>& Pins() const override { return pins; }
+
+    Kind kind;
+    QString name;
+    GstRef<GstElement> element;  // for the test camera, its bin
+    std::vector<PinInfo> pins;
+    QString device;                 // the V4L2 path, for a device
+    GstElement* pattern = nullptr;  // test camera parts, owned by the bin
+    GstElement* clock = nullptr;
+    std::map<QString, int> values;  // control values set through the graph
+    bool rendered = false;
+};
+
+// A V4L2 device opened for its controls only; streaming stays with v4l2src.
+class V4l2Device {
+public:
+    explicit V4l2Device(const QString& path) : fd_(path.isEmpty() ? -1 : ::open(path.toLocal8Bit().constData(), O_RDWR | O_NONBLOCK)) {}
+    ~V4l2Device() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    bool Open() const { return fd_ >= 0; }
+
+    std::vector<std::pair<CameraControl, uint32_t>> Controls() const {
+        std::vector<std::pair<CameraControl, uint32_t>> out;
+        v4l2_queryctrl q{};
+        q.id = V4L2_CTRL_FLAG_NEXT_CTRL;
+        while (fd_ >= 0 && ::ioctl(fd_, VIDIOC_QUERYCTRL, &q) == 0) {
+            const uint32_t id = q.id;
+            q.id |= V4L2_CTRL_FLAG_NEXT_CTRL;
+            if (q.flags & V4L2_CTRL_FLAG_DISABLED) continue;
+            CameraControl c;
+            c.Id = ControlKey(reinterpret_cast<const char*>(q.name));
+            c.Label = QString::fromLatin1(reinterpret_cast<const char*>(q.name));
+            c.Minimum = q.minimum, c.Maximum = q.maximum, c.Step = std::max(1, int(q.step));
+            c.Default = q.default_value;
+            if (q.type == V4L2_CTRL_TYPE_BOOLEAN) {
+                c.kind = CameraControl::Boolean;
+            } else if (q.type == V4L2_CTRL_TYPE_MENU) {
+                c.kind = CameraControl::Menu;
+                for (int i = q.minimum; i <= q.maximum; ++i) {
+                    v4l2_querymenu m{};
+                    m.id = id, m.index = uint32_t(i);
+                    c.MenuItems.push_back(::ioctl(fd_, VIDIOC_QUERYMENU, &m) == 0
+                                              ? QString::fromLatin1(reinterpret_cast<const char*>(m.name))
+                                              : QString::number(i));
+                }
+            } else if (q.type != V4L2_CTRL_TYPE_INTEGER) {
+                continue;  // buttons, strings and classes have no value to keep
+            }
+            v4l2_control v{id, 0};
+            c.Value = ::ioctl(fd_, VIDIOC_G_CTRL, &v) == 0 ? v.value : c.Default;
+            out.emplace_back(std::move(c), id);
+        }
+        return out;
+    }
+    bool Set(uint32_t id, int value) const {
+        v4l2_control v{id, value};
+        return fd_ >= 0 && ::ioctl(fd_, VIDIOC_S_CTRL, &v) == 0;
+    }
+
+private:
+    int fd_;
+};
+
+// The device path a device source reads, from its element or the monitor's properties.
+QString DevicePath(GstDevice* device, GstElement* element) {
+    if (element && g_object_class_find_property(G_OBJECT_GET_CLASS(element), "device")) {
+        gchar* path = nullptr;
+        g_object_get(element, "device", &path, nullptr);
+        const QString p = Utf8(path);
+        g_free(path);
+        if (!p.isEmpty()) return p;
+    }
+    GstStructure* props = gst_device_get_properties(device);
+    QString path;
+    if (props) {
+        for (const char* key : {"device.path", "api.v4l2.path", "object.path"})
+            if (const gchar* v = gst_structure_get_string(props, key); v && path.isEmpty()) path = Utf8(v);
+        gst_structure_free(props);
+    }
+    return path;
+}
+
+bool IsV4l2(const Filter& f) {
+    if (f.kind != Kind::Device || !f.element) return false;
+    GstElementFactory* factory = gst_element_get_factory(f.element.get());
+    return factory && g_strcmp0(GST_OBJECT_NAME(factory), "v4l2src") == 0;
+}
+
+}  // namespace
+
+struct FilterGraph::Impl {
+    FilterGraph* self = nullptr;
+    GstRef<GstElement> pipeline;
+    std::vector<std::unique_ptr<Filter>> filters;
+    Filter* camera = nullptr;  // the rendered source
+    GstElement* cameraOut = nullptr;  // where the camera's own caps can be read
+    CameraFormat format;
+    int failAfter = 0;  // test camera only: post an error after this many frames
+    bool active = false;  // Run or Pause since the last Stop
+    std::unique_ptr<QObject> ui;  // lives on the UI thread; frames are posted to it
+    QTimer* busTimer = nullptr;
+    bool busWatch = false;
+    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
+    QPointer<QWidget> ownerWidget;
+    vb::PictureBox* owner = nullptr;
+
+    // Shared with the streaming thread.
+    mutable std::mutex mutex;
+    SampleRef newest;
+    bool repaintPending = false;
+
+    struct Entry {
+        RegFilterInfo reg;
+        QString path;  // a device's path, to tell devices of one name apart
+    };
+    std::vector<Entry> Catalogue();
+
+    static GstFlowReturn NewSample(GstAppSink* appsink, gpointer data) {
+        auto* d = static_cast<Impl*>(data);
+        SampleRef sample(gst_app_sink_pull_sample(appsink));
+        if (!sample) return GST_FLOW_OK;
+        std::lock_guard lock(d->mutex);
+        d->newest = std::move(sample);
+        if (!d->repaintPending) {
+            d->repaintPending = true;
+            QMetaObject::invokeMethod(d->ui.get(), [d] { d->ShowNewest(); }, Qt::QueuedConnection);
+        }
+        return GST_FLOW_OK;
+    }
+
+    SampleRef Newest() const {
+        std::lock_guard lock(mutex);
+        return SampleRef(newest ? gst_sample_ref(newest.get()) : nullptr);
+    }
+
+    // Runs f with the sample's pixels wrapped (not copied) as an RGB32 image.
+    template <class F>
+    static bool WithImage(GstSample* sample, F&& f) {
+        GstVideoInfo info;
+        GstCaps* caps = gst_sample_get_caps(sample);
+        GstBuffer* buffer = gst_sample_get_buffer(sample);
+        if (!caps || !buffer || !gst_video_info_from_caps(&info, caps)) return false;
+        GstVideoFrame frame;
+        if (!gst_video_frame_map(&frame, &info, buffer, GST_MAP_READ)) return false;
+        const QImage image(static_cast<const uchar*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
+                           GST_VIDEO_FRAME_WIDTH(&frame), GST_VIDEO_FRAME_HEIGHT(&frame),
+                           GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0), QImage::Format_RGB32);
+        f(image);
+        gst_video_frame_unmap(&frame);
+        return true;
+    }
+
+    void ShowNewest() {
+        SampleRef sample;
+        {
+            std::lock_guard lock(mutex);
+            repaintPending = false;
+            if (newest) sample.reset(gst_sample_ref(newest.get()));
+        }
+        if (!sample || !owner || !ownerWidget) return;
+        WithImage(sample.get(), [this](const QImage& image) {
+            if (owner->ClientPixelWidth() <= 0 || owner->ClientPixelHeight() <= 0) return;
+            // A frame that cannot be drawn is dropped; the next one tries again.
+            vb::Trap([&] {
+                owner->PaintPicture(image, owner->ScaleLeft(), owner->ScaleTop(), owner->ScaleWidth(),
+                                    owner->ScaleHeight());
+            });
+        });
+    }
+
+    static gboolean BusCall(GstBus*, GstMessage* message, gpointer data) {
+        static_cast<Impl*>(data)->OnMessage(message);
+        return G_SOURCE_CONTINUE;
+    }
+
+    void PollBus() {
+        GstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
+        while (MessageRef m{gst_bus_pop(bus.get())}) OnMessage(m.get());
+    }
+
+    void OnMessage(GstMessage* message) {
+        if (GST_MESSAGE_TYPE(message) != GST_MESSAGE_ERROR || !active) return;
+        GError* error = nullptr;
+        gst_message_parse_error(message, &error, nullptr);
+        const QString reason = error ? Utf8(error->message) : QString();
+        g_clear_error(&error);
+        gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+        active = false;
+        // Reported from the event loop, so a handler that drops the graph is safe.
+        QTimer::singleShot(0, QCoreApplication::instance(), [self = self, token = std::weak_ptr<bool>(alive), reason] {
+            if (token.expired() || !self->OnStreamError) return;
+            const auto report = self->OnStreamError;
+            report(vb::ErrDeviceIO, reason);
+        });
+    }
+
+    Filter* Add(Kind kind, const QString& name, GstRef<GstElement> element, std::vector<PinInfo> pins) {
+        if (!element) return nullptr;
+        filters.push_back(std::make_unique<Filter>(kind, name, std::move(element), std::move(pins)));
+        Filter* f = filters.back().get();
+        // Sources join the pipeline now; recording elements only once something links them,
+        // since an unlinked file writer would keep the pipeline from starting.
+        if (kind == Kind::Device || kind == Kind::TestCamera) gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(f->element.get())));
+        return f;
+    }
+
+    Filter* AddTestCamera() {
+        GstRef<GstElement> bin(GST_ELEMENT(gst_object_ref_sink(gst_bin_new(nullptr))));
+        GstElement* src = gst_element_factory_make("videotestsrc", "pattern");
+        if (!src) return nullptr;
+        g_object_set(src, "is-live", TRUE, nullptr);
+        gst_util_set_object_arg(G_OBJECT(src), "pattern", kPatterns[0]);
+        gst_bin_add(GST_BIN(bin.get()), src);
+        GstElement* last = src;
+        GstElement* clock = gst_element_factory_make("timeoverlay", "clock");
+        if (clock) {
+            gst_bin_add(GST_BIN(bin.get()), clock);
+            gst_element_link(src, clock);
+            last = clock;
+        }
+        GstRef<GstPad> pad(gst_element_get_static_pad(last, "src"));
+        gst_element_add_pad(bin.get(), gst_ghost_pad_new("src", pad.get()));
+        Filter* f = Add(Kind::TestCamera, TestCameraName, std::move(bin), {{QStringLiteral("src"), 1}});
+        if (f) f->pattern = src, f->clock = clock;
+        return f;
+    }
+
+    static GstPadProbeReturn CountFrames(GstPad* pad, GstPadProbeInfo*, gpointer data) {
+        auto* left = static_cast<int*>(data);
+        if (--*left == 0) {
+            GstRef<GstElement> parent(gst_pad_get_parent_element(pad));
+            GST_ELEMENT_ERROR(parent.get(), RESOURCE, READ, ("The test camera stopped delivering frames."), (nullptr));
+        }
+        return GST_PAD_PROBE_OK;
+    }
+
+    CapsRef CameraCaps() const {
+        if (!format.Width && !format.Height && format.Format.isEmpty() && !format.RateNum) return nullptr;
+        const bool jpeg = format.Format == QLatin1String("MJPG");
+        GstStructure* s = gst_structure_new_empty(jpeg ? "image/jpeg" : "video/x-raw");
+        if (!jpeg && !format.Format.isEmpty())
+            gst_structure_set(s, "format", G_TYPE_STRING, format.Format.toUtf8().constData(), nullptr);
+        if (format.Width > 0) gst_structure_set(s, "width", G_TYPE_INT, format.Width, nullptr);
+        if (format.Height > 0) gst_structure_set(s, "height", G_TYPE_INT, format.Height, nullptr);
+        if (format.RateNum > 0) gst_structure_set(s, "framerate", GST_TYPE_FRACTION, format.RateNum, format.RateDen, nullptr);
+        return CapsRef(gst_caps_new_full(s, nullptr));
+    }
+
+    void Render(Filter& f) {
+        if ((f.kind != Kind::Device && f.kind != Kind::TestCamera) || f.rendered || camera) vb::Raise(vb::ErrInvalidCall);
+        if (f.kind == Kind::TestCamera) {
+            if (!format.Width || !format.Height) format.Width = 640, format.Height = 480;
+            if (!format.RateNum) format.RateNum = 30, format.RateDen = 1;
+        }
+        const bool jpeg = format.Format == QLatin1String("MJPG");
+        std::vector<GstElement*> chain{f.element.get()};
+        auto add = [&](const char* factory) {
+            GstElement* e = gst_element_factory_make(factory, nullptr);
+            if (!e) return static_cast<GstElement*>(nullptr);
+            gst_bin_add(GST_BIN(pipeline.get()), e);
+            chain.push_back(e);
+            return e;
+        };
+        bool ok = true;
+        // The test camera sends JPEG as a camera would when asked for it.
+        if (f.kind == Kind::TestCamera && jpeg) ok &= add("jpegenc") != nullptr;
+        GstElement* out = chain.back();
+        if (CapsRef caps = CameraCaps()) {
+            GstElement* cf = out = add("capsfilter");
+            if (cf) g_object_set(cf, "caps", caps.get(), nullptr);
+            ok &= cf != nullptr;
+        }
+        if (jpeg) ok &= add("jpegdec") != nullptr;
+        ok &= add("queue") != nullptr;
+        ok &= add("videoconvert") != nullptr;
+        GstElement* appsink = add("appsink");
+        ok &= appsink != nullptr;
+        if (ok) {
+            CapsRef bgrx(gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "BGRx", nullptr));
+            g_object_set(appsink, "caps", bgrx.get(), "max-buffers", 1u, "drop", TRUE, "sync", FALSE, nullptr);
+            GstAppSinkCallbacks callbacks{};
+            callbacks.new_sample = &Impl::NewSample;
+            gst_app_sink_set_callbacks(GST_APP_SINK(appsink), &callbacks, this, nullptr);
+            for (size_t i = 1; ok && i < chain.size(); ++i) ok = gst_element_link(chain[i - 1], chain[i]);
+        }
+        if (!ok) {
+            for (size_t i = 1; i < chain.size(); ++i) {
+                gst_element_set_state(chain[i], GST_STATE_NULL);
+                gst_bin_remove(GST_BIN(pipeline.get()), chain[i]);
+            }
+            vb::Raise(vb::ErrInvalidCall);
+        }
+        if (f.kind == Kind::TestCamera && failAfter > 0) {
+            GstRef<GstPad> pad(gst_element_get_static_pad(f.pattern, "src"));
+            gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::CountFrames, new int(failAfter),
+                              [](gpointer p) { delete static_cast<int*>(p); });
+        }
+        cameraOut = out;
+        f.rendered = true;
+        camera = &f;
+    }
+
+    void ChangeState(GstState state) {
+        if (!camera) vb::Raise(vb::ErrInvalidCall);
+        GstStateChangeReturn r = gst_element_set_state(pipeline.get(), state);
+        if (r == GST_STATE_CHANGE_ASYNC) r = gst_element_get_state(pipeline.get(), nullptr, nullptr, 2 * GST_SECOND);
+        if (r == GST_STATE_CHANGE_FAILURE) {
+            gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+            active = false;
+            // The failure is reported here, not again through the bus.
+            GstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
+            while (MessageRef m{gst_bus_pop(bus.get())}) {
+            }
+            vb::Raise(vb::ErrInvalidCall);
+        }
+        active = state != GST_STATE_NULL;
+    }
+
+    std::vector<CameraControl> TestControls(const Filter& f) const {
+        std::vector<CameraControl> out;
+        auto add = [&](const char* id, const char* label, CameraControl::Kind kind, int min, int max, int def) {
+            CameraControl c;
+            c.Id = QString::fromLatin1(id), c.Label = QString::fromLatin1(label), c.kind = kind;
+            c.Minimum = min, c.Maximum = max, c.Default = def;
+            out.push_back(std::move(c));
+        };
+        add("pattern", "Pattern", CameraControl::Menu, 0, kPatternCount - 1, 0);
+        for (const char* p : kPatterns) out.back().MenuItems.push_back(QString::fromLatin1(p));
+        add("horizontal-speed", "Horizontal speed", CameraControl::Integer, -20, 20, 0);
+        if (f.clock) add("clock", "Show clock", CameraControl::Boolean, 0, 1, 1);
+        for (CameraControl& c : out) {
+            auto it = f.values.find(c.Id);
+            c.Value = it != f.values.end() ? it->second : c.Default;
+        }
+        return out;
+    }
+};
+
+FilterGraph::FilterGraph() : d_(std::make_unique<Impl>()) {
+    static std::once_flag once;
+    std::call_once(once, [] { gst_init(nullptr, nullptr); });
+    d_->self = this;
+    d_->pipeline.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
+    d_->ui = std::make_unique<QObject>();
+    GstRef<GstBus> bus(gst_element_get_bus(d_->pipeline.get()));
+    // Qt's glib event loop dispatches a bus watch; any other loop gets a polling timer.
+    auto* dispatcher = QAbstractEventDispatcher::instance();
+    if (dispatcher && dispatcher->inherits("QEventDispatcherGlib")) {
+        gst_bus_add_watch(bus.get(), &Impl::BusCall, d_.get());
+        d_->busWatch = true;
+    } else {
+        d_->busTimer = new QTimer(d_->ui.get());
+        QObject::connect(d_->busTimer, &QTimer::timeout, d_->ui.get(), [d = d_.get()] { d->PollBus(); });
+        d_->busTimer->start(20);
+    }
+}
+
+FilterGraph::~FilterGraph() {
+    // Streaming threads end here, before the objects they post to go.
+    gst_element_set_state(d_->pipeline.get(), GST_STATE_NULL);
+    if (d_->busWatch) {
+        GstRef<GstBus> bus(gst_element_get_bus(d_->pipeline.get()));
+        gst_bus_remove_watch(bus.get());
+    }
+    d_->ui.reset();
+}
+
+std::vector<FilterGraph::Impl::Entry> FilterGraph::Impl::Catalogue() {
+    struct Source {
+        QString name, path;
+        std::shared_ptr<GstDevice> device;
+    };
+    std::vector<Source> sources;
+    GstRef<GstDeviceMonitor> monitor(gst_device_monitor_new());
+    gst_device_monitor_add_filter(monitor.get(), "Video/Source", nullptr);
+    GList* devices = gst_device_monitor_get_devices(monitor.get());
+    for (GList* l = devices; l; l = l->next) {
+        auto* device = GST_DEVICE(l->data);  // the list's reference passes to the handle
+        gchar* name = gst_device_get_display_name(device);
+        sources.push_back({Utf8(name), DevicePath(device, nullptr), std::shared_ptr<GstDevice>(device, ObjectUnref())});
+        g_free(name);
+    }
+    g_list_free(devices);
+    std::stable_sort(sources.begin(), sources.end(), [](const Source& a, const Source& b) {
+        return a.name != b.name ? a.name < b.name : a.path < b.path;
+    });
+
+    Impl* d = this;
+    std::vector<Entry> out;
+    for (const Source& s : sources) {
+        out.push_back({{s.name, [d, s]() -> FilterInfo* {
+                            GstElement* e = gst_device_create_element(s.device.get(), nullptr);
+                            if (!e) return nullptr;
+                            Filter* f = d->Add(Kind::Device, s.name, GstRef<GstElement>(GST_ELEMENT(gst_object_ref_sink(e))),
+                                               {{QStringLiteral("src"), 1}});
+                            f->device = DevicePath(s.device.get(), f->element.get());
+                            return f;
+                        }},
+                       s.path});
+    }
+    out.push_back({{TestCameraName, [d]() -> FilterInfo* { return d->AddTestCamera(); }}, {}});
+    auto fixed = [d](Kind kind, const QString& name, const char* factory, std::vector<PinInfo> pins) {
+        return Entry{{name, [=]() -> FilterInfo* { return d->Add(kind, name, Make(factory), pins); }}, {}};
+    };
+    out.push_back(fixed(Kind::Tee, TeeFilterName, "tee", {{QStringLiteral("sink"), 0}, {QStringLiteral("src_0"), 1}}));
+    out.push_back(fixed(Kind::AviMux, AviMuxName, "avimux", {{QStringLiteral("video_0"), 0}, {QStringLiteral("src"), 1}}));
+    out.push_back(fixed(Kind::FileWriter, FileWriterName, "filesink", {{QStringLiteral("sink"), 0}}));
+    return out;
+}
+
+std::vector<RegFilterInfo> FilterGraph::RegFilterCollection() {
+    std::vector<RegFilterInfo> out;
+    for (auto& e : d_->Catalogue()) out.push_back(std::move(e.reg));
+    return out;
+}
+
+std::vector<FilterInfo*> FilterGraph::FilterCollection() const {
+    std::vector<FilterInfo*> out;
+    for (const auto& f : d_->filters) out.push_back(f.get());
+    return out;
+}
+
+void FilterGraph::Render(FilterInfo& filter, const PinInfo& pin) {
+    if (pin.Direction != 1) vb::Raise(vb::ErrInvalidCall);
+    d_->Render(static_cast<Filter&>(filter));
+}
+
+void FilterGraph::Run() { d_->ChangeState(GST_STATE_PLAYING); }
+void FilterGraph::Pause() { d_->ChangeState(GST_STATE_PAUSED); }
+void FilterGraph::Stop() {
+    gst_element_set_state(d_->pipeline.get(), GST_STATE_NULL);
+    d_->active = false;
+}
+
+QSize FilterGraph::GetVideoSize() const {
+    SampleRef sample = d_->Newest();
+    GstVideoInfo info;
+    if (!sample || !gst_sample_get_caps(sample.get()) || !gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get())))
+        return {0, 0};
+    return {GST_VIDEO_INFO_WIDTH(&info), GST_VIDEO_INFO_HEIGHT(&info)};
+}
+
+QImage FilterGraph::GetCurrentImage() const {
+    SampleRef sample = d_->Newest();
+    QImage copy;
+    if (sample) Impl::WithImage(sample.get(), [&](const QImage& image) { copy = image.copy(); });
+    return copy;
+}
+
+void FilterGraph::SetOwner(vb::PictureBox* owner) {
+    d_->owner = owner;
+    d_->ownerWidget = owner ? owner->Widget() : nullptr;
+}
+
+std::vector<CameraControl> FilterGraph::Controls(const FilterInfo& filter) const {
+    const auto& f = static_cast<const Filter&>(filter);
+    if (f.kind == Kind::TestCamera) return d_->TestControls(f);
+    std::vector<CameraControl> out;
+    if (IsV4l2(f))
+        for (auto& [control, id] : V4l2Device(f.device).Controls()) out.push_back(std::move(control));
+    return out;
+}
+
+void FilterGraph::SetControl(FilterInfo& filter, const QString& id, int value) {
+    auto& f = static_cast<Filter&>(filter);
+    if (f.kind == Kind::TestCamera) {
+        const auto controls = d_->TestControls(f);
+        auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& c) { return c.Id == id; });
+        if (c == controls.end()) vb::Raise(vb::ErrInvalidCall);
+        if (value < c->Minimum || value > c->Maximum) vb::Raise(vb::ErrInvalidPropertyValue);
+        if (id == QLatin1String("pattern")) gst_util_set_object_arg(G_OBJECT(f.pattern), "pattern", kPatterns[value]);
+        else if (id == QLatin1String("horizontal-speed")) g_object_set(f.pattern, "horizontal-speed", value, nullptr);
+        else g_object_set(f.clock, "silent", value == 0, nullptr);
+        f.values[id] = value;
+        return;
+    }
+    if (!IsV4l2(f)) vb::Raise(vb::ErrInvalidCall);
+    V4l2Device device(f.device);
+    for (const auto& [c, cid] : device.Controls()) {
+        if (c.Id != id) continue;
+        if (value < c.Minimum || value > c.Maximum) vb::Raise(vb::ErrInvalidPropertyValue);
+        if (!device.Set(cid, value)) vb::Raise(vb::ErrDeviceIO);
+        f.values[id] = value;
+        return;
+    }
+    vb::Raise(vb::ErrInvalidCall);
+}
+
+// ---- The graph file ----
+
+namespace {
+
+const QString kHeader = QStringLiteral("TavixGraph 1");
+
+struct GraphFile {
+    QString camera, device;
+    CameraFormat format;
+    int failAfter = 0;
+    std::vector<std::pair<QString, int>> controls;
+};
+
+int ToInt(const QString& text) {
+    bool ok = false;
+    const int v = text.toInt(&ok);
+    if (!ok) vb::Raise(vb::ErrTypeMismatch);
+    return v;
+}
+
+GraphFile Parse(const QStringList& lines) {
+    if (lines.isEmpty() || lines.front() != kHeader) vb::Raise(vb::ErrTypeMismatch);
+    GraphFile g;
+    bool hasCamera = false;
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        const QString& line = lines[i];
+        if (line.isEmpty()) continue;
+        const qsizetype eq = line.indexOf(u'=');
+        if (eq <= 0) vb::Raise(vb::ErrTypeMismatch);
+        const QString key = line.left(eq), value = line.mid(eq + 1);
+        if (key == QLatin1String("camera")) g.camera = value, hasCamera = true;
+        else if (key == QLatin1String("device")) g.device = value;
+        else if (key == QLatin1String("width")) g.format.Width = ToInt(value);
+        else if (key == QLatin1String("height")) g.format.Height = ToInt(value);
+        else if (key == QLatin1String("format")) g.format.Format = value;
+        else if (key == QLatin1String("fail-after")) g.failAfter = ToInt(value);
+        else if (key == QLatin1String("rate")) {
+            const QStringList parts = value.split(u'/');
+            if (!value.isEmpty()) {
+                if (parts.size() != 2) vb::Raise(vb::ErrTypeMismatch);
+                g.format.RateNum = ToInt(parts[0]), g.format.RateDen = ToInt(parts[1]);
+                if (g.format.RateDen <= 0) vb::Raise(vb::ErrTypeMismatch);
+            }
+        } else if (key.startsWith(QLatin1String("control.")) && key.size() > 8) {
+            g.controls.emplace_back(key.mid(8), ToInt(value));
+        }
+        // Other keys belong to later versions and are passed over.
+    }
+    if (!hasCamera || g.format.Width < 0 || g.format.Height < 0 || g.format.RateNum < 0) vb::Raise(vb::ErrTypeMismatch);
+    return g;
+}
+
+// The format name of negotiated caps, as the graph file keeps it.
+QString FormatName(const GstStructure* s) {
+    if (gst_structure_has_name(s, "image/jpeg")) return QStringLiteral("MJPG");
+    return Utf8(gst_structure_get_string(s, "format"));
+}
+
+}  // namespace
+
+using Impl = FilterGraph::Impl;
+
+void GraphFileStore::LoadGraphFile(FilterGraph& graph, const QString& path) {
+    if (!vb::FileExists(path)) vb::Raise(vb::ErrFileNotFound);
+    const GraphFile g = Parse(vb::ReadTextLines(path));
+    Impl& d = *graph.d_;
+    if (!d.filters.empty()) vb::Raise(vb::ErrInvalidCall);
+    // A camera the catalogue does not have leaves the graph empty; the caller rebuilds.
+    // Of several devices of one name, the one on the stored path.
+    const auto catalogue = d.Catalogue();
+    const Impl::Entry* entry = nullptr;
+    for (const auto& e : catalogue)
+        if (e.reg.Name == g.camera && (!entry || (entry->path != g.device && e.path == g.device))) entry = &e;
+    FilterInfo* camera = entry ? entry->reg.Filter() : nullptr;
+    if (!camera) return;
+    d.format = g.format;
+    d.failAfter = g.failAfter;
+    graph.Render(*camera, camera->Pins().front());
+    const auto controls = graph.Controls(*camera);
+    for (const auto& [id, value] : g.controls) {
+        auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& c) { return c.Id == id; });
+        // A control this camera no longer has is passed over; a value out of its range is brought in.
+        if (c != controls.end()) vb::Trap([&] { graph.SetControl(*camera, id, std::clamp(value, c->Minimum, c->Maximum)); });
+    }
+}
+
+void GraphFileStore::SaveGraphFile(FilterGraph& graph, const QString& path) {
+    FilterGraph::Impl& d = *graph.d_;
+    if (!d.camera) vb::Raise(vb::ErrInvalidCall);
+    CameraFormat format = d.format;
+    // What the camera really sends, where it has started.
+    GstRef<GstPad> pad(gst_element_get_static_pad(d.cameraOut, "src"));
+    if (CapsRef caps{pad ? gst_pad_get_current_caps(pad.get()) : nullptr}; caps && gst_caps_get_size(caps.get()) > 0) {
+        const GstStructure* s = gst_caps_get_structure(caps.get(), 0);
+        gst_structure_get_int(s, "width", &format.Width);
+        gst_structure_get_int(s, "height", &format.Height);
+        gst_structure_get_fraction(s, "framerate", &format.RateNum, &format.RateDen);
+        format.Format = FormatName(s);
+    }
+    QStringList lines{kHeader, QStringLiteral("camera=") + d.camera->name, QStringLiteral("device=") + d.camera->device,
+                      QStringLiteral("width=%1").arg(format.Width), QStringLiteral("height=%1").arg(format.Height),
+                      QStringLiteral("format=") + format.Format,
+                      format.RateNum ? QStringLiteral("rate=%1/%2").arg(format.RateNum).arg(format.RateDen) : QStringLiteral("rate=")};
+    for (const CameraControl& c : graph.Controls(*d.camera)) lines << QStringLiteral("control.%1=%2").arg(c.Id).arg(c.Value);
+    if (!vb::WriteTextFileAtomic(path, lines)) vb::Raise(vb::WriteFailureNumber(path));
+}
+
+}  // namespace tavix::cam

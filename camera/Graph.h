@@ -1,0 +1,116 @@
+#pragma once
+// The camera graph on GStreamer, in the shape the camera code works with: a graph of named
+// filters with pins, a catalogue of filters that can be added by name, a renderer that shows
+// the newest frame in a picture box, and the graph file that keeps the camera's settings.
+//
+// Threads: GStreamer streams on its own threads. They only take a reference to the newest
+// frame and post to the UI thread; the bus is read on the UI thread. Every call here is
+// made on the UI thread.
+#include <QImage>
+#include <QSize>
+#include <QString>
+#include <functional>
+#include <memory>
+#include <vector>
+
+class QWidget;
+namespace vb {
+class PictureBox;
+}
+
+namespace tavix::cam {
+
+// The built-in live test source, and the three fixed elements that recording uses.
+extern const QString TestCameraName;  // "Tavix Test Camera"
+extern const QString TeeFilterName;   // "Infinite Pin Tee Filter"
+extern const QString AviMuxName;      // "AVI Mux"
+extern const QString FileWriterName;  // "File writer"
+
+class FilterGraph;
+
+struct PinInfo {
+    QString Name;
+    int Direction = 0;  // 0 input, 1 output
+};
+
+// A filter in a graph.
+class FilterInfo {
+public:
+    virtual ~FilterInfo() = default;
+    virtual QString Name() const = 0;
+    // In the element's own order.
+    virtual const std::vector<PinInfo>& Pins() const = 0;
+};
+
+// A filter the catalogue offers; Filter() puts one into the graph it was listed for.
+struct RegFilterInfo {
+    QString Name;
+    std::function<FilterInfo*()> Filter;  // nullptr when it could not be made
+};
+
+// A control of the camera, as the settings dialog shows it.
+struct CameraControl {
+    QString Id;     // stable key in the graph file
+    QString Label;  // what the user reads
+    enum Kind { Integer, Boolean, Menu } kind = Integer;
+    int Minimum = 0, Maximum = 0, Step = 1, Default = 0, Value = 0;
+    std::vector<QString> MenuItems;  // for Menu: the item of each value from Minimum on
+};
+
+class FilterGraph {
+public:
+    FilterGraph();
+    ~FilterGraph();
+    FilterGraph(const FilterGraph&) = delete;
+    FilterGraph& operator=(const FilterGraph&) = delete;
+
+    // The catalogue: video sources of the device monitor by display name, the test camera,
+    // then the tee, the AVI multiplexer and the file writer. Stable order from run to run.
+    std::vector<RegFilterInfo> RegFilterCollection();
+    // The filters in the graph, in the order they were added.
+    std::vector<FilterInfo*> FilterCollection() const;
+
+    // Completes the path from the pin to the renderer. Error 5 when it cannot.
+    void Render(FilterInfo& filter, const PinInfo& pin);
+
+    // Error 5 when the graph cannot change to the state (no camera, camera gone).
+    void Run();
+    void Pause();
+    void Stop();
+
+    // The negotiated frame size; (0, 0) before the first frame.
+    QSize GetVideoSize() const;
+    // The newest frame as 32-bit pixels at the camera's size; a null image before the first.
+    QImage GetCurrentImage() const;
+
+    // The renderer draws each new frame into this box, scaled to its size (IVideoWindow.Owner).
+    void SetOwner(vb::PictureBox* owner);
+
+    // The camera's controls with their current values, and setting one on the running camera.
+    std::vector<CameraControl> Controls(const FilterInfo& filter) const;
+    void SetControl(FilterInfo& filter, const QString& id, int value);
+
+    // Called on the UI thread when the stream fails (camera unplugged, device error):
+    // the error number and the reason.
+    std::function<void(int number, const QString& reason)> OnStreamError;
+
+    struct Impl;
+
+private:
+    std::unique_ptr<Impl> d_;
+    friend class GraphFileStore;
+};
+
+// The graph file: our own readable text form of the camera, its device, the negotiated
+// size, format and rate, and the values of its controls. Written through a temporary file.
+class GraphFileStore {
+public:
+    // Fills an empty graph from the file. Errors: 53 missing, 75 unreadable, 13 damaged.
+    void LoadGraphFile(FilterGraph& graph, const QString& path);
+    // Writes the graph's camera and its settings. Errors as the platform's file writes (75, 76, 57).
+    void SaveGraphFile(FilterGraph& graph, const QString& path);
+    // The camera's settings dialog, modal through the dialog host.
+    void ShowFilterProperties(FilterGraph& graph, FilterInfo& filter, QWidget* owner, const QString& caption);
+};
+
+}  // namespace tavix::cam

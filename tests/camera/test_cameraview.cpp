@@ -1,0 +1,264 @@
+// The camera's graph at start-up, the live view at a zoom, the still taken from it, the
+// blinking icon, the settings button and a camera that stops delivering.
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <functional>
+#include <gtest/gtest.h>
+
+#include "CameraView.h"
+#include "CommonModule.h"
+#include "Graph.h"
+#include "StartedMain.h"
+#include "Startup.h"
+#include "Wiring.h"
+
+using testing_support::Sandbox;
+using testing_support::ScriptedDialogHost;
+using tavix::GST;
+
+namespace {
+
+constexpr double kTwips = 15;
+const QString kGrf = QStringLiteral("Tavix.grf");
+const QByteArray kOtherCamera =
+    "TavixGraph 1\r\ncamera=Other Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n";
+
+// A camera variant started in a sandbox that can be prepared before start-up.
+struct CameraMain {
+    Sandbox box;
+    ScriptedDialogHost host;
+    tavix::frmMain f;
+    bool started = false;
+    explicit CameraMain(const std::function<void(Sandbox&, ScriptedDialogHost&)>& prepare = {}) {
+        tavix::ResetVariableDefinition();
+        tavix::WireMain(f);
+        if (prepare) prepare(box, host);
+        started = tavix::Form_Load(f, 1);
+        f.show();
+    }
+    // Lets the event loop run until the condition holds; false at the deadline.
+    bool WaitFor(const std::function<bool()>& done, int ms = 5000) {
+        QElapsedTimer t;
+        t.start();
+        while (!done()) {
+            if (t.elapsed() > ms) return false;
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        }
+        return true;
+    }
+    bool WaitFrame() {
+        return WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); });
+    }
+    void Zoom(const char* item) {
+        for (int i = 0; i < f.cboScale->ListCount(); ++i)
+            if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
+    }
+    bool Logged(const QString& line) const { return box.LogTexts().contains(line); }
+};
+
+TEST(CameraView, ZoomRoundsHalfToEven) {
+    const struct { int pixels; double zoom; int expected; } rows[] = {
+        {645, 0.5, 322}, {647, 0.5, 324}, {215, 1.5, 322}, {640, 1.5, 960}, {3, 0.5, 2}, {1, 0.5, 0},
+    };
+    for (const auto& r : rows)
+        EXPECT_EQ(tavix::ZoomedPixels(r.pixels, r.zoom), r.expected) << r.pixels << " x " << r.zoom;
+}
+
+TEST(CameraView, OpeningReplacesUnusableGraphFilesSilently) {
+    const struct {
+        const char* name;
+        QByteArray file;  // empty: no file
+        QString log;      // the one LoadGrfFile line expected, or none
+    } rows[] = {
+        {"no file: built and saved", {}, {}},
+        {"another camera's file", kOtherCamera, QStringLiteral("LoadGrfFile:Camera Filer Not Found.")},
+        {"damaged file", "not a graph\r\n", QStringLiteral("LoadGrfFile Error.(13)")},
+    };
+    for (const auto& r : rows) {
+        CameraMain m([&](Sandbox& box, ScriptedDialogHost&) {
+            if (!r.file.isEmpty()) box.Write(kGrf, r.file);
+        });
+        ASSERT_TRUE(m.started) << r.name;
+        EXPECT_TRUE(m.host.Boxes.empty()) << r.name;
+        QStringList loadLines = m.box.LogTexts().filter(QStringLiteral("LoadGrfFile"));
+        EXPECT_EQ(loadLines, r.log.isEmpty() ? QStringList() : QStringList{r.log}) << r.name;
+        EXPECT_TRUE(m.box.Read(kGrf).contains("camera=Tavix Test Camera")) << r.name;
+        ASSERT_NE(m.f.CameraFilter, nullptr) << r.name;
+        EXPECT_EQ(m.f.CameraFilter->Name(), tavix::cam::TestCameraName);
+        EXPECT_EQ(m.f.CameraOutputPin->Direction, 1);
+
+        // What was written is what the next start loads, without a word in the log.
+        const QByteArray saved = m.box.Read(kGrf);
+        tavix::NewFilterGraph(m.f);
+        EXPECT_TRUE(tavix::LoadGrfFile(m.f)) << r.name;
+        EXPECT_EQ(m.box.LogTexts().filter(QStringLiteral("LoadGrfFile")).size(), loadLines.size()) << r.name;
+        EXPECT_EQ(m.box.Read(kGrf), saved);
+    }
+}
+
+TEST(CameraView, CameraNameMustMatchExactlyElseStartUpEnds) {
+    for (const char* name : {"Nowhere Camera", "tavix test camera"}) {
+        CameraMain m([&](Sandbox& box, ScriptedDialogHost& host) {
+            box.SetIni(QStringLiteral("CAMERAFILTERNAME"), QString::fromLatin1(name));
+            host.AnswerMsgBox(vb::vbOK);
+        });
+        EXPECT_FALSE(m.started) << name;
+        EXPECT_EQ(m.host.Ends, 1) << name;
+        ASSERT_EQ(m.host.Boxes.size(), 1u) << name;
+        EXPECT_EQ(m.host.Boxes[0].Prompt, GST(20104) + QLatin1Char('\n') + GST(20105));
+        EXPECT_EQ(m.host.Boxes[0].Title, GST(11103));
+        EXPECT_TRUE(m.Logged(QStringLiteral("Camera Filter Error."))) << name;
+        EXPECT_FALSE(m.box.Read(kGrf).size()) << "nothing saved for " << name;
+    }
+}
+
+TEST(CameraView, LiveViewIsSizedAtTheZoomAndCentred) {
+    CameraMain m;
+    ASSERT_TRUE(m.started);
+    ASSERT_TRUE(m.WaitFrame());
+    // A fresh graph knows its size only from the first frame on; the box then takes it.
+    tavix::NewFilterGraph(m.f);
+    ASSERT_TRUE(tavix::LoadGrfFile(m.f));
+    tavix::FitCameraView(m.f);
+    EXPECT_EQ(m.f.picCameraView->Width(), 0);
+    EXPECT_TRUE(m.WaitFor([&] { return m.f.picCameraView->Width() == 640 * kTwips; }));
+    const struct { const char* zoom; int w, h; } rows[] = {
+        {"x 1.5", 960, 720}, {"x 0.5", 320, 240}, {"x 2.0", 1280, 960}, {"x 1.0", 640, 480},
+    };
+    const vb::PictureBox& view = *m.f.picCameraView;
+    const double areaW = m.f.picViewArea->ScaleWidth(), areaH = m.f.picViewArea->ScaleHeight();
+    for (const auto& r : rows) {
+        m.Zoom(r.zoom);
+        EXPECT_EQ(view.Width(), r.w * kTwips) << r.zoom;
+        EXPECT_EQ(view.Height(), r.h * kTwips) << r.zoom;
+        EXPECT_DOUBLE_EQ(view.Left(), areaW / 2 - r.w * kTwips / 2) << r.zoom;
+        EXPECT_DOUBLE_EQ(view.Top(), areaH / 2 - r.h * kTwips / 2) << r.zoom;
+        EXPECT_EQ(view.Left() < 0, r.w * kTwips > areaW) << r.zoom;
+    }
+}
+
+TEST(CameraView, PlayStopTakesTheFrameAtTheCameraSizeAndGoesBackLive) {
+    CameraMain m;
+    ASSERT_TRUE(m.started);
+    tavix::frmMain& f = m.f;
+    for (const char* zoom : {"x 0.5", "x 1.0", "x 2.0"}) {
+        m.Zoom(zoom);
+        ASSERT_TRUE(m.WaitFrame());
+        f.cmdPlayStop->Click();
+        EXPECT_EQ(f.ViewMode, 1);
+        EXPECT_EQ(f.cmdPlayStop->Caption(), GST(11050));
+        EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgCameraIcon[2]->GetPicture().cacheKey());
+        EXPECT_EQ(f.picTempView->GetPicture().size(), QSize(640, 480)) << zoom;
+        EXPECT_EQ(f.picTempView->Width(), 640 * kTwips) << zoom;
+        EXPECT_EQ(f.picTempView->Height(), 480 * kTwips) << zoom;
+        // A frame of the test camera: 32-bit pixels, the ball pattern's black ground.
+        EXPECT_EQ(f.picTempView->GetPicture().depth(), 32);
+        EXPECT_EQ(f.picTempView->GetPicture().pixel(639, 479), 0xFF000000u) << zoom;
+        EXPECT_TRUE(f.picStillView->Visible() && !f.picCameraView->Visible());
+        EXPECT_TRUE(f.cmdMeasure[0]->Enabled() && f.chkMeasureSave->Enabled());
+        EXPECT_FALSE(f.cmdPinProp->Enabled());
+
+        f.IconPhase = 1;
+        f.cmdPlayStop->Click();
+        EXPECT_EQ(f.ViewMode, 0);
+        EXPECT_EQ(f.cmdPlayStop->Caption(), GST(11051));
+        EXPECT_EQ(f.IconPhase, 0);
+        EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgCameraIcon[0]->GetPicture().cacheKey());
+        EXPECT_TRUE(f.picCameraView->Visible() && !f.picStillView->Visible());
+        EXPECT_TRUE(f.cmdPinProp->Enabled());
+        EXPECT_FALSE(f.cmdMeasure[0]->Enabled() || f.chkMeasureSave->Enabled());
+        EXPECT_TRUE(f.chkScale->Enabled() && f.chkCross->Enabled()) << "NoDisable controls stay";
+    }
+}
+
+TEST(CameraView, ResultsOfTheStillAreClearedOnlyWhenTheUserAgrees) {
+    const struct { const char* name; bool dirty; int answer; int viewMode; int clears; } rows[] = {
+        {"unsaved, No keeps all", true, vb::vbNo, 1, 0},
+        {"unsaved, Yes clears", true, vb::vbYes, 0, 1},
+        {"saved, no question", false, 0, 0, 1},
+    };
+    for (const auto& r : rows) {
+        CameraMain m;
+        ASSERT_TRUE(m.started);
+        ASSERT_TRUE(m.WaitFrame());
+        int clears = 0;
+        m.f.Hooks.ClearResults = [&](tavix::frmMain& f) { ++clears, f.ResultCount = 0; };
+        m.f.cmdPlayStop->Click();
+        m.f.ResultCount = 1;
+        m.f.ResultDirty = r.dirty;
+        if (r.answer) m.host.AnswerMsgBox(r.answer);
+        m.f.cmdPlayStop->Click();
+        EXPECT_EQ(m.f.ViewMode, r.viewMode) << r.name;
+        EXPECT_EQ(clears, r.clears) << r.name;
+        EXPECT_EQ(m.f.ResultCount, 1 - r.clears) << r.name;
+        if (!r.answer) continue;
+        ASSERT_EQ(m.host.Boxes.size(), 1u) << r.name;
+        EXPECT_EQ(m.host.Boxes[0].Prompt, GST(20040));
+        EXPECT_EQ(m.host.Boxes[0].Buttons, vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2);
+        EXPECT_EQ(m.host.Boxes[0].Title, GST(11041));
+    }
+}
+
+TEST(CameraView, IconBlinksOnlyInAnIdleLiveView) {
+    CameraMain m;
+    ASSERT_TRUE(m.started);
+    tavix::frmMain& f = m.f;
+    f.tmrLiveIcon->SetEnabled(false);  // the test ticks by hand
+    const struct { int16_t viewMode, commandMode; bool enabled, blinks; } rows[] = {
+        {0, 0, true, true}, {0, 10, true, true}, {1, 0, true, false},
+        {0, 1, true, false}, {0, 2, true, false}, {0, 0, false, false},
+    };
+    for (const auto& r : rows) {
+        f.ViewMode = r.viewMode, f.CommandMode = r.commandMode, f.IconPhase = 0;
+        f.cmdPlayStop->SetEnabled(r.enabled);
+        f.tmrLiveIcon->OnTimer();
+        EXPECT_EQ(f.IconPhase, r.blinks ? 1 : 0) << r.viewMode << "/" << r.commandMode << "/" << r.enabled;
+        if (!r.blinks) continue;
+        EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgCameraIcon[1]->GetPicture().cacheKey());
+        f.tmrLiveIcon->OnTimer();
+        EXPECT_EQ(f.IconPhase, 0);
+    }
+}
+
+TEST(CameraView, SettingsAreSavedWhateverTheUserDid) {
+    // The user picks the second pattern, then closes with OK or with Cancel.
+    for (const char* button : {"cmdOK", "cmdCancel"}) {
+        CameraMain m;
+        ASSERT_TRUE(m.started);
+        m.box.Remove(kGrf);
+        m.host.AnswerModal([&](vb::Form& form) {
+            static_cast<vb::ComboBox*>(form.FindControl(QStringLiteral("cboControl"), 0))->SetListIndex(1);
+            static_cast<vb::CommandButton*>(form.FindControl(QString::fromLatin1(button)))->Click();
+        });
+        m.f.cmdPinProp->Click();
+        const QByteArray file = m.box.Read(kGrf);
+        EXPECT_TRUE(file.contains("camera=Tavix Test Camera")) << button;
+        EXPECT_EQ(file.contains("control.pattern=1"), QByteArray(button) == "cmdOK") << file.toStdString();
+    }
+}
+
+TEST(CameraView, LostCameraLeavesTheLastFrameAndPlayStopTriesAgain) {
+    CameraMain m([](Sandbox& box, ScriptedDialogHost& host) {
+        box.Write(kGrf, "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n"
+                        "format=\r\nrate=30/1\r\nfail-after=15\r\n");
+        host.AnswerMsgBox(vb::vbOK);
+    });
+    ASSERT_TRUE(m.started);
+    tavix::frmMain& f = m.f;
+    ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }));
+    EXPECT_TRUE(m.host.Boxes[0].Prompt.startsWith(GST(20108).section(QLatin1Char('@'), 0, 0)));
+    EXPECT_TRUE(m.host.Boxes[0].Prompt.contains(QStringLiteral("stopped delivering frames")));
+    EXPECT_EQ(m.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbExclamation);
+    EXPECT_EQ(m.host.Boxes[0].Title, GST(11103));
+    EXPECT_TRUE(m.Logged(QStringLiteral("Camera Stream Error.(57)")));
+    EXPECT_EQ(f.ViewMode, 1);
+    const QImage last = f.picTempView->GetPicture();
+    EXPECT_EQ(last.size(), QSize(640, 480)) << "the last frame stays as the still";
+
+    f.cmdPlayStop->Click();
+    EXPECT_EQ(f.ViewMode, 0);
+    EXPECT_TRUE(m.WaitFor([&] { return f.FilterGraph->GetCurrentImage() != last; })) << "frames again";
+    EXPECT_EQ(m.host.Boxes.size(), 1u);
+}
+
+}  // namespace

@@ -1,0 +1,267 @@
+// The camera graph against the built-in test camera: catalogue, frames in the picture box,
+// pixels of each camera format, the graph file and its errors, stream errors, the settings dialog.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+#include <functional>
+
+#include "Errors.h"
+#include "Form.h"
+#include "Graph.h"
+#include "PictureBox.h"
+#include "ScriptedDialogHost.h"
+
+using namespace tavix::cam;
+
+namespace {
+
+constexpr int kRed = 5, kGreen = 6;  // places of the patterns in the test camera's menu
+
+bool WaitFor(const std::function<bool()>& done, int ms = 8000) {
+    QElapsedTimer t;
+    t.start();
+    while (!done()) {
+        if (t.elapsed() > ms) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(5);
+    }
+    return true;
+}
+
+bool Near(QRgb p, int r, int g, int b) {
+    return std::abs(qRed(p) - r) < 24 && std::abs(qGreen(p) - g) < 24 && std::abs(qBlue(p) - b) < 24;
+}
+
+FilterInfo* AddByName(FilterGraph& graph, const QString& name) {
+    for (const RegFilterInfo& r : graph.RegFilterCollection())
+        if (r.Name == name) return r.Filter();
+    return nullptr;
+}
+
+int ValueOf(FilterGraph& graph, FilterInfo& f, const QString& id) {
+    for (const CameraControl& c : graph.Controls(f))
+        if (c.Id == id) return c.Value;
+    return -1000;
+}
+
+class GraphTest : public ::testing::Test {
+protected:
+    GraphTest() : form("frmGraphTest") {
+        form.SetClientSize(400 * 15, 300 * 15);
+        box = new vb::PictureBox(form, &form, "picCameraView", -1, true, false);
+        box->Move(0, 0, 320 * 15, 240 * 15);
+    }
+    QString File(const QString& name) const { return dir.path() + u'/' + name; }
+    void Write(const QString& name, const QByteArray& text) {
+        QFile f(File(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(text);
+    }
+    QByteArray Read(const QString& name) const {
+        QFile f(File(name));
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+    // A graph of the test camera from a graph file with these extra lines.
+    void Load(const QByteArray& lines) {
+        Write("cam.grf", "TavixGraph 1\r\ncamera=Tavix Test Camera\r\n" + lines);
+        GraphFileStore().LoadGraphFile(graph, File("cam.grf"));
+        ASSERT_EQ(graph.FilterCollection().size(), 1u);
+        graph.SetOwner(box);
+    }
+    FilterInfo& Camera() { return *graph.FilterCollection().front(); }
+    bool BoxShows(int r, int g, int b) {
+        return WaitFor([&] { return Near(box->GetImage().pixel(160, 200), r, g, b); });
+    }
+
+    QTemporaryDir dir;
+    vb::Form form;
+    vb::PictureBox* box;
+    FilterGraph graph;
+};
+
+TEST_F(GraphTest, CatalogueEndsWithTheTestCameraAndRecordingFilters) {
+    const auto catalogue = graph.RegFilterCollection();
+    ASSERT_GE(catalogue.size(), 4u);
+    const std::vector<QString> fixed{TestCameraName, TeeFilterName, AviMuxName, FileWriterName};
+    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(catalogue[catalogue.size() - 4 + i].Name, fixed[i]);
+    EXPECT_EQ(AddByName(graph, QStringLiteral("tavix test camera")), nullptr);  // case counts
+
+    // Pins of each, by direction.
+    const std::vector<std::pair<QString, std::vector<int>>> pins{
+        {TestCameraName, {1}}, {TeeFilterName, {0, 1}}, {AviMuxName, {0, 1}}, {FileWriterName, {0}}};
+    for (const auto& [name, directions] : pins) {
+        FilterInfo* f = AddByName(graph, name);
+        ASSERT_NE(f, nullptr) << name.toStdString();
+        EXPECT_EQ(f->Name(), name);
+        std::vector<int> got;
+        for (const PinInfo& p : f->Pins()) got.push_back(p.Direction);
+        EXPECT_EQ(got, directions) << name.toStdString();
+    }
+    EXPECT_EQ(graph.FilterCollection().size(), 4u);
+}
+
+TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
+    FilterInfo* cam = AddByName(graph, TestCameraName);
+    ASSERT_NE(cam, nullptr);
+    EXPECT_EQ(graph.GetCurrentImage().isNull(), true);
+    EXPECT_EQ(graph.GetVideoSize(), QSize(0, 0));
+    graph.SetControl(*cam, "pattern", kRed);
+    graph.Render(*cam, cam->Pins().front());
+    graph.SetOwner(box);
+    graph.Run();
+    ASSERT_TRUE(BoxShows(255, 0, 0));
+    EXPECT_EQ(graph.GetVideoSize(), QSize(640, 480));
+
+    // Changes act on the running camera.
+    graph.SetControl(*cam, "pattern", kGreen);
+    ASSERT_TRUE(BoxShows(0, 255, 0));
+
+    graph.Pause();
+    const QImage image = graph.GetCurrentImage();
+    ASSERT_EQ(image.size(), QSize(640, 480));
+    EXPECT_EQ(image.format(), QImage::Format_RGB32);
+    EXPECT_TRUE(Near(image.pixel(320, 400), 0, 255, 0));
+    graph.Stop();
+    EXPECT_EQ(vb::Trap([&] { graph.SetControl(*cam, "pattern", 99); }), vb::ErrInvalidPropertyValue);
+}
+
+TEST_F(GraphTest, EveryCameraFormatGivesTrue32BitPixels) {
+    for (const char* format : {"", "YUY2", "I420", "MJPG"}) {
+        SCOPED_TRACE(format);
+        FilterGraph g;
+        Write("f.grf", QByteArray("TavixGraph 1\ncamera=Tavix Test Camera\nwidth=320\nheight=240\nrate=15/1\nformat=") +
+                           format + "\ncontrol.pattern=5\n");
+        GraphFileStore().LoadGraphFile(g, File("f.grf"));
+        g.Run();
+        ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
+        const QImage image = g.GetCurrentImage();
+        EXPECT_EQ(image.size(), QSize(320, 240));
+        EXPECT_TRUE(Near(image.pixel(160, 200), 255, 0, 0)) << std::hex << image.pixel(160, 200);
+    }
+}
+
+TEST_F(GraphTest, SaveAndLoadKeepCameraSizeRateAndControls) {
+    Load("width=320\r\nheight=240\r\nformat=YUY2\r\nrate=15/1\r\ncontrol.pattern=6\r\n"
+         "control.horizontal-speed=3\r\ncontrol.clock=0\r\n");
+    graph.Run();
+    ASSERT_TRUE(WaitFor([&] { return !graph.GetCurrentImage().isNull(); }));
+    GraphFileStore().SaveGraphFile(graph, File("Tavix.grf"));
+    const QByteArray expected =
+        "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=320\r\nheight=240\r\nformat=YUY2\r\n"
+        "rate=15/1\r\ncontrol.pattern=6\r\ncontrol.horizontal-speed=3\r\ncontrol.clock=0\r\n";
+    EXPECT_EQ(Read("Tavix.grf"), expected);
+
+    FilterGraph again;
+    GraphFileStore().LoadGraphFile(again, File("Tavix.grf"));
+    FilterInfo& cam = *again.FilterCollection().at(0);
+    EXPECT_EQ(cam.Name(), TestCameraName);
+    EXPECT_EQ(ValueOf(again, cam, "pattern"), 6);
+    EXPECT_EQ(ValueOf(again, cam, "horizontal-speed"), 3);
+    EXPECT_EQ(ValueOf(again, cam, "clock"), 0);
+    GraphFileStore().SaveGraphFile(again, File("again.grf"));  // not run: the stored caps
+    EXPECT_EQ(Read("again.grf"), expected);
+}
+
+TEST_F(GraphTest, LoadErrors) {
+    const std::vector<std::pair<QByteArray, int>> cases{
+        {"", 13},
+        {"camera=Tavix Test Camera\n", 13},
+        {"TavixGraph 1\n", 13},
+        {"TavixGraph 1\ncamera=Tavix Test Camera\nwidth=wide\n", 13},
+        {"TavixGraph 1\ncamera=Tavix Test Camera\nno value here\n", 13},
+        {"TavixGraph 1\ncamera=Tavix Test Camera\nrate=30\n", 13},
+        {"TavixGraph 1\ncamera=Tavix Test Camera\ncontrol.pattern=x\n", 13},
+        // Another camera, or a renamed one: no camera, no error.
+        {"TavixGraph 1\ncamera=tavix test camera\n", 0},
+        {"TavixGraph 1\ncamera=Some Camera Long Gone\ndevice=/dev/video9\n", 0},
+    };
+    for (const auto& [text, number] : cases) {
+        SCOPED_TRACE(text.toStdString());
+        FilterGraph g;
+        Write("bad.grf", text);
+        EXPECT_EQ(vb::Trap([&] { GraphFileStore().LoadGraphFile(g, File("bad.grf")); }), number);
+        EXPECT_TRUE(g.FilterCollection().empty());
+    }
+    EXPECT_EQ(vb::Trap([&] { GraphFileStore().LoadGraphFile(graph, File("none.grf")); }), vb::ErrFileNotFound);
+}
+
+TEST_F(GraphTest, FailedWriteLeavesWhatWasThere) {
+    Load("control.pattern=5\n");
+    QDir(dir.path()).mkdir("in-the-way");
+    Write("in-the-way/kept.txt", "kept");
+    EXPECT_EQ(vb::Trap([&] { GraphFileStore().SaveGraphFile(graph, File("in-the-way")); }), vb::ErrPathFileAccess);
+    EXPECT_EQ(Read("in-the-way/kept.txt"), "kept");
+    EXPECT_EQ(QDir(File("in-the-way")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries).size(), 1);
+    EXPECT_EQ(vb::Trap([&] { GraphFileStore().SaveGraphFile(graph, File("gone/Tavix.grf")); }), vb::ErrPathNotFound);
+    EXPECT_FALSE(QFileInfo::exists(File("gone")));
+}
+
+TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
+    Load("fail-after=5\n");
+    int number = 0;
+    bool onUiThread = false;
+    graph.OnStreamError = [&](int n, const QString& reason) {
+        number = n;
+        onUiThread = QThread::currentThread() == qApp->thread();
+        EXPECT_FALSE(reason.isEmpty());
+    };
+    graph.Run();
+    ASSERT_TRUE(WaitFor([&] { return number != 0; }));
+    EXPECT_EQ(number, vb::ErrDeviceIO);
+    EXPECT_TRUE(onUiThread);
+    graph.Run();  // the graph can start again after the caller hears of the error
+    graph.Stop();
+}
+
+TEST_F(GraphTest, PropertiesDialogActsAtOnceAndCancelRestores) {
+    Load("control.pattern=5\n");
+    graph.Run();
+    for (const bool ok : {false, true}) {
+        SCOPED_TRACE(ok);
+        testing_support::ScriptedDialogHost host;
+        host.AnswerModal([&](vb::Form& form) {
+            EXPECT_EQ(form.Caption(), "Camera");
+            auto* pattern = dynamic_cast<vb::ComboBox*>(form.FindControl("cboControl", 0));
+            auto* speed = dynamic_cast<vb::Slider*>(form.FindControl("sldControl", 1));
+            auto* clock = dynamic_cast<vb::CheckBox*>(form.FindControl("chkControl", 2));
+            ASSERT_TRUE(pattern && speed && clock);
+            EXPECT_EQ(pattern->ListIndex(), 5);
+            pattern->SetListIndex(kGreen);
+            speed->SetValue(-4);
+            clock->SetValue(0);
+            EXPECT_EQ(ValueOf(graph, Camera(), "pattern"), kGreen);
+            EXPECT_TRUE(BoxShows(0, 255, 0));
+            dynamic_cast<vb::CommandButton*>(form.FindControl(ok ? "cmdOK" : "cmdCancel"))->Click();
+        });
+        GraphFileStore().ShowFilterProperties(graph, Camera(), nullptr, "Camera");
+        EXPECT_EQ(ValueOf(graph, Camera(), "pattern"), ok ? kGreen : kRed);
+        EXPECT_EQ(ValueOf(graph, Camera(), "horizontal-speed"), ok ? -4 : 0);
+        EXPECT_EQ(ValueOf(graph, Camera(), "clock"), ok ? 0 : 1);
+    }
+}
+
+TEST(GraphDevice, V4l2ControlsOfARealCamera) {
+    if (QDir("/dev").entryList({"video*"}, QDir::System).isEmpty())
+        GTEST_SKIP() << "no /dev/video* on this machine: the V4L2 control code needs a camera";
+    FilterGraph graph;
+    const auto catalogue = graph.RegFilterCollection();
+    if (catalogue.size() <= 4) GTEST_SKIP() << "the device monitor lists no video source";
+    FilterInfo* cam = catalogue.front().Filter();
+    ASSERT_NE(cam, nullptr);
+    for (const CameraControl& c : graph.Controls(*cam)) {
+        SCOPED_TRACE(c.Id.toStdString());
+        EXPECT_LE(c.Minimum, c.Value);
+        EXPECT_LE(c.Value, c.Maximum);
+        if (c.kind == CameraControl::Menu) {
+            EXPECT_EQ(int(c.MenuItems.size()), c.Maximum - c.Minimum + 1);
+        }
+        EXPECT_EQ(vb::Trap([&] { graph.SetControl(*cam, c.Id, c.Value); }), 0);
+    }
+}
+
+}  // namespace
