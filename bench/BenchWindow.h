@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 
 #include "App.h"
 #include "DialogHost.h"
@@ -76,7 +77,9 @@ struct BenchWindow {
     BenchHost host;
     tavix::frmMain f;
 
-    explicit BenchWindow(int16_t programType) {
+    // prepare runs in the installation folder before the start-up reads it.
+    explicit BenchWindow(int16_t programType, const std::function<bool(const QString& folder)>& prepare = {}) {
+        if (prepare && !prepare(install.dir.path())) Stop("setup:", QStringLiteral("installation not prepared"));
         vb::SetHost(&host);
         tavix::WireMain(f);
         if (!tavix::Form_Load(f, programType)) Stop("start-up failure");

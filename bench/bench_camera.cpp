@@ -75,30 +75,9 @@ bool WriteGraphFile(const QString& folder) {
     return file.write(text) == text.size();
 }
 
-// The main window of the camera variant as BenchWindow starts it, with the graph file written
-// into the installation folder before the start-up reads it.
-struct CameraWindow {
-    bench::BenchInstall install;
-    bool graphFile = WriteGraphFile(install.dir.path());
-    bench::BenchHost host;
-    tavix::frmMain f;
-
-    CameraWindow() {
-        if (!graphFile) bench::Stop("setup:", QStringLiteral("graph file not written"));
-        vb::SetHost(&host);
-        tavix::WireMain(f);
-        if (!tavix::Form_Load(f, 1)) bench::Stop("start-up failure");
-        f.show();
-        QCoreApplication::processEvents();
-    }
-    // The view area made large enough for the picture at x 1.0, as BenchWindow::SizeView.
-    void SizeView(int width, int height) {
-        for (int i = 0; i < 2; ++i) {
-            f.SetWidth(f.Width() + (width - f.picViewArea->ScaleWidth() / 15) * 15);
-            f.SetHeight(f.Height() + (height - f.picViewArea->ScaleHeight() / 15) * 15);
-            QCoreApplication::processEvents();
-        }
-    }
+// The camera variant with the graph file written before the start-up reads it.
+struct CameraWindow : bench::BenchWindow {
+    CameraWindow() : BenchWindow(1, WriteGraphFile) {}
 };
 
 // Counts the frames that reach the camera view on screen.
