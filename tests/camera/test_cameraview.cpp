@@ -1,7 +1,6 @@
 // The camera's graph at start-up, the live view at a zoom, the still taken from it, the
 // blinking icon, the settings button and a camera that stops delivering.
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -36,16 +35,7 @@ struct CameraMain {
         started = tavix::Form_Load(f, 1);
         f.show();
     }
-    // Lets the event loop run until the condition holds; false at the deadline.
-    bool WaitFor(const std::function<bool()>& done, int ms = 5000) {
-        QElapsedTimer t;
-        t.start();
-        while (!done()) {
-            if (t.elapsed() > ms) return false;
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        }
-        return true;
-    }
+    bool WaitFor(const std::function<bool()>& done, int ms = 5000) { return testing_support::WaitFor(done, ms); }
     bool WaitFrame() {
         return WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); });
     }

@@ -4,13 +4,13 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
 #include <functional>
 
 #include "Errors.h"
+#include "StartedMain.h"
 #include "Form.h"
 #include "Graph.h"
 #include "PictureBox.h"
@@ -22,16 +22,7 @@ namespace {
 
 constexpr int kRed = 5, kGreen = 6;  // places of the patterns in the test camera's menu
 
-bool WaitFor(const std::function<bool()>& done, int ms = 8000) {
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > ms) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(5);
-    }
-    return true;
-}
+using testing_support::WaitFor;
 
 bool Near(QRgb p, int r, int g, int b) {
     return std::abs(qRed(p) - r) < 24 && std::abs(qGreen(p) - g) < 24 && std::abs(qBlue(p) - b) < 24;

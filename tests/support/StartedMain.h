@@ -3,6 +3,7 @@
 // pictures made by the tests.
 #include <QImage>
 #include <QString>
+#include <functional>
 
 #include "Sandbox.h"
 #include "ScriptedDialogHost.h"
@@ -25,5 +26,9 @@ constexpr QRgb kQuarterColors[4] = {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFF
 
 // Whether two colours differ by at most tolerance in every channel (JPEG is lossy).
 bool Near(QRgb a, QRgb b, int tolerance = 24);
+
+// Lets the event loop run until done() holds (frames arrive from other threads); false at
+// the deadline.
+bool WaitFor(const std::function<bool()>& done, int ms = 8000);
 
 }  // namespace testing_support
