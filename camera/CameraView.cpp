@@ -14,7 +14,8 @@
 
 namespace tavix {
 
-QString GrfFilePath() { return vb::App::Path() + QLatin1Char('/') + Var().GrfFileName; }
+// The graph file's name carries no separator of its own, unlike the other files of the ini file.
+QString GrfFilePath() { return vb::AppPathJoin(QLatin1Char('\\') + Var().GrfFileName); }
 
 void NewFilterGraph(frmMain& f) {
     f.CameraFilter = nullptr;
