@@ -193,6 +193,8 @@ struct FilterGraph::Impl {
     mutable std::mutex mutex;
     SampleRef newest;
     bool repaintPending = false;
+    // Set by Pause: a frame still in flight must not replace the one being frozen.
+    bool held = false;
 
     struct Entry {
         RegFilterInfo reg;
@@ -205,12 +207,18 @@ struct FilterGraph::Impl {
         SampleRef sample(gst_app_sink_pull_sample(appsink));
         if (!sample) return GST_FLOW_OK;
         std::lock_guard lock(d->mutex);
+        if (d->held) return GST_FLOW_OK;
         d->newest = std::move(sample);
         if (!d->repaintPending) {
             d->repaintPending = true;
             QMetaObject::invokeMethod(d->ui.get(), [d] { d->ShowNewest(); }, Qt::QueuedConnection);
         }
         return GST_FLOW_OK;
+    }
+
+    void Hold(bool on) {
+        std::lock_guard lock(mutex);
+        held = on;
     }
 
     SampleRef Newest() const {
@@ -510,8 +518,15 @@ void FilterGraph::Render(FilterInfo& filter, const PinInfo& pin) {
     d_->Render(static_cast<Filter&>(filter));
 }
 
-void FilterGraph::Run() { d_->ChangeState(GST_STATE_PLAYING); }
-void FilterGraph::Pause() { d_->ChangeState(GST_STATE_PAUSED); }
+void FilterGraph::Run() {
+    d_->Hold(false);
+    d_->ChangeState(GST_STATE_PLAYING);
+}
+
+void FilterGraph::Pause() {
+    d_->Hold(true);
+    d_->ChangeState(GST_STATE_PAUSED);
+}
 void FilterGraph::Stop() {
     gst_element_set_state(d_->pipeline.get(), GST_STATE_NULL);
     d_->active = false;

@@ -117,6 +117,12 @@ TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
     ASSERT_EQ(image.size(), QSize(640, 480));
     EXPECT_EQ(image.format(), QImage::Format_RGB32);
     EXPECT_TRUE(Near(image.pixel(320, 400), 0, 255, 0));
+    // The frozen frame stays the one taken, though frames were still on their way; the clock
+    // in the picture tells frames apart.
+    WaitFor([] { return false; }, 300);
+    EXPECT_EQ(graph.GetCurrentImage(), image);
+    graph.Run();
+    EXPECT_TRUE(WaitFor([&] { return graph.GetCurrentImage() != image; }));
     graph.Stop();
     EXPECT_EQ(vb::Trap([&] { graph.SetControl(*cam, "pattern", 99); }), vb::ErrInvalidPropertyValue);
 }
