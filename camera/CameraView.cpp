@@ -193,11 +193,7 @@ void cmdPlayStop_Click(frmMain& f) {
     // Arming and recording come with the movie recording.
     if (f.CommandMode == 1 || f.CommandMode == 2) return;
     if (f.ViewMode == 1 && f.ResultCount >= 1) {
-        if (f.ResultDirty) {
-            const int answer = vb::Host().MsgBox(
-                GST(20040), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(11041), &f);
-            if (answer == vb::vbNo) return;
-        }
+        if (f.ResultDirty && !AskYesNo(&f, 20040, 11041)) return;
         if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
     }
     SwitchViewMode(f, true);

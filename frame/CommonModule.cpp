@@ -3,6 +3,7 @@
 #include <QDateTime>
 
 #include "App.h"
+#include "DialogHost.h"
 #include "TextFile.h"
 #include "VariableDefinition.h"
 
@@ -67,6 +68,11 @@ bool ReadStringTableData() {
         table.shrink_to_fit();
         Var().StringTable = std::move(table);
     });
+}
+
+bool AskYesNo(QWidget* owner, int32_t text, int32_t title) {
+    return vb::Host().MsgBox(GST(text), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(title), owner) ==
+           vb::vbYes;
 }
 
 QString GST(int32_t number) { return Lookup(number, nullptr); }

@@ -3,6 +3,8 @@
 #include <QString>
 #include <functional>
 
+class QWidget;
+
 #include "Convert.h"
 #include "Errors.h"
 
@@ -18,6 +20,10 @@ void WriteLog(const QString& text);
 // Runs body with run-time errors trapped. On an error writes routine + " Error.(" + number + ")"
 // to the log and gives false.
 bool TrapLogged(const QString& routine, const std::function<void()>& body);
+
+// A question before a loss: Yes/No with the question icon and No as default, text and title
+// by number. True on Yes.
+bool AskYesNo(QWidget* owner, int32_t text, int32_t title);
 
 // Loads the string table file; false (with a log line) when it could not.
 bool ReadStringTableData();

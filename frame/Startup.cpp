@@ -238,18 +238,13 @@ void SetCaptions(frmMain& f) {
 }
 
 void cmdExit_Click(frmMain& f) {
-    if (f.ResultDirty &&
-        vb::Host().MsgBox(GST(20010), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(19000),
-                          &f) == vb::vbNo)
-        return;
+    if (f.ResultDirty && !AskYesNo(&f, 20010, 19000)) return;
     f.Unload();
 }
 
 void Form_QueryUnload(frmMain& f, bool& cancel, int unloadMode) {
     if (unloadMode != vb::vbFormControlMenu || !f.ResultDirty) return;
-    if (vb::Host().MsgBox(GST(20110), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(19000),
-                          &f) == vb::vbNo)
-        cancel = true;
+    if (!AskYesNo(&f, 20110, 19000)) cancel = true;
 }
 
 void Form_Unload(frmMain& f, bool& /*cancel*/) {

@@ -39,11 +39,6 @@ int SelectedSlot(const frmMain& f) {
     return i >= 0 && i < ProofTableSize ? i : Var().CurrentProofNo;
 }
 
-bool AskYesNo(frmMain& f, int32_t text, int32_t title) {
-    return vb::Host().MsgBox(GST(text), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(title), &f) ==
-           vb::vbYes;
-}
-
 // Second point taken: the dialog, then back to idle with the outcome applied.
 void ConfigureFromPoints(frmMain& f) {
     VariableDefinition& v = Var();
@@ -110,7 +105,7 @@ void cboProof_Click(frmMain& f) {
     } release{busy};
 
     if (f.ResultCount > 0) {
-        if (f.ResultDirty && !AskYesNo(f, 20000, 11000)) {
+        if (f.ResultDirty && !AskYesNo(&f, 20000, 11000)) {
             f.cboProof->SetListIndex(Var().CurrentProofNo);
             return;
         }
@@ -121,7 +116,7 @@ void cboProof_Click(frmMain& f) {
 }
 
 void cmdProofConfig_Click(frmMain& f) {
-    if (f.ResultCount >= 1 && f.ResultDirty && !AskYesNo(f, 20060, 11060)) return;
+    if (f.ResultCount >= 1 && f.ResultDirty && !AskYesNo(&f, 20060, 11060)) return;
     DisableCommandArea(f, f.picViewCommandArea->Name(), false);
     DisableCommandArea(f, f.picMeasureCommandArea->Name(), true);
     // The reference is measured on the bare picture.

@@ -14,11 +14,6 @@ namespace {
 
 constexpr int kCols = 4;
 
-bool AskYesNo(frmMain& f, int32_t text, int32_t title) {
-    return vb::Host().MsgBox(GST(text), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(title), &f) ==
-           vb::vbYes;
-}
-
 void EmptyRow(vb::FlexGrid& g, int row) {
     for (int col = 0; col < kCols; ++col) g.SetTextMatrix(row, col, QString());
 }
@@ -49,7 +44,7 @@ void ClearResults(frmMain& f) {
 
 void cmdResultClear_Click(frmMain& f) {
     if (f.ResultCount == 0) return;
-    if (AskYesNo(f, 20070, 11070)) ClearResults(f);
+    if (AskYesNo(&f, 20070, 11070)) ClearResults(f);
 }
 
 void cmdResultRemove_Click(frmMain& f) {
@@ -58,7 +53,7 @@ void cmdResultRemove_Click(frmMain& f) {
     int last = std::max(g.Row(), g.RowSel());
     const int count = f.ResultCount;
     if (first > count) return;
-    if (!AskYesNo(f, 20080, 11080)) return;
+    if (!AskYesNo(&f, 20080, 11080)) return;
     last = std::min(last, count);
 
     auto& table = Var().ResultTable;

@@ -36,11 +36,7 @@ void ReadComment(frmMain& f, const QString& picturePath) {
 
 void cmdPicLoad_Click(frmMain& f) {
     VariableDefinition& v = Var();
-    if (f.ResultCount >= 1 && f.ResultDirty) {
-        const int answer = vb::Host().MsgBox(GST(20020), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2,
-                                             GST(11020), &f);
-        if (answer == vb::vbNo) return;
-    }
+    if (f.ResultCount >= 1 && f.ResultDirty && !AskYesNo(&f, 20020, 11020)) return;
 
     f.cdlFile->FileName.clear();
     f.cdlFile->Filter = GST(11021);
@@ -59,12 +55,7 @@ void cmdPicLoad_Click(frmMain& f) {
     // The zoom first, so that selecting its item finds nothing to rescale.
     const double oldZoom = v.ZoomFactor > 0 ? v.ZoomFactor : 1.0;
     v.ZoomFactor = 1.0;
-    for (int i = 0; i < f.cboScale->ListCount(); ++i) {
-        if (f.cboScale->List(i) == QLatin1String("x 1.0")) {
-            f.cboScale->SetListIndex(i);
-            break;
-        }
-    }
+    SelectZoomOne(f);
 
     // Decoded aside, so a file that is no picture leaves the one shown before in place.
     QImage picture;

@@ -41,13 +41,17 @@ void DispImage(frmMain& f, bool blnCaptureFlg) {
         f.picTempView->SetHeight(f.picViewArea->Height());
         f.picTempView->SetPicture(QImage());
     }
+    SelectZoomOne(f);
+    DispImage(f, false);
+}
+
+void SelectZoomOne(frmMain& f) {
     for (int i = 0; i < f.cboScale->ListCount(); ++i) {
         if (f.cboScale->List(i) == QLatin1String("x 1.0")) {
             f.cboScale->SetListIndex(i);
-            break;
+            return;
         }
     }
-    DispImage(f, false);
 }
 
 void RescaleResults(frmMain& f, double ratio) {

@@ -11,6 +11,9 @@ void DispImage(frmMain& f, bool blnCaptureFlg);
 // The zoom list: takes the new zoom, rescales the stored results and repaints.
 void cboScale_Click(frmMain& f);
 
+// Selects the first "x 1.0" of the zoom list, which fires its click.
+void SelectZoomOne(frmMain& f);
+
 // Multiplies every stored result point by ratio (a change of zoom).
 void RescaleResults(frmMain& f, double ratio);
 
