@@ -4,6 +4,7 @@
 
 #include "CameraView.h"
 #include "DialogHost.h"
+#include "JpegQty.h"
 #include "Layout.h"
 #include "MeasureCommands.h"
 #include "OpenImage.h"
@@ -11,6 +12,7 @@
 #include "Proof.h"
 #include "ResultTable.h"
 #include "ResultDrawing.h"
+#include "SaveImage.h"
 #include "Startup.h"
 #include "StillDisplay.h"
 #include "frmMain.h"
@@ -27,6 +29,8 @@ void WireMain(frmMain& f) {
     f.OnUnload = [&f](bool& cancel) { Form_Unload(f, cancel); };
     f.cboScale->OnClick = [&f] { cboScale_Click(f); };
     f.cmdPicLoad->OnClick = [&f] { cmdPicLoad_Click(f); };
+    f.cmdPicSave->OnClick = [&f] { cmdPicSave_Click(f); };
+    f.lblJpegQty->OnClick = [&f] { lblJpegQty_Click(f); };
     f.cboProof->OnClick = [&f] { cboProof_Click(f); };
     f.cmdProofConfig->OnClick = [&f] { cmdProofConfig_Click(f); };
     f.Hooks.ReadProofData = [](frmMain&) { return ReadProofData(); };

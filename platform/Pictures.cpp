@@ -215,7 +215,9 @@ QByteArray FileSystemTypeOf(const QString& folder, double& free) {
 }  // namespace
 
 DriveInfo GetDrive(const QString& path) {
-    if (path.isEmpty() || IsNetworkPath(path)) Raise(ErrPathNotFound);
+    // A UNC name has no drive here.
+    if (path.isEmpty() || path.startsWith(QStringLiteral("\\\\")) || path.startsWith(QStringLiteral("//")))
+        Raise(ErrPathNotFound);
     QString at = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
     while (!QFileInfo::exists(at)) {
         const QString up = QFileInfo(at).path();
@@ -236,10 +238,6 @@ DriveInfo GetDrive(const QString& path) {
     const qint64 free = storage.bytesAvailable();
     drive.FreeSpace = free > 0 ? static_cast<double>(free) : 0.0;
     return drive;
-}
-
-bool IsNetworkPath(const QString& path) {
-    return path.startsWith(QStringLiteral("\\\\")) || path.startsWith(QStringLiteral("//"));
 }
 
 }  // namespace vb

@@ -4,6 +4,8 @@
 #include <QImage>
 #include <QString>
 
+#include "Drive.h"
+
 namespace vb {
 
 // Largest picture LoadPicture accepts; anything bigger is refused before decoding.
@@ -41,8 +43,5 @@ DriveInfo GetDrive(const QString& path);
 // mounted from a block device; removableDevice: that device's removable flag. Both only
 // matter for file systems that are neither network, CD nor RAM ones.
 int ClassifyDrive(const QByteArray& fileSystemType, bool blockDevice, bool removableDevice);
-
-// True for a UNC path, "\\server\share" or "//server/share".
-bool IsNetworkPath(const QString& path);
 
 }  // namespace vb

@@ -1,0 +1,311 @@
+// Saving the still with its comment, the files that cannot be written, the JPEG quality
+// dialog, and arming a movie with the checks of its target.
+#include <QFileInfo>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <cmath>
+#include <gtest/gtest.h>
+
+#include "CommonModule.h"
+#include "Drive.h"
+#include "Graph.h"
+#include "Ini.h"
+#include "JpegQty.h"
+#include "OpenImage.h"
+#include "SaveImage.h"
+#include "StartedMain.h"
+
+using testing_support::kQuarterColors;
+using testing_support::QuarterPicture;
+using tavix::GST;
+using tavix::frmMain;
+
+namespace {
+
+constexpr double kGiB = 1073741824.0;
+
+struct SaveWindow : testing_support::StartedMain {
+    explicit SaveWindow(int16_t type = 2) : StartedMain(type) {}
+    void Open(const QImage& picture) {
+        const QString path = box.File(QStringLiteral("opened.png"));
+        ASSERT_TRUE(picture.save(path));
+        host.AnswerFile(path);
+        tavix::cmdPicLoad_Click(f);
+    }
+    void Save(const std::optional<QString>& path) {
+        host.AnswerFile(path);
+        f.cmdPicSave->Click();
+    }
+    void Comment(const char* a, const char* b) {
+        f.txtComment[0]->SetText(QString::fromUtf8(a));
+        f.txtComment[1]->SetText(QString::fromUtf8(b));
+    }
+    void Zoom(const char* item) {
+        for (int i = 0; i < f.cboScale->ListCount(); ++i)
+            if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
+    }
+    void ExpectBox(size_t at, int32_t text, int32_t title, const QString& with = {}) {
+        ASSERT_GT(host.Boxes.size(), at);
+        EXPECT_EQ(host.Boxes[at].Prompt, with.isEmpty() ? GST(text) : GST(text, with));
+        EXPECT_EQ(host.Boxes[at].Title, GST(title));
+        EXPECT_EQ(host.Boxes[at].Buttons, vb::vbOKOnly | vb::vbExclamation);
+    }
+};
+
+TEST(SavePicture, ByTheEndingExactlyWithTheCommentBeside) {
+    const QByteArray comment = " \r\nsecond line\r\n", old = "old\r\n";
+    const struct { const char* name; const char* side; QByteArray magic; const char* first; QByteArray kept; } cases[] = {
+        {"p.bmp", "p.txt", "BM", " ", comment},       {"p.jpg", "p.txt", "\xFF\xD8", " ", comment},
+        {"p.BMP", "p.txt", {}, " ", comment},         {"p.JPG", "p.txt", {}, " ", comment},
+        {"p.png", "p.txt", {}, " ", comment},         {"p.jpeg", "p..txt", {}, " ", comment},
+        {"p.bmp", "p.txt", "BM", nullptr, old},
+    };
+    for (const auto& c : cases) {
+        SaveWindow w;
+        w.Open(QuarterPicture(120, 80));
+        w.box.Write(c.side, old);
+        if (c.first) w.Comment(c.first, "second line");
+        else w.Comment("  ", "");
+        w.Save(w.box.File(c.name));
+        EXPECT_EQ(w.f.cdlFile->Filter, GST(11031));
+        EXPECT_EQ(w.f.cdlFile->Flags, 34818);
+        EXPECT_EQ(w.box.Read(c.name).left(2), c.magic) << c.name;
+        EXPECT_EQ(w.box.Read(c.side), c.kept) << c.name;
+        EXPECT_EQ(QFileInfo::exists(w.box.File("TempBitmap.bmp")), c.magic == "\xFF\xD8") << c.name;
+        EXPECT_TRUE(w.host.Boxes.empty()) << c.name;
+        EXPECT_EQ(w.host.BusyDepth, 0);
+    }
+}
+
+TEST(SavePicture, AtTheViewSizeOnlyWhatTheViewShows) {
+    SaveWindow w;
+    QImage picture = QuarterPicture(1600, 1200);
+    QPainter(&picture).fillRect(780, 580, 10, 10, Qt::black);  // 20 to 10 pixels up-left of the centre
+    w.Open(picture);
+    w.Zoom("x 2.0");
+    w.Save(w.box.File("v.bmp"));
+    const QImage saved(w.box.File("v.bmp"));
+    ASSERT_EQ(saved.size(), QSize(w.f.picViewArea->ClientPixelWidth(), w.f.picViewArea->ClientPixelHeight()));
+    ASSERT_LT(saved.width(), 3200);
+    const int cx = saved.width() / 2, cy = saved.height() / 2;
+    EXPECT_EQ(saved.pixel(0, 0), kQuarterColors[0]);
+    EXPECT_EQ(saved.pixel(cx - 30, cy - 30), 0xFF000000u) << "the mark at twice its size";
+    EXPECT_EQ(saved.pixel(cx - 15, cy - 15), kQuarterColors[0]);
+    EXPECT_EQ(saved.pixel(saved.width() - 1, saved.height() - 1), kQuarterColors[3]);
+}
+
+TEST(SavePicture, AtPictureSizeWithoutResults) {
+    SaveWindow one(3);
+    const QImage picture = QuarterPicture(300, 200);
+    one.Open(picture);
+    tavix::Var().Still1xSave = 1;
+    one.Zoom("x 2.0");
+    tavix::Var().ResultTable[1] = {1, 101, {{}, {-100, 0}, {100, 0}}, 1};
+    one.f.ResultCount = 1;
+    one.f.chkMeasureSave->SetValue(1);
+    one.f.Hooks.DrawMeasureResults(one.f);
+    one.Save(one.box.File("one.bmp"));
+    EXPECT_EQ(QImage(one.box.File("one.bmp")).convertToFormat(QImage::Format_RGB32), picture);
+}
+
+TEST(SavePicture, ResultsInThePictureCountAsSaved) {
+    for (const int with : {0, 1}) {
+        SaveWindow w(3);
+        w.Open(QuarterPicture(300, 200));
+        tavix::Var().ResultTable[1] = {1, 101, {{}, {-100, -50}, {100, -50}}, 1};
+        w.f.ResultCount = 1;
+        w.f.ResultDirty = true;
+        w.f.Hooks.DrawMeasureResults(w.f);
+        w.f.chkMeasureSave->SetValue(with);
+        w.Save(w.box.File("r.bmp"));
+        // The line may fall a pixel either way of the centre of an odd-sized view.
+        const QImage saved(w.box.File("r.bmp"));
+        bool onLine = false;
+        for (int dy = -1; dy <= 1; ++dy)
+            onLine |= saved.pixel(saved.width() / 2 + 80, saved.height() / 2 - 50 + dy) != kQuarterColors[1];
+        EXPECT_EQ(onLine, with == 1) << with;
+        EXPECT_EQ(w.f.ResultDirty, with == 0) << with;
+        EXPECT_NE(w.f.picStillView->GetImage().pixel(150 + 80, 100 - 50), kQuarterColors[1])
+            << "the results stand on the still again";
+    }
+}
+
+TEST(SavePicture, JpegQualityTellsInTheFileSize) {
+    SaveWindow w;
+    QImage noisy(200, 150, QImage::Format_RGB32);
+    QRandomGenerator rng(3);
+    for (int y = 0; y < noisy.height(); ++y)
+        for (int x = 0; x < noisy.width(); ++x) noisy.setPixel(x, y, rng.generate() | 0xFF000000u);
+    w.Open(noisy);
+    tavix::Var().Still1xSave = 1;
+    tavix::Var().JpegQty = 10;
+    w.Save(w.box.File("q10.jpg"));
+    tavix::Var().JpegQty = 100;
+    w.Save(w.box.File("q100.jpg"));
+    EXPECT_LT(2 * QFileInfo(w.box.File("q10.jpg")).size(), QFileInfo(w.box.File("q100.jpg")).size());
+}
+
+TEST(SavePicture, FilesThatCannotBeWrittenAreReported) {
+    const struct { const char* what; const char* name; const char* temp; const char* failed; } cases[] = {
+        {"folder gone", "gone/p.bmp", nullptr, "gone/p.bmp"},
+        {"folder is a file", "file/p.jpg", nullptr, "file/p.jpg"},
+        {"temporary bitmap", "old.jpg", "\\gone\\t.bmp", "gone/t.bmp"},
+        {"side file only", "gone/p.png", nullptr, "gone/p.txt"},
+    };
+    for (const auto& c : cases) {
+        SaveWindow w;
+        w.Open(QuarterPicture(60, 40));
+        w.box.Write("file", "not a folder");
+        w.box.Write("old.jpg", "keep me");
+        if (c.temp) tavix::Var().TempBitmapFile = QString::fromLatin1(c.temp);
+        w.Comment("a comment", "");
+        w.host.AnswerMsgBox(vb::vbOK);
+        w.Save(w.box.File(c.name));
+        w.ExpectBox(0, 20034, 11035, w.box.File(c.failed));
+        EXPECT_EQ(w.host.Boxes.size(), 1u) << c.what;
+        EXPECT_EQ(w.box.LogTexts().last(), QStringLiteral("cmdPicSave_Click Error.(76)")) << c.what;
+        EXPECT_EQ(w.box.Read("old.jpg"), QByteArray("keep me")) << c.what;
+        EXPECT_EQ(w.host.BusyDepth, 0) << c.what;
+    }
+}
+
+TEST(SavePicture, FromTheLiveViewBackToLive) {
+    SaveWindow w(1);
+    ASSERT_TRUE(testing_support::WaitFor([&] { return !w.f.FilterGraph->GetCurrentImage().isNull(); }));
+    w.Save(std::nullopt);
+    EXPECT_EQ(w.f.ViewMode, 0);
+    EXPECT_EQ(w.f.cdlFile->Filter, GST(11030));
+    w.Save(w.box.File("live.bmp"));
+    EXPECT_EQ(w.f.ViewMode, 0);
+    EXPECT_EQ(QImage(w.box.File("live.bmp")).width(), w.f.picViewArea->ClientPixelWidth());
+    w.host.AnswerMsgBox(vb::vbOK);
+    w.Save(w.box.File("gone/live.bmp"));
+    EXPECT_EQ(w.host.Boxes.size(), 1u);
+    EXPECT_EQ(w.f.ViewMode, 0);
+}
+
+TEST(JpegQuality, OkStoresAtOnceCancelStoresNothing) {
+    const struct { int value; bool ok; int kept; } cases[] = {{10, true, 10}, {100, true, 100}, {40, false, 90}};
+    for (const auto& c : cases) {
+        SaveWindow w;
+        w.host.AnswerModal([&](vb::Form& form) {
+            auto& d = static_cast<tavix::frmJpegQty&>(form);
+            EXPECT_EQ(d.Caption(), GST(12000));
+            EXPECT_EQ(d.sldJpegQty->Value(), 90);
+            d.sldJpegQty->SetValue(c.value);
+            (c.ok ? d.cmdOK : d.cmdCancel)->Click();
+        });
+        w.f.lblJpegQty->OnClick();
+        QString ini;
+        vb::GetPrivateProfileString("FILE", "JPEGQTY", "", ini, 16, w.box.File("Tavix.Ini"));
+        EXPECT_EQ(tavix::Var().JpegQty, c.kept) << c.value;
+        EXPECT_EQ(ini, QString::number(c.kept)) << c.value;
+        EXPECT_EQ(w.f.lblJpegQty->Caption(), QString::number(c.kept)) << c.value;
+    }
+}
+
+// A camera window whose target drive is whatever the test says.
+struct MovieWindow : SaveWindow {
+    QString mounts = QStringLiteral("/dev/sda1 / ext4 rw 0 0\n");
+    std::optional<double> free = 100 * kGiB;
+    int clears = 0;
+    explicit MovieWindow(int16_t type = 0) : SaveWindow(type) {
+        if (f.FilterGraph)
+            EXPECT_TRUE(testing_support::WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); }));
+        vb::SetDriveProbe([this] { return mounts; }, [this](const QString&) { return free; });
+        f.Hooks.ClearResults = [this](frmMain&) { ++clears; };
+    }
+    ~MovieWindow() { vb::SetDriveProbe({}, {}); }
+    // Free bytes giving at least usable GiB.
+    static double ForUsable(double usable) { return std::ceil(usable / 0.7 * kGiB) + 1; }
+};
+
+TEST(Movie, LimitFollowsTheFreeSpace) {
+    const struct { double usable; int seconds; } cases[] = {
+        {2, 60}, {3.9, 60}, {4, 120}, {29.9, 840}, {30, 900}, {31, 900}, {5000, 900}};
+    for (const auto& c : cases) {
+        MovieWindow w;
+        w.free = MovieWindow::ForUsable(c.usable);
+        w.Save(w.box.File("m.Avi"));
+        EXPECT_EQ(w.f.RecordSecondsLeft, c.seconds) << c.usable;
+        EXPECT_EQ(w.f.CommandMode, 1) << c.usable;
+        EXPECT_EQ(w.f.txtComment[1]->Text(), GST(20033, QString::number(c.seconds)));
+    }
+}
+
+TEST(Movie, ArmedFromTheStillOrTheLiveView) {
+    for (const bool fromStill : {false, true}) {
+        MovieWindow w;
+        if (fromStill) w.f.cmdPlayStop->Click();
+        w.Save(w.box.File("movie.avi"));
+        frmMain& f = w.f;
+        EXPECT_EQ(f.ViewMode, 0);
+        EXPECT_EQ(f.CommandMode, 1);
+        EXPECT_EQ(f.MovieFileName, w.box.File("movie.avi"));
+        EXPECT_EQ(f.cmdPlayStop->Caption(), GST(11034));
+        EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgRecIcon[0]->GetPicture().cacheKey());
+        EXPECT_TRUE(f.cmdPlayStop->Enabled());
+        const std::vector<vb::Control*> off = {f.cmdPicSave, f.cmdPicLoad, f.fraScale, f.fraSaveOption,
+                                               f.chkScale, f.cmdMeasureConfig, f.cmdExit};
+        for (vb::Control* c : off)
+            EXPECT_FALSE(c->Enabled()) << c->Name().toStdString();
+        EXPECT_EQ(f.txtComment[0]->Text(), tavix::Var().GuidanceTable[2][0]);
+        EXPECT_EQ(w.clears, 1);
+        EXPECT_FALSE(QFileInfo::exists(w.box.File("movie.avi")));
+    }
+}
+
+TEST(Movie, RefusedTargetsLeaveItUnarmedButTheResultsGone) {
+    const struct { const char* what; const char* name; const char* mount; std::optional<double> free; int text; } cases[] = {
+        {"nfs", "nas/m.avi", "nfs", 100 * kGiB, 20031},
+        {"cifs", "nas/m.avi", "cifs", 100 * kGiB, 20031},
+        {"sshfs", "nas/m.avi", "fuse.sshfs", 100 * kGiB, 20031},
+        {"unc", "//server/share/m.avi", nullptr, 100 * kGiB, 20031},
+        {"folder not to be looked at", "m.avi", nullptr, std::nullopt, 20031},
+        {"too little space", "m.avi", nullptr, MovieWindow::ForUsable(2) - 2, 20032},
+    };
+    for (const auto& c : cases) {
+        MovieWindow w;
+        if (c.mount) w.mounts += QStringLiteral("srv:/x %1 %2 rw 0 0\n").arg(w.box.File("nas"), c.mount);
+        w.free = c.free;
+        w.host.AnswerMsgBox(vb::vbOK);
+        const QString name = QString::fromLatin1(c.name);
+        w.Save(name.startsWith("//") ? name : w.box.File(name));
+        w.ExpectBox(0, c.text, 11033);
+        EXPECT_EQ(w.f.CommandMode, 0) << c.what;
+        EXPECT_EQ(w.clears, 1) << c.what;
+        EXPECT_EQ(w.f.ViewMode, 0) << c.what;
+    }
+}
+
+TEST(Movie, UnsavedResultsAskFirst) {
+    for (const int answer : {vb::vbNo, vb::vbYes}) {
+        MovieWindow w;
+        w.f.ResultDirty = true;
+        w.host.AnswerMsgBox(answer);
+        w.Save(w.box.File("m.avi"));
+        ASSERT_EQ(w.host.Boxes.size(), 1u);
+        EXPECT_EQ(w.host.Boxes[0].Prompt, GST(20030));
+        EXPECT_EQ(w.host.Boxes[0].Title, GST(11032));
+        EXPECT_EQ(w.host.Boxes[0].Buttons, vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2);
+        EXPECT_EQ(w.clears, answer == vb::vbYes ? 1 : 0);
+        EXPECT_EQ(w.f.CommandMode, answer == vb::vbYes ? 1 : 0);
+        EXPECT_EQ(w.f.ViewMode, 0);
+    }
+}
+
+TEST(Movie, NoneWithoutACamera) {
+    MovieWindow w(3);
+    w.Open(QuarterPicture(60, 40));
+    w.Comment("kept", "");
+    w.host.AnswerMsgBox(vb::vbOK);
+    w.Save(w.box.File("m.AVI"));
+    w.ExpectBox(0, 20035, 11033);
+    EXPECT_EQ(w.clears, 0);
+    EXPECT_EQ(w.f.CommandMode, 0);
+    EXPECT_EQ(w.f.ViewMode, 1);
+    EXPECT_EQ(w.f.txtComment[0]->Text(), QStringLiteral("kept"));
+    EXPECT_FALSE(QFileInfo::exists(w.box.File("m.txt")));
+}
+
+}  // namespace

@@ -1,0 +1,104 @@
+#include "JpegQty.h"
+
+#include <QKeyEvent>
+#include <algorithm>
+
+#include "CommonModule.h"
+#include "DialogHost.h"
+#include "IniConfig.h"
+#include "VariableDefinition.h"
+#include "frmMain.h"
+
+namespace tavix {
+
+namespace {
+
+const QString kFont = QStringLiteral("ＭＳ Ｐゴシック");
+constexpr int kLowest = 10;
+constexpr int kHighest = 100;
+
+// No close, minimize or maximize box: the dialog ends only through OK or Cancel.
+constexpr Qt::WindowFlags kDialogFlags = Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                                         Qt::MSWindowsFixedSizeDialogHint;
+
+template <class T>
+T* Design(T* control, double left, double top, double width, double height) {
+    control->Move(left, top, width, height);
+    control->SetFontName(kFont);
+    control->SetFontSize(9);
+    return control;
+}
+
+}  // namespace
+
+frmJpegQty::frmJpegQty() : vb::Form(QStringLiteral("frmJpegQty")) {
+    setWindowFlags(kDialogFlags);
+    SetCaption(QStringLiteral("JPEG画質設定"));
+    SetClientSize(4365, 1335);
+    setFixedSize(size());
+
+    Frame1 = Design(new vb::Frame(*this, this, QStringLiteral("Frame1")), 120, 60, 2895, 1155);
+    sldJpegQty = Design(new vb::Slider(*this, Frame1, QStringLiteral("sldJpegQty")), 120, 240, 2655, 495);
+    sldJpegQty->SetRange(kLowest, kHighest);
+    sldJpegQty->SetTickFrequency(10);
+    sldJpegQty->SetLargeChange(10);
+    const struct { const char* text; double left; int align; } marks[3] = {
+        {"10", 120, 0}, {"50", 1155, 2}, {"100", 2175, 1}};
+    for (int i = 0; i < 3; ++i) {
+        Label1[i] = Design(new vb::Label(*this, Frame1, QStringLiteral("Label1"), i), marks[i].left, 780, 600, 255);
+        Label1[i]->SetCaption(QString::fromLatin1(marks[i].text));
+        Label1[i]->SetAlignment(marks[i].align);
+    }
+    cmdOK = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 3150, 120, 1095, 375);
+    cmdOK->SetCaption(QStringLiteral("&OK"));
+    cmdCancel = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 3150, 600, 1095, 375);
+    cmdCancel->SetCaption(QStringLiteral("キャンセル"));
+    setTabOrder(sldJpegQty->Widget(), cmdOK->Widget());
+    setTabOrder(cmdOK->Widget(), cmdCancel->Widget());
+
+    cmdOK->OnClick = [this] { cmdOK_Click(); };
+    cmdCancel->OnClick = [this] { cmdCancel_Click(); };
+    OnQueryUnload = [](bool& cancel, int unloadMode) {
+        if (unloadMode == vb::vbFormControlMenu) cancel = true;
+    };
+}
+
+void frmJpegQty::Form_Load() {
+    SetCaption(GST(12000));
+    cmdOK->SetCaption(QStringLiteral("&OK"));
+    cmdCancel->SetCaption(QStringLiteral("キャンセル"));
+    sldJpegQty->SetValue(std::clamp<int>(Var().JpegQty, kLowest, kHighest));
+}
+
+void frmJpegQty::cmdOK_Click() {
+    VariableDefinition& v = Var();
+    v.JpegQty = static_cast<uint8_t>(sldJpegQty->Value());
+    // Kept at once, not only at shutdown; a failed write has logged itself.
+    WriteIniFileData(QStringLiteral("FILE"), QStringLiteral("JPEGQTY"), QString::number(v.JpegQty));
+    Unload();
+}
+
+void frmJpegQty::cmdCancel_Click() { Unload(); }
+
+void frmJpegQty::keyPressEvent(QKeyEvent* e) {
+    switch (e->key()) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            (focusWidget() == cmdCancel->Widget() ? cmdCancel : cmdOK)->Click();
+            return;
+        case Qt::Key_Escape:
+            cmdCancel->Click();
+            return;
+        default:
+            vb::Form::keyPressEvent(e);
+    }
+}
+
+void lblJpegQty_Click(frmMain& f) {
+    frmJpegQty dlg;
+    dlg.Form_Load();
+    vb::Host().ShowModal(dlg, &f);
+    f.lblJpegQty->SetCaption(QString::number(Var().JpegQty));
+}
+
+}  // namespace tavix

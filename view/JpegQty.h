@@ -1,0 +1,38 @@
+#pragma once
+// The small dialog in which the quality of saved JPEG files is set.
+#include <array>
+
+#include "Controls.h"
+#include "Form.h"
+
+class QKeyEvent;
+
+namespace tavix {
+
+class frmMain;
+
+class frmJpegQty : public vb::Form {
+public:
+    frmJpegQty();
+
+    vb::Frame* Frame1;
+    vb::Slider* sldJpegQty;
+    std::array<vb::Label*, 3> Label1{};
+    vb::CommandButton* cmdOK;
+    vb::CommandButton* cmdCancel;
+
+    // Captions and the slider from JpegQty; the caller runs it before showing the dialog.
+    void Form_Load();
+    // Takes the quality and writes it to the settings file at once.
+    void cmdOK_Click();
+    void cmdCancel_Click();
+
+protected:
+    // Enter is the default button's (or the focused button's), Escape the cancel button's.
+    void keyPressEvent(QKeyEvent* e) override;
+};
+
+// Opens frmJpegQty and shows the quality it leaves.
+void lblJpegQty_Click(frmMain& f);
+
+}  // namespace tavix
