@@ -10,6 +10,7 @@
 #include "OpenImage.h"
 #include "PointerFeedback.h"
 #include "Proof.h"
+#include "Recording.h"
 #include "ResultTable.h"
 #include "ResultDrawing.h"
 #include "SaveImage.h"
@@ -57,6 +58,7 @@ void WireMain(frmMain& f) {
     f.cmdPlayStop->OnClick = [&f] { cmdPlayStop_Click(f); };
     f.cmdPinProp->OnClick = [&f] { cmdPinProp_Click(f); };
     f.tmrLiveIcon->OnTimer = [&f] { tmrLiveIcon_Timer(f); };
+    f.tmrRec->OnTimer = [&f] { tmrRec_Timer(f); };
 }
 
 int RunProgram(int16_t programType, int argc, char** argv) {

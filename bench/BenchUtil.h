@@ -1,4 +1,6 @@
 #pragma once
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <chrono>
 #include <vector>
@@ -14,4 +16,11 @@ double MedianMs(int runs, F&& body) {
     }
     std::sort(times.begin(), times.end());
     return times[times.size() / 2];
+}
+
+// CPU time of the whole process so far (user and system), in seconds.
+inline double CpuSeconds() {
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    return double(u.ru_utime.tv_sec + u.ru_stime.tv_sec) + double(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
 }

@@ -2,6 +2,8 @@
 // A main window started for a benchmark as the program starts it, in a temporary copy of
 // deploy/ja, without the test support library. Any dialog but the file-open one stops the run.
 #include <QApplication>
+#include <QEventLoop>
+#include <QTimer>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -39,6 +41,13 @@ inline bool MakeJpeg(const QString& path) {
 [[noreturn]] inline void Stop(const char* what, const QString& text = {}) {
     std::printf("unexpected %s %s\n", what, qPrintable(text));
     std::exit(1);
+}
+
+// Runs the event loop for that long.
+inline void Spin(int ms) {
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 // Answers the file dialog with Path; without one, the dialog stops the run too.

@@ -11,7 +11,6 @@
 // touched.
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>
-#include <sys/resource.h>
 
 #include <QElapsedTimer>
 #include <QEvent>
@@ -37,12 +36,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kWidth = 1280, kHeight = 720, kRate = 30;
 
-double CpuSeconds() {
-    rusage u{};
-    getrusage(RUSAGE_SELF, &u);
-    return double(u.ru_utime.tv_sec + u.ru_stime.tv_sec) + double(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
-}
-
 // Runs the event loop (sleeping between events) until done() or the time is up; true when done.
 template <class F>
 bool WaitFor(int timeoutMs, F&& done) {
@@ -57,12 +50,6 @@ bool WaitFor(int timeoutMs, F&& done) {
     poll.start(1);
     loop.exec();
     return done();
-}
-
-void Spin(int ms) {
-    QEventLoop loop;
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec();
 }
 
 // The graph file of the test camera at the benchmark's size and rate.
@@ -93,7 +80,7 @@ protected:
     bool eventFilter(QObject*, QEvent* e) override {
         if (e->type() != QEvent::Paint || f_.ViewMode != 0 || !f_.FilterGraph) return false;
         if (f_.FilterGraph->GetVideoSize().isEmpty()) return false;
-        const QImage canvas = f_.picCameraView->GetImage();
+        const QImage canvas = f_.picCameraView->VideoFrame();
         if (canvas.isNull() || canvas.cacheKey() == lastKey_) return false;
         lastKey_ = canvas.cacheKey();
         ++frames_;
@@ -147,12 +134,12 @@ struct LiveFigures {
 // Frames and CPU over the duration after a one-second warm-up, the event loop running.
 template <class Count>
 LiveFigures MeasureLive(int seconds, Count&& count) {
-    Spin(1000);
+    bench::Spin(1000);
     LiveFigures r;
     const int frames0 = count();
     const double cpu0 = CpuSeconds();
     const auto t0 = Clock::now();
-    Spin(seconds * 1000);
+    bench::Spin(seconds * 1000);
     r.frames = count() - frames0;
     r.cpu = CpuSeconds() - cpu0;
     r.seconds = std::chrono::duration<double>(Clock::now() - t0).count();

@@ -10,12 +10,31 @@
 #include "DialogHost.h"
 #include "Errors.h"
 #include "Graph.h"
+#include "Recording.h"
 #include "StillDisplay.h"
 
 namespace tavix {
 
 // The graph file's name carries no separator of its own, unlike the other files of the ini file.
 QString GrfFilePath() { return vb::AppPathJoin(QLatin1Char('\\') + Var().GrfFileName); }
+
+namespace {
+
+// Steps of the fit that follow the camera's size: the box at the zoom, centred, as owner.
+void PlaceCameraView(frmMain& f, QSize size) {
+    const double zoom = Var().ZoomFactor;
+    const int w = ZoomedPixels(size.width(), zoom);
+    const int h = ZoomedPixels(size.height(), zoom);
+    vb::PictureBox& view = *f.picCameraView;
+    view.SetWidth(w * vb::Screen::TwipsPerPixelX);
+    view.SetHeight(h * vb::Screen::TwipsPerPixelY);
+    view.SetLeft(f.picViewArea->ScaleWidth() / 2 - view.Width() / 2);
+    view.SetTop(f.picViewArea->ScaleHeight() / 2 - view.Height() / 2);
+    f.FilterGraph->SetOwner(&view);
+    if (f.chkScale->Value() == 1 && f.Hooks.DrawScale) f.Hooks.DrawScale(f);
+}
+
+}  // namespace
 
 void NewFilterGraph(frmMain& f) {
     f.CameraFilter = nullptr;
@@ -24,6 +43,10 @@ void NewFilterGraph(frmMain& f) {
     f.GraphFileStore = std::make_shared<cam::GraphFileStore>();
     f.FilterGraph->OnStreamError = [&f](int number, const QString& reason) {
         CameraStreamError(f, number, reason);
+    };
+    // The camera's size is known from its first frame on; the box is placed before it shows.
+    f.FilterGraph->OnVideoSize = [&f](QSize size) {
+        if (f.ViewMode == 0) PlaceCameraView(f, size);
     };
 }
 
@@ -94,42 +117,13 @@ cam::FilterInfo* AddFilter(cam::FilterGraph& grp, const QString& filterName) {
 
 int ZoomedPixels(int pixels, double zoom) { return static_cast<int>(std::nearbyint(pixels * zoom)); }
 
-namespace {
-
-// Steps of the fit that follow the camera's size: the box at the zoom, centred, as owner.
-void PlaceCameraView(frmMain& f, QSize size) {
-    const double zoom = Var().ZoomFactor;
-    const int w = ZoomedPixels(size.width(), zoom);
-    const int h = ZoomedPixels(size.height(), zoom);
-    vb::PictureBox& view = *f.picCameraView;
-    view.SetWidth(w * vb::Screen::TwipsPerPixelX);
-    view.SetHeight(h * vb::Screen::TwipsPerPixelY);
-    view.SetLeft(f.picViewArea->ScaleWidth() / 2 - view.Width() / 2);
-    view.SetTop(f.picViewArea->ScaleHeight() / 2 - view.Height() / 2);
-    f.FilterGraph->SetOwner(&view);
-    if (f.chkScale->Value() == 1 && f.Hooks.DrawScale) f.Hooks.DrawScale(f);
-}
-
-// Each fit outdates the waits of the ones before it.
-int g_fitGeneration = 0;
-
-// The size is known only from the first frame on; until then the box waits for it.
-void PlaceOnFirstFrame(frmMain& f, int generation, int triesLeft) {
-    QTimer::singleShot(20, &f, [&f, generation, triesLeft] {
-        if (generation != g_fitGeneration || f.ViewMode != 0 || !f.FilterGraph) return;
-        const QSize size = f.FilterGraph->GetVideoSize();
-        if (!size.isEmpty())
-            PlaceCameraView(f, size);
-        else if (triesLeft > 0)
-            PlaceOnFirstFrame(f, generation, triesLeft - 1);
-    });
-}
-
-}  // namespace
-
 void FitCameraView(frmMain& f) {
     if (!f.FilterGraph) return;
-    const int generation = ++g_fitGeneration;
+    // A running recording is never cut: the picture is only placed anew.
+    if (f.CommandMode == 2) {
+        PlaceCameraView(f, f.FilterGraph->GetVideoSize());
+        return;
+    }
     f.FilterGraph->Stop();
     const QSize size = f.FilterGraph->GetVideoSize();
     PlaceCameraView(f, size);
@@ -139,9 +133,7 @@ void FitCameraView(frmMain& f) {
         QTimer::singleShot(0, &f, [&f, err] {
             CameraStreamError(f, err, QStringLiteral("Run Error.(%1)").arg(err));
         });
-        return;
     }
-    if (size.isEmpty()) PlaceOnFirstFrame(f, generation, 500);
 }
 
 void CaptureFrame(frmMain& f) {
@@ -190,8 +182,8 @@ void SwitchViewMode(frmMain& f, bool blnCaptureFlg) {
 }
 
 void cmdPlayStop_Click(frmMain& f) {
-    // Arming and recording come with the movie recording.
-    if (f.CommandMode == 1 || f.CommandMode == 2) return;
+    if (f.CommandMode == 1) return StartRecording(f);
+    if (f.CommandMode == 2) return StopRecording(f);
     if (f.ViewMode == 1 && f.ResultCount >= 1) {
         if (f.ResultDirty && !AskYesNo(&f, 20040, 11041)) return;
         if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
@@ -215,6 +207,7 @@ void tmrLiveIcon_Timer(frmMain& f) {
 }
 
 void CameraStreamError(frmMain& f, int number, const QString& reason) {
+    if (f.CommandMode == 2) return RecordingFailed(f, QStringLiteral("tmrRec_Timer"), number, reason);
     WriteLog(QStringLiteral("Camera Stream Error.(%1)").arg(number));
     if (f.ViewMode == 0 && f.CommandMode != 1 && f.CommandMode != 2) SwitchViewMode(f, true);
     if (f.FilterGraph) vb::Trap([&] { f.FilterGraph->Stop(); });

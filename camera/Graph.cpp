@@ -10,9 +10,13 @@
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
+#include <QFile>
 #include <QPointer>
 #include <QTimer>
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <map>
 #include <mutex>
 
@@ -93,6 +97,10 @@ public:
     GstElement* clock = nullptr;
     std::map<QString, int> values;  // control values set through the graph
     bool rendered = false;
+    // Each linked pin's partner, by pin name; the renderer's input stands for the renderer.
+    std::map<QString, const PinInfo*> peers;
+    bool Linked() const { return !peers.empty(); }
+    void Link(const PinInfo& mine, const PinInfo& theirs) { peers[mine.Name] = &theirs; }
 };
 
 // A V4L2 device opened for its controls only; streaming stays with v4l2src.
@@ -179,8 +187,24 @@ struct FilterGraph::Impl {
     std::vector<std::unique_ptr<Filter>> filters;
     Filter* camera = nullptr;  // the rendered source
     GstElement* cameraOut = nullptr;  // where the camera's own caps can be read
+    GstElement* displayIn = nullptr;  // the renderer's first element (a queue)
+    const PinInfo rendererIn{QStringLiteral("renderer"), 0};
     CameraFormat format;
     int failAfter = 0;  // test camera only: post an error after this many frames
+    int failWriteAfter = 0;  // test only: the file writer fails after this many writes
+    QString lastError;  // the reason of the last failure
+
+    // The recording branch, once linked: the tee's pad that feeds it, its queue, the writer.
+    GstRef<GstPad> fileTeePad;
+    GstElement* fileQueue = nullptr;
+    GstElement* fileMux = nullptr;
+    GstElement* fileWriter = nullptr;
+    std::mutex eosMutex;
+    std::condition_variable eosArrived;
+    bool fileFinished = false;
+    std::atomic<uint64_t> cameraFrames{0}, recordedFrames{0};
+    std::atomic<uint64_t> framesAtCut{0};  // camera frames when the file branch was cut off
+    std::atomic<bool> cut{false};
     bool active = false;  // Run or Pause since the last Stop
     std::unique_ptr<QObject> ui;  // lives on the UI thread; frames are posted to it
     QTimer* busTimer = nullptr;
@@ -188,6 +212,7 @@ struct FilterGraph::Impl {
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
     QPointer<QWidget> ownerWidget;
     vb::PictureBox* owner = nullptr;
+    QSize shownSize;  // of the last frame handed to the owner
 
     // Shared with the streaming thread.
     mutable std::mutex mutex;
@@ -226,21 +251,31 @@ struct FilterGraph::Impl {
         return SampleRef(newest ? gst_sample_ref(newest.get()) : nullptr);
     }
 
-    // Runs f with the sample's pixels wrapped (not copied) as an RGB32 image.
-    template <class F>
-    static bool WithImage(GstSample* sample, F&& f) {
+    // The sample's pixels as an RGB32 image that keeps the frame mapped (and the sample
+    // alive) for as long as the image or a copy of it lives: no pixel is copied.
+    static QImage Wrap(SampleRef sample) {
+        struct Mapped {
+            GstVideoFrame frame;
+            SampleRef sample;
+        };
         GstVideoInfo info;
-        GstCaps* caps = gst_sample_get_caps(sample);
-        GstBuffer* buffer = gst_sample_get_buffer(sample);
-        if (!caps || !buffer || !gst_video_info_from_caps(&info, caps)) return false;
-        GstVideoFrame frame;
-        if (!gst_video_frame_map(&frame, &info, buffer, GST_MAP_READ)) return false;
-        const QImage image(static_cast<const uchar*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
-                           GST_VIDEO_FRAME_WIDTH(&frame), GST_VIDEO_FRAME_HEIGHT(&frame),
-                           GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0), QImage::Format_RGB32);
-        f(image);
-        gst_video_frame_unmap(&frame);
-        return true;
+        GstCaps* caps = gst_sample_get_caps(sample.get());
+        GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+        if (!caps || !buffer || !gst_video_info_from_caps(&info, caps)) return {};
+        auto* m = new Mapped{};
+        if (!gst_video_frame_map(&m->frame, &info, buffer, GST_MAP_READ)) {
+            delete m;
+            return {};
+        }
+        m->sample = std::move(sample);
+        return QImage(static_cast<const uchar*>(GST_VIDEO_FRAME_PLANE_DATA(&m->frame, 0)), GST_VIDEO_FRAME_WIDTH(&m->frame),
+                      GST_VIDEO_FRAME_HEIGHT(&m->frame), GST_VIDEO_FRAME_PLANE_STRIDE(&m->frame, 0), QImage::Format_RGB32,
+                      [](void* p) {
+                          auto* m = static_cast<Mapped*>(p);
+                          gst_video_frame_unmap(&m->frame);
+                          delete m;
+                      },
+                      m);
     }
 
     void ShowNewest() {
@@ -250,15 +285,17 @@ struct FilterGraph::Impl {
             repaintPending = false;
             if (newest) sample.reset(gst_sample_ref(newest.get()));
         }
-        if (!sample || !owner || !ownerWidget) return;
-        WithImage(sample.get(), [this](const QImage& image) {
-            if (owner->ClientPixelWidth() <= 0 || owner->ClientPixelHeight() <= 0) return;
-            // A frame that cannot be drawn is dropped; the next one tries again.
-            vb::Trap([&] {
-                owner->PaintPicture(image, owner->ScaleLeft(), owner->ScaleTop(), owner->ScaleWidth(),
-                                    owner->ScaleHeight());
-            });
-        });
+        if (!sample) return;
+        const QImage frame = Wrap(std::move(sample));
+        if (frame.isNull()) return;
+        if (frame.size() != shownSize) {
+            shownSize = frame.size();
+            if (self->OnVideoSize) {
+                const auto placed = self->OnVideoSize;
+                placed(shownSize);
+            }
+        }
+        if (owner && ownerWidget) owner->ShowVideoFrame(frame);
     }
 
     static gboolean BusCall(GstBus*, GstMessage* message, gpointer data) {
@@ -271,19 +308,35 @@ struct FilterGraph::Impl {
         while (MessageRef m{gst_bus_pop(bus.get())}) OnMessage(m.get());
     }
 
+    // The error number a failure reports: a full disk, a file that cannot be written, else
+    // a device error.
+    static int ErrorNumber(const GError* error) {
+        if (error && error->domain == GST_RESOURCE_ERROR) {
+            if (error->code == GST_RESOURCE_ERROR_NO_SPACE_LEFT) return vb::ErrDiskFull;
+            if (error->code == GST_RESOURCE_ERROR_OPEN_WRITE || error->code == GST_RESOURCE_ERROR_WRITE ||
+                error->code == GST_RESOURCE_ERROR_OPEN_READ_WRITE)
+                return vb::ErrPathFileAccess;
+        }
+        return vb::ErrDeviceIO;
+    }
+
     void OnMessage(GstMessage* message) {
         if (GST_MESSAGE_TYPE(message) != GST_MESSAGE_ERROR || !active) return;
         GError* error = nullptr;
         gst_message_parse_error(message, &error, nullptr);
         const QString reason = error ? Utf8(error->message) : QString();
+        const int number = ErrorNumber(error);
         g_clear_error(&error);
+        lastError = reason;
+        // A camera that fails while recording still lets the file be finished.
+        if (!InFileBranch(GST_MESSAGE_SRC(message))) FinishFile(3000);
         gst_element_set_state(pipeline.get(), GST_STATE_NULL);
         active = false;
         // Reported from the event loop, so a handler that drops the graph is safe.
-        QTimer::singleShot(0, QCoreApplication::instance(), [self = self, token = std::weak_ptr<bool>(alive), reason] {
+        QTimer::singleShot(0, QCoreApplication::instance(), [self = self, token = std::weak_ptr<bool>(alive), reason, number] {
             if (token.expired() || !self->OnStreamError) return;
             const auto report = self->OnStreamError;
-            report(vb::ErrDeviceIO, reason);
+            report(number, reason);
         });
     }
 
@@ -339,58 +392,215 @@ struct FilterGraph::Impl {
         return CapsRef(gst_caps_new_full(s, nullptr));
     }
 
-    void Render(Filter& f) {
-        if ((f.kind != Kind::Device && f.kind != Kind::TestCamera) || f.rendered || camera) vb::Raise(vb::ErrInvalidCall);
+    static GstPadProbeReturn Count(GstPad*, GstPadProbeInfo*, gpointer counter) {
+        static_cast<std::atomic<uint64_t>*>(counter)->fetch_add(1, std::memory_order_relaxed);
+        return GST_PAD_PROBE_OK;
+    }
+
+    // Adds the elements after the first to the pipeline and links all in order; on failure
+    // takes them out again.
+    bool AddChain(const std::vector<GstElement*>& chain) {
+        for (size_t i = 1; i < chain.size(); ++i) gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(chain[i])));
+        bool ok = true;
+        for (size_t i = 1; ok && i < chain.size(); ++i) ok = gst_element_link(chain[i - 1], chain[i]);
+        if (!ok)
+            for (size_t i = 1; i < chain.size(); ++i) {
+                gst_element_set_state(chain[i], GST_STATE_NULL);
+                gst_bin_remove(GST_BIN(pipeline.get()), chain[i]);
+            }
+        return ok;
+    }
+
+    // The camera's first path: camera, [encoder], [caps], then the renderer, which begins
+    // with a queue so that it can hang off a tee later.
+    void RenderCamera(Filter& f) {
         if (f.kind == Kind::TestCamera) {
             if (!format.Width || !format.Height) format.Width = 640, format.Height = 480;
             if (!format.RateNum) format.RateNum = 30, format.RateDen = 1;
         }
         const bool jpeg = format.Format == QLatin1String("MJPG");
-        std::vector<GstElement*> chain{f.element.get()};
-        auto add = [&](const char* factory) {
-            GstElement* e = gst_element_factory_make(factory, nullptr);
-            if (!e) return static_cast<GstElement*>(nullptr);
-            gst_bin_add(GST_BIN(pipeline.get()), e);
-            chain.push_back(e);
-            return e;
+        std::vector<GstRef<GstElement>> owned;
+        auto make = [&](const char* factory) {
+            owned.push_back(Make(factory));
+            return owned.back().get();
         };
-        bool ok = true;
+        std::vector<GstElement*> chain{f.element.get()};
         // The test camera sends JPEG as a camera would when asked for it.
-        if (f.kind == Kind::TestCamera && jpeg) ok &= add("jpegenc") != nullptr;
-        GstElement* out = chain.back();
+        if (f.kind == Kind::TestCamera && jpeg) chain.push_back(make("jpegenc"));
         if (CapsRef caps = CameraCaps()) {
-            GstElement* cf = out = add("capsfilter");
+            GstElement* cf = make("capsfilter");
             if (cf) g_object_set(cf, "caps", caps.get(), nullptr);
-            ok &= cf != nullptr;
+            chain.push_back(cf);
         }
-        if (jpeg) ok &= add("jpegdec") != nullptr;
-        ok &= add("queue") != nullptr;
-        ok &= add("videoconvert") != nullptr;
-        GstElement* appsink = add("appsink");
-        ok &= appsink != nullptr;
-        if (ok) {
-            CapsRef bgrx(gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "BGRx", nullptr));
-            g_object_set(appsink, "caps", bgrx.get(), "max-buffers", 1u, "drop", TRUE, "sync", FALSE, nullptr);
-            GstAppSinkCallbacks callbacks{};
-            callbacks.new_sample = &Impl::NewSample;
-            gst_app_sink_set_callbacks(GST_APP_SINK(appsink), &callbacks, this, nullptr);
-            for (size_t i = 1; ok && i < chain.size(); ++i) ok = gst_element_link(chain[i - 1], chain[i]);
-        }
-        if (!ok) {
-            for (size_t i = 1; i < chain.size(); ++i) {
-                gst_element_set_state(chain[i], GST_STATE_NULL);
-                gst_bin_remove(GST_BIN(pipeline.get()), chain[i]);
-            }
-            vb::Raise(vb::ErrInvalidCall);
-        }
+        const size_t rendererAt = chain.size();
+        chain.push_back(make("queue"));
+        if (jpeg) chain.push_back(make("jpegdec"));
+        chain.push_back(make("videoconvert"));
+        GstElement* appsink = make("appsink");
+        chain.push_back(appsink);
+        if (std::find(chain.begin(), chain.end(), nullptr) != chain.end() || !AddChain(chain)) vb::Raise(vb::ErrInvalidCall);
+        CapsRef bgrx(gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "BGRx", nullptr));
+        g_object_set(appsink, "caps", bgrx.get(), "max-buffers", 1u, "drop", TRUE, "sync", FALSE, nullptr);
+        GstAppSinkCallbacks callbacks{};
+        callbacks.new_sample = &Impl::NewSample;
+        gst_app_sink_set_callbacks(GST_APP_SINK(appsink), &callbacks, this, nullptr);
         if (f.kind == Kind::TestCamera && failAfter > 0) {
             GstRef<GstPad> pad(gst_element_get_static_pad(f.pattern, "src"));
             gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::CountFrames, new int(failAfter),
                               [](gpointer p) { delete static_cast<int*>(p); });
         }
-        cameraOut = out;
+        cameraOut = chain[rendererAt - 1];
+        displayIn = chain[rendererAt];
+        GstRef<GstPad> out(gst_element_get_static_pad(cameraOut, "src"));
+        gst_pad_add_probe(out.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::Count, &cameraFrames, nullptr);
         f.rendered = true;
+        f.Link(f.pins.front(), rendererIn);
         camera = &f;
+    }
+
+    Filter* Unlinked(Kind kind) const {
+        for (const auto& f : filters)
+            if (f->kind == kind && !f->Linked()) return f.get();
+        return nullptr;
+    }
+
+    // The tee always offers one free output more.
+    static void GrowTee(Filter& tee) {
+        tee.pins.push_back({QStringLiteral("src_%1").arg(tee.pins.size() - 1), 1});
+    }
+
+    // The camera again after Disconnect: through a tee waiting in the graph to the renderer,
+    // or straight to it.
+    void RenderCameraAgain(Filter& cam) {
+        if (cam.Linked()) vb::Raise(vb::ErrInvalidCall);
+        Filter* tee = Unlinked(Kind::Tee);
+        if (!tee) {
+            if (!gst_element_link(cameraOut, displayIn)) vb::Raise(vb::ErrInvalidCall);
+            cam.Link(cam.pins.front(), rendererIn);
+            return;
+        }
+        gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(tee->element.get())));
+        GstRef<GstPad> teeOut(gst_element_request_pad_simple(tee->element.get(), "src_%u"));
+        GstRef<GstPad> rendererPad(gst_element_get_static_pad(displayIn, "sink"));
+        if (!gst_element_link(cameraOut, tee->element.get()) || !teeOut ||
+            gst_pad_link(teeOut.get(), rendererPad.get()) != GST_PAD_LINK_OK) {
+            gst_element_unlink(cameraOut, tee->element.get());
+            gst_element_set_state(tee->element.get(), GST_STATE_NULL);
+            gst_bin_remove(GST_BIN(pipeline.get()), tee->element.get());
+            vb::Raise(vb::ErrInvalidCall);
+        }
+        cam.Link(cam.pins.front(), tee->pins[0]);
+        tee->Link(tee->pins[0], cam.pins.front());
+        tee->Link(tee->pins[1], rendererIn);
+        GrowTee(*tee);
+    }
+
+    static GstPadProbeReturn WriterEvent(GstPad*, GstPadProbeInfo* info, gpointer data) {
+        auto* d = static_cast<Impl*>(data);
+        if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_EOS) {
+            std::lock_guard lock(d->eosMutex);
+            d->fileFinished = true;
+            d->eosArrived.notify_all();
+        }
+        return GST_PAD_PROBE_OK;
+    }
+
+    static GstPadProbeReturn FailWrites(GstPad* pad, GstPadProbeInfo*, gpointer data) {
+        auto* left = static_cast<int*>(data);
+        if (*left <= 0) return GST_PAD_PROBE_DROP;
+        if (--*left == 0) {
+            GstRef<GstElement> writer(gst_pad_get_parent_element(pad));
+            GST_ELEMENT_ERROR(writer.get(), RESOURCE, NO_SPACE_LEFT, ("No space left on the device."), (nullptr));
+            return GST_PAD_PROBE_DROP;
+        }
+        return GST_PAD_PROBE_OK;
+    }
+
+    // A tee's free output: through a queue of its own, the multiplexer and the file writer
+    // that wait in the graph.
+    void RenderFileBranch(Filter& tee, const PinInfo& pin) {
+        if (tee.peers.count(pin.Name) || &pin != &tee.pins.back()) vb::Raise(vb::ErrInvalidCall);
+        Filter* mux = Unlinked(Kind::AviMux);
+        Filter* writer = Unlinked(Kind::FileWriter);
+        if (!mux || !writer || fileQueue) vb::Raise(vb::ErrInvalidCall);
+        GstRef<GstElement> queue = Make("queue");
+        if (!queue) vb::Raise(vb::ErrInvalidCall);
+        // Room for a few seconds of frames, so a slow disk holds up neither camera nor screen.
+        g_object_set(queue.get(), "max-size-buffers", 0u, "max-size-bytes", 0u, "max-size-time", guint64(4 * GST_SECOND), nullptr);
+        for (GstElement* e : {queue.get(), mux->element.get(), writer->element.get()})
+            gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(e)));
+        // Pads by name: the multiplexer would take a stream of any caps on its audio input.
+        GstRef<GstPad> teeOut(gst_element_request_pad_simple(tee.element.get(), "src_%u"));
+        GstRef<GstPad> muxIn(gst_element_request_pad_simple(mux->element.get(), "video_%u"));
+        GstRef<GstPad> queueIn(gst_element_get_static_pad(queue.get(), "sink"));
+        GstRef<GstPad> queueOut(gst_element_get_static_pad(queue.get(), "src"));
+        if (!teeOut || !muxIn || gst_pad_link(teeOut.get(), queueIn.get()) != GST_PAD_LINK_OK ||
+            gst_pad_link(queueOut.get(), muxIn.get()) != GST_PAD_LINK_OK ||
+            !gst_element_link(mux->element.get(), writer->element.get())) {
+            if (teeOut) gst_element_release_request_pad(tee.element.get(), teeOut.get());
+            for (GstElement* e : {queue.get(), mux->element.get(), writer->element.get()}) {
+                gst_element_set_state(e, GST_STATE_NULL);
+                gst_bin_remove(GST_BIN(pipeline.get()), e);
+            }
+            vb::Raise(vb::ErrInvalidCall);
+        }
+        gst_pad_add_probe(queueOut.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::Count, &recordedFrames, nullptr);
+        GstRef<GstPad> writerIn(gst_element_get_static_pad(writer->element.get(), "sink"));
+        gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Impl::WriterEvent, this, nullptr);
+        if (failWriteAfter > 0)
+            gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::FailWrites, new int(failWriteAfter),
+                              [](gpointer p) { delete static_cast<int*>(p); });
+        tee.Link(pin, mux->pins[0]);
+        mux->Link(mux->pins[0], pin);
+        mux->Link(mux->pins[1], writer->pins[0]);
+        writer->Link(writer->pins[0], mux->pins[1]);
+        GrowTee(tee);
+        fileTeePad = std::move(teeOut);
+        fileQueue = queue.get();
+        fileMux = mux->element.get();
+        fileWriter = writer->element.get();
+    }
+
+    // Ends the file branch's stream and waits for the writer to have it, so the multiplexer
+    // has written its index and header. False when it did not arrive in time.
+    bool FinishFile(int timeoutMs) {
+        if (!fileTeePad || !active) return false;
+        {
+            std::lock_guard lock(eosMutex);
+            if (fileFinished) return true;
+        }
+        // Cut off from the tee between two frames, so the camera's next frames only go to the
+        // renderer and the count of frames sent to the file is exact.
+        GstRef<GstElement> tee(gst_pad_get_parent_element(fileTeePad.get()));
+        GstRef<GstPad> teeIn(gst_element_get_static_pad(tee.get(), "sink"));
+        gst_pad_add_probe(teeIn.get(), GST_PAD_PROBE_TYPE_IDLE,
+                          [](GstPad*, GstPadProbeInfo*, gpointer data) {
+                              auto* d = static_cast<Impl*>(data);
+                              GstRef<GstPad> in(gst_element_get_static_pad(d->fileQueue, "sink"));
+                              gst_pad_unlink(d->fileTeePad.get(), in.get());
+                              d->framesAtCut = d->cameraFrames.load();
+                              d->cut = true;
+                              gst_pad_send_event(in.get(), gst_event_new_eos());
+                              return GST_PAD_PROBE_REMOVE;
+                          },
+                          this, nullptr);
+        std::unique_lock lock(eosMutex);
+        return eosArrived.wait_for(lock, std::chrono::milliseconds(timeoutMs), [this] { return fileFinished; });
+    }
+
+    bool InFileBranch(GstObject* source) const {
+        for (GstElement* e : {fileQueue, fileMux, fileWriter})
+            if (e && source && (source == GST_OBJECT(e) || gst_object_has_as_ancestor(source, GST_OBJECT(e)))) return true;
+        return false;
+    }
+
+    void Render(Filter& f, const PinInfo& pin) {
+        if (pin.Direction != 1) vb::Raise(vb::ErrInvalidCall);
+        if (f.kind == Kind::Tee) return RenderFileBranch(f, pin);
+        if (f.kind != Kind::Device && f.kind != Kind::TestCamera) vb::Raise(vb::ErrInvalidCall);
+        if (camera && camera != &f) vb::Raise(vb::ErrInvalidCall);
+        if (f.rendered) return RenderCameraAgain(f);
+        RenderCamera(f);
     }
 
     void ChangeState(GstState state) {
@@ -400,9 +610,15 @@ struct FilterGraph::Impl {
         if (r == GST_STATE_CHANGE_FAILURE) {
             gst_element_set_state(pipeline.get(), GST_STATE_NULL);
             active = false;
-            // The failure is reported here, not again through the bus.
+            // The failure is reported here, not again through the bus; its first reason is kept.
             GstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
+            lastError.clear();
             while (MessageRef m{gst_bus_pop(bus.get())}) {
+                if (GST_MESSAGE_TYPE(m.get()) != GST_MESSAGE_ERROR || !lastError.isEmpty()) continue;
+                GError* error = nullptr;
+                gst_message_parse_error(m.get(), &error, nullptr);
+                if (error) lastError = Utf8(error->message);
+                g_clear_error(&error);
             }
             vb::Raise(vb::ErrInvalidCall);
         }
@@ -513,12 +729,36 @@ std::vector<FilterInfo*> FilterGraph::FilterCollection() const {
     return out;
 }
 
-void FilterGraph::Render(FilterInfo& filter, const PinInfo& pin) {
-    if (pin.Direction != 1) vb::Raise(vb::ErrInvalidCall);
-    d_->Render(static_cast<Filter&>(filter));
+void FilterGraph::Render(FilterInfo& filter, const PinInfo& pin) { d_->Render(static_cast<Filter&>(filter), pin); }
+
+void FilterGraph::Disconnect(FilterInfo& filter, const PinInfo& pin) {
+    auto& f = static_cast<Filter&>(filter);
+    // Only the camera's link is ever taken apart; the rest goes with the graph.
+    if (&f != d_->camera || !f.peers.count(pin.Name) || f.peers[pin.Name] != &d_->rendererIn) vb::Raise(vb::ErrInvalidCall);
+    gst_element_unlink(d_->cameraOut, d_->displayIn);
+    f.peers.erase(pin.Name);
 }
 
+const PinInfo& FilterGraph::ConnectedTo(const FilterInfo& filter, const PinInfo& pin) const {
+    const auto& f = static_cast<const Filter&>(filter);
+    const auto it = f.peers.find(pin.Name);
+    if (it == f.peers.end()) vb::Raise(vb::ErrInvalidCall);
+    return *it->second;
+}
+
+void FilterGraph::SetFileName(FilterInfo& writer, const QString& path) {
+    auto& f = static_cast<Filter&>(writer);
+    if (f.kind != Kind::FileWriter) vb::Raise(vb::ErrInvalidCall);
+    g_object_set(f.element.get(), "location", QFile::encodeName(path).constData(), nullptr);
+}
+
+QString FilterGraph::LastErrorText() const { return d_->lastError; }
+
+uint64_t FilterGraph::CameraFrames() const { return d_->cut ? d_->framesAtCut.load() : d_->cameraFrames.load(); }
+uint64_t FilterGraph::RecordedFrames() const { return d_->recordedFrames.load(); }
+
 void FilterGraph::Run() {
+    if (!d_->active) d_->cameraFrames = 0, d_->recordedFrames = 0;
     d_->Hold(false);
     d_->ChangeState(GST_STATE_PLAYING);
 }
@@ -528,6 +768,8 @@ void FilterGraph::Pause() {
     d_->ChangeState(GST_STATE_PAUSED);
 }
 void FilterGraph::Stop() {
+    // A recording's file gets its index and header before the graph stops.
+    d_->FinishFile(10000);
     gst_element_set_state(d_->pipeline.get(), GST_STATE_NULL);
     d_->active = false;
 }
@@ -542,12 +784,12 @@ QSize FilterGraph::GetVideoSize() const {
 
 QImage FilterGraph::GetCurrentImage() const {
     SampleRef sample = d_->Newest();
-    QImage copy;
-    if (sample) Impl::WithImage(sample.get(), [&](const QImage& image) { copy = image.copy(); });
-    return copy;
+    // A copy of its own, so the frame goes back to the camera at once.
+    return sample ? Impl::Wrap(std::move(sample)).copy() : QImage();
 }
 
 void FilterGraph::SetOwner(vb::PictureBox* owner) {
+    if (d_->owner != owner && d_->owner && d_->ownerWidget) d_->owner->ShowVideoFrame(QImage());
     d_->owner = owner;
     d_->ownerWidget = owner ? owner->Widget() : nullptr;
 }
@@ -595,7 +837,7 @@ const QString kHeader = QStringLiteral("TavixGraph 1");
 struct GraphFile {
     QString camera, device;
     CameraFormat format;
-    int failAfter = 0;
+    int failAfter = 0, failWriteAfter = 0;
     std::vector<std::pair<QString, int>> controls;
 };
 
@@ -622,6 +864,7 @@ GraphFile Parse(const QStringList& lines) {
         else if (key == QLatin1String("height")) g.format.Height = ToInt(value);
         else if (key == QLatin1String("format")) g.format.Format = value;
         else if (key == QLatin1String("fail-after")) g.failAfter = ToInt(value);
+        else if (key == QLatin1String("fail-write-after")) g.failWriteAfter = ToInt(value);
         else if (key == QLatin1String("rate")) {
             const QStringList parts = value.split(u'/');
             if (!value.isEmpty()) {
@@ -663,6 +906,7 @@ void GraphFileStore::LoadGraphFile(FilterGraph& graph, const QString& path) {
     if (!camera) return;
     d.format = g.format;
     d.failAfter = g.failAfter;
+    d.failWriteAfter = g.failWriteAfter;
     graph.Render(*camera, camera->Pins().front());
     const auto controls = graph.Controls(*camera);
     for (const auto& [id, value] : g.controls) {

@@ -9,6 +9,7 @@
 #include <QImage>
 #include <QSize>
 #include <QString>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -70,20 +71,36 @@ public:
     // The filters in the graph, in the order they were added.
     std::vector<FilterInfo*> FilterCollection() const;
 
-    // Completes the path from the pin to the renderer. Error 5 when it cannot.
+    // Completes the path from an output pin with the filters waiting in the graph: the
+    // camera's to the renderer (through a tee if one waits unlinked), a tee's free output
+    // through "AVI Mux" into "File writer". Error 5 when it cannot.
     void Render(FilterInfo& filter, const PinInfo& pin);
+    // Takes the camera's output off the renderer, which stays with a free input.
+    void Disconnect(FilterInfo& filter, const PinInfo& pin);
+    // The pin's partner; error 5 for a pin that has none.
+    const PinInfo& ConnectedTo(const FilterInfo& filter, const PinInfo& pin) const;
+    // The file a "File writer" writes to.
+    void SetFileName(FilterInfo& writer, const QString& path);
 
-    // Error 5 when the graph cannot change to the state (no camera, camera gone).
+    // Error 5 when the graph cannot change to the state (no camera, camera gone, a file the
+    // writer cannot open). Stop first ends a recording's file so that it is complete.
     void Run();
     void Pause();
     void Stop();
+
+    // What the last failure said (GStreamer's text), empty when it said nothing.
+    QString LastErrorText() const;
+    // Frames the camera has sent since the graph started (up to the moment a recording's
+    // file was cut off, once it was), and frames that went into the recording branch.
+    uint64_t CameraFrames() const;
+    uint64_t RecordedFrames() const;
 
     // The negotiated frame size; (0, 0) before the first frame.
     QSize GetVideoSize() const;
     // The newest frame as 32-bit pixels at the camera's size; a null image before the first.
     QImage GetCurrentImage() const;
 
-    // The renderer draws each new frame into this box, scaled to its size (IVideoWindow.Owner).
+    // The renderer shows each new frame in this box, stretched to its size.
     void SetOwner(vb::PictureBox* owner);
 
     // The camera's controls with their current values, and setting one on the running camera.
@@ -93,6 +110,10 @@ public:
     // Called on the UI thread when the stream fails (camera unplugged, device error):
     // the error number and the reason.
     std::function<void(int number, const QString& reason)> OnStreamError;
+
+    // Called on the UI thread when a frame of a new size is about to be shown (the first
+    // frame included), before it is.
+    std::function<void(QSize size)> OnVideoSize;
 
     struct Impl;
 

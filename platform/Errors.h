@@ -13,6 +13,7 @@ constexpr int ErrOutOfMemory = 7;
 constexpr int ErrSubscript = 9;
 constexpr int ErrTypeMismatch = 13;
 constexpr int ErrFileNotFound = 53;
+constexpr int ErrDiskFull = 61;
 constexpr int ErrInputPastEnd = 62;
 constexpr int ErrPathFileAccess = 75;
 constexpr int ErrPathNotFound = 76;

@@ -360,6 +360,14 @@ void PictureBox::SetPicture(const QImage& picture) {
 QImage PictureBox::GetImage() const {
     auto* self = const_cast<PictureBox*>(this);
     self->UpdateCanvasRect();
+    if (!video_.isNull()) {
+        // Only the video frame is seen, so that is the image; scaled as the screen has it.
+        const QSize client(ClientPixelWidth(), ClientPixelHeight());
+        if (client.isEmpty()) return {};
+        if (video_.size() == client) return video_;
+        const bool reduced = client.width() < video_.width() || client.height() < video_.height();
+        return video_.scaled(client, Qt::IgnoreAspectRatio, reduced ? Qt::SmoothTransformation : Qt::FastTransformation);
+    }
     // A picture nothing was drawn over, filling the box, is the image itself: no copy.
     if (canvas_.isNull() && !picture_.isNull() && canvasRect_ == QRect(QPoint(), picture_.size()))
         return picture_;
@@ -375,13 +383,21 @@ void PictureBox::SetBackColor(uint32_t color) {
 void PictureBox::RepaintOverlay(const QRect& area) { client_->update(area & client_->rect()); }
 
 void PictureBox::PaintClient(QPainter& painter, const QRect& dirty) {
-    painter.fillRect(dirty, ToQColor(backColor_));
-    if (!canvas_.isNull()) {
-        const QRect shown = dirty & canvasRect_;
-        if (!shown.isEmpty())
-            painter.drawImage(shown, canvas_, shown.translated(-canvasRect_.topLeft()));
-    } else if (!picture_.isNull()) {
-        painter.drawImage(QPoint(0, 0), picture_);
+    if (!video_.isNull()) {
+        const QRect client(0, 0, ClientPixelWidth(), ClientPixelHeight());
+        const bool reduced = client.width() < video_.width() || client.height() < video_.height();
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, reduced);
+        painter.drawImage(client, video_);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
+    } else {
+        painter.fillRect(dirty, ToQColor(backColor_));
+        if (!canvas_.isNull()) {
+            const QRect shown = dirty & canvasRect_;
+            if (!shown.isEmpty())
+                painter.drawImage(shown, canvas_, shown.translated(-canvasRect_.topLeft()));
+        } else if (!picture_.isNull()) {
+            painter.drawImage(QPoint(0, 0), picture_);
+        }
     }
     painter.setRenderHint(QPainter::Antialiasing, false);
     for (Control* child : Children) {
@@ -511,6 +527,12 @@ void PictureBox::PaintPicture(const QImage& src, double x, double y, double w, d
     p.setRenderHint(QPainter::SmoothPixmapTransform, reduced);
     p.drawImage(QRectF(target), src, source);
     Changed(target);
+}
+
+void PictureBox::ShowVideoFrame(const QImage& frame) {
+    if (frame.isNull() && video_.isNull()) return;
+    video_ = frame;
+    client_->update();
 }
 
 double PictureBox::TextWidth(const QString& text) const {

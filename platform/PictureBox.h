@@ -72,7 +72,8 @@ public:
     // The background picture that Cls shows; AutoSize sizes the box to it.
     const QImage& GetPicture() const { return picture_; }
     void SetPicture(const QImage& picture);
-    // What the box shows: the canvas (AutoRedraw), as an image of the canvas part only.
+    // What the box shows: the video frame at the client size, or else the canvas
+    // (AutoRedraw), as an image of the canvas part only.
     QImage GetImage() const;
     // The part of the box (client pixels) the canvas covers.
     QRect CanvasRect() const { return canvasRect_; }
@@ -89,6 +90,11 @@ public:
     void PaintPicture(const QImage& src, double x, double y, double w, double h);
     void PaintPicture(const QImage& src, double x, double y, double w, double h, double sx,
                       double sy, double sw, double sh);
+    // A video frame shown stretched over the whole client area, above the canvas and below
+    // the windowless children. It is drawn straight to the screen on each paint, never
+    // copied into the canvas; a null image takes it away.
+    void ShowVideoFrame(const QImage& frame);
+    const QImage& VideoFrame() const { return video_; }
     // Makes the next n PaintPicture calls fail with error 7, as when the memory for the
     // picture is not there; lets tests walk the callers' failure paths.
     static void FailNextPaints(int n);
@@ -134,6 +140,7 @@ private:
     bool bounded_ = false;
     QImage picture_;
     QImage canvas_;
+    QImage video_;
     static int failNextPaints_;
     QRect canvasRect_;
 };

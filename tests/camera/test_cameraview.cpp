@@ -11,6 +11,7 @@
 #include "Startup.h"
 #include "Wiring.h"
 
+using testing_support::CameraMain;
 using testing_support::Sandbox;
 using testing_support::ScriptedDialogHost;
 using tavix::GST;
@@ -21,30 +22,6 @@ constexpr double kTwips = 15;
 const QString kGrf = QStringLiteral("Tavix.grf");
 const QByteArray kOtherCamera =
     "TavixGraph 1\r\ncamera=Other Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n";
-
-// A camera variant started in a sandbox that can be prepared before start-up.
-struct CameraMain {
-    Sandbox box;
-    ScriptedDialogHost host;
-    tavix::frmMain f;
-    bool started = false;
-    explicit CameraMain(const std::function<void(Sandbox&, ScriptedDialogHost&)>& prepare = {}) {
-        tavix::ResetVariableDefinition();
-        tavix::WireMain(f);
-        if (prepare) prepare(box, host);
-        started = tavix::Form_Load(f, 1);
-        f.show();
-    }
-    bool WaitFor(const std::function<bool()>& done, int ms = 5000) { return testing_support::WaitFor(done, ms); }
-    bool WaitFrame() {
-        return WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); });
-    }
-    void Zoom(const char* item) {
-        for (int i = 0; i < f.cboScale->ListCount(); ++i)
-            if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
-    }
-    bool Logged(const QString& line) const { return box.LogTexts().contains(line); }
-};
 
 TEST(CameraView, ZoomRoundsHalfToEven) {
     const struct { int pixels; double zoom; int expected; } rows[] = {

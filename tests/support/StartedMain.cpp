@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 
+#include "Graph.h"
 #include "Startup.h"
 #include "Wiring.h"
 
@@ -17,6 +18,25 @@ StartedMain::StartedMain(int16_t programType, const QString& deployment) : box(d
     tavix::WireMain(f);
     EXPECT_TRUE(tavix::Form_Load(f, programType));
     f.show();
+}
+
+CameraMain::CameraMain(const std::function<void(Sandbox&, ScriptedDialogHost&)>& prepare) {
+    tavix::ResetVariableDefinition();
+    tavix::WireMain(f);
+    if (prepare) prepare(box, host);
+    started = tavix::Form_Load(f, 1);
+    f.show();
+}
+
+bool CameraMain::WaitFor(const std::function<bool()>& done, int ms) { return testing_support::WaitFor(done, ms); }
+
+bool CameraMain::WaitFrame() {
+    return WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); });
+}
+
+void CameraMain::Zoom(const char* item) {
+    for (int i = 0; i < f.cboScale->ListCount(); ++i)
+        if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
 }
 
 QImage QuarterPicture(int width, int height) {

@@ -19,6 +19,22 @@ struct StartedMain {
     explicit StartedMain(int16_t programType, const QString& deployment = QStringLiteral("ja"));
 };
 
+// A camera variant (ProgramType 1) started in a sandbox that can be prepared before
+// start-up; `started` says whether start-up went through.
+struct CameraMain {
+    Sandbox box;
+    ScriptedDialogHost host;
+    tavix::frmMain f;
+    bool started = false;
+    explicit CameraMain(const std::function<void(Sandbox&, ScriptedDialogHost&)>& prepare = {});
+    bool WaitFor(const std::function<bool()>& done, int ms = 5000);
+    // Until the graph has a frame.
+    bool WaitFrame();
+    // Selects the zoom item of that text.
+    void Zoom(const char* item);
+    bool Logged(const QString& line) const { return box.LogTexts().contains(line); }
+};
+
 // A picture of four coloured quarters (red top left, green top right, blue bottom left,
 // white bottom right), so that zoom, centring and cut edges can be read back by pixel.
 QImage QuarterPicture(int width, int height);

@@ -1,0 +1,116 @@
+#include "Recording.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+
+#include "CameraView.h"
+#include "CommandArea.h"
+#include "CommonModule.h"
+#include "DialogHost.h"
+#include "Drive.h"
+#include "Errors.h"
+#include "Graph.h"
+#include "Guidance.h"
+
+namespace tavix {
+
+namespace {
+
+// When the running recording began; a file the writer left empty since then is removed.
+QDateTime g_recordStart;
+
+void ShowSecondsLeft(frmMain& f) { DispGuidance(f, 2, GST(29010, QString::number(f.RecordSecondsLeft))); }
+
+}  // namespace
+
+void StartRecording(frmMain& f) {
+    f.cmdPlayStop->SetCaption(GST(11040));
+    f.cmdPlayStop->SetPicture(f.imgRecIcon[1]->GetPicture());
+    f.cmdPlayStop->Widget()->repaint();
+    ShowSecondsLeft(f);
+    f.CommandMode = 2;
+    f.tmrRec->SetEnabled(true);
+    g_recordStart = QDateTime::currentDateTime().addSecs(-1);
+    const int err = vb::Trap([&] { BuildRecordGraph(f); });
+    if (err != 0) {
+        const QString reason = f.FilterGraph ? f.FilterGraph->LastErrorText() : QString();
+        RecordingFailed(f, QStringLiteral("BuildRecordGraph"), err, reason.isEmpty() ? f.MovieFileName : reason);
+    }
+}
+
+void BuildRecordGraph(frmMain& f) {
+    if (!f.FilterGraph || !f.CameraFilter || !f.CameraOutputPin) vb::Raise(vb::ErrInvalidCall);
+    cam::FilterGraph& graph = *f.FilterGraph;
+    graph.Stop();
+    graph.Disconnect(*f.CameraFilter, *f.CameraOutputPin);
+    cam::FilterInfo* tee = AddFilter(graph, cam::TeeFilterName);
+    if (!tee) vb::Raise(vb::ErrInvalidCall);
+    graph.Render(*f.CameraFilter, *f.CameraOutputPin);
+    if (!AddFilter(graph, cam::AviMuxName)) vb::Raise(vb::ErrInvalidCall);
+    cam::FilterInfo* writer = AddFilter(graph, cam::FileWriterName);
+    if (!writer) vb::Raise(vb::ErrInvalidCall);
+    graph.SetFileName(*writer, f.MovieFileName);
+    // The first tee output without a partner is the free one.
+    const cam::PinInfo* freePin = nullptr;
+    for (const cam::PinInfo& pin : tee->Pins()) {
+        if (pin.Direction != 1) continue;
+        if (vb::Trap([&] { graph.ConnectedTo(*tee, pin); }) != 0) {
+            freePin = &pin;
+            break;
+        }
+    }
+    if (!freePin) vb::Raise(vb::ErrInvalidCall);
+    graph.Render(*tee, *freePin);
+    graph.Run();
+}
+
+void StopRecording(frmMain& f) {
+    if (f.FilterGraph) f.FilterGraph->Stop();
+    HideGuidance(f);
+    f.CommandMode = 0;
+    EnableCommandArea(f, QStringLiteral("picViewCommandArea"));
+    EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
+    f.tmrRec->SetEnabled(false);
+    // The extended graph is never kept: the plain one comes back from the graph file.
+    f.GraphFileStore.reset();
+    f.FilterGraph.reset();
+    NewFilterGraph(f);
+    if (!LoadGrfFile(f)) {
+        vb::Host().MsgBox(FatalText, vb::vbOKOnly | vb::vbCritical, QString(), &f);
+        f.Unload();
+        QCoreApplication::exit(1);
+        return;
+    }
+    f.ViewMode = 1;
+    SwitchViewMode(f, false);
+}
+
+void tmrRec_Timer(frmMain& f) {
+    f.RecordSecondsLeft = static_cast<int16_t>(f.RecordSecondsLeft - 1);
+    ShowSecondsLeft(f);
+    if (f.RecordSecondsLeft == 0) {
+        f.tmrRec->SetEnabled(false);
+        f.cmdPlayStop->Click();
+        vb::Host().MsgBox(GST(20150), vb::vbOKOnly | vb::vbInformation, GST(11150), &f);
+        return;
+    }
+    // Stopped while the file can still be finished with its index.
+    double free = 0;
+    if (vb::Trap([&] { free = vb::FreeSpace(f.MovieFileName); }) == 0 && free < kRecordReserveBytes)
+        RecordingFailed(f, QStringLiteral("tmrRec_Timer"), vb::ErrDiskFull, GST(20037));
+}
+
+void RecordingFailed(frmMain& f, const QString& where, int number, const QString& reason) {
+    WriteLog(QStringLiteral("%1 Error.(%2)").arg(where).arg(number));
+    const uint64_t frames = f.FilterGraph ? f.FilterGraph->RecordedFrames() : 0;
+    if (f.CommandMode == 2) StopRecording(f);
+    const QFileInfo file(f.MovieFileName);
+    // A file the writer made and never put a frame in is of no use to anybody.
+    if (frames == 0 && file.exists() && file.lastModified() >= g_recordStart) QFile::remove(f.MovieFileName);
+    if (f.Unloaded()) return;
+    vb::Host().MsgBox(GST(20036, reason), vb::vbOKOnly | vb::vbExclamation, GST(11150), &f);
+}
+
+}  // namespace tavix

@@ -1,0 +1,213 @@
+// Recording a movie from the test camera: arming through the save button, the countdown,
+// the stop by the button and by the limit, and recordings that cannot go on.
+#include <gst/gst.h>
+#include <gst/pbutils/pbutils.h>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QtEndian>
+#include <gtest/gtest.h>
+
+#include "CommonModule.h"
+#include "Drive.h"
+#include "Graph.h"
+#include "Recording.h"
+#include "StartedMain.h"
+
+using testing_support::CameraMain;
+using testing_support::Sandbox;
+using testing_support::ScriptedDialogHost;
+using tavix::GST;
+
+namespace {
+
+constexpr double kGiB = 1073741824.0;
+
+// What GStreamer makes of a movie file: its container, picture size and frame count.
+struct Movie {
+    QString container;
+    int width = 0, height = 0;
+    uint32_t headerFrames = 0;  // the AVI main header's frame count, written when the file is finished
+    double seconds = 0;
+};
+
+Movie Discover(const QString& path) {
+    Movie m;
+    GError* error = nullptr;
+    GstDiscoverer* discoverer = gst_discoverer_new(10 * GST_SECOND, &error);
+    g_clear_error(&error);
+    if (!discoverer) return m;
+    gchar* uri = gst_filename_to_uri(QFile::encodeName(path).constData(), nullptr);
+    if (GstDiscovererInfo* info = gst_discoverer_discover_uri(discoverer, uri, &error)) {
+        if (GstDiscovererStreamInfo* top = gst_discoverer_info_get_stream_info(info)) {
+            if (GstCaps* caps = gst_discoverer_stream_info_get_caps(top)) {
+                m.container = QString::fromUtf8(gst_structure_get_name(gst_caps_get_structure(caps, 0)));
+                gst_caps_unref(caps);
+            }
+            gst_discoverer_stream_info_unref(top);
+        }
+        GList* videos = gst_discoverer_info_get_video_streams(info);
+        if (videos) {
+            auto* v = GST_DISCOVERER_VIDEO_INFO(videos->data);
+            m.width = int(gst_discoverer_video_info_get_width(v));
+            m.height = int(gst_discoverer_video_info_get_height(v));
+        }
+        gst_discoverer_stream_info_list_free(videos);
+        m.seconds = double(gst_discoverer_info_get_duration(info)) / GST_SECOND;
+        gst_discoverer_info_unref(info);
+    }
+    g_clear_error(&error);
+    g_free(uri);
+    g_object_unref(discoverer);
+    QFile file(path);
+    if (file.open(QIODevice::ReadOnly)) {
+        const QByteArray head = file.read(4096);
+        const qsizetype at = head.indexOf("avih");
+        if (at >= 0 && head.size() >= at + 28)
+            m.headerFrames = qFromLittleEndian<quint32>(head.constData() + at + 8 + 16);
+    }
+    return m;
+}
+
+// A camera main window with the drive seen as local and roomy, unless a test says otherwise.
+struct RecordingMain : CameraMain {
+    explicit RecordingMain(const QByteArray& graphLines = {})
+        : CameraMain([&](Sandbox& box, ScriptedDialogHost&) {
+              if (!graphLines.isEmpty())
+                  box.Write(QStringLiteral("Tavix.grf"), "TavixGraph 1\r\ncamera=Tavix Test Camera\r\n" + graphLines);
+          }) {
+        SetFree(100 * kGiB);
+    }
+    ~RecordingMain() { vb::SetDriveProbe({}, {}); }
+    void SetFree(double bytes) {
+        vb::SetDriveProbe([] { return QStringLiteral("/dev/sda1 / ext4 rw 0 0\n"); },
+                          [this, bytes](const QString&) -> std::optional<double> { return bytes; });
+    }
+    QString Movie() const { return box.File(QStringLiteral("movie.avi")); }
+    // Arms a recording to the movie file through the save button.
+    void Arm() {
+        host.AnswerFile(Movie());
+        f.cmdPicSave->Click();
+        ASSERT_EQ(f.CommandMode, 1);
+    }
+    void RunFor(int ms) {
+        QElapsedTimer t;
+        t.start();
+        WaitFor([&] { return t.elapsed() >= ms; }, ms + 1000);
+    }
+    QString Guidance() const { return f.txtComment[1]->Text(); }
+    bool LiveAgain() {
+        return f.CommandMode == 0 && f.ViewMode == 0 && !f.tmrRec->Enabled() && f.cmdPicSave->Enabled() &&
+               f.cmdPicLoad->Enabled() && WaitFrame();
+    }
+};
+
+TEST(Recording, RecordsEveryFrameIntoAPlayableMovieAndComesBackLive) {
+    RecordingMain m;
+    ASSERT_TRUE(m.started && m.WaitFrame());
+    const QByteArray graphBefore = m.box.Read(QStringLiteral("Tavix.grf"));
+    m.Arm();
+    EXPECT_EQ(m.f.RecordSecondsLeft, 900);
+    EXPECT_EQ(m.f.cmdPlayStop->Caption(), GST(11034));
+
+    m.f.cmdPlayStop->Click();
+    EXPECT_EQ(m.f.CommandMode, 2);
+    EXPECT_EQ(m.f.cmdPlayStop->Caption(), GST(11040));
+    EXPECT_EQ(m.Guidance(), GST(29010, QStringLiteral("900")));
+    EXPECT_TRUE(m.f.tmrRec->Enabled());
+    m.RunFor(3000);
+    // Resizing the window places the picture anew and does not cut the file.
+    m.f.resize(m.f.width() + 40, m.f.height() + 30);
+    m.RunFor(300);
+    const uint64_t sent = m.f.FilterGraph->CameraFrames();
+    ASSERT_GT(sent, 60u);
+    m.f.cmdPlayStop->Click();
+
+    EXPECT_TRUE(m.LiveAgain());
+    EXPECT_TRUE(m.host.Boxes.empty());
+    EXPECT_EQ(m.box.Read(QStringLiteral("Tavix.grf")), graphBefore);  // the extended graph is never saved
+    const Movie movie = Discover(m.Movie());
+    EXPECT_EQ(movie.container, QStringLiteral("video/x-msvideo"));
+    EXPECT_EQ(QSize(movie.width, movie.height), QSize(640, 480));
+    EXPECT_NEAR(movie.headerFrames, 3.3 * 30, 12);
+    EXPECT_GE(movie.headerFrames + 1, sent);  // every frame sent before the stop is in the file
+    EXPECT_NEAR(movie.seconds, movie.headerFrames / 30.0, 0.1);
+    // The icon blinks again.
+    const int16_t phase = m.f.IconPhase;
+    m.f.tmrLiveIcon->OnTimer();
+    EXPECT_NE(m.f.IconPhase, phase);
+}
+
+TEST(Recording, CountsDownAndTheLimitStopsItWithABoxAfterwards) {
+    RecordingMain m;
+    ASSERT_TRUE(m.started && m.WaitFrame());
+    m.SetFree(2 * kGiB / 0.7);  // two usable: one minute
+    m.Arm();
+    ASSERT_EQ(m.f.RecordSecondsLeft, 60);
+    m.f.cmdPlayStop->Click();
+    EXPECT_EQ(m.Guidance(), GST(29010, QStringLiteral("60")));
+    m.RunFor(500);
+    // Ticks are given by hand: no event runs between them, so the timer itself cannot tick.
+    tavix::tmrRec_Timer(m.f);
+    EXPECT_EQ(m.Guidance(), GST(29010, QStringLiteral("59")));
+    m.host.AnswerMsgBox(vb::vbOK);
+    for (int i = 0; i < 59 && m.f.CommandMode == 2; ++i) tavix::tmrRec_Timer(m.f);
+    EXPECT_EQ(m.f.RecordSecondsLeft, 0);
+    ASSERT_EQ(m.host.Boxes.size(), 1u);
+    EXPECT_EQ(m.host.Boxes[0].Prompt, GST(20150));
+    EXPECT_EQ(m.host.Boxes[0].Title, GST(11150));
+    EXPECT_TRUE(m.LiveAgain());
+    EXPECT_GT(Discover(m.Movie()).headerFrames, 0u);
+}
+
+enum class Act { None, RemoveFolder, DiskAlmostFull };
+
+TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
+    const struct {
+        const char* name;
+        QByteArray graph;  // extra graph file lines
+        Act act;
+        QString log;
+        bool finished;  // a movie with its header and index is left
+        bool fileLeft;
+    } rows[] = {
+        {"the writer cannot open the file", {}, Act::RemoveFolder, "BuildRecordGraph Error.(5)", false, false},
+        {"the disk fills while recording", "fail-write-after=40\r\n", Act::None, "tmrRec_Timer Error.(61)", false, true},
+        {"the disk is almost full", {}, Act::DiskAlmostFull, "tmrRec_Timer Error.(61)", true, true},
+        {"the camera is lost while recording", "fail-after=45\r\n", Act::None, "tmrRec_Timer Error.(57)", true, true},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.name);
+        RecordingMain m(r.graph);
+        ASSERT_TRUE(m.started && m.WaitFrame());
+        QDir(m.box.Path()).mkdir(QStringLiteral("movies"));
+        m.host.AnswerFile(m.box.File(QStringLiteral("movies/movie.avi")));
+        m.f.cmdPicSave->Click();
+        ASSERT_EQ(m.f.CommandMode, 1);
+        if (r.act == Act::RemoveFolder) QDir(m.box.File(QStringLiteral("movies"))).removeRecursively();
+        m.host.AnswerMsgBox(vb::vbOK);
+        m.f.cmdPlayStop->Click();
+        if (r.act == Act::DiskAlmostFull) {
+            m.RunFor(1000);
+            m.SetFree(60.0 * 1024 * 1024);
+            tavix::tmrRec_Timer(m.f);
+        }
+        ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }, 8000));
+        EXPECT_EQ(m.host.Boxes[0].Title, GST(11150));
+        EXPECT_TRUE(m.host.Boxes[0].Prompt.startsWith(GST(20036, QString()))) << m.host.Boxes[0].Prompt.toStdString();
+        EXPECT_GT(m.host.Boxes[0].Prompt.size(), GST(20036, QString()).size());  // the reason is there
+        EXPECT_TRUE(m.Logged(r.log)) << m.box.LogTexts().join(u'\n').toStdString();
+        EXPECT_TRUE(m.LiveAgain());
+        const QString file = m.box.File(QStringLiteral("movies/movie.avi"));
+        EXPECT_EQ(QFile::exists(file), r.fileLeft);
+        if (r.fileLeft) {
+            const Movie movie = Discover(file);
+            EXPECT_EQ(movie.container, QStringLiteral("video/x-msvideo"));
+            EXPECT_EQ(movie.width, 640);
+            EXPECT_EQ(movie.headerFrames > 0, r.finished);
+        }
+    }
+}
+
+}  // namespace
