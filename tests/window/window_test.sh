@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Starts each program from a copied installation in a real X window, takes a screenshot,
 # closes it through the close box, and checks the log and the settings written back.
-# usage: window_test.sh BIN_DIR SOURCE_DIR XCLOSE SHOT_DIR
+# usage: window_test.sh BIN_DIR SOURCE_DIR XCLOSE SHOT_DIR AVICHECK
 set -uo pipefail
-bin=$1 src=$2 xclose=$3 shots=$4
+bin=$1 src=$2 xclose=$3 shots=$4 avicheck=$5
 mkdir -p "$shots"
 work=$(mktemp -d)
 trap 'kill ${xvfb_pid:-0} 2>/dev/null; rm -rf "$work"' EXIT
@@ -185,6 +185,32 @@ else
 fi
 close_and_wait measure
 [ $failures -eq 0 ] && echo "ok measure: distance and circle measured with the mouse and saved"
+
+# A movie with the real buttons: save as AVI arms, the play button records 3 s and stops.
+install record tavix
+launch tavix "デジカメ画像表示プログラム"
+if [ -z "$wid" ]; then
+  fail record "no window"
+else
+  click 154 34                     # save
+  answer_dialog "$inst/movie.avi" tavix
+  import -window "$wid" "$shots/tavix-armed.png" 2>/dev/null
+  click 34 34                      # record
+  sleep 3
+  import -window "$wid" "$shots/tavix-recording.png" 2>/dev/null
+  click 34 34                      # stop
+  sleep 1
+  if [ ! -s "$inst/movie.avi" ]; then
+    fail record "no movie file"
+  else
+    read -r container width height seconds < <("$avicheck" "$inst/movie.avi")
+    [ "$container $width $height" = "video/x-msvideo 640 480" ] || fail record "movie: $container $width $height"
+    awk -v s="${seconds:-0}" 'BEGIN { exit !(s >= 2.5 && s <= 4.5) }' || fail record "movie of ${seconds:-?} s"
+  fi
+  [ "$(grep -c . "$inst/Error.Log")" = 1 ] || fail record "log: $(cat "$inst/Error.Log")"
+fi
+close_and_wait record
+[ $failures -eq 0 ] && echo "ok record: 3 s recorded with the real buttons, the movie plays"
 
 # A broken deployment file: the critical box, then the end, with the settings untouched.
 install broken tavix-still
