@@ -468,6 +468,8 @@ QString TextBox::Text() const { return edit_->text(); }
 void TextBox::SetText(const QString& text) {
     settingText_ = true;
     edit_->setText(text);
+    // Text set from code is read from its start, like a freshly filled field.
+    edit_->setCursorPosition(0);
     settingText_ = false;
     lastLength_ = static_cast<int>(edit_->text().size());
 }
