@@ -7,8 +7,10 @@
 
 #include <sys/statvfs.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "Errors.h"
-#include "Pictures.h"
 
 namespace vb {
 
@@ -58,7 +60,11 @@ QString Unescape(const QString& field) {
 bool IsNetworkType(const QString& type) {
     // Any FUSE file system may sit on a remote host; only block-backed ones ("fuseblk") are local.
     if (type.startsWith(QStringLiteral("fuse."))) return true;
-    return ClassifyDrive(type.toLatin1(), false, false) == DriveNetwork;
+    // Folders a virtual machine's host shares in (9p, virtiofs) count as network drives.
+    static const char* const network[] = {"nfs", "nfs4", "cifs", "smbfs", "smb3", "ncpfs", "afs", "9p",
+                                          "virtiofs", "ceph", "glusterfs", "sshfs", "lustre", "davfs"};
+    return std::any_of(std::begin(network), std::end(network),
+                       [&](const char* name) { return type == QLatin1String(name); });
 }
 
 // The folder of path with symbolic links resolved as far as it exists, so that it can be

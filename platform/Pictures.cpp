@@ -1,26 +1,48 @@
 #include "Pictures.h"
 
 #include "Errors.h"
-#include "TextFile.h"
 
-#include <QBuffer>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QDir>
 #include <QImageReader>
-#include <QStorageInfo>
+#include <QSaveFile>
 #include <QtEndian>
 
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
 #include <new>
-#include <sys/vfs.h>
+
+#include <sys/mman.h>
 
 namespace vb {
 
 namespace {
 
+constexpr qint64 kBmpHeadersSize = 14 + 40;  // file header and BITMAPINFOHEADER
+// Rows go through a buffer of about this size, small enough to stay in the cache.
+constexpr qsizetype kChunkBytes = 1 << 20;
+
 bool TooLarge(const QSize& size) {
     return size.width() > MaxPictureSide || size.height() > MaxPictureSide ||
            static_cast<long long>(size.width()) * size.height() > MaxPicturePixels;
+}
+
+qsizetype BmpStride(qint64 width, qint64 bitCount) { return (width * bitCount + 31) / 32 * 4; }
+
+// An RGB32 image to be filled at once. A large one gets huge pages where the system grants
+// them: touching a fresh picture 4 KiB at a time costs more than reading its file.
+QImage NewRgb32(int width, int height) {
+    constexpr size_t kHugePage = size_t(2) << 20;
+    const size_t bytes = size_t(width) * 4 * size_t(height);
+    if (bytes < 2 * kHugePage) return QImage(width, height, QImage::Format_RGB32);
+    const size_t rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
+    void* pixels = std::aligned_alloc(kHugePage, rounded);
+    if (!pixels) return {};
+    madvise(pixels, rounded, MADV_HUGEPAGE);  // only advice; without it the pages are small
+    return QImage(static_cast<uchar*>(pixels), width, height, qsizetype(width) * 4, QImage::Format_RGB32,
+                  [](void* p) { std::free(p); }, pixels);
 }
 
 // Opaque RGB32. Premultiplied colours are exactly the picture laid over black, so forcing
@@ -43,48 +65,119 @@ QImage Opaque(const QImage& image) {
     return out;
 }
 
+// What a BMP's headers say, as far as LoadPicture needs it.
+struct BmpHeader {
+    quint32 infoSize = 0;
+    qint64 offBits = 0, width = 0, height = 0, planes = 0, bitCount = 0, compression = 0;
+    qint32 dotsPerMeterX = 0, dotsPerMeterY = 0;
+};
+
 // What a BMP header alone says: 7 when the picture is too large (Qt refuses huge headers as
 // undecodable), 481 when the file is shorter than the header promises (Qt's reader would
 // stop quietly and hand back a partly black picture), else 0; 0 too for other formats.
-int CheckBmp(QFile& file) {
-    const QByteArray h = file.peek(54);
+int CheckBmp(QFile& file, BmpHeader& bmp) {
+    const QByteArray h = file.peek(kBmpHeadersSize);
     if (h.size() < 2 || !h.startsWith("BM")) return 0;
     if (h.size() < 26) return ErrInvalidPicture;
     const auto u16 = [&](int at) { return qFromLittleEndian<quint16>(h.constData() + at); };
+    const auto u32 = [&](int at) { return qFromLittleEndian<quint32>(h.constData() + at); };
     const auto s32 = [&](int at) { return qFromLittleEndian<qint32>(h.constData() + at); };
-    const qint64 offBits = qFromLittleEndian<quint32>(h.constData() + 10);
-    const quint32 headerSize = qFromLittleEndian<quint32>(h.constData() + 14);
-    qint64 width, height, bitCount, compression = 0, sizeImage = 0;
-    if (headerSize == 12) {  // OS/2 core header
-        width = u16(18);
-        height = u16(20);
-        bitCount = u16(24);
+    bmp.offBits = u32(10);
+    bmp.infoSize = u32(14);
+    qint64 sizeImage = 0;
+    if (bmp.infoSize == 12) {  // OS/2 core header
+        bmp.width = u16(18);
+        bmp.height = u16(20);
+        bmp.planes = u16(22);
+        bmp.bitCount = u16(24);
     } else {
         if (h.size() < 38) return ErrInvalidPicture;
-        width = s32(18);
-        height = s32(22);
-        bitCount = u16(28);
-        compression = qFromLittleEndian<quint32>(h.constData() + 30);
-        sizeImage = qFromLittleEndian<quint32>(h.constData() + 34);
+        bmp.width = s32(18);
+        bmp.height = s32(22);
+        bmp.planes = u16(26);
+        bmp.bitCount = u16(28);
+        bmp.compression = u32(30);
+        sizeImage = u32(34);
+        if (h.size() >= 46) {
+            bmp.dotsPerMeterX = s32(38);
+            bmp.dotsPerMeterY = s32(42);
+        }
     }
-    if (height < 0) height = -height;
+    const qint64 width = bmp.width, height = std::abs(bmp.height);
     if (width <= 0 || height == 0) return 0;  // the decoder rejects these itself
     if (width > MaxPictureSide || height > MaxPictureSide || width * height > MaxPicturePixels)
         return ErrOutOfMemory;
     qint64 needed;
-    if (compression == 0 || compression == 3 || compression == 6) {  // plain rows, bit fields
-        const qint64 stride = (width * bitCount + 31) / 32 * 4;
+    if (bmp.compression == 0 || bmp.compression == 3 || bmp.compression == 6) {  // plain rows, bit fields
         // Some writers leave out the padding of the last row.
-        needed = stride * (height - 1) + (width * bitCount + 7) / 8;
+        needed = BmpStride(width, bmp.bitCount) * (height - 1) + (width * bmp.bitCount + 7) / 8;
     } else {
         needed = sizeImage;  // run-length data: only its stated size is known
     }
-    return file.size() < offBits + needed ? ErrInvalidPicture : 0;
+    return file.size() < bmp.offBits + needed ? ErrInvalidPicture : 0;
+}
+
+// Uncompressed 24- or 32-bit rows behind a plain info header, as SavePicture and most
+// programs write them; these are read here, everything else by Qt.
+bool IsPlainBmp(const BmpHeader& bmp) {
+    return bmp.infoSize == 40 && bmp.offBits >= kBmpHeadersSize && bmp.planes == 1 &&
+           bmp.compression == 0 && (bmp.bitCount == 24 || bmp.bitCount == 32) && bmp.width > 0 &&
+           bmp.height != 0;
+}
+
+// One row of B, G, R bytes to RGB32, four pixels from three words.
+void UnpackRow24(const uchar* in, QRgb* out, int width) {
+    int x = 0;
+    for (; x + 4 <= width; x += 4, in += 12) {
+        const quint32 a = qFromLittleEndian<quint32>(in);
+        const quint32 b = qFromLittleEndian<quint32>(in + 4);
+        const quint32 c = qFromLittleEndian<quint32>(in + 8);
+        out[x] = 0xFF000000u | a;
+        out[x + 1] = 0xFF000000u | (a >> 24) | (b << 8);
+        out[x + 2] = 0xFF000000u | (b >> 16) | (c << 16);
+        out[x + 3] = 0xFF000000u | (c >> 8);
+    }
+    for (; x < width; ++x, in += 3) out[x] = qRgb(in[2], in[1], in[0]);
+}
+
+// The fourth byte of a BI_RGB pixel is unused, not alpha.
+void UnpackRow32(const uchar* in, QRgb* out, int width) {
+    for (int x = 0; x < width; ++x) out[x] = 0xFF000000u | qFromLittleEndian<quint32>(in + 4 * x);
+}
+
+QImage ReadPlainBmp(QFile& file, const BmpHeader& bmp) {
+    const int width = static_cast<int>(bmp.width);
+    const int height = static_cast<int>(std::abs(bmp.height));
+    const qsizetype stride = BmpStride(width, bmp.bitCount);
+    const qsizetype used = width * bmp.bitCount / 8;
+    QImage image = NewRgb32(width, height);
+    if (image.isNull()) Raise(ErrOutOfMemory);
+    if (!file.seek(bmp.offBits)) Raise(ErrInvalidPicture);
+    const auto unpack = bmp.bitCount == 24 ? UnpackRow24 : UnpackRow32;
+    const int rowsPerChunk = static_cast<int>(std::max<qsizetype>(1, kChunkBytes / stride));
+    QByteArray chunk(rowsPerChunk * stride, Qt::Uninitialized);
+    for (int row = 0; row < height;) {
+        const int rows = std::min(rowsPerChunk, height - row);
+        // The last row may lack its padding; nothing past its pixels is read.
+        const qint64 want = qint64(rows - 1) * stride + (row + rows == height ? used : stride);
+        if (file.read(chunk.data(), want) != want) Raise(ErrInvalidPicture);
+        for (int i = 0; i < rows; ++i) {
+            const int y = bmp.height < 0 ? row + i : height - 1 - (row + i);
+            unpack(reinterpret_cast<const uchar*>(chunk.constData()) + i * stride,
+                   reinterpret_cast<QRgb*>(image.scanLine(y)), width);
+        }
+        row += rows;
+    }
+    image.setDotsPerMeterX(bmp.dotsPerMeterX);
+    image.setDotsPerMeterY(bmp.dotsPerMeterY);
+    return image;
 }
 
 QImage Decode(QFile& file) {
-    const int bmpError = CheckBmp(file);
+    BmpHeader bmp;
+    const int bmpError = CheckBmp(file, bmp);
     if (bmpError == ErrOutOfMemory) Raise(bmpError);
+    if (bmpError == 0 && IsPlainBmp(bmp)) return ReadPlainBmp(file, bmp);
     QImageReader reader(&file);
     // Pixels as stored: a camera's orientation tag must not turn what is measured.
     reader.setAutoTransform(false);
@@ -104,31 +197,77 @@ QImage Decode(QFile& file) {
     return Opaque(image);
 }
 
-QByteArray Encode(const QImage& image, const char* format, int quality) {
-    QByteArray data;
-    QBuffer buffer(&data);
-    buffer.open(QIODevice::WriteOnly);
-    if (!image.save(&buffer, format, quality)) return {};
-    return data;
+// One RGB32 row to B, G, R bytes, four pixels into three words.
+void PackRow24(const QRgb* in, uchar* out, int width) {
+    int x = 0;
+    for (; x + 4 <= width; x += 4, out += 12) {
+        const quint32 p0 = in[x], p1 = in[x + 1], p2 = in[x + 2], p3 = in[x + 3];
+        qToLittleEndian<quint32>((p0 & 0xFFFFFFu) | (p1 << 24), out);
+        qToLittleEndian<quint32>(((p1 >> 8) & 0xFFFFu) | (p2 << 16), out + 4);
+        qToLittleEndian<quint32>(((p2 >> 16) & 0xFFu) | (p3 << 8), out + 8);
+    }
+    for (; x < width; ++x, out += 3) {
+        out[0] = static_cast<uchar>(qBlue(in[x]));
+        out[1] = static_cast<uchar>(qGreen(in[x]));
+        out[2] = static_cast<uchar>(qRed(in[x]));
+    }
 }
 
-// Reads a block device's removable flag from sysfs; a partition asks its disk.
-bool RemovableDevice(const QString& device) {
-    const QString node = QFileInfo(device).canonicalFilePath();  // /dev/mapper/x -> /dev/dm-0
-    if (node.isEmpty()) return false;
-    QString sys = QFileInfo(QStringLiteral("/sys/class/block/") + QFileInfo(node).fileName())
-                      .canonicalFilePath();
-    if (sys.isEmpty()) return false;
-    if (QFileInfo::exists(sys + QStringLiteral("/partition"))) sys = QFileInfo(sys).path();
-    QFile flag(sys + QStringLiteral("/removable"));
-    if (!flag.open(QIODevice::ReadOnly)) return false;
-    return flag.readAll().trimmed() == "1";
+// A 24-bit bottom-up BMP with the headers Qt's writer gives an RGB32 image; false when the
+// device takes less than it is given or the file would outgrow the 32-bit size fields.
+bool WriteBmp(const QImage& rgb, QIODevice& out) {
+    const int width = rgb.width(), height = rgb.height();
+    const qsizetype stride = BmpStride(width, 24);
+    const qint64 fileSize = kBmpHeadersSize + qint64(stride) * height;
+    if (fileSize > std::numeric_limits<quint32>::max()) return false;
+    QByteArray h(kBmpHeadersSize, '\0');
+    char* p = h.data();
+    p[0] = 'B';
+    p[1] = 'M';
+    qToLittleEndian<quint32>(static_cast<quint32>(fileSize), p + 2);
+    qToLittleEndian<quint32>(kBmpHeadersSize, p + 10);
+    qToLittleEndian<quint32>(40, p + 14);
+    qToLittleEndian<qint32>(width, p + 18);
+    qToLittleEndian<qint32>(height, p + 22);
+    qToLittleEndian<quint16>(1, p + 26);
+    qToLittleEndian<quint16>(24, p + 28);
+    qToLittleEndian<quint32>(static_cast<quint32>(fileSize - kBmpHeadersSize), p + 34);
+    // Qt's writer puts 72 dpi where the image has no resolution.
+    qToLittleEndian<qint32>(rgb.dotsPerMeterX() ? rgb.dotsPerMeterX() : 2834, p + 38);
+    qToLittleEndian<qint32>(rgb.dotsPerMeterY() ? rgb.dotsPerMeterY() : 2834, p + 42);
+    if (out.write(h) != h.size()) return false;
+
+    const int rowsPerChunk = static_cast<int>(std::max<qsizetype>(1, kChunkBytes / stride));
+    QByteArray chunk(rowsPerChunk * stride, '\0');  // the row padding stays zero
+    for (int y = height - 1; y >= 0;) {
+        const int rows = std::min(rowsPerChunk, y + 1);
+        for (int i = 0; i < rows; ++i)
+            PackRow24(reinterpret_cast<const QRgb*>(rgb.constScanLine(y - i)),
+                      reinterpret_cast<uchar*>(chunk.data()) + i * stride, width);
+        if (out.write(chunk.constData(), rows * stride) != rows * stride) return false;
+        y -= rows;
+    }
+    return true;
 }
 
-bool IsBlockDevice(const QString& device) {
-    const QString node = QFileInfo(device).canonicalFilePath();
-    return !node.isEmpty() &&
-           QFileInfo::exists(QStringLiteral("/sys/class/block/") + QFileInfo(node).fileName());
+// Overwrites the file in place: its pages and blocks are used again instead of being
+// freed and allocated anew, which costs more than the conversion itself.
+bool WriteScratch(const QImage& rgb, const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadWrite)) return false;
+    const bool ok = WriteBmp(rgb, file) && file.resize(file.pos()) && file.flush();
+    file.close();
+    return ok && file.error() == QFileDevice::NoError;
+}
+
+bool WriteReplacing(const QImage& rgb, const QString& path) {
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) return false;
+    if (!WriteBmp(rgb, file)) {
+        file.cancelWriting();
+        return false;
+    }
+    return file.commit();
 }
 
 }  // namespace
@@ -147,97 +286,19 @@ QImage LoadPicture(const QString& path) {
     }
 }
 
-void SavePicture(const QImage& image, const QString& path) {
+void SavePicture(const QImage& image, const QString& path, bool scratch) {
     if (image.isNull()) Raise(ErrInvalidPicture);
-    QByteArray data;
+    bool written = false;
     try {
-        // RGB32 makes Qt write 24 bits a pixel; an indexed image would come out as 8.
-        data = Encode(Opaque(image), "BMP", -1);
+        // Any format comes as RGB32, which is written with 24 bits a pixel.
+        const QImage rgb = Opaque(image);
+        written = scratch ? WriteScratch(rgb, path) : WriteReplacing(rgb, path);
     } catch (const std::bad_alloc&) {
         Raise(ErrOutOfMemory);
     }
-    if (data.isEmpty()) Raise(ErrDeviceIO);
-    if (WriteFileAtomic(path, data)) return;
+    if (written) return;
     if (!QFileInfo(path).absoluteDir().exists()) Raise(ErrPathNotFound);
     Raise(ErrDeviceIO);
-}
-
-bool SaveJpeg(const QImage& image, const QString& path, int quality) {
-    if (quality < 10 || quality > 100 || image.isNull()) return false;
-    QByteArray data;
-    const int err = Trap([&] { data = Encode(Opaque(image), "JPEG", quality); });
-    return err == 0 && !data.isEmpty() && WriteFileAtomic(path, data);
-}
-
-int ClassifyDrive(const QByteArray& type, bool blockDevice, bool removableDevice) {
-    static const char* const network[] = {"nfs", "nfs4", "cifs", "smbfs", "smb3", "ncpfs",
-                                          "afs", "9p", "virtiofs", "ceph", "glusterfs",
-                                          "fuse.glusterfs", "fuse.sshfs", "sshfs", "lustre",
-                                          "davfs", "fuse.davfs2"};
-    static const char* const ram[] = {"tmpfs", "ramfs", "devtmpfs"};
-    static const char* const disk[] = {"ext2", "ext3", "ext4", "xfs", "btrfs", "vfat", "msdos",
-                                       "exfat", "ntfs", "ntfs3", "fuseblk", "f2fs", "jfs",
-                                       "reiserfs", "hfs", "hfsplus", "zfs", "nilfs2",
-                                       "bcachefs", "squashfs", "erofs", "overlay"};
-    const auto in = [&](const auto& list) {
-        for (const char* name : list)
-            if (type == name) return true;
-        return false;
-    };
-    // Folders a virtual machine's host shares in (9p, virtiofs) count as network drives.
-    if (in(network)) return DriveNetwork;
-    if (type == "iso9660" || type == "udf") return DriveCDRom;
-    if (in(ram)) return DriveRamDisk;
-    if (in(disk) || blockDevice) return removableDevice ? DriveRemovable : DriveFixed;
-    return DriveUnknown;
-}
-
-namespace {
-
-// The file system of a folder straight from the kernel, for when the mount table does not
-// describe it (a chroot or a container with a partial /proc).
-QByteArray FileSystemTypeOf(const QString& folder, double& free) {
-    struct statfs fs {};
-    if (statfs(QFile::encodeName(folder).constData(), &fs) != 0) Raise(ErrPathNotFound);
-    free = static_cast<double>(fs.f_bavail) * static_cast<double>(fs.f_bsize);
-    static const std::pair<unsigned long, const char*> magic[] = {
-        {0xEF53, "ext4"},        {0x58465342, "xfs"},  {0x9123683E, "btrfs"},
-        {0x794C7630, "overlay"}, {0x4D44, "vfat"},     {0x01021994, "tmpfs"},
-        {0x858458F6, "ramfs"},   {0x6969, "nfs"},      {0xFF534D42, "cifs"},
-        {0xFE534D42, "smb3"},    {0x9660, "iso9660"},  {0x15013346, "udf"},
-        {0x01021997, "9p"},      {0x73717368, "squashfs"},
-    };
-    for (const auto& [number, name] : magic)
-        if (static_cast<unsigned long>(fs.f_type) == number) return name;
-    return {};
-}
-
-}  // namespace
-
-DriveInfo GetDrive(const QString& path) {
-    // A UNC name has no drive here.
-    if (path.isEmpty() || path.startsWith(QStringLiteral("\\\\")) || path.startsWith(QStringLiteral("//")))
-        Raise(ErrPathNotFound);
-    QString at = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-    while (!QFileInfo::exists(at)) {
-        const QString up = QFileInfo(at).path();
-        if (up == at) break;
-        at = up;
-    }
-    const QStorageInfo storage(at);
-    if (!storage.isValid()) {
-        DriveInfo drive;
-        const QByteArray type = FileSystemTypeOf(at, drive.FreeSpace);
-        drive.DriveType = ClassifyDrive(type, false, false);
-        return drive;
-    }
-    const QString device = QString::fromLocal8Bit(storage.device());
-    const bool block = device.startsWith(QStringLiteral("/dev/")) && IsBlockDevice(device);
-    DriveInfo drive;
-    drive.DriveType = ClassifyDrive(storage.fileSystemType(), block, block && RemovableDevice(device));
-    const qint64 free = storage.bytesAvailable();
-    drive.FreeSpace = free > 0 ? static_cast<double>(free) : 0.0;
-    return drive;
 }
 
 }  // namespace vb

@@ -86,10 +86,11 @@ bool WritePicture(frmMain& f, const QImage& source, const QString& name, WriteFa
     }
     if (ending != QLatin1String(".jpg")) return false;
 
-    // The JPEG is made from the written bitmap, read back.
+    // The JPEG is made from the written bitmap, read back. Only this program reads that file,
+    // so it need not be replaced atomically.
     const QString temp = vb::AppPathJoin(v.TempBitmapFile);
     const int err = vb::Trap([&] {
-        vb::SavePicture(source, temp);
+        vb::SavePicture(source, temp, true);
         f.picJpegConv->SetPicture(vb::LoadPicture(temp));
     });
     if (err != 0) {

@@ -38,6 +38,7 @@ TEST_F(DriveProbe, NetworkByTheLongestMountPointThatHoldsTheFolder) {
                 "//srv/share %1/win cifs rw 0 0\n"
                 "u@host:/ %1/ssh fuse.sshfs rw 0 0\n"
                 "srv:/b %1/with\\040blank nfs rw 0 0\n"
+                "host0 %1/vm 9p rw 0 0\n"
                 "/dev/sdc1 %1/over cifs rw 0 0\n"
                 "/dev/sdc1 %1/over ext4 rw 0 0\n"
                 "srv:/s %2 nfs rw 0 0\n")
@@ -45,7 +46,8 @@ TEST_F(DriveProbe, NetworkByTheLongestMountPointThatHoldsTheFolder) {
     const struct { QString path; bool network; } cases[] = {
         {m + "/nas/m.avi", true},         {m + "/nas/a/b/m.avi", true},  {m + "/nas/local/m.avi", false},
         {m + "/nasty/m.avi", false},      {m + "/win/m.AVI", true},      {m + "/ssh/m.avi", true},
-        {m + "/with blank/m.avi", true},  {m + "/over/m.avi", false},    {"/tavix-elsewhere/m.avi", false},
+        {m + "/with blank/m.avi", true},  {m + "/over/m.avi", false},    {m + "/vm/m.avi", true},
+        {"/tavix-elsewhere/m.avi", false},
         {dir.filePath("link/m.avi"), true}, {"//server/share/m.avi", true}, {"\\\\server\\share\\m.avi", true},
     };
     for (const auto& c : cases) EXPECT_EQ(vb::IsNetworkPath(c.path), c.network) << c.path.toStdString();

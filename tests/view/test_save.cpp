@@ -145,6 +145,13 @@ TEST(SavePicture, JpegQualityTellsInTheFileSize) {
     EXPECT_LT(2 * QFileInfo(w.box.File("q10.jpg")).size(), QFileInfo(w.box.File("q100.jpg")).size());
 }
 
+TEST(SaveJpeg, NoPictureLeavesTheTargetAsItWas) {
+    testing_support::Sandbox box;
+    box.Write("kept.jpg", "keep me");
+    EXPECT_EQ(tavix::SaveJpeg(QImage(), box.File("kept.jpg"), 90), vb::ErrTypeMismatch);
+    EXPECT_EQ(box.Read("kept.jpg"), QByteArray("keep me"));
+}
+
 TEST(SavePicture, FilesThatCannotBeWrittenAreReported) {
     const struct { const char* what; const char* name; const char* temp; const char* failed; } cases[] = {
         {"folder gone", "gone/p.bmp", nullptr, "gone/p.bmp"},
