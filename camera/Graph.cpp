@@ -665,6 +665,8 @@ FilterGraph::FilterGraph() : d_(std::make_unique<Impl>()) {
 }
 
 FilterGraph::~FilterGraph() {
+    // A recording still running when the window closes keeps a complete file.
+    d_->FinishFile(3000);
     // Streaming threads end here, before the objects they post to go.
     gst_element_set_state(d_->pipeline.get(), GST_STATE_NULL);
     if (d_->busWatch) {

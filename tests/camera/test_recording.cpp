@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QTemporaryDir>
 #include <QtEndian>
 #include <gtest/gtest.h>
 
@@ -159,6 +160,21 @@ TEST(Recording, CountsDownAndTheLimitStopsItWithABoxAfterwards) {
     EXPECT_EQ(m.host.Boxes[0].Title, GST(11150));
     EXPECT_TRUE(m.LiveAgain());
     EXPECT_GT(Discover(m.Movie()).headerFrames, 0u);
+}
+
+TEST(Recording, ClosingTheWindowWhileRecordingLeavesAFinishedMovie) {
+    QTemporaryDir outside;  // outlives the installation, which goes with the window
+    const QString movie = outside.filePath(QStringLiteral("movie.avi"));
+    {
+        RecordingMain m;
+        ASSERT_TRUE(m.started && m.WaitFrame());
+        m.host.AnswerFile(movie);
+        m.f.cmdPicSave->Click();
+        m.f.cmdPlayStop->Click();
+        m.RunFor(1000);
+        ASSERT_EQ(m.f.CommandMode, 2);
+    }
+    EXPECT_GT(Discover(movie).headerFrames, 20u);
 }
 
 enum class Act { None, RemoveFolder, DiskAlmostFull };
