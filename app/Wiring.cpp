@@ -3,9 +3,11 @@
 #include <QApplication>
 
 #include "CameraView.h"
+#include "CrossLines.h"
 #include "DialogHost.h"
 #include "JpegQty.h"
 #include "Layout.h"
+#include "MeasureConfig.h"
 #include "MeasureCommands.h"
 #include "OpenImage.h"
 #include "PointerFeedback.h"
@@ -14,6 +16,7 @@
 #include "ResultTable.h"
 #include "ResultDrawing.h"
 #include "SaveImage.h"
+#include "ScaleOverlay.h"
 #include "Startup.h"
 #include "StillDisplay.h"
 #include "frmMain.h"
@@ -30,10 +33,13 @@ void WireMain(frmMain& f) {
     f.OnUnload = [&f](bool& cancel) { Form_Unload(f, cancel); };
     f.cboScale->OnClick = [&f] { cboScale_Click(f); };
     f.cmdPicLoad->OnClick = [&f] { cmdPicLoad_Click(f); };
+    f.chkCross->OnClick = [&f] { chkCross_Click(f); };
+    f.Hooks.EndMeasureCommand = [](frmMain& form) { EndMeasureCommand(form); };
     f.cmdPicSave->OnClick = [&f] { cmdPicSave_Click(f); };
     f.lblJpegQty->OnClick = [&f] { lblJpegQty_Click(f); };
     f.cboProof->OnClick = [&f] { cboProof_Click(f); };
     f.cmdProofConfig->OnClick = [&f] { cmdProofConfig_Click(f); };
+    f.cmdMeasureConfig->OnClick = [&f] { cmdMeasureConfig_Click(f); };
     f.Hooks.ReadProofData = [](frmMain&) { return ReadProofData(); };
     f.Hooks.ClearResults = [](frmMain& form) { ClearResults(form); };
     f.cmdResultClear->OnClick = [&f] { cmdResultClear_Click(f); };
@@ -50,6 +56,8 @@ void WireMain(frmMain& f) {
     };
     f.Hooks.DispImage = [](frmMain& form) { DispImage(form, false); };
     f.Hooks.DrawMeasureResults = [](frmMain& form) { DrawMeasureResults(form); };
+    f.Hooks.DrawScale = [](frmMain& form) { DrawScale(form); };
+    f.chkScale->OnClick = [&f] { chkScale_Click(f); };
     f.OnResize = [&f] { Form_Resize(f); };
     f.Hooks.OpenCameraGraph = [](frmMain& form) { return OpenCameraGraph(form); };
     f.Hooks.FitCameraView = [](frmMain& form) { FitCameraView(form); };

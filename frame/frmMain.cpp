@@ -210,11 +210,16 @@ frmMain::frmMain() : vb::Form(QStringLiteral("frmMain")) {
     picStillSave = HiddenPicture(*this, view, QStringLiteral("picStillSave"), -1, 6720, 2460, 2595, 2115, 0, true);
     picJpegConv = HiddenPicture(*this, view, QStringLiteral("picJpegConv"), -1, 6720, 4680, 2595, 2115, 0, false);
     picJpegConv->SetAutoSize(true);
+    // The ticks keep their design length; the bars get theirs at run time.
+    const double scaleLineSize[4][2] = {{15, 255}, {15, 15}, {15, 15}, {255, 15}};
     for (int i = 0; i < 4; ++i) {
-        picScaleLine[i] = HiddenPicture(*this, view, QStringLiteral("picScaleLine"), i, 0, 0, 15, 15, 0x0000FF, false);
+        picScaleLine[i] = HiddenPicture(*this, view, QStringLiteral("picScaleLine"), i, 0, 0, scaleLineSize[i][0],
+                                        scaleLineSize[i][1], 0x0000FF, false);
+        picScaleLine[i]->SetScaleMode(vb::PictureBox::Twips);
         picScaleLine[i]->SetEnabled(false);
     }
     picScaleSize = HiddenPicture(*this, view, QStringLiteral("picScaleSize"), -1, 0, 0, 15, 15, 0x808080, false);
+    picScaleSize->SetScaleMode(vb::PictureBox::Twips);
     for (int i = 0; i < 2; ++i) {
         picCrossLineV[i] = HiddenPicture(*this, view, QStringLiteral("picCrossLineV"), i, 0, 0, 15, 15, 0x0000FF, false);
         picCrossLineV[i]->SetEnabled(false);

@@ -45,6 +45,7 @@ struct SubsystemHooks {
     std::function<void(frmMain&, bool)> SwitchViewMode;
     // Takes the camera's newest frame into picTempView at the camera's size.
     std::function<void(frmMain&)> CaptureFrame;
+    std::function<void(frmMain&)> EndMeasureCommand;  // ends the running command (view code cannot link measure)
 };
 
 class frmMain : public vb::Form {

@@ -5,6 +5,7 @@
 #include "CalcModule.h"
 #include "CommandArea.h"
 #include "CommonModule.h"
+#include "CrossLines.h"
 #include "DialogHost.h"
 #include "Guidance.h"
 #include "MeasureResults.h"
@@ -315,6 +316,10 @@ void cmdMeasure_Click(frmMain& f, int16_t Index) {
 void picStillView_MouseUp(frmMain& f, int16_t Button, int16_t /*Shift*/, float X, float Y) {
     if (f.CommandMode == 20) {
         ProofMeasure_MouseUp(f, Button, X, Y);
+        return;
+    }
+    if (f.CommandMode == 10 || f.CommandMode == 11) {
+        ClickCrossLine(f, Button, X, Y);
         return;
     }
     if (f.CommandMode < 100 || f.CommandMode > 108) return;

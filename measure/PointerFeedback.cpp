@@ -1,6 +1,7 @@
 #include "PointerFeedback.h"
 
 #include "CalcModule.h"
+#include "CrossLines.h"
 #include "frmMain.h"
 
 namespace tavix {
@@ -43,6 +44,10 @@ void picStillView_MouseMove(frmMain& f, int16_t /*Button*/, int16_t /*Shift*/, f
     const int n = static_cast<int>(f.WorkPoints.size()) - 1;
     const Point2D p{X, Y};
     switch (f.CommandMode) {
+        case 10:
+        case 11:
+            MoveCrossLine(f, X, Y);
+            break;
         case 20:
         case 101:
         case 104:

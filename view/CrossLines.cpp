@@ -1,0 +1,98 @@
+#include "CrossLines.h"
+
+#include "App.h"
+#include "CommandArea.h"
+#include "Guidance.h"
+#include "frmMain.h"
+
+namespace tavix {
+
+namespace {
+
+const QString kViewArea = QStringLiteral("picViewCommandArea");
+const QString kMeasureArea = QStringLiteral("picMeasureCommandArea");
+
+void ShowPair(frmMain& f, int k, bool visible) {
+    f.picCrossLineV[k]->SetVisible(visible);
+    f.picCrossLineH[k]->SetVisible(visible);
+}
+
+// The command ends, and a placing begun in the live view goes back to it.
+void FinishPlacing(frmMain& f) {
+    if (f.Hooks.EndMeasureCommand) f.Hooks.EndMeasureCommand(f);
+    if (f.CrossLineResume == 0 && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+}
+
+}  // namespace
+
+void PlaceCrossLine(frmMain& f, int k, double X, double Y) {
+    // picStillView is centred in picViewArea, so the picture's origin is the area's middle.
+    constexpr double tx = vb::Screen::TwipsPerPixelX;
+    constexpr double ty = vb::Screen::TwipsPerPixelY;
+    f.picCrossLineV[k]->SetLeft((f.picViewArea->ScaleWidth() / tx / 2 + X) * tx);
+    f.picCrossLineH[k]->SetTop((f.picViewArea->ScaleHeight() / ty / 2 + Y) * ty);
+}
+
+void chkCross_Click(frmMain& f) {
+    if (f.chkCross->Value() == 1) {
+        f.CrossLineResume = f.ViewMode;
+        // The lines are placed on a frame held still.
+        if (f.ViewMode == 0 && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+        ShowPair(f, 0, true);
+        f.CommandMode = 10;
+        DisableCommandArea(f, kViewArea, false);
+        // With all, chkCross goes too: the box cannot be unchecked during the placing.
+        DisableCommandArea(f, kMeasureArea, true);
+        DispGuidance(f, Var().CrossLineNum == 1 ? 10 : 11);
+        return;
+    }
+    HideCrossLines(f);
+    if (f.CommandMode == 10 || f.CommandMode == 11) FinishPlacing(f);
+}
+
+void MoveCrossLine(frmMain& f, float X, float Y) {
+    if (f.CommandMode == 10) PlaceCrossLine(f, 0, X, Y);
+    else if (f.CommandMode == 11) PlaceCrossLine(f, 1, X, Y);
+}
+
+void ClickCrossLine(frmMain& f, int16_t Button, float X, float Y) {
+    if (Button == 1) {
+        if (f.CommandMode == 10) {
+            PlaceCrossLine(f, 0, X, Y);
+            if (Var().CrossLineNum != 2) {
+                FinishPlacing(f);
+                return;
+            }
+            f.CommandMode = 11;
+            PlaceCrossLine(f, 1, X, Y);
+            ShowPair(f, 1, true);
+            DispGuidance(f, 12);
+        } else if (f.CommandMode == 11) {
+            PlaceCrossLine(f, 1, X, Y);
+            FinishPlacing(f);
+        }
+    } else if (Button == 2) {
+        // Setting the value fires chkCross_Click, whose unchecked path ends everything.
+        if (f.CommandMode == 10) {
+            f.chkCross->SetValue(0);
+        } else if (f.CommandMode == 11) {
+            ShowPair(f, 1, false);
+            f.CommandMode = 10;
+            DispGuidance(f, 11);
+        }
+    }
+}
+
+void HideCrossLines(frmMain& f) {
+    for (int k = 0; k < 2; ++k) ShowPair(f, k, false);
+}
+
+void ApplyCrossLineColor(frmMain& f) {
+    const uint32_t color = Var().CrossLineColor;
+    for (int k = 0; k < 2; ++k) {
+        f.picCrossLineV[k]->SetBackColor(color);
+        f.picCrossLineH[k]->SetBackColor(color);
+    }
+}
+
+}  // namespace tavix
