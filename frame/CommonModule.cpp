@@ -84,4 +84,8 @@ QString GST(int32_t number, double replacement) {
     return Lookup(number, &text);
 }
 
+QString MakeResultFormat(int16_t decimals) {
+    return decimals > 0 ? QStringLiteral("0.") + QString(decimals, QLatin1Char('0')) : QStringLiteral("0");
+}
+
 }  // namespace tavix

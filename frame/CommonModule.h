@@ -29,6 +29,9 @@ bool AskYesNo(QWidget* owner, int32_t text, int32_t title);
 bool ReadStringTableData();
 
 // Text by number, empty when the table has none; every "@" replaced by the replacement's text form.
+// The number format of results: "0" for no decimals, else "0." and that many "0".
+QString MakeResultFormat(int16_t decimals);
+
 QString GST(int32_t number);
 QString GST(int32_t number, const QString& replacement);
 QString GST(int32_t number, double replacement);

@@ -59,9 +59,7 @@ void SetUpMeasurePanel(frmMain& f) {
     f.ResultCount = 0;
     f.picStillView->SetForeColor(v.MeasureValueColor[1]);
     f.picStillView->SetFontSize(v.MeasureFontSize);
-    f.ResultFormat = v.NumberOfDecimals == 0
-                         ? QStringLiteral("0")
-                         : QStringLiteral("0.") + QString(v.NumberOfDecimals, QLatin1Char('0'));
+    f.ResultFormat = MakeResultFormat(v.NumberOfDecimals);
 
     f.cboProof->Clear();
     for (const ProofRecord& proof : v.ProofTable) f.cboProof->AddItem(proof.Name);

@@ -211,10 +211,6 @@ void frmMeasureConfig::keyPressEvent(QKeyEvent* e) {
     }
 }
 
-QString MakeResultFormat(int16_t decimals) {
-    return decimals > 0 ? QStringLiteral("0.") + QString(decimals, QLatin1Char('0')) : QStringLiteral("0");
-}
-
 void cmdMeasureConfig_Click(frmMain& f) {
     VariableDefinition& v = Var();
     const int16_t crossLineNum = v.CrossLineNum;

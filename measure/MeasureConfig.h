@@ -49,9 +49,6 @@ protected:
     void keyPressEvent(QKeyEvent* e) override;
 };
 
-// "0" for no decimals, else "0." and that many "0".
-QString MakeResultFormat(int16_t decimals);
-
 // Opens frmMeasureConfig, then brings the main window in line with the settings it leaves,
 // after Cancel too.
 void cmdMeasureConfig_Click(frmMain& f);
