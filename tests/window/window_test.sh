@@ -212,6 +212,55 @@ fi
 close_and_wait record
 [ $failures -eq 0 ] && echo "ok record: 3 s recorded with the real buttons, the movie plays"
 
+# Scale bar, cross lines and a setting with the real mouse and keys in tavix-camera-measure.
+install overlay tavix-camera-measure
+launch tavix-camera-measure "デジカメ画像表示／計測プログラム"
+# A window of the program other than the main one: the modal dialog just opened.
+dialog_of() {
+  local d=""
+  for _ in $(seq 50); do
+    d=$(xdotool search --onlyvisible --class "$1" 2>/dev/null | grep -vx "$wid" | head -1)
+    [ -n "$d" ] && break
+    sleep 0.1
+  done
+  echo "$d"
+}
+pixel() { convert "$1" -format "%[pixel:p{$2,$3}]" info:; }
+red=$(convert xc:red -format '%[pixel:p{0,0}]' info:)
+if [ -z "$wid" ]; then
+  fail overlay "no window"
+else
+  decimals_before=$(sed -n 's/^NUMBEROFDECIMALS=\([0-9]*\).*/\1/p' "$inst/Tavix.Ini")
+  click 106 257                    # scale: the dialog, OK as it stands
+  d=$(dialog_of tavix-camera-measure)
+  if [ -z "$d" ]; then fail overlay "no scale dialog"; else
+    import -window "$d" "$shots/scale-dialog.png" 2>/dev/null
+    xdotool key Return; sleep 0.6
+    import -window "$wid" "$shots/scale-live.png" 2>/dev/null
+    reds=$(convert "$shots/scale-live.png" -fuzz 10% -fill black +opaque red -fill white -opaque red \
+      -format '%[fx:round(mean*w*h)]' info:)
+    [ "${reds:-0}" -gt 40 ] || fail overlay "no scale bar on the live picture ($reds red pixels)"
+  fi
+  click 174 257                    # cross lines: point on the frozen frame
+  click 400 300
+  sleep 0.6
+  import -window "$wid" "$shots/cross-lines.png" 2>/dev/null
+  for probe in "400 100" "400 560" "260 300" "900 300"; do
+    set -- $probe
+    [ "$(pixel "$shots/cross-lines.png" "$1" "$2")" = "$red" ] || fail overlay "no cross line at $1,$2"
+  done
+  click 174 89                     # settings: one more decimal through the keyboard
+  d=$(dialog_of tavix-camera-measure)
+  if [ -z "$d" ]; then fail overlay "no settings dialog"; else
+    import -window "$d" "$shots/measure-config.png" 2>/dev/null
+    xdotool key Tab Down Return; sleep 0.5
+  fi
+fi
+close_and_wait overlay
+decimals=$(sed -n 's/^NUMBEROFDECIMALS=\([0-9]*\).*/\1/p' "$inst/Tavix.Ini")
+[ "$decimals" = $((decimals_before + 1)) ] || fail overlay "decimals $decimals_before became $decimals"
+[ $failures -eq 0 ] && echo "ok overlay: scale bar live, cross lines placed, a setting changed and kept"
+
 # A broken deployment file: the critical box, then the end, with the settings untouched.
 install broken tavix-still
 printf 'abc,text\r\n' >"$inst/StringTable.txt"
