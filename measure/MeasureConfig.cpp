@@ -1,6 +1,5 @@
 #include "MeasureConfig.h"
 
-#include <QKeyEvent>
 
 #include "CommonModule.h"
 #include "Convert.h"
@@ -135,9 +134,8 @@ frmMeasureConfig::frmMeasureConfig() : vb::Form(QStringLiteral("frmMeasureConfig
 
     cmdOK->OnClick = [this] { cmdOK_Click(); };
     cmdCancel->OnClick = [this] { cmdCancel_Click(); };
-    OnQueryUnload = [](bool& cancel, int unloadMode) {
-        if (unloadMode == vb::vbFormControlMenu) cancel = true;
-    };
+    SetDialogButtons(cmdOK, cmdCancel);
+    SetControlBox(false);
 }
 
 void frmMeasureConfig::Form_Load() {
@@ -196,20 +194,6 @@ void frmMeasureConfig::cmdOK_Click() {
 }
 
 void frmMeasureConfig::cmdCancel_Click() { Unload(); }
-
-void frmMeasureConfig::keyPressEvent(QKeyEvent* e) {
-    switch (e->key()) {
-        case Qt::Key_Return:
-        case Qt::Key_Enter:
-            (focusWidget() == cmdCancel->Widget() ? cmdCancel : cmdOK)->Click();
-            return;
-        case Qt::Key_Escape:
-            cmdCancel->Click();
-            return;
-        default:
-            vb::Form::keyPressEvent(e);
-    }
-}
 
 void cmdMeasureConfig_Click(frmMain& f) {
     VariableDefinition& v = Var();

@@ -8,7 +8,6 @@
 #include "Controls.h"
 #include "Form.h"
 
-class QKeyEvent;
 
 namespace tavix {
 
@@ -44,9 +43,6 @@ public:
     // Picks a colour for the swatch; Cancel in the colour dialog keeps the swatch.
     void lblColor_Click(int Index);
 
-protected:
-    // Enter is the default button's (or the focused button's), Escape the cancel button's.
-    void keyPressEvent(QKeyEvent* e) override;
 };
 
 // Opens frmMeasureConfig, then brings the main window in line with the settings it leaves,

@@ -1,6 +1,5 @@
 #include "frmProofConfig.h"
 
-#include <QKeyEvent>
 #include <cmath>
 
 #include "CommonModule.h"
@@ -72,9 +71,8 @@ frmProofConfig::frmProofConfig() : vb::Form(QStringLiteral("frmProofConfig")) {
 
     cmdOK->OnClick = [this] { cmdOK_Click(); };
     cmdCancel->OnClick = [this] { cmdCancel_Click(); };
-    OnQueryUnload = [](bool& cancel, int unloadMode) {
-        if (unloadMode == vb::vbFormControlMenu) cancel = true;
-    };
+    SetDialogButtons(cmdOK, cmdCancel);
+    SetControlBox(false);
 }
 
 void frmProofConfig::Form_Load() {
@@ -122,20 +120,6 @@ void frmProofConfig::cmdOK_Click() {
 void frmProofConfig::cmdCancel_Click() {
     Var().DialogResult = false;
     Unload();
-}
-
-void frmProofConfig::keyPressEvent(QKeyEvent* e) {
-    switch (e->key()) {
-        case Qt::Key_Return:
-        case Qt::Key_Enter:
-            (focusWidget() == cmdCancel->Widget() ? cmdCancel : cmdOK)->Click();
-            return;
-        case Qt::Key_Escape:
-            cmdCancel->Click();
-            return;
-        default:
-            vb::Form::keyPressEvent(e);
-    }
 }
 
 }  // namespace tavix

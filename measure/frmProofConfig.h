@@ -5,7 +5,6 @@
 #include "Controls.h"
 #include "Form.h"
 
-class QKeyEvent;
 
 namespace tavix {
 
@@ -26,10 +25,6 @@ public:
     // Checks the entry, stores it in the current slot and rewrites the proof file.
     void cmdOK_Click();
     void cmdCancel_Click();
-
-protected:
-    // Enter is the default button's (or the focused button's), Escape the cancel button's.
-    void keyPressEvent(QKeyEvent* e) override;
 
 private:
     void Refuse(int textNo, vb::Control* focus);

@@ -1,4 +1,7 @@
 #include "Form.h"
+#include "Controls.h"
+
+#include <QKeyEvent>
 
 #include <QCloseEvent>
 #include <QResizeEvent>
@@ -230,6 +233,7 @@ void Form::closeEvent(QCloseEvent* event) {
 }
 
 bool Form::RunUnload(int mode) {
+    if (mode == vbFormControlMenu && !controlBox_) return false;
     const FlagScope guard(inUnload_);
     bool cancel = false;
     if (OnQueryUnload) OnQueryUnload(cancel, mode);
@@ -248,6 +252,27 @@ bool Form::Unload() {
     if (isWindow()) close();
     else window()->close();
     return true;
+}
+
+void Form::SetDialogButtons(CommandButton* defaultButton, CommandButton* cancelButton) {
+    defaultButton_ = defaultButton;
+    cancelButton_ = cancelButton;
+}
+
+void Form::keyPressEvent(QKeyEvent* event) {
+    const int key = event->key();
+    if ((key == Qt::Key_Return || key == Qt::Key_Enter) && defaultButton_) {
+        CommandButton* pressed = defaultButton_;
+        for (Control* c : Controls)
+            if (auto* button = dynamic_cast<CommandButton*>(c); button && button->Widget() == focusWidget()) pressed = button;
+        pressed->Click();
+        return;
+    }
+    if (key == Qt::Key_Escape && cancelButton_) {
+        cancelButton_->Click();
+        return;
+    }
+    QWidget::keyPressEvent(event);
 }
 
 }  // namespace vb

@@ -15,6 +15,8 @@ class PictureBox;
 constexpr int vbFormControlMenu = 0;
 constexpr int vbFormCode = 1;
 
+class CommandButton;
+
 class Form : public QWidget, public ContainerBase {
 public:
     explicit Form(const QString& name, QWidget* parent = nullptr);
@@ -60,6 +62,12 @@ public:
     bool Unload();
     bool Unloaded() const { return unloaded_; }
 
+    // A dialog's buttons: Enter presses the button that has the focus or else the default
+    // one, Escape the cancel one.
+    void SetDialogButtons(CommandButton* defaultButton, CommandButton* cancelButton);
+    // Without a control box the close box does nothing; the dialog's own buttons end it.
+    void SetControlBox(bool on) { controlBox_ = on; }
+
     // Lays out the aligned areas: top strip full width, then left and right panels below it.
     void LayoutAligned();
     // Fires Resize now when the client size differs from the last one reported.
@@ -70,6 +78,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     bool RunUnload(int mode);
@@ -83,6 +92,9 @@ private:
     bool inUnload_ = false;
     bool shown_ = false;
     bool inLayout_ = false;
+    bool controlBox_ = true;
+    CommandButton* defaultButton_ = nullptr;
+    CommandButton* cancelButton_ = nullptr;
 };
 
 }  // namespace vb

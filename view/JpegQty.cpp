@@ -1,6 +1,5 @@
 #include "JpegQty.h"
 
-#include <QKeyEvent>
 #include <algorithm>
 
 #include "CommonModule.h"
@@ -58,9 +57,8 @@ frmJpegQty::frmJpegQty() : vb::Form(QStringLiteral("frmJpegQty")) {
 
     cmdOK->OnClick = [this] { cmdOK_Click(); };
     cmdCancel->OnClick = [this] { cmdCancel_Click(); };
-    OnQueryUnload = [](bool& cancel, int unloadMode) {
-        if (unloadMode == vb::vbFormControlMenu) cancel = true;
-    };
+    SetDialogButtons(cmdOK, cmdCancel);
+    SetControlBox(false);
 }
 
 void frmJpegQty::Form_Load() {
@@ -79,20 +77,6 @@ void frmJpegQty::cmdOK_Click() {
 }
 
 void frmJpegQty::cmdCancel_Click() { Unload(); }
-
-void frmJpegQty::keyPressEvent(QKeyEvent* e) {
-    switch (e->key()) {
-        case Qt::Key_Return:
-        case Qt::Key_Enter:
-            (focusWidget() == cmdCancel->Widget() ? cmdCancel : cmdOK)->Click();
-            return;
-        case Qt::Key_Escape:
-            cmdCancel->Click();
-            return;
-        default:
-            vb::Form::keyPressEvent(e);
-    }
-}
 
 void lblJpegQty_Click(frmMain& f) {
     frmJpegQty dlg;

@@ -5,7 +5,6 @@
 #include "Controls.h"
 #include "Form.h"
 
-class QKeyEvent;
 
 namespace tavix {
 
@@ -27,9 +26,6 @@ public:
     void cmdOK_Click();
     void cmdCancel_Click();
 
-protected:
-    // Enter is the default button's (or the focused button's), Escape the cancel button's.
-    void keyPressEvent(QKeyEvent* e) override;
 };
 
 // Opens frmJpegQty and shows the quality it leaves.

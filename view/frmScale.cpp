@@ -1,6 +1,5 @@
 #include "frmScale.h"
 
-#include <QKeyEvent>
 
 #include "CommonModule.h"
 #include "Convert.h"
@@ -67,9 +66,8 @@ frmScale::frmScale() : vb::Form(QStringLiteral("frmScale")) {
     for (int i = 0; i < 2; ++i) optAxis[i]->OnClick = [this, i] { optAxis_Click(i); };
     cmdOK->OnClick = [this] { cmdOK_Click(); };
     cmdCancel->OnClick = [this] { cmdCancel_Click(); };
-    OnQueryUnload = [](bool& cancel, int unloadMode) {
-        if (unloadMode == vb::vbFormControlMenu) cancel = true;
-    };
+    SetDialogButtons(cmdOK, cmdCancel);
+    SetControlBox(false);
 }
 
 void frmScale::Form_Load() {
@@ -124,20 +122,6 @@ void frmScale::cmdOK_Click() {
 void frmScale::cmdCancel_Click() {
     Var().DialogResult = false;
     Unload();
-}
-
-void frmScale::keyPressEvent(QKeyEvent* e) {
-    switch (e->key()) {
-        case Qt::Key_Return:
-        case Qt::Key_Enter:
-            (focusWidget() == cmdCancel->Widget() ? cmdCancel : cmdOK)->Click();
-            return;
-        case Qt::Key_Escape:
-            cmdCancel->Click();
-            return;
-        default:
-            vb::Form::keyPressEvent(e);
-    }
 }
 
 }  // namespace tavix

@@ -5,7 +5,6 @@
 #include "Controls.h"
 #include "Form.h"
 
-class QKeyEvent;
 
 namespace tavix {
 
@@ -31,9 +30,6 @@ public:
     // The Y length is open only for the form with a vertical bar.
     void optAxis_Click(int Index);
 
-protected:
-    // Enter is the default button's (or the focused button's), Escape the cancel button's.
-    void keyPressEvent(QKeyEvent* e) override;
 };
 
 }  // namespace tavix
