@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 #include <vector>
 
 // Median of the wall times of runs of body, in milliseconds.
@@ -16,6 +17,19 @@ double MedianMs(int runs, F&& body) {
     }
     std::sort(times.begin(), times.end());
     return times[times.size() / 2];
+}
+
+// Medians of a and b timed in turn, so that both see the same load of a shared machine.
+template <class A, class B>
+std::pair<double, double> MedianMsInTurn(int runs, A&& a, B&& b) {
+    std::vector<double> ta, tb;
+    for (int i = 0; i < runs; ++i) {
+        ta.push_back(MedianMs(1, a));
+        tb.push_back(MedianMs(1, b));
+    }
+    std::sort(ta.begin(), ta.end());
+    std::sort(tb.begin(), tb.end());
+    return {ta[runs / 2], tb[runs / 2]};
 }
 
 // CPU time of the whole process so far (user and system), in seconds.

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QMouseEvent>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <cstdio>
@@ -14,8 +15,10 @@
 #include <functional>
 
 #include "App.h"
+#include "CommandArea.h"
 #include "DialogHost.h"
 #include "Startup.h"
+#include "StillDisplay.h"
 #include "VariableDefinition.h"
 #include "Wiring.h"
 #include "frmMain.h"
@@ -48,6 +51,12 @@ inline void Spin(int ms) {
     QEventLoop loop;
     QTimer::singleShot(ms, &loop, &QEventLoop::quit);
     loop.exec();
+}
+
+// A pointer move over the widget, delivered as the platform delivers it.
+inline void SendMouseMove(QWidget* widget, QPointF at) {
+    QMouseEvent e(QEvent::MouseMove, at, widget->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(widget, &e);
 }
 
 // Answers the file dialog with Path; without one, the dialog stops the run too.
@@ -103,6 +112,16 @@ struct BenchWindow {
             QCoreApplication::processEvents();
         }
         std::printf("view area %d x %d px\n", ViewW(), ViewH());
+    }
+    // A flat grey still filling a 1920x1080 view, measuring enabled: the pointer benchmarks' stage.
+    QImage ShowFlatStill() {
+        SizeView(1920, 1080);
+        QImage picture(1920, 1080, QImage::Format_RGB32);
+        picture.fill(QColor(90, 90, 90));
+        f.picTempView->SetPicture(picture);
+        tavix::EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
+        tavix::DispImage(f, false);
+        return picture;
     }
     int ViewW() const { return qRound(f.picViewArea->ScaleWidth() / 15); }
     int ViewH() const { return qRound(f.picViewArea->ScaleHeight() / 15); }

@@ -86,18 +86,6 @@ void BareForm() {
     new QPushButton(QStringLiteral("Cancel"), &form);
 }
 
-template <class A, class B>
-std::pair<double, double> MedianMsInTurn(int runs, A&& a, B&& b) {
-    std::vector<double> ta, tb;
-    for (int i = 0; i < runs; ++i) {
-        ta.push_back(MedianMs(1, a));
-        tb.push_back(MedianMs(1, b));
-    }
-    std::sort(ta.begin(), ta.end());
-    std::sort(tb.begin(), tb.end());
-    return {ta[runs / 2], tb[runs / 2]};
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {

@@ -30,22 +30,12 @@ private:
     QImage image_;
 };
 
-void Move(QWidget* widget, QPointF at) {
-    QMouseEvent e(QEvent::MouseMove, at, widget->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(widget, &e);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     bench::BenchWindow w(3);
-    w.SizeView(1920, 1080);
-    QImage picture(1920, 1080, QImage::Format_RGB32);
-    picture.fill(QColor(90, 90, 90));
-    w.f.picTempView->SetPicture(picture);
-    tavix::EnableCommandArea(w.f, QStringLiteral("picMeasureCommandArea"));
-    tavix::DispImage(w.f, false);
+    const QImage picture = w.ShowFlatStill();
     tavix::cmdMeasure_Click(w.f, 0);
     tavix::picStillView_MouseUp(w.f, 1, 0, 0, 0);
     QWidget* still = w.f.picStillView->ClientWidget();
@@ -56,11 +46,11 @@ int main(int argc, char** argv) {
     const int runs = 2001;
     int i = 0;
     auto next = [&] { ++i; return QPointF(200 + i % 1500, 100 + (i * 7) % 900); };
-    const double handler = MedianMs(runs, [&] { Move(still, next()); }) * 1000;
+    const double handler = MedianMs(runs, [&] { bench::SendMouseMove(still, next()); }) * 1000;
     QCoreApplication::processEvents();
     // With the repaint the move asks for: only the strip the line sweeps.
     const double withPaint = MedianMs(runs, [&] {
-        Move(still, next());
+        bench::SendMouseMove(still, next());
         QCoreApplication::processEvents();
     }) * 1000;
     const double barePaint = MedianMs(runs, [&] {
