@@ -204,7 +204,7 @@ struct FilterGraph::Impl {
     bool fileFinished = false;
     std::atomic<uint64_t> cameraFrames{0}, recordedFrames{0};
     std::atomic<uint64_t> framesAtCut{0};  // camera frames when the file branch was cut off
-    std::atomic<bool> cut{false};
+    std::atomic<bool> cut{false}, cutRequested{false};
     bool active = false;  // Run or Pause since the last Stop
     std::unique_ptr<QObject> ui;  // lives on the UI thread; frames are posted to it
     QTimer* busTimer = nullptr;
@@ -392,6 +392,21 @@ struct FilterGraph::Impl {
         return CapsRef(gst_caps_new_full(s, nullptr));
     }
 
+    GstRef<GstPad> countPad;
+    gulong countProbe = 0;
+    void CountCameraFramesAt(GstPad* pad) {
+        if (countPad) gst_pad_remove_probe(countPad.get(), countProbe);
+        countPad.reset(GST_PAD(gst_object_ref(pad)));
+        countProbe = gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, &Impl::CountCamera, this, nullptr);
+    }
+
+    static GstPadProbeReturn CountCamera(GstPad*, GstPadProbeInfo*, gpointer data) {
+        auto* d = static_cast<Impl*>(data);
+        if (d->cutRequested.load(std::memory_order_relaxed)) d->CutFileBranch();
+        d->cameraFrames.fetch_add(1, std::memory_order_relaxed);
+        return GST_PAD_PROBE_OK;
+    }
+
     static GstPadProbeReturn Count(GstPad*, GstPadProbeInfo*, gpointer counter) {
         static_cast<std::atomic<uint64_t>*>(counter)->fetch_add(1, std::memory_order_relaxed);
         return GST_PAD_PROBE_OK;
@@ -452,7 +467,7 @@ struct FilterGraph::Impl {
         cameraOut = chain[rendererAt - 1];
         displayIn = chain[rendererAt];
         GstRef<GstPad> out(gst_element_get_static_pad(cameraOut, "src"));
-        gst_pad_add_probe(out.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::Count, &cameraFrames, nullptr);
+        CountCameraFramesAt(out.get());
         f.rendered = true;
         f.Link(f.pins.front(), rendererIn);
         camera = &f;
@@ -489,6 +504,9 @@ struct FilterGraph::Impl {
             gst_bin_remove(GST_BIN(pipeline.get()), tee->element.get());
             vb::Raise(vb::ErrInvalidCall);
         }
+        // Counted where the frames enter the tee, which is also where the file branch is cut.
+        GstRef<GstPad> teeIn(gst_element_get_static_pad(tee->element.get(), "sink"));
+        CountCameraFramesAt(teeIn.get());
         cam.Link(cam.pins.front(), tee->pins[0]);
         tee->Link(tee->pins[0], cam.pins.front());
         tee->Link(tee->pins[1], rendererIn);
@@ -569,23 +587,29 @@ struct FilterGraph::Impl {
             std::lock_guard lock(eosMutex);
             if (fileFinished) return true;
         }
-        // Cut off from the tee between two frames, so the camera's next frames only go to the
-        // renderer and the count of frames sent to the file is exact.
-        GstRef<GstElement> tee(gst_pad_get_parent_element(fileTeePad.get()));
-        GstRef<GstPad> teeIn(gst_element_get_static_pad(tee.get(), "sink"));
-        gst_pad_add_probe(teeIn.get(), GST_PAD_PROBE_TYPE_IDLE,
-                          [](GstPad*, GstPadProbeInfo*, gpointer data) {
-                              auto* d = static_cast<Impl*>(data);
-                              GstRef<GstPad> in(gst_element_get_static_pad(d->fileQueue, "sink"));
-                              gst_pad_unlink(d->fileTeePad.get(), in.get());
-                              d->framesAtCut = d->cameraFrames.load();
-                              d->cut = true;
-                              gst_pad_send_event(in.get(), gst_event_new_eos());
-                              return GST_PAD_PROBE_REMOVE;
-                          },
-                          this, nullptr);
+        // The camera's streaming thread cuts the branch off before its next frame enters the
+        // tee, so every frame counted went to the file too. A camera that sends nothing more
+        // leaves it to this thread.
+        cutRequested = true;
         std::unique_lock lock(eosMutex);
+        if (!eosArrived.wait_for(lock, std::chrono::milliseconds(500), [this] { return cut.load(); })) {
+            lock.unlock();
+            CutFileBranch();
+            lock.lock();
+        }
         return eosArrived.wait_for(lock, std::chrono::milliseconds(timeoutMs), [this] { return fileFinished; });
+    }
+
+    // Takes the file branch off the tee and ends its stream; once only.
+    void CutFileBranch() {
+        bool expected = false;
+        if (!cut.compare_exchange_strong(expected, true)) return;
+        framesAtCut = cameraFrames.load();
+        GstRef<GstPad> in(gst_element_get_static_pad(fileQueue, "sink"));
+        gst_pad_unlink(fileTeePad.get(), in.get());
+        gst_pad_send_event(in.get(), gst_event_new_eos());
+        std::lock_guard lock(eosMutex);
+        eosArrived.notify_all();
     }
 
     bool InFileBranch(GstObject* source) const {
