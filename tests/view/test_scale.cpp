@@ -1,6 +1,4 @@
-// The scale bar on the still and over the live picture, the dialog that sets it, the check
-// box in both views, and the bar in a saved picture.
-#include <QFontMetricsF>
+// The scale bar on the still and over the live picture, frmScale, and the bar in a saved picture.
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -24,19 +22,13 @@ using tavix::Var;
 namespace {
 
 constexpr double kTwips = 15;
-// Magenta: none of the test pictures has it.
-constexpr uint32_t kBarColor = 0xFF00FF;
-constexpr QRgb kBarRgb = 0xFFFF00FF;
+constexpr QRgb kBarRgb = 0xFFFF00FF;  // magenta: in none of the test pictures
 
 // ScaleX 100 and ScaleY 50 at 2.5 units a pixel.
 void Settle(int16_t type, int16_t position) {
     tavix::VariableDefinition& v = Var();
     v.ProofTable[v.CurrentProofNo] = {QStringLiteral("t"), 2.5, QStringLiteral("mm")};
-    v.ScaleX = 100;
-    v.ScaleY = 50;
-    v.ScaleType = type;
-    v.ScalePosition = position;
-    v.ScaleColor = kBarColor;
+    v.ScaleX = 100, v.ScaleY = 50, v.ScaleType = type, v.ScalePosition = position, v.ScaleColor = kBarRgb & 0xFFFFFF;
 }
 
 void Zoom(frmMain& f, const char* item) {
@@ -44,15 +36,18 @@ void Zoom(frmMain& f, const char* item) {
         if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
 }
 
-int Count(const QImage& image, QRgb colour) {
+int Count(const QImage& image) {
     const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
     const auto* p = reinterpret_cast<const QRgb*>(rgb.constBits());
-    return static_cast<int>(std::count(p, p + rgb.width() * rgb.height(), colour));
+    return static_cast<int>(std::count(p, p + rgb.width() * rgb.height(), kBarRgb));
 }
 
 // Per position, the edge whose margin it keeps: -1 left or top, 1 right or bottom, 0 centre.
-constexpr struct { int16_t position; int x, y; } kPlaces[] = {
-    {0, 1, 1}, {1, -1, 1}, {2, 1, -1}, {3, -1, -1}, {4, 0, 0}};
+constexpr struct { int16_t position; int x, y; } kPlaces[] = {{0, 1, 1}, {1, -1, 1}, {2, 1, -1}, {3, -1, -1}, {4, 0, 0}};
+
+std::string Row(double what, int type, int position) {
+    return std::to_string(what) + ", type " + std::to_string(type) + ", position " + std::to_string(position);
+}
 
 struct StillWindow : StartedMain {
     StillWindow() : StartedMain(3) {}
@@ -82,11 +77,10 @@ TEST(ScaleOnStill, BarKeepsItsMarginsInsideWhatIsShown) {
         const double halfH = std::min(still.ScaleHeight(), w.f.picViewArea->ScaleHeight() / kTwips) / 2;
         ASSERT_EQ(halfW < still.ScaleWidth() / 2, picture.width() > 1000);
         const double lenX = 60;  // 100 / 2.5 * 1.5
-        for (int16_t type : {1, 0}) {
+        for (int16_t type : {1, 0}) {  // 1 first: each type 0 row shows no vertical bar stays
             const double lenY = type == 1 ? 30 : 0;
             for (const auto& at : kPlaces) {
-                const std::string row = std::to_string(picture.width()) + " wide, type " + std::to_string(type) +
-                                        ", position " + std::to_string(at.position);
+                const std::string row = Row(picture.width(), type, at.position);
                 Settle(type, at.position);
                 tavix::DispImage(w.f, false);
                 const QImage before = still.GetImage();
@@ -94,14 +88,12 @@ TEST(ScaleOnStill, BarKeepsItsMarginsInsideWhatIsShown) {
                 const double ax = at.x == 1 ? halfW - 30 : at.x == -1 ? -halfW + 30 + lenX : 0;
                 const double ay = at.y == 1 ? halfH - 30 : at.y == -1 ? -halfH + 30 + lenY : 0;
                 EXPECT_TRUE(w.Bar(ax - lenX / 2, ay) && w.Bar(ax - lenX, ay - 8) && w.Bar(ax - lenX, ay + 8)) << row;
-                EXPECT_NE(w.At(ax - lenX - 4, ay), kBarRgb) << row << ": 60 long";
+                EXPECT_TRUE(w.At(ax - lenX - 4, ay) != kBarRgb && w.At(ax + 4, ay) != kBarRgb) << row << ": 60 long";
                 EXPECT_NE(w.At(ax - lenX, ay - 12), kBarRgb) << row << ": tick 16 long";
-                EXPECT_NE(w.At(ax + 4, ay), kBarRgb) << row;
                 EXPECT_EQ(w.Bar(ax, ay - 15), type == 1) << row << ": vertical bar";
                 EXPECT_EQ(w.Bar(ax, ay + 8), type == 0) << row << ": right tick";
                 if (type == 1) EXPECT_TRUE(w.Bar(ax - 8, ay - lenY) && w.Bar(ax + 8, ay - lenY)) << row;
-
-                // The text: what else changed, under the bar and centred on it.
+                // The text is what else changed, under the bar and centred on it.
                 const QImage after = still.GetImage();
                 const int top = qRound(ay - still.ScaleTop()) - still.CanvasRect().top();
                 int first = INT_MAX, last = INT_MIN;
@@ -110,8 +102,7 @@ TEST(ScaleOnStill, BarKeepsItsMarginsInsideWhatIsShown) {
                         if (after.pixel(x, y) != before.pixel(x, y) && after.pixel(x, y) != kBarRgb)
                             first = std::min(first, x), last = std::max(last, x);
                 ASSERT_LE(first, last) << row << ": no text";
-                EXPECT_NEAR((first + last) / 2.0 + still.CanvasRect().left() + still.ScaleLeft(), ax - lenX / 2, 3)
-                    << row;
+                EXPECT_NEAR((first + last) / 2.0 + still.CanvasRect().left() + still.ScaleLeft(), ax - lenX / 2, 3) << row;
             }
         }
     }
@@ -122,19 +113,16 @@ TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShown) {
     CameraMain m;
     ASSERT_TRUE(m.started && m.WaitFrame());
     frmMain& f = m.f;
-    Var().MeasureFontSize = 10;
     for (double zoom : {0.5, 2.0}) {
         Zoom(f, zoom == 0.5 ? "x 0.5" : "x 2.0");
         const vb::PictureBox &cam = *f.picCameraView, &area = *f.picViewArea;
         ASSERT_EQ(cam.Width() > area.ScaleWidth() && cam.Height() > area.ScaleHeight(), zoom == 2.0);
         const double visL = std::max(cam.Left(), 0.0), visR = std::min(cam.Left() + cam.Width(), area.ScaleWidth());
         const double visT = std::max(cam.Top(), 0.0), visB = std::min(cam.Top() + cam.Height(), area.ScaleHeight());
-        // Type 1 first, so each type 0 row also shows that nothing of the vertical bar stays.
         for (int16_t type : {1, 0}) {
             const double lenY = type == 1 ? 50 / 2.5 * zoom * kTwips : 0;
             for (const auto& at : kPlaces) {
-                const std::string row = "zoom " + std::to_string(zoom) + ", type " + std::to_string(type) +
-                                        ", position " + std::to_string(at.position);
+                const std::string row = Row(zoom, type, at.position);
                 Settle(type, at.position);
                 tavix::DrawScale(f);
                 const vb::PictureBox &tick = *f.picScaleLine[0], &bar = *f.picScaleLine[1],
@@ -142,17 +130,11 @@ TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShown) {
                 const double ax = bar.Left() + bar.Width(), ay = bar.Top();
                 EXPECT_DOUBLE_EQ(bar.Width(), 100 / 2.5 * zoom * kTwips) << row;
                 // Off by at most the rounding of the camera view's place.
-                const double ex = at.x == 1    ? visR - ax - 465
-                                  : at.x == -1 ? bar.Left() - visL - 450
-                                               : ax - (visL + visR) / 2;
-                const double ey = at.y == 1    ? visB - ay - 450
-                                  : at.y == -1 ? ay - lenY - visT - 450
-                                               : ay - (visT + visB) / 2;
-                EXPECT_NEAR(ex, 0, 1) << row << ": across";
-                EXPECT_NEAR(ey, 0, 1) << row << ": down";
-                EXPECT_DOUBLE_EQ(tick.Left(), bar.Left()) << row;
-                EXPECT_DOUBLE_EQ(tick.Top() + tick.Height() / 2, ay) << row;
-                EXPECT_DOUBLE_EQ(vertical.Left(), ax) << row;
+                EXPECT_NEAR(at.x == 1 ? visR - ax - 465 : at.x == -1 ? bar.Left() - visL - 450 : ax - (visL + visR) / 2, 0, 1)
+                    << row << ": across";
+                EXPECT_NEAR(at.y == 1 ? visB - ay - 450 : at.y == -1 ? ay - lenY - visT - 450 : ay - (visT + visB) / 2, 0, 1)
+                    << row << ": down";
+                EXPECT_TRUE(tick.Left() == bar.Left() && tick.Top() + tick.Height() / 2 == ay && vertical.Left() == ax) << row;
                 EXPECT_DOUBLE_EQ(vertical.Height(), type == 1 ? lenY : tick.Height()) << row;
                 EXPECT_DOUBLE_EQ(vertical.Top(), type == 1 ? ay - lenY : ay - tick.Height() / 2) << row;
                 if (type == 1) EXPECT_TRUE(top.Left() + top.Width() / 2 == ax && top.Top() == ay - lenY) << row;
@@ -160,9 +142,6 @@ TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShown) {
                 EXPECT_EQ(top.Visible(), type == 1) << row;
                 EXPECT_DOUBLE_EQ(text.Left() + text.Width() / 2, bar.Left() + bar.Width() / 2) << row;
                 EXPECT_DOUBLE_EQ(text.Top(), ay + 80) << row;
-                EXPECT_NEAR(text.Width(), QFontMetricsF(text.Font()).horizontalAdvance("100mm") * kTwips, 0.5) << row;
-                EXPECT_LT(Count(text.GetImage(), 0xFF808080), text.GetImage().width() * text.GetImage().height())
-                    << row << ": printed";
             }
         }
     }
@@ -182,26 +161,13 @@ TEST(ScaleDialog, ShowsTheSettingsAndOpensYOnlyForTwoBars) {
         Var().ScaleX = 12.5;
         frmScale d;
         d.Form_Load();
-        EXPECT_EQ(d.Caption(), GST(15000));
-        EXPECT_EQ(d.optAxis[1]->Caption(), GST(15003));
-        EXPECT_EQ((QStringList{d.txtScaleLen[0]->Text(), d.txtScaleLen[1]->Text(), d.lblUnit[1]->Caption()}),
-                  (QStringList{"12.5", "50", "mm"}));
-        EXPECT_TRUE(d.txtScaleLen[0]->MaxLength() == 6 && d.txtScaleLen[1]->MaxLength() == 6);
-        EXPECT_TRUE(d.optAxis[type]->Value());
+        EXPECT_EQ((QStringList{d.Caption(), d.txtScaleLen[0]->Text(), d.txtScaleLen[1]->Text(), d.lblUnit[1]->Caption(),
+                               d.cboPosition->List(4)}),
+                  (QStringList{GST(15000), "12.5", "50", "mm", GST(15009)}));
+        EXPECT_TRUE(d.optAxis[type]->Value() && d.cboPosition->ListIndex() == 3);
         EXPECT_EQ(d.txtScaleLen[1]->Enabled() && d.Label1[1]->Enabled() && d.lblUnit[1]->Enabled(), type == 1);
-        ASSERT_EQ(d.cboPosition->ListCount(), 5);
-        EXPECT_EQ(d.cboPosition->List(4), GST(15009));
-        EXPECT_EQ(d.cboPosition->ListIndex(), 3);
         d.optAxis[1 - type]->SetValue(true);
         EXPECT_EQ(d.txtScaleLen[1]->Enabled(), type == 0) << "the other option turns Y round";
-
-        // Tab walks from the X length on.
-        std::vector<QWidget*> chain;
-        for (QWidget* at = d.nextInFocusChain(); at != &d && chain.size() < 20; at = at->nextInFocusChain())
-            if (at->focusPolicy() & Qt::TabFocus) chain.push_back(at);
-        EXPECT_EQ(chain, (std::vector<QWidget*>{d.txtScaleLen[0]->Widget(), d.txtScaleLen[1]->Widget(),
-                                                d.optAxis[0]->Widget(), d.optAxis[1]->Widget(),
-                                                d.cboPosition->Widget(), d.cmdOK->Widget(), d.cmdCancel->Widget()}));
     }
 }
 
@@ -221,19 +187,15 @@ TEST(ScaleDialog, OkRefusesLengthsOfNothingAndStoresBoth) {
         if (r.refused) w.host.AnswerMsgBox(vb::vbOK);
         d.cmdOK->Click();
         const std::string row = std::string(r.x) + " / " + r.y;
-        EXPECT_EQ(d.Unloaded(), !r.refused) << row;
-        EXPECT_EQ(Var().DialogResult, !r.refused) << row;
-        if (r.refused) {
-            ASSERT_EQ(w.host.Boxes.size(), 1u) << row;
-            EXPECT_EQ(w.host.Boxes[0].Prompt, GST(25000, QLatin1String(r.refused))) << row;
-            EXPECT_EQ(w.host.Boxes[0].Title, GST(15100)) << row;
-            EXPECT_EQ(w.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbExclamation) << row;
-            EXPECT_TRUE(Var().ScaleX == 100 && Var().ScaleY == 50 && Var().ScaleType == 1 && Var().ScalePosition == 0)
-                << row << ": nothing stored";
-        } else {
-            EXPECT_TRUE(Var().ScaleX == r.storedX && Var().ScaleY == r.storedY) << row;
-            EXPECT_TRUE(Var().ScaleType == r.type && Var().ScalePosition == 2) << row;
-        }
+        EXPECT_TRUE(d.Unloaded() == !r.refused && Var().DialogResult == !r.refused) << row;
+        const tavix::VariableDefinition& v = Var();
+        using Stored = std::tuple<double, double, int, int>;
+        const Stored stored = r.refused ? Stored(100, 50, 1, 0) : Stored(r.storedX, r.storedY, r.type, 2);
+        EXPECT_EQ(Stored(v.ScaleX, v.ScaleY, v.ScaleType, v.ScalePosition), stored) << row;
+        ASSERT_EQ(w.host.Boxes.size(), r.refused ? 1u : 0u) << row;
+        if (r.refused)
+            EXPECT_EQ(std::tuple(w.host.Boxes[0].Prompt, w.host.Boxes[0].Title, w.host.Boxes[0].Buttons),
+                      std::tuple(GST(25000, QLatin1String(r.refused)), GST(15100), vb::vbOKOnly | vb::vbExclamation));
     }
 }
 
@@ -246,32 +208,22 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
     int drawn = 0;
     w.f.Hooks.DrawMeasureResults = [&](frmMain&) { ++drawn; };
     Settle(0, 0);
-    const auto press = [](bool ok) {
-        return [ok](vb::Form& form) {
+    for (const bool ok : {false, true}) {
+        w.host.AnswerModal([ok](vb::Form& form) {
             auto& d = dynamic_cast<frmScale&>(form);
             Answer(d, "40", "40", 0, 4);  // 16 pixels at zoom 1, at the centre
             (ok ? d.cmdOK : d.cmdCancel)->Click();
-        };
-    };
-    w.host.AnswerModal(press(false));
-    w.f.chkScale->SetValue(1);
-    EXPECT_EQ(w.f.chkScale->Value(), 0);
-    EXPECT_TRUE(Var().ScaleX == 100 && Var().ScalePosition == 0) << "Cancel stores nothing";
-    EXPECT_EQ(Count(w.f.picStillView->GetImage(), kBarRgb), 0);
-    EXPECT_EQ(drawn, 1) << "repainted with the results";
-
-    w.host.AnswerModal(press(true));
-    w.f.chkScale->SetValue(1);
-    EXPECT_TRUE(w.f.chkScale->Value() == 1 && Var().ScaleX == 40 && Var().ScalePosition == 4);
-    EXPECT_TRUE(w.Bar(-8, 0));
-    EXPECT_NE(w.At(-28, 0), kBarRgb);
+        });
+        w.f.chkScale->SetValue(1);
+        EXPECT_TRUE(w.f.chkScale->Value() == ok && Var().ScaleX == (ok ? 40 : 100) && Var().ScalePosition == 4 * ok);
+        if (!ok) EXPECT_TRUE(drawn == 1 && Count(w.f.picStillView->GetImage()) == 0) << "Cancel repaints with the results";
+    }
+    EXPECT_TRUE(w.Bar(-8, 0) && w.At(-28, 0) != kBarRgb);
     Zoom(w.f, "x 2.0");
     EXPECT_TRUE(w.Bar(-28, 0)) << "32 pixels at zoom 2";
-
     drawn = 0;
     w.f.chkScale->SetValue(0);
-    EXPECT_EQ(Count(w.f.picStillView->GetImage(), kBarRgb), 0);
-    EXPECT_EQ(drawn, 1);
+    EXPECT_TRUE(Count(w.f.picStillView->GetImage()) == 0 && drawn == 1);
     w.f.Hooks.DrawMeasureResults = nullptr;
 }
 
@@ -281,15 +233,16 @@ TEST(ScaleCheckBox, LiveBoxesGoToTheStillAndComeBack) {
     frmMain& f = m.f;
     Settle(1, 0);
     const auto shown = [&f] {
-        return f.picScaleLine[0]->Visible() + f.picScaleLine[1]->Visible() + f.picScaleLine[2]->Visible() +
-               f.picScaleLine[3]->Visible() + f.picScaleSize->Visible();
+        int n = f.picScaleSize->Visible();
+        for (int i = 0; i < 4; ++i) n += f.picScaleLine[i]->Visible();
+        return n;
     };
     m.host.AnswerModal([](vb::Form& form) { dynamic_cast<frmScale&>(form).cmdOK->Click(); });
     f.chkScale->SetValue(1);
     EXPECT_EQ(shown(), 5);
     f.Hooks.SwitchViewMode(f, true);
     EXPECT_EQ(shown(), 0) << "no live boxes over the still";
-    EXPECT_GT(Count(f.picStillView->GetImage(), kBarRgb), 40) << "drawn into the still";
+    EXPECT_GT(Count(f.picStillView->GetImage()), 40) << "drawn into the still";
     f.Hooks.SwitchViewMode(f, false);
     EXPECT_EQ(shown(), 5) << "placed anew by the refit";
     f.chkScale->SetValue(0);
@@ -308,14 +261,13 @@ TEST(ScaleCheckBox, BarIsInThePictureSavedAtTheViewSize) {
     w.f.chkScale->SetValue(1);
     w.host.AnswerFile(w.box.File(QStringLiteral("saved.bmp")));
     tavix::cmdPicSave_Click(w.f);
-
-    const QImage saved = QImage(w.box.File(QStringLiteral("saved.bmp"))).convertToFormat(QImage::Format_RGB32);
+    const QImage saved(w.box.File(QStringLiteral("saved.bmp")));
     // The picture in the middle of the view; a 40 pixel bar ending 30 inside its lower right corner.
     const int ax = saved.width() / 2 + 200 - 30, ay = saved.height() / 2 + 150 - 30;
     ASSERT_GT(saved.height(), ay + 1);
     const QImage row = saved.copy(0, ay - 1, saved.width(), 3);
-    EXPECT_GE(Count(row, kBarRgb), 40);
-    EXPECT_EQ(Count(row.copy(ax + 2, 0, row.width() - ax - 2, 3), kBarRgb), 0) << "nothing beyond its right end";
+    EXPECT_GE(Count(row), 40);
+    EXPECT_EQ(Count(row.copy(ax + 2, 0, row.width() - ax - 2, 3)), 0) << "nothing beyond its right end";
 }
 
 }  // namespace
