@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <vector>
 
 #include "App.h"
 #include "CommandArea.h"
@@ -51,6 +52,27 @@ inline void Spin(int ms) {
     QEventLoop loop;
     QTimer::singleShot(ms, &loop, &QEventLoop::quit);
     loop.exec();
+}
+
+// Records cycling through every kind, points spread over the view; a fixed seed keeps them.
+inline std::vector<tavix::ResultRecord> MakeRecords(int n) {
+    const int16_t kinds[] = {100, 101, 102, 103, 104, 105, 106, 108};
+    const int points[] = {5, 2, 2, 2, 4, 6, 5, 6};
+    QRandomGenerator rng(7);
+    const auto in = [&rng](double lo, double hi) { return lo + rng.bounded(hi - lo); };
+    std::vector<tavix::ResultRecord> records;
+    for (int i = 0; i < n; ++i) {
+        tavix::ResultRecord r;
+        r.No = static_cast<int16_t>(i + 1);
+        r.Kind = kinds[i % 8];
+        r.Points.resize(points[i % 8] + 1);
+        for (size_t k = 1; k < r.Points.size(); ++k)
+            r.Points[k] = {in(-900, 900), in(-500, 500)};
+        if (r.Kind == 102 || r.Kind == 103) r.Points[2] = {in(10, 200), 0};
+        r.Value = rng.bounded(1000.0);
+        records.push_back(r);
+    }
+    return records;
 }
 
 // A pointer move over the widget, delivered as the platform delivers it.

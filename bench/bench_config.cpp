@@ -41,26 +41,6 @@ public:
     }
 };
 
-// Records cycling through every kind, points spread over the view; a fixed seed keeps them.
-std::vector<ResultRecord> MakeRecords(int n) {
-    const int16_t kinds[] = {100, 101, 102, 103, 104, 105, 106, 108};
-    const int points[] = {5, 2, 2, 2, 4, 6, 5, 6};
-    QRandomGenerator rng(7);
-    const auto in = [&rng](double lo, double hi) { return lo + rng.bounded(hi - lo); };
-    std::vector<ResultRecord> records;
-    for (int i = 0; i < n; ++i) {
-        ResultRecord r;
-        r.No = static_cast<int16_t>(i + 1);
-        r.Kind = kinds[i % 8];
-        r.Points.resize(points[i % 8] + 1);
-        for (size_t k = 1; k < r.Points.size(); ++k) r.Points[k] = {in(-900, 900), in(-500, 500)};
-        if (r.Kind == 102 || r.Kind == 103) r.Points[2] = {in(10, 200), 0};
-        r.Value = rng.bounded(1000.0);
-        records.push_back(r);
-    }
-    return records;
-}
-
 // The same widgets as the dialog, made, filled and thrown away with plain Qt.
 void BareForm() {
     QWidget form;
@@ -103,7 +83,7 @@ int main(int argc, char** argv) {
     }
     f.picTempView->SetPicture(pic);
     tavix::Var().ZoomFactor = 1.0;
-    const std::vector<ResultRecord> records = MakeRecords(99);
+    const std::vector<ResultRecord> records = bench::MakeRecords(99);
     std::copy(records.begin(), records.end(), tavix::Var().ResultTable.begin() + 1);
     f.ResultCount = 99;
     for (int i = 1; i <= 99; ++i) f.grdResult->SetTextMatrix(i, 2, QStringLiteral("0"));

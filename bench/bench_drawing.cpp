@@ -25,27 +25,6 @@ namespace {
 
 constexpr int kW = 1920, kH = 1080;
 
-// Records cycling through every kind, points spread over the view; a fixed seed keeps them.
-std::vector<ResultRecord> MakeRecords(int n) {
-    const int16_t kinds[] = {100, 101, 102, 103, 104, 105, 106, 108};
-    const int points[] = {5, 2, 2, 2, 4, 6, 5, 6};
-    QRandomGenerator rng(7);
-    const auto in = [&rng](double lo, double hi) { return lo + rng.bounded(hi - lo); };
-    std::vector<ResultRecord> records;
-    for (int i = 0; i < n; ++i) {
-        ResultRecord r;
-        r.No = static_cast<int16_t>(i + 1);
-        r.Kind = kinds[i % 8];
-        r.Points.resize(points[i % 8] + 1);
-        for (size_t k = 1; k < r.Points.size(); ++k)
-            r.Points[k] = {in(-900, 900), in(-500, 500)};
-        if (r.Kind == 102 || r.Kind == 103) r.Points[2] = {in(10, 200), 0};
-        r.Value = rng.bounded(1000.0);
-        records.push_back(r);
-    }
-    return records;
-}
-
 // The same picture and primitives straight onto an image, one painter, no scale.
 void BareDraw(const QImage& pic, const std::vector<ResultRecord>& records, const QFont& font) {
     QImage canvas(kW, kH, QImage::Format_RGB32);
@@ -112,7 +91,7 @@ int main(int argc, char** argv) {
     const int runs = 41;
 
     for (const int n : {99, 999}) {
-        const std::vector<ResultRecord> records = MakeRecords(n);
+        const std::vector<ResultRecord> records = bench::MakeRecords(n);
         std::copy(records.begin(), records.end(), tavix::Var().ResultTable.begin() + 1);
         f.ResultCount = static_cast<int16_t>(n);
         const auto [ours, bare] = MedianMsInTurn(

@@ -42,14 +42,20 @@ launch() {
   done
   [ -n "$wid" ] && sleep 0.5
 }
-# Types a path into the file dialog of program $2 that the click before opened.
-answer_dialog() {
-  local dialog=""
+# A window of the program other than the main one: the modal dialog just opened.
+dialog_of() {
+  local d=""
   for _ in $(seq 50); do
-    dialog=$(xdotool search --onlyvisible --class "$2" 2>/dev/null | grep -vx "$wid" | head -1)
-    [ -n "$dialog" ] && break
+    d=$(xdotool search --onlyvisible --class "$1" 2>/dev/null | grep -vx "$wid" | head -1)
+    [ -n "$d" ] && break
     sleep 0.1
   done
+  echo "$d"
+}
+# Types a path into the file dialog of program $2 that the click before opened.
+answer_dialog() {
+  local dialog
+  dialog=$(dialog_of "$2")
   [ -n "$dialog" ] || { fail "$2" "no file dialog for $1"; return 1; }
   sleep 0.5
   [ -n "${3:-}" ] && import -window "$dialog" "$3" 2>/dev/null
@@ -215,16 +221,6 @@ close_and_wait record
 # Scale bar, cross lines and a setting with the real mouse and keys in tavix-camera-measure.
 install overlay tavix-camera-measure
 launch tavix-camera-measure "デジカメ画像表示／計測プログラム"
-# A window of the program other than the main one: the modal dialog just opened.
-dialog_of() {
-  local d=""
-  for _ in $(seq 50); do
-    d=$(xdotool search --onlyvisible --class "$1" 2>/dev/null | grep -vx "$wid" | head -1)
-    [ -n "$d" ] && break
-    sleep 0.1
-  done
-  echo "$d"
-}
 pixel() { convert "$1" -format "%[pixel:p{$2,$3}]" info:; }
 red=$(convert xc:red -format '%[pixel:p{0,0}]' info:)
 if [ -z "$wid" ]; then
