@@ -1,6 +1,5 @@
 #include "Recording.h"
 
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
@@ -80,7 +79,7 @@ void StopRecording(frmMain& f) {
     if (!LoadGrfFile(f)) {
         vb::Host().MsgBox(FatalText, vb::vbOKOnly | vb::vbCritical, QString(), &f);
         f.Unload();
-        QCoreApplication::exit(1);
+        vb::Host().End(1);
         return;
     }
     f.ViewMode = 1;

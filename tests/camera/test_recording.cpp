@@ -177,6 +177,22 @@ TEST(Recording, ClosingTheWindowWhileRecordingLeavesAFinishedMovie) {
     EXPECT_GT(Discover(movie).headerFrames, 20u);
 }
 
+TEST(Recording, AGraphFileThatCannotBeLoadedAfterwardsEndsTheProgram) {
+    RecordingMain m;
+    ASSERT_TRUE(m.started && m.WaitFrame());
+    m.Arm();
+    m.f.cmdPlayStop->Click();
+    m.RunFor(500);
+    m.box.Write(QStringLiteral("Tavix.grf"), "not a graph\r\n");
+    m.host.AnswerMsgBox(vb::vbOK);
+    m.f.cmdPlayStop->Click();
+    ASSERT_EQ(m.host.Boxes.size(), 1u);
+    EXPECT_EQ(m.host.Boxes[0].Prompt, tavix::FatalText);
+    EXPECT_EQ(m.host.Ends, 1);
+    EXPECT_TRUE(m.Logged(QStringLiteral("LoadGrfFile Error.(13)")));
+    EXPECT_GT(Discover(m.Movie()).headerFrames, 0u);  // the movie was finished before
+}
+
 enum class Act { None, RemoveFolder, DiskAlmostFull };
 
 TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
