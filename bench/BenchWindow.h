@@ -75,6 +75,16 @@ inline std::vector<tavix::ResultRecord> MakeRecords(int n) {
     return records;
 }
 
+// A smooth two-way gradient, so that repaints have real pixels to move.
+inline QImage GradientPicture(int w, int h) {
+    QImage pic(w, h, QImage::Format_RGB32);
+    for (int y = 0; y < h; ++y) {
+        auto* row = reinterpret_cast<QRgb*>(pic.scanLine(y));
+        for (int x = 0; x < w; ++x) row[x] = qRgb(x * 200 / w, y * 200 / h, 90);
+    }
+    return pic;
+}
+
 // A pointer move over the widget, delivered as the platform delivers it.
 inline void SendMouseMove(QWidget* widget, QPointF at) {
     QMouseEvent e(QEvent::MouseMove, at, widget->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier);

@@ -76,11 +76,7 @@ int main(int argc, char** argv) {
     tavix::frmMain& f = w.f;
     w.SizeView(kW, kH);
 
-    QImage pic(kW, kH, QImage::Format_RGB32);
-    for (int y = 0; y < kH; ++y) {
-        auto* row = reinterpret_cast<QRgb*>(pic.scanLine(y));
-        for (int x = 0; x < kW; ++x) row[x] = qRgb(x * 200 / kW, y * 200 / kH, 90);
-    }
+    const QImage pic = bench::GradientPicture(kW, kH);
     f.picTempView->SetPicture(pic);
     tavix::Var().ZoomFactor = 1.0;
     const std::vector<ResultRecord> records = bench::MakeRecords(99);
