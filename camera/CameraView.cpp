@@ -196,7 +196,11 @@ void cmdPinProp_Click(frmMain& f) {
     if (!f.GraphFileStore) f.GraphFileStore = std::make_shared<cam::GraphFileStore>();
     f.GraphFileStore->ShowFilterProperties(*f.FilterGraph, *f.CameraFilter, &f, Var().CameraFilterName);
     // The camera's settings live only in the graph file, so it is written even after Cancel.
-    f.GraphFileStore->SaveGraphFile(*f.FilterGraph, GrfFilePath());
+    // When it cannot be, the settings still act until the end: ending here would lose results.
+    const int err = vb::Trap([&] { f.GraphFileStore->SaveGraphFile(*f.FilterGraph, GrfFilePath()); });
+    if (err == 0) return;
+    WriteLog(QStringLiteral("cmdPinProp_Click Error.(%1)").arg(err));
+    vb::Host().MsgBox(GST(20109, WriteFailureReason(err)), vb::vbOKOnly | vb::vbExclamation, GST(11103), &f);
 }
 
 void tmrLiveIcon_Timer(frmMain& f) {

@@ -960,7 +960,7 @@ void GraphFileStore::SaveGraphFile(FilterGraph& graph, const QString& path) {
                       QStringLiteral("format=") + format.Format,
                       format.RateNum ? QStringLiteral("rate=%1/%2").arg(format.RateNum).arg(format.RateDen) : QStringLiteral("rate=")};
     for (const CameraControl& c : graph.Controls(*d.camera)) lines << QStringLiteral("control.%1=%2").arg(c.Id).arg(c.Value);
-    if (!vb::WriteTextFileAtomic(path, lines)) vb::Raise(vb::WriteFailureNumber(path));
+    if (const int err = vb::WriteTextFileSafely(path, lines); err != 0) vb::Raise(err);
 }
 
 }  // namespace tavix::cam

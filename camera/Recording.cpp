@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QDir>
 #include <QFileInfo>
 
 #include "CameraView.h"
@@ -95,6 +96,9 @@ void tmrRec_Timer(frmMain& f) {
         vb::Host().MsgBox(GST(20150), vb::vbOKOnly | vb::vbInformation, GST(11150), &f);
         return;
     }
+    // A movie whose folder went away would be finished into a file nobody can reach.
+    if (!QFileInfo(f.MovieFileName).absoluteDir().exists())
+        return RecordingFailed(f, QStringLiteral("tmrRec_Timer"), vb::ErrPathNotFound, WriteFailureReason(vb::ErrPathNotFound));
     // Stopped while the file can still be finished with its index.
     double free = 0;
     if (vb::Trap([&] { free = vb::FreeSpace(f.MovieFileName); }) == 0 && free < kRecordReserveBytes)

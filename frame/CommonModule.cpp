@@ -84,6 +84,19 @@ QString GST(int32_t number, double replacement) {
     return Lookup(number, &text);
 }
 
+QString WriteFailureReason(int number) {
+    switch (number) {
+    case vb::ErrDiskFull:
+        return GST(20201);
+    case vb::ErrPathFileAccess:
+        return GST(20202);
+    case vb::ErrPathNotFound:
+        return GST(20203);
+    default:
+        return GST(20204);
+    }
+}
+
 QString MakeResultFormat(int16_t decimals) {
     return decimals > 0 ? QStringLiteral("0.") + QString(decimals, QLatin1Char('0')) : QStringLiteral("0");
 }

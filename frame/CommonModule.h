@@ -25,6 +25,10 @@ bool TrapLogged(const QString& routine, const std::function<void()>& body);
 // by number. True on Yes.
 bool AskYesNo(QWidget* owner, int32_t text, int32_t title);
 
+// What went wrong with a file that could not be written, from its error number, in the
+// user's words (disk full, not writable, folder gone, anything else).
+QString WriteFailureReason(int number);
+
 // Loads the string table file; false (with a log line) when it could not.
 bool ReadStringTableData();
 

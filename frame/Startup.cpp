@@ -1,5 +1,7 @@
 #include "Startup.h"
 
+#include <QFileInfo>
+#include <QSet>
 #include <optional>
 
 #include "App.h"
@@ -8,6 +10,7 @@
 #include "Convert.h"
 #include "DialogHost.h"
 #include "IniConfig.h"
+#include "SafeFile.h"
 #include "Guidance.h"
 #include "frmMain.h"
 
@@ -105,6 +108,14 @@ void CloseCameraGap(frmMain& f) {
     }
 }
 
+// A replace cut short by a crash leaves its temporary file beside the file it was replacing.
+void RemoveStrayTemporaries(const VariableDefinition& v) {
+    QSet<QString> folders{vb::App::Path()};
+    for (const QString& name : {v.ProofFileName, QLatin1Char('\\') + v.GrfFileName, v.TempBitmapFile})
+        folders.insert(QFileInfo(vb::AppPathJoin(name)).absolutePath());
+    for (const QString& folder : folders) vb::RemoveStrayTemporaries(folder);
+}
+
 }  // namespace
 
 bool IsCameraVariant(int16_t programType) { return programType == 0 || programType == 1; }
@@ -140,6 +151,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
         }
 
         if (!GetIniFileData()) return fail({QStringLiteral("Ini File Read Error."), FatalText, {}});
+        RemoveStrayTemporaries(v);
         if (!ReadStringTableData())
             return fail({QStringLiteral("StringTable File Read Error."), FatalText, {}});
 

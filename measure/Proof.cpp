@@ -89,9 +89,7 @@ int WriteProofData() {
     QStringList lines;
     for (const ProofRecord& proof : Var().ProofTable)
         lines << Quoted(proof.Name) + QLatin1Char(',') + vb::CStr(proof.Value) + QLatin1Char(',') + Quoted(proof.Unit);
-    const QString path = ProofFilePath();
-    if (vb::WriteTextFileAtomic(path, lines)) return 0;
-    return vb::WriteFailureNumber(path);
+    return vb::WriteTextFileSafely(ProofFilePath(), lines);
 }
 
 void cboProof_Click(frmMain& f) {

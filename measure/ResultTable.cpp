@@ -98,13 +98,13 @@ void cmdResultSave_Click(frmMain& f) {
         lines << cells.join(QLatin1Char(','));
     }
     // Through a file beside the target, so an existing file is never left half-written.
-    const bool written = vb::WriteTextFileAtomic(path, lines);
+    const int err = vb::WriteTextFileSafely(path, lines);
     vb::Host().SetBusy(false);
-    if (written) {
+    if (err == 0) {
         f.ResultDirty = false;
         return;
     }
-    WriteLog(QStringLiteral("cmdResultSave_Click Error.(%1)").arg(vb::WriteFailureNumber(path)));
+    WriteLog(QStringLiteral("cmdResultSave_Click Error.(%1)").arg(err));
     vb::Host().MsgBox(GST(20092), vb::vbOKOnly | vb::vbExclamation, GST(11092), &f);
 }
 

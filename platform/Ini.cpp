@@ -1,7 +1,7 @@
 #include "Ini.h"
 
 #include "Errors.h"
-
+#include "SafeFile.h"
 #include "TextFile.h"
 
 #include <QDir>
@@ -268,7 +268,7 @@ bool WritePrivateProfileString(const QString& section, const QString& key, const
     }
     if (info.exists() && result == bytes) return true;
 
-    return WriteFileAtomic(file, result);
+    return WriteFileSafely(file, result) == 0;
 }
 
 }  // namespace vb

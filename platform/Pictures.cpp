@@ -1,12 +1,12 @@
 #include "Pictures.h"
 
 #include "Errors.h"
+#include "SafeFile.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QDir>
 #include <QImageReader>
-#include <QSaveFile>
 #include <QtEndian>
 
 #include <algorithm>
@@ -250,24 +250,15 @@ bool WriteBmp(const QImage& rgb, QIODevice& out) {
     return true;
 }
 
-// Overwrites the file in place: its pages and blocks are used again instead of being
-// freed and allocated anew, which costs more than the conversion itself.
-bool WriteScratch(const QImage& rgb, const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadWrite)) return false;
-    const bool ok = WriteBmp(rgb, file) && file.resize(file.pos()) && file.flush();
-    file.close();
-    return ok && file.error() == QFileDevice::NoError;
-}
-
-bool WriteReplacing(const QImage& rgb, const QString& path) {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) return false;
+// 0, or the error number; a picture too large for the format's size fields counts as 57.
+int WriteBmpFile(const QImage& rgb, const QString& path, SafeFile::Durability durability) {
+    SafeFile file(path, durability);
+    if (!file.open(QIODevice::WriteOnly)) return file.ErrorNumber();
     if (!WriteBmp(rgb, file)) {
-        file.cancelWriting();
-        return false;
+        file.cancel();
+        return file.ErrorNumber() != 0 ? file.ErrorNumber() : ErrDeviceIO;
     }
-    return file.commit();
+    return file.commit() ? 0 : file.ErrorNumber();
 }
 
 }  // namespace
@@ -288,17 +279,15 @@ QImage LoadPicture(const QString& path) {
 
 void SavePicture(const QImage& image, const QString& path, bool scratch) {
     if (image.isNull()) Raise(ErrInvalidPicture);
-    bool written = false;
+    int err = 0;
     try {
         // Any format comes as RGB32, which is written with 24 bits a pixel.
         const QImage rgb = Opaque(image);
-        written = scratch ? WriteScratch(rgb, path) : WriteReplacing(rgb, path);
+        err = WriteBmpFile(rgb, path, scratch ? SafeFile::Durability::Scratch : SafeFile::Durability::Synced);
     } catch (const std::bad_alloc&) {
         Raise(ErrOutOfMemory);
     }
-    if (written) return;
-    if (!QFileInfo(path).absoluteDir().exists()) Raise(ErrPathNotFound);
-    Raise(ErrDeviceIO);
+    if (err != 0) Raise(err);
 }
 
 }  // namespace vb

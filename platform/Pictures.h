@@ -15,10 +15,9 @@ constexpr long long MaxPicturePixels = 256LL * 1024 * 1024;  // 1 GiB once in RG
 // 481 not a picture or cut off, 7 larger than MaxPictureSide / MaxPicturePixels.
 QImage LoadPicture(const QString& path);
 
-// Writes a 24-bit BMP. Normally through a temporary file synced and renamed over the target,
-// so an existing file is never left half-written; scratch: straight over the target, for a
-// file only this program reads back. Errors: 481 for a null image (nothing to save),
-// 76 missing folder, 57 any other failure.
+// Writes a 24-bit BMP through SafeFile, so an existing file is never left half-written;
+// scratch: not synced, for a file only this program reads back. Errors: 481 for a null
+// image (nothing to save), 61 disk full, 75 not writable, 76 missing folder, 57 any other.
 void SavePicture(const QImage& image, const QString& path, bool scratch = false);
 
 }  // namespace vb

@@ -1,11 +1,11 @@
 #include "TextFile.h"
 
 #include "Errors.h"
+#include "SafeFile.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStringDecoder>
 
 #include <cerrno>
@@ -86,34 +86,13 @@ QStringList ReadTextLines(const QString& path) {
     return lines;
 }
 
-bool WriteTextFileAtomic(const QString& path, const QStringList& lines) {
-    const QFileInfo info(path);
-    if (info.exists() && (!info.isFile() || !info.isWritable())) return false;
+int WriteTextFileSafely(const QString& path, const QStringList& lines) {
     QByteArray data;
     for (const QString& line : lines) {
         data += line.toUtf8();
         data += "\r\n";
     }
-    return WriteFileAtomic(path, data);
-}
-
-bool WriteFileAtomic(const QString& path, const QByteArray& data) {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) return false;
-    if (file.write(data) != data.size()) {
-        file.cancelWriting();
-        return false;
-    }
-    return file.commit();
-}
-
-int WriteFailureNumber(const QString& path) {
-    const QFileInfo target(path);
-    const QFileInfo folder(target.absolutePath());
-    if (!folder.isDir()) return ErrPathNotFound;
-    if ((target.exists() && (!target.isFile() || !target.isWritable())) || !folder.isWritable())
-        return ErrPathFileAccess;
-    return ErrDeviceIO;
+    return WriteFileSafely(path, data);
 }
 
 bool AppendTextLine(const QString& path, const QString& line) {

@@ -12,17 +12,9 @@ QString DecodeText(const QByteArray& bytes);
 // Lines of a text file, CR LF or LF. Missing file: error 53; unreadable: error 75.
 QStringList ReadTextLines(const QString& path);
 
-// Writes UTF-8 lines with CR LF through a temporary file renamed over the target.
-// Returns false and leaves the target untouched when any step fails.
-bool WriteTextFileAtomic(const QString& path, const QStringList& lines);
-
-// Writes bytes through a temporary file in the same folder renamed over the target, so a
-// crash or a full disk never leaves it half-written. False, target untouched, on failure.
-bool WriteFileAtomic(const QString& path, const QByteArray& data);
-
-// The error number of a write to path that did not go through, by what stands there now:
-// 76 the folder is gone, 75 the file or folder is not writable or a folder is in the way, else 57.
-int WriteFailureNumber(const QString& path);
+// Writes UTF-8 lines with CR LF through SafeFile: 0, or the error number with the old
+// file left as it was.
+int WriteTextFileSafely(const QString& path, const QStringList& lines);
 
 // Appends one UTF-8 line with CR LF and flushes; false when it could not.
 bool AppendTextLine(const QString& path, const QString& line);

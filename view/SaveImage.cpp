@@ -1,7 +1,6 @@
 #include "SaveImage.h"
 
 #include <QImageWriter>
-#include <QSaveFile>
 #include <algorithm>
 #include <cmath>
 
@@ -12,6 +11,7 @@
 #include "Drive.h"
 #include "Guidance.h"
 #include "Pictures.h"
+#include "SafeFile.h"
 #include "StillDisplay.h"
 #include "TextFile.h"
 #include "frmMain.h"
@@ -110,7 +110,7 @@ void WriteComment(frmMain& f, const QString& name, WriteFailure& failure) {
     if (IsBlank(first) && IsBlank(second)) return;
     // Exactly four characters are cut, whatever the ending was.
     const QString path = name.left(std::max<qsizetype>(0, name.size() - 4)) + QStringLiteral(".txt");
-    if (!vb::WriteTextFileAtomic(path, {first, second})) failure.Note(vb::WriteFailureNumber(path), path);
+    if (const int err = vb::WriteTextFileSafely(path, {first, second}); err != 0) failure.Note(err, path);
 }
 
 void SaveStill(frmMain& f, const QString& name, int16_t startView) {
@@ -182,17 +182,15 @@ void ArmMovie(frmMain& f, const QString& name, int16_t startView) {
 
 int32_t SaveJpeg(const QImage& picture, const QString& fileName, uint8_t quality) {
     if (picture.isNull()) return vb::ErrTypeMismatch;
-    QSaveFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly)) return vb::WriteFailureNumber(fileName);
+    vb::SafeFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly)) return file.ErrorNumber();
     QImageWriter writer(&file, "jpeg");
     writer.setQuality(std::min<int>(quality, 100));
     if (!writer.write(picture)) {
-        const bool deviceFailed = writer.error() == QImageWriter::DeviceError || file.error() != QFileDevice::NoError;
-        file.cancelWriting();
-        return deviceFailed ? vb::WriteFailureNumber(fileName) : kJpegEncoderFailed;
+        file.cancel();
+        return file.ErrorNumber() != 0 ? file.ErrorNumber() : kJpegEncoderFailed;
     }
-    if (!file.commit()) return vb::WriteFailureNumber(fileName);
-    return 0;
+    return file.commit() ? 0 : file.ErrorNumber();
 }
 
 void cmdPicSave_Click(frmMain& f) {

@@ -12,7 +12,7 @@ class frmMain;
 void cmdPicSave_Click(frmMain& f);
 
 // What SaveJpeg gives back besides 0 (written) and 13 (no picture): the encoder refused the
-// picture. A file that could not be written gives 76, 75 or 57, as WriteFailureNumber.
+// picture. A file that could not be written gives its error number (61, 75, 76 or 57).
 constexpr int32_t kJpegEncoderFailed = 1;
 
 // Writes picture as a JPEG of the quality (above 100 counts as 100) through a temporary file

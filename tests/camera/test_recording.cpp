@@ -193,7 +193,7 @@ TEST(Recording, AGraphFileThatCannotBeLoadedAfterwardsEndsTheProgram) {
     EXPECT_GT(Discover(m.Movie()).headerFrames, 0u);  // the movie was finished before
 }
 
-enum class Act { None, RemoveFolder, DiskAlmostFull };
+enum class Act { None, RemoveFolder, DiskAlmostFull, RemoveFolderWhileRecording };
 
 TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
     const struct {
@@ -208,6 +208,7 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
         {"the disk fills while recording", "fail-write-after=40\r\n", Act::None, "tmrRec_Timer Error.(61)", false, true},
         {"the disk is almost full", {}, Act::DiskAlmostFull, "tmrRec_Timer Error.(61)", true, true},
         {"the camera is lost while recording", "fail-after=45\r\n", Act::None, "tmrRec_Timer Error.(57)", true, true},
+        {"the folder is removed while recording", {}, Act::RemoveFolderWhileRecording, "tmrRec_Timer Error.(76)", false, false},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.name);
@@ -220,9 +221,10 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
         if (r.act == Act::RemoveFolder) QDir(m.box.File(QStringLiteral("movies"))).removeRecursively();
         m.host.AnswerMsgBox(vb::vbOK);
         m.f.cmdPlayStop->Click();
-        if (r.act == Act::DiskAlmostFull) {
+        if (r.act == Act::DiskAlmostFull || r.act == Act::RemoveFolderWhileRecording) {
             m.RunFor(1000);
-            m.SetFree(60.0 * 1024 * 1024);
+            if (r.act == Act::DiskAlmostFull) m.SetFree(60.0 * 1024 * 1024);
+            else QDir(m.box.File(QStringLiteral("movies"))).removeRecursively();
             tavix::tmrRec_Timer(m.f);
         }
         ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }, 8000));

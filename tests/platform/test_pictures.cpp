@@ -205,7 +205,7 @@ TEST_F(PictureTest, SaveErrorsLeaveNothingBehind) {
     const struct { QImage image; const char* name; int error; } cases[] = {
         {Gradient(), "no/out.bmp", vb::ErrPathNotFound},
         {QImage(), "null.bmp", vb::ErrInvalidPicture},
-        {Gradient(), "sub", vb::ErrDeviceIO},
+        {Gradient(), "sub", vb::ErrPathFileAccess},
     };
     for (const bool scratch : {false, true})
         for (const auto& c : cases)

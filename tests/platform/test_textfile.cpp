@@ -73,16 +73,21 @@ TEST_F(TextFileTest, ReadErrors) {
     EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("sub")); }), 75);
 }
 
-TEST_F(TextFileTest, WritesAtomicallyWithCrLf) {
+TEST_F(TextFileTest, WritesThroughATemporaryFileWithCrLf) {
     const QString path = Put("out.txt", "old content that is longer than the new one\n");
-    ASSERT_TRUE(vb::WriteTextFileAtomic(path, {"1,2", QString::fromUtf8("テ"), ""}));
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+    ASSERT_TRUE(QFile::link(path, dir.filePath("link.txt")));
+    // Through the link: the file it names is replaced with its permissions, the link stays.
+    ASSERT_EQ(vb::WriteTextFileSafely(dir.filePath("link.txt"), {"1,2", QString::fromUtf8("テ"), ""}), 0);
     EXPECT_EQ(Bytes(path), QByteArray("1,2\r\n\xE3\x83\x86\r\n\r\n"));
+    EXPECT_EQ(QFile::permissions(path), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadUser | QFile::WriteUser);
+    EXPECT_TRUE(QFileInfo(dir.filePath("link.txt")).isSymLink());
 
-    EXPECT_FALSE(vb::WriteTextFileAtomic(dir.filePath("nofolder/out.txt"), {"x"}));
+    EXPECT_EQ(vb::WriteTextFileSafely(dir.filePath("nofolder/out.txt"), {"x"}), vb::ErrPathNotFound);
     ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
-    EXPECT_FALSE(vb::WriteTextFileAtomic(dir.filePath("sub"), {"x"}));
+    EXPECT_EQ(vb::WriteTextFileSafely(dir.filePath("sub"), {"x"}), vb::ErrPathFileAccess);
     // No temporary files are left beside the target.
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList({"out.txt"}));
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList({"link.txt", "out.txt"}));
 }
 
 TEST_F(TextFileTest, AppendsLines) {
