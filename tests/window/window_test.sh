@@ -3,6 +3,11 @@
 # closes it through the close box, and checks the log and the settings written back.
 # usage: window_test.sh BIN_DIR SOURCE_DIR XCLOSE SHOT_DIR AVICHECK
 set -uo pipefail
+# Its own mount namespace, where it may be, so a small RAM disk can be filled without root's
+# mounts being touched.
+if [ -z "${TAVIX_WINDOW_NS:-}" ] && unshare -m --propagation private true 2>/dev/null; then
+  TAVIX_WINDOW_NS=1 exec unshare -m --propagation private "$0" "$@"
+fi
 bin=$1 src=$2 xclose=$3 shots=$4 avicheck=$5
 mkdir -p "$shots"
 work=$(mktemp -d)
@@ -35,7 +40,7 @@ launch() {
   "$inst/$1" >"$inst/out.txt" 2>&1 &
   pid=$!
   wid=""
-  for _ in $(seq 100); do
+  for _ in $(seq 300); do
     wid=$(xdotool search --onlyvisible --name "^$2\$" 2>/dev/null | head -1)
     [ -n "$wid" ] && break
     sleep 0.1
@@ -67,7 +72,7 @@ answer_dialog() {
 close_and_wait() {
   [ -n "$wid" ] && "$xclose" "$wid"
   for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
-  kill -0 $pid 2>/dev/null && { fail "$1" "still running"; kill $pid; }
+  kill -0 $pid 2>/dev/null && { fail "$1" "still running"; import -window root "$shots/$1-stuck.png" 2>/dev/null; kill $pid; }
   wait $pid 2>/dev/null
 }
 
@@ -286,6 +291,49 @@ ReadStringTableData Error.(13)
 StringTable File Read Error." ] || fail broken "log: $log"
 [ "$(md5sum < "$inst/Tavix.Ini")" = "$ini_before" ] || fail broken "settings file changed"
 [ $failures -eq 0 ] && echo "ok broken string table: box, end, settings untouched"
+
+# A full disk: the installation on a small RAM disk filled to the last byte. Saving over a
+# picture is refused with a box and the old picture stays; the settings written at exit find
+# no room and the file stays whole, so the next start works.
+mkdir -p "$work/full"
+if [ -n "${TAVIX_WINDOW_NS:-}" ] && mount -t tmpfs -o size=64m tmpfs "$work/full" 2>/dev/null; then
+  inst="$work/full"; cp "$src"/deploy/ja/* "$inst"/; cp "$bin/tavix-still" "$inst"/
+  # Read as 85 and written back as "85" at exit: a change that needs room.
+  sed -i 's/^JPEGQTY=.*/JPEGQTY=085\r/' "$inst/Tavix.Ini"
+  convert -size 200x150 xc:orange "BMP3:$work/orange.bmp"
+  printf 'old picture' >"$inst/p.bmp"
+  ini_before=$(md5sum <"$inst/Tavix.Ini")
+  launch tavix-still "画像表示プログラム"
+  if [ -z "$wid" ]; then
+    fail full "no window: $(cat "$inst/out.txt")"
+  else
+    click 34 34                    # open
+    answer_dialog "$work/orange.bmp" tavix-still
+    cat /dev/zero >"$inst/filler" 2>/dev/null
+    click 94 34                    # save over the old picture
+    answer_dialog "$inst/p.bmp" tavix-still
+    xdotool key alt+y; sleep 0.7     # yes, replace it
+    box=$(dialog_of tavix-still)
+    if [ -z "$box" ]; then fail full "no box for the failed save"; else
+      import -window "$box" "$shots/full-disk-box.png" 2>/dev/null
+      xdotool key --window "$box" Return; sleep 0.5
+    fi
+  fi
+  close_and_wait full
+  [ "$(cat "$inst/p.bmp")" = "old picture" ] || fail full "the old picture was replaced"
+  [ "$(md5sum <"$inst/Tavix.Ini")" = "$ini_before" ] || fail full "the settings file changed: $(wc -c <"$inst/Tavix.Ini") bytes"
+  stray=$(find "$inst" -name '.*.tavix-*')
+  [ -z "$stray" ] || fail full "temporary files left: $stray"
+  rm -f "$inst/filler"
+  launch tavix-still "画像表示プログラム"
+  [ -n "$wid" ] || fail full "no window at the next start"
+  close_and_wait full
+  grep -q "JPEGQTY=85" "$inst/Tavix.Ini" || fail full "settings not written once there was room"
+  umount "$work/full"
+  [ $failures -eq 0 ] && echo "ok full disk: the save refused with a box, old files whole, next start fine"
+else
+  echo "skip full disk: no RAM disk can be mounted here (needs a mount namespace of its own)"
+fi
 
 echo "$failures failure(s)"
 [ $failures -eq 0 ]
