@@ -23,7 +23,8 @@ bool Writable(const QString& path) { return ::access(QFile::encodeName(path).con
 QString Language(const QProcessEnvironment& env) {
     for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         const QString value = env.value(QString::fromLatin1(name));
-        if (!value.isEmpty()) return value.startsWith(QLatin1String("ja")) ? QStringLiteral("ja") : QStringLiteral("en");
+        if (!value.isEmpty())
+            return value.startsWith(QLatin1String("ja")) ? QStringLiteral("ja") : QStringLiteral("en");
     }
     return QStringLiteral("en");
 }
@@ -39,14 +40,16 @@ ProgramFolder ProgramFolderOf(const QString& exeDir) {
     return Writable(ini) && Writable(exeDir) ? ProgramFolder::WritableIni : ProgramFolder::ReadOnlyIni;
 }
 
-DataFolderChoice ChooseDataFolder(const QString& exeDir, ProgramFolder kind, const QProcessEnvironment& env) {
+DataFolderChoice ChooseDataFolder(const QString& exeDir, ProgramFolder kind,
+                                  const QProcessEnvironment& env) {
     if (kind == ProgramFolder::WritableIni) return {exeDir, {}, {}};
     // A relative XDG_CONFIG_HOME is invalid and ignored, as the base directory rules say.
     QString config = env.value(QStringLiteral("XDG_CONFIG_HOME"));
     if (!QDir::isAbsolutePath(config)) {
         const QString home = env.value(QStringLiteral("HOME"));
         if (!QDir::isAbsolutePath(home))
-            return {{}, {}, QStringLiteral("Neither HOME nor XDG_CONFIG_HOME is set: there is no folder for this user's files.")};
+            return {{}, {}, QStringLiteral("Neither HOME nor XDG_CONFIG_HOME is set: "
+                                           "there is no folder for this user's files.")};
         config = home + QStringLiteral("/.config");
     }
     const QString shipped = kind == ProgramFolder::ReadOnlyIni
@@ -65,7 +68,8 @@ QString PrepareDataFolder(const DataFolderChoice& choice) {
         QFile::setPermissions(parent, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
     QByteArray pattern = QFile::encodeName(parent + QStringLiteral("/.tavix-XXXXXX"));
-    if (!::mkdtemp(pattern.data())) return QStringLiteral("Cannot create a folder in %1: %2").arg(parent, SystemError());
+    if (!::mkdtemp(pattern.data()))
+        return QStringLiteral("Cannot create a folder in %1: %2").arg(parent, SystemError());
     const QString staging = QFile::decodeName(pattern);
     auto fail = [&](const QString& why) {
         QDir(staging).removeRecursively();
@@ -75,7 +79,8 @@ QString PrepareDataFolder(const DataFolderChoice& choice) {
     for (const QFileInfo& file : QDir(choice.Shipped).entryInfoList(QDir::Files)) {
         if (file.isExecutable() || file.fileName() == QLatin1String("Error.Log")) continue;
         const QString target = staging + QLatin1Char('/') + file.fileName();
-        if (!QFile::copy(file.filePath(), target)) return fail(QStringLiteral("Cannot copy %1 to %2").arg(file.filePath(), staging));
+        if (!QFile::copy(file.filePath(), target))
+            return fail(QStringLiteral("Cannot copy %1 to %2").arg(file.filePath(), staging));
         QFile::setPermissions(target, QFile::permissions(target) | QFile::WriteOwner);
     }
     if (std::rename(pattern.constData(), QFile::encodeName(choice.Path).constData()) != 0) {
@@ -89,7 +94,8 @@ QString PrepareDataFolder(const DataFolderChoice& choice) {
 
 QString UseDataFolder() {
     const QString exeDir = App::Path();
-    const DataFolderChoice choice = ChooseDataFolder(exeDir, ProgramFolderOf(exeDir), QProcessEnvironment::systemEnvironment());
+    const DataFolderChoice choice =
+        ChooseDataFolder(exeDir, ProgramFolderOf(exeDir), QProcessEnvironment::systemEnvironment());
     if (choice.Path.isEmpty()) return choice.Error;
     if (QString error = PrepareDataFolder(choice); !error.isEmpty()) return error;
     if (choice.Path != exeDir) App::SetPath(choice.Path);

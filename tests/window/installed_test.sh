@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The Debian package: made by CPack, its files and dependencies checked, then unpacked under a
 # scratch prefix and run from there by an ordinary user with a scratch HOME in a real X window.
-# usage: installed_test.sh BUILD_DIR XCLOSE SHOT_DIR
+# usage: installed_test.sh BUILD_DIR XCLOSE SHOT_DIR   (KEEP=1 keeps the scratch folder)
 set -uo pipefail
 build=$1 xclose=$2 shots=$3
 mkdir -p "$shots"
@@ -129,21 +129,19 @@ for program in "$prefix"/usr/bin/*; do
     ldconfig -p | awk -v l="$lib" '$1 == l && /x86-64|64bit/ {print $NF; exit}'
   done
 done >>"$work/loaded.txt"
-# dpkg may know a library by its path before the /usr merge.
-owner() {
-  local real
-  real=$(readlink -f "$1")
-  dpkg -S "$1" 2>/dev/null || dpkg -S "$real" 2>/dev/null || dpkg -S "${real#/usr}" 2>/dev/null
-}
-used=$(sort -u "$work/loaded.txt" | grep -v "^$prefix" | while read -r lib; do
-  o=$(owner "$lib" | head -1 | cut -d: -f1)
+# One dpkg call for all: each library by its real path, and by the path dpkg may know it by
+# from before the /usr merge.
+sort -u "$work/loaded.txt" | grep -v "^$prefix" | xargs -r readlink -f | sort -u >"$work/real.txt"
+dpkg -S $(cat "$work/real.txt") $(sed 's|^/usr||' "$work/real.txt") >"$work/owners.txt" 2>/dev/null
+used=$(while read -r lib; do
+  o=$(awk -v a="$lib" -v b="${lib#/usr}" '$NF == a || $NF == b {sub(/:.*/, "", $1); print $1; exit}' "$work/owners.txt")
   echo "${o:-unowned:$lib}"
-done | sort -u)
+done <"$work/real.txt" | sort -u)
 declared=$(dpkg-deb -f "$deb" Depends | tr ',|' '\n\n' | sed 's/(.*)//; s/ //g; s/:any$//' | sort -u)
 closure=$declared
 frontier=$declared
 while [ -n "$frontier" ]; do
-  next=$(for p in $frontier; do dpkg-query -W -f='${Depends},${Pre-Depends}\n' "$p" 2>/dev/null; done |
+  next=$(dpkg-query -W -f='${Depends},${Pre-Depends}\n' $frontier 2>/dev/null |
     tr ',|' '\n\n' | sed 's/(.*)//; s/ //g; s/:any$//' | grep . | sort -u | comm -23 - <(echo "$closure"))
   closure=$(printf '%s\n%s\n' "$closure" "$next" | grep . | sort -u)
   frontier=$next
