@@ -2,8 +2,11 @@
 
 #include <QApplication>
 
+#include "App.h"
 #include "CameraView.h"
+#include "CommonModule.h"
 #include "CrossLines.h"
+#include "DataFolder.h"
 #include "DialogHost.h"
 #include "JpegQty.h"
 #include "Layout.h"
@@ -74,6 +77,13 @@ int RunProgram(int16_t programType, int argc, char** argv) {
     static vb::QtDialogHost host;
     vb::SetHost(&host);
     InitResources();
+    // Before anything reads or writes a file of the installation.
+    if (const QString error = vb::UseDataFolder(); !error.isEmpty()) {
+        qCritical("%s", qPrintable(error));
+        host.MsgBox(FatalText + QStringLiteral("\n\n") + error, vb::vbOKOnly | vb::vbCritical,
+                    vb::App::Title(), nullptr);
+        return 1;
+    }
     frmMain f;
     WireMain(f);
     if (!Form_Load(f, programType)) return 1;

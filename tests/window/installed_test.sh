@@ -1,0 +1,156 @@
+#!/usr/bin/env bash
+# The Debian package: made by CPack, its files and dependencies checked, then unpacked under a
+# scratch prefix and run from there by an ordinary user with a scratch HOME in a real X window.
+# usage: installed_test.sh BUILD_DIR XCLOSE SHOT_DIR   (KEEP=1 keeps the scratch folder)
+set -uo pipefail
+build=$1 xclose=$2 shots=$3
+mkdir -p "$shots"
+work=$(mktemp -d)
+trap 'kill ${xvfb_pid:-0} 2>/dev/null; [ -n "${KEEP:-}" ] || rm -rf "$work"' EXIT
+chmod 755 "$work"
+failures=0
+fail() { echo "FAIL $1: $2"; failures=$((failures + 1)); }
+
+cpack --config "$build/CPackConfig.cmake" -B "$work/pkg" >"$work/cpack.log" 2>&1 || { cat "$work/cpack.log"; exit 1; }
+deb=$(ls "$work"/pkg/tavix_*.deb)
+if command -v lintian >/dev/null; then
+  lintian --fail-on error "$deb" >"$work/lintian.txt" 2>&1 || fail package "lintian: $(grep '^E:' "$work/lintian.txt")"
+else
+  echo "SKIP lintian: not installed"
+fi
+
+expected_files="./usr/bin/tavix ./usr/bin/tavix-camera-measure ./usr/bin/tavix-still ./usr/bin/tavix-still-measure
+./usr/share/applications/tavix-camera-measure.desktop ./usr/share/applications/tavix-still-measure.desktop
+./usr/share/applications/tavix-still.desktop ./usr/share/applications/tavix.desktop
+./usr/share/doc/tavix/changelog.gz ./usr/share/doc/tavix/copyright
+./usr/share/icons/hicolor/scalable/apps/tavix.svg
+./usr/share/man/man1/tavix-camera-measure.1.gz ./usr/share/man/man1/tavix-still-measure.1.gz
+./usr/share/man/man1/tavix-still.1.gz ./usr/share/man/man1/tavix.1.gz
+./usr/share/tavix/en/Guidance.txt ./usr/share/tavix/en/Proof.txt ./usr/share/tavix/en/StringTable.txt
+./usr/share/tavix/en/Tavix.Ini ./usr/share/tavix/ja/Guidance.txt ./usr/share/tavix/ja/Proof.txt
+./usr/share/tavix/ja/StringTable.txt ./usr/share/tavix/ja/Tavix.Ini"
+files=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort | tr '\n' ' ')
+[ "$files" = "$(echo $expected_files | tr ' ' '\n' | sort | tr '\n' ' ')" ] || fail package "files: $files"
+
+prefix="$work/root"
+dpkg-deb -x "$deb" "$prefix"
+stamp=$(find "$prefix" -printf '%p %s %T@\n' | sort | md5sum)
+
+if [ -z "${DISPLAY:-}" ] || [ "${QT_QPA_PLATFORM:-}" = offscreen ]; then
+  exec 3>"$work/displayfd"
+  Xvfb -displayfd 3 -screen 0 1600x1000x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+  xvfb_pid=$!
+  for _ in $(seq 50); do [ -s "$work/displayfd" ] && break; sleep 0.1; done
+  export DISPLAY=":$(head -1 "$work/displayfd")"
+fi
+unset QT_QPA_PLATFORM
+
+# Root (as in CI) runs the programs as nobody, who cannot write the root-owned prefix.
+home="$work/home"
+mkdir -p "$home"
+as_user=()
+if [ "$(id -u)" -eq 0 ]; then
+  chown nobody "$home"
+  as_user=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
+fi
+# A bare session: an English locale, no XDG_CONFIG_HOME.
+launch() {
+  "${as_user[@]}" env -i HOME="$home" DISPLAY="$DISPLAY" LC_ALL=C.UTF-8 PATH=/usr/bin:/bin \
+    "$prefix/usr/bin/$1" >"$work/out.txt" 2>&1 &
+  pid=$!
+  wid=""
+  for _ in $(seq 100); do
+    wid=$(xdotool search --onlyvisible --name '^Tavix$' 2>/dev/null | head -1)
+    [ -n "$wid" ] && break
+    kill -0 $pid 2>/dev/null || break
+    sleep 0.1
+  done
+  [ -n "$wid" ] && sleep 0.5
+}
+# The shared libraries the running program has mapped.
+loaded() { awk '$6 ~ /\.so/ {print $6}' "/proc/$pid/maps" | sort -u >>"$work/loaded.txt"; }
+answer_dialog() {
+  local dialog=""
+  for _ in $(seq 50); do
+    dialog=$(xdotool search --onlyvisible --class "$2" 2>/dev/null | grep -vx "$wid" | head -1)
+    [ -n "$dialog" ] && break
+    sleep 0.1
+  done
+  [ -n "$dialog" ] || { fail "$2" "no file dialog for $1"; return 1; }
+  sleep 0.5
+  xdotool type --delay 20 "$1"
+  xdotool key Return
+  sleep 1
+}
+close_and_wait() {
+  [ -n "$wid" ] && "$xclose" "$wid"
+  for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
+  kill -0 $pid 2>/dev/null && { fail "$1" "still running"; kill $pid; }
+  wait $pid || fail "$1" "exit status $?"
+}
+
+# A TIFF, so the image format plugins are loaded as a user's pictures would load them.
+convert -size 320x240 xc:orange "$home/picture.tif"
+chown -R --reference="$home" "$home"
+launch tavix-still-measure
+if [ -z "$wid" ]; then
+  fail still "no window"; cat "$work/out.txt"
+else
+  xdotool mousemove --window "$wid" 34 34 click 1        # open
+  answer_dialog "$home/picture.tif" tavix-still-measure
+  xdotool mousemove --window "$wid" 94 34 click 1        # save
+  answer_dialog "$home/saved.jpg" tavix-still-measure
+  import -window "$wid" "$shots/installed-still-measure.png" 2>/dev/null
+  loaded
+  [ "$(identify -format '%m' "$home/saved.jpg" 2>&1)" = JPEG ] ||
+    fail still "saved picture: $(identify "$home/saved.jpg" 2>&1)"
+fi
+close_and_wait still
+config="$home/.config/tavix"
+[ "$(ls "$config" 2>&1 | tr '\n' ' ')" = "Error.Log Guidance.txt Proof.txt StringTable.txt Tavix.Ini TempBitmap.bmp " ] ||
+  fail still "user folder: $(ls -A "$config" 2>&1 | tr '\n' ' ')"
+cmp -s "$config/StringTable.txt" "$prefix/usr/share/tavix/en/StringTable.txt" || fail still "not the English deployment"
+# The start line comes before the settings, so it carries the program's own title.
+[ "$(sed 's/\r$//' "$config/Error.Log" | cut -c21-)" = "画像表示／計測プログラム Start.
+Tavix End" ] || fail still "log: $(cat "$config/Error.Log")"
+[ "$(find "$config" -newer "$config/StringTable.txt" -name Tavix.Ini)" ] || fail still "settings not written back"
+
+# The camera variant on the test camera loads the GStreamer plugins.
+launch tavix
+if [ -z "$wid" ]; then fail camera "no window"; cat "$work/out.txt"; else sleep 1; loaded; fi
+close_and_wait camera
+[ -f "$config/Tavix.grf" ] || fail camera "no graph file in the user folder"
+[ "$(find "$prefix" -printf '%p %s %T@\n' | sort | md5sum)" = "$stamp" ] || fail prefix "written under the prefix"
+
+# Every library linked or loaded comes from a declared dependency or from what that depends on;
+# every declared dependency provides something linked or loaded.
+for program in "$prefix"/usr/bin/*; do
+  objdump -p "$program" | awk '$1 == "NEEDED" {print $2}' | while read -r lib; do
+    ldconfig -p | awk -v l="$lib" '$1 == l && /x86-64|64bit/ {print $NF; exit}'
+  done
+done >>"$work/loaded.txt"
+# One dpkg call for all: each library by its real path, and by the path dpkg may know it by
+# from before the /usr merge.
+sort -u "$work/loaded.txt" | grep -v "^$prefix" | xargs -r readlink -f | sort -u >"$work/real.txt"
+dpkg -S $(cat "$work/real.txt") $(sed 's|^/usr||' "$work/real.txt") >"$work/owners.txt" 2>/dev/null
+used=$(while read -r lib; do
+  o=$(awk -v a="$lib" -v b="${lib#/usr}" '$NF == a || $NF == b {sub(/:.*/, "", $1); print $1; exit}' "$work/owners.txt")
+  echo "${o:-unowned:$lib}"
+done <"$work/real.txt" | sort -u)
+declared=$(dpkg-deb -f "$deb" Depends | tr ',|' '\n\n' | sed 's/(.*)//; s/ //g; s/:any$//' | sort -u)
+closure=$declared
+frontier=$declared
+while [ -n "$frontier" ]; do
+  next=$(dpkg-query -W -f='${Depends},${Pre-Depends}\n' $frontier 2>/dev/null |
+    tr ',|' '\n\n' | sed 's/(.*)//; s/ //g; s/:any$//' | grep . | sort -u | comm -23 - <(echo "$closure"))
+  closure=$(printf '%s\n%s\n' "$closure" "$next" | grep . | sort -u)
+  frontier=$next
+done
+missing=$(comm -23 <(echo "$used") <(echo "$closure") | tr '\n' ' ')
+[ -z "$missing" ] || fail package "used but not depended on: $missing"
+needless=$(comm -13 <(echo "$used") <(echo "$declared") | tr '\n' ' ')
+[ -z "$needless" ] || fail package "depended on but not used: $needless"
+echo "package depends: $(echo $declared)"
+
+echo "$failures failure(s)"
+[ $failures -eq 0 ]
