@@ -83,8 +83,8 @@ QString ControlKey(const char* name) {
 
 class Filter final : public FilterInfo {
 public:
-    Filter(Kind kind, QString name, GstRef<GstElement> element, std::vector<PinInfo> pins)
-        : kind(kind), name(std::move(name)), element(std::move(element)), pins(std::move(pins)) {}
+    Filter(Kind filterKind, QString filterName, GstRef<GstElement> gstElement, std::vector<PinInfo> filterPins)
+        : kind(filterKind), name(std::move(filterName)), element(std::move(gstElement)), pins(std::move(filterPins)) {}
     QString Name() const override { return name; }
     const std::vector<PinInfo>& Pins() const override { return pins; }
 
@@ -271,9 +271,9 @@ struct FilterGraph::Impl {
         return QImage(static_cast<const uchar*>(GST_VIDEO_FRAME_PLANE_DATA(&m->frame, 0)), GST_VIDEO_FRAME_WIDTH(&m->frame),
                       GST_VIDEO_FRAME_HEIGHT(&m->frame), GST_VIDEO_FRAME_PLANE_STRIDE(&m->frame, 0), QImage::Format_RGB32,
                       [](void* p) {
-                          auto* m = static_cast<Mapped*>(p);
-                          gst_video_frame_unmap(&m->frame);
-                          delete m;
+                          auto* mapped = static_cast<Mapped*>(p);
+                          gst_video_frame_unmap(&mapped->frame);
+                          delete mapped;
                       },
                       m);
     }
@@ -833,7 +833,7 @@ void FilterGraph::SetControl(FilterInfo& filter, const QString& id, int value) {
     auto& f = static_cast<Filter&>(filter);
     if (f.kind == Kind::TestCamera) {
         const auto controls = d_->TestControls(f);
-        auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& c) { return c.Id == id; });
+        auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& x) { return x.Id == id; });
         if (c == controls.end()) vb::Raise(vb::ErrInvalidCall);
         if (value < c->Minimum || value > c->Maximum) vb::Raise(vb::ErrInvalidPropertyValue);
         if (id == QLatin1String("pattern")) gst_util_set_object_arg(G_OBJECT(f.pattern), "pattern", kPatterns[value]);
@@ -936,7 +936,7 @@ void GraphFileStore::LoadGraphFile(FilterGraph& graph, const QString& path) {
     graph.Render(*camera, camera->Pins().front());
     const auto controls = graph.Controls(*camera);
     for (const auto& [id, value] : g.controls) {
-        auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& c) { return c.Id == id; });
+        auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& x) { return x.Id == id; });
         // A control this camera no longer has is passed over; a value out of its range is brought in.
         if (c != controls.end()) vb::Trap([&] { graph.SetControl(*camera, id, std::clamp(value, c->Minimum, c->Maximum)); });
     }

@@ -417,6 +417,7 @@ private:
 class FlexGrid : public Control {
 public:
     FlexGrid(Form& form, ContainerBase* container, const QString& name, int index = -1);
+    ~FlexGrid() override;
     QWidget* Widget() const override;
     int Rows() const;
     void SetRows(int rows);
@@ -461,6 +462,7 @@ private:
     void CheckCell(int row, int col) const;
     void ApplyAlignment(int row, int col);
     QTableWidget* table_;
+    QObject* input_;
     int fixedRows_ = 1;
     std::vector<int> colAlign_;
     std::vector<int> fixedAlign_;

@@ -64,9 +64,9 @@ FlexGrid::FlexGrid(Form& form, ContainerBase* container, const QString& name, in
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     // The selection is the grid's own (Row/RowSel); Qt only shows it.
     table_->setSelectionMode(QAbstractItemView::NoSelection);
-    auto* input = new GridInput(this);
-    table_->installEventFilter(input);
-    table_->viewport()->installEventFilter(input);
+    input_ = new GridInput(this);
+    table_->installEventFilter(input_);
+    table_->viewport()->installEventFilter(input_);
     table_->setWordWrap(false);
     table_->setCornerButtonEnabled(false);
     SetCols(2);
@@ -74,6 +74,10 @@ FlexGrid::FlexGrid(Form& form, ContainerBase* container, const QString& name, in
     AttachWidget();
     ShowSelection();
 }
+
+// The filter goes first: the table sends it events while it is destroyed, and this grid is
+// no longer a grid by then.
+FlexGrid::~FlexGrid() { delete input_; }
 
 QWidget* FlexGrid::Widget() const { return table_; }
 
