@@ -258,25 +258,44 @@ static void describe_buffer(const struct Handle* h, struct v4l2_buffer* b, int i
         if (h->queue[k] == index) b->flags |= V4L2_BUF_FLAG_QUEUED;
 }
 
-static int request_buffers(struct Handle* h, struct v4l2_requestbuffers* r) {
+// vb2 lets buffers outlive REQBUFS(0) while mapped; memory behind a memfd does just that.
+static const uint32_t BufferCaps = V4L2_BUF_CAP_SUPPORTS_MMAP | V4L2_BUF_CAP_SUPPORTS_ORPHANED_BUFS;
+
+// Adds up to count buffers of the current format behind the handle.
+static int add_buffers(struct Handle* h, uint32_t* count) {
     struct Device* d = &devices[h->dev];
-    if (r->type != V4L2_BUF_TYPE_VIDEO_CAPTURE || r->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
-    if (h->streaming || (d->streamer && d->streamer != h)) return fail(EBUSY);
-    r->capabilities = V4L2_BUF_CAP_SUPPORTS_MMAP;
-    free_buffers(h);
-    if (r->count == 0) return 0;
-    if (r->count > 32) r->count = 32;
-    struct v4l2_format f;
-    describe(&f, d->mode);
-    h->stride = ((size_t)f.fmt.pix.sizeimage + 4095) & ~(size_t)4095;
-    h->memfd = memfd_create("fakecam", MFD_CLOEXEC);
-    if (h->memfd < 0 || ftruncate(h->memfd, (off_t)(h->stride * r->count)) != 0) return fail(ENOMEM);
+    if (d->streamer && d->streamer != h) return fail(EBUSY);
+    if (*count > 32u - (uint32_t)h->count) *count = 32u - (uint32_t)h->count;
+    if (*count == 0) return 0;
+    if (h->memfd < 0) {
+        struct v4l2_format f;
+        describe(&f, d->mode);
+        h->stride = ((size_t)f.fmt.pix.sizeimage + 4095) & ~(size_t)4095;
+        h->memfd = memfd_create("fakecam", MFD_CLOEXEC);
+    }
+    const size_t size = h->stride * (size_t)(h->count + (int)*count);
+    if (h->memfd < 0 || ftruncate(h->memfd, (off_t)size) != 0) return fail(ENOMEM);
     REAL(void*, mmap, void*, size_t, int, int, int, off_t);  // ours would wait for the lock held here
-    h->mem = real_mmap(NULL, h->stride * r->count, PROT_READ | PROT_WRITE, MAP_SHARED, h->memfd, 0);
-    if (h->mem == MAP_FAILED) return h->mem = NULL, fail(ENOMEM);
-    h->count = (int)r->count;
+    void* mem = real_mmap(NULL, size, PROT_READ | PROT_WRITE, MAP_SHARED, h->memfd, 0);
+    if (mem == MAP_FAILED) return fail(ENOMEM);
+    if (h->mem) munmap(h->mem, h->stride * (size_t)h->count);
+    h->mem = mem, h->count += (int)*count;
     d->streamer = h;
     return 0;
+}
+
+static int request_buffers(struct Handle* h, struct v4l2_requestbuffers* r) {
+    if (r->type != V4L2_BUF_TYPE_VIDEO_CAPTURE || r->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
+    if (h->streaming) return fail(EBUSY);
+    r->capabilities = BufferCaps;
+    if (devices[h->dev].streamer == h) free_buffers(h);
+    return add_buffers(h, &r->count);
+}
+
+static int create_buffers(struct Handle* h, struct v4l2_create_buffers* c) {
+    if (c->format.type != V4L2_BUF_TYPE_VIDEO_CAPTURE || c->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
+    c->index = (uint32_t)h->count, c->capabilities = BufferCaps;
+    return add_buffers(h, &c->count);
 }
 
 static int queue_buffer(struct Handle* h, struct v4l2_buffer* b) {
@@ -417,6 +436,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     }
     case VIDIOC_S_CTRL: return set_control(d, arg);
     case VIDIOC_REQBUFS: return request_buffers(h, arg);
+    case VIDIOC_CREATE_BUFS: return create_buffers(h, arg);
     case VIDIOC_QUERYBUF: {
         struct v4l2_buffer* b = arg;
         if (b->type != V4L2_BUF_TYPE_VIDEO_CAPTURE || b->index >= (uint32_t)h->count) return fail(EINVAL);
