@@ -9,6 +9,7 @@
 #include <jpeglib.h>
 #include <linux/version.h>
 #include <linux/videodev2.h>
+#include <poll.h>
 #include <pthread.h>
 #include <stdarg.h>
 #include <stdint.h>
@@ -183,6 +184,11 @@ static int fps_of(const struct Device* d) { return rate > 0 ? rate : modes[d->mo
 static void arm(struct Handle* h, int fps) {
     struct itimerspec t = {{0, 0}, {0, 0}};
     if (fps > 0) t.it_interval.tv_nsec = t.it_value.tv_nsec = 1000000000L / fps;
+    timerfd_settime(h->timer, 0, &t, NULL);
+}
+
+static void arm_once(struct Handle* h) {
+    const struct itimerspec t = {{0, 0}, {0, 1}};
     timerfd_settime(h->timer, 0, &t, NULL);
 }
 
@@ -572,6 +578,37 @@ void* mmap64(void* addr, size_t len, int prot, int flags, int fd, off64_t offset
     return map_with("mmap64", addr, len, prot, flags, fd, offset);
 }
 
+// A node of a camera pulled out polls as an error, as V4L2 reports an unregistered device.
+// Returns how many fds have events after that, or -1 when none of them is such a node.
+static int mark_vanished(struct pollfd* fds, nfds_t n, int ready) {
+    int ours = 0;
+    for (nfds_t i = 0; i < n && !ours; ++i) ours = handle_of(fds[i].fd) != NULL;
+    if (!ours) return ready;
+    pthread_mutex_lock(&lock);
+    int vanished = 0;
+    for (nfds_t i = 0; i < n; ++i) {
+        const struct Handle* h = handle_of(fds[i].fd);
+        if (h && !devices[h->dev].present) fds[i].revents = POLLERR | POLLHUP | POLLPRI, ++vanished;
+    }
+    pthread_mutex_unlock(&lock);
+    if (!vanished) return ready;
+    ready = 0;
+    for (nfds_t i = 0; i < n; ++i) ready += fds[i].revents != 0;
+    return ready;
+}
+
+int ppoll(struct pollfd* fds, nfds_t n, const struct timespec* timeout, const sigset_t* mask) {
+    REAL(int, ppoll, struct pollfd*, nfds_t, const struct timespec*, const sigset_t*);
+    const int r = real_ppoll(fds, n, timeout, mask);
+    return r < 0 ? r : mark_vanished(fds, n, r);
+}
+
+int poll(struct pollfd* fds, nfds_t n, int timeout) {
+    REAL(int, poll, struct pollfd*, nfds_t, int);
+    const int r = real_poll(fds, n, timeout);
+    return r < 0 ? r : mark_vanished(fds, n, r);
+}
+
 static void node_stat(int node, struct stat* st) {
     memset(st, 0, sizeof *st);
     st->st_mode = S_IFCHR | 0660;
@@ -649,6 +686,8 @@ void fakecam_plug(enum FakeCamVariant variant) {
     for (int n = 0; n < 2; ++n) {
         struct Device* d = &devices[n];
         d->present = variant != FakeCamNone && (n == 0 || variant == FakeCamTwins);
+        // A stream waiting for its next frame hears of it at once.
+        if (!d->present && d->streamer && d->streamer->streaming) arm_once(d->streamer);
         d->mjpegOnly = variant == FakeCamMjpegOnly;
         d->mode = d->mjpegOnly ? FirstMjpeg : 0;
         d->bus = n == 0 ? "usb-0000:00:14.0-1" : "usb-0000:00:14.0-2";
