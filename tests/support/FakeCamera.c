@@ -60,7 +60,7 @@ static const struct Control controls[] = {
 enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 4, WbTemp = 6, ExpAuto = 8, ExpAbs = 9 };
 
 struct Device {
-    int present, mjpegOnly, mode;
+    int present, generation, mjpegOnly, mode;
     const char* bus;
     int values[ControlCount];
     struct Handle* streamer;  // the handle holding buffers
@@ -69,7 +69,7 @@ struct Device {
 static struct Device devices[2];
 
 struct Handle {
-    int refs, dev, timer, nonblock;
+    int refs, dev, generation, timer;
     int memfd, count, streaming;
     size_t stride;
     unsigned char* mem;
@@ -93,6 +93,9 @@ static void* next(const char* name) { return dlsym(RTLD_NEXT, name); }
     if (!real_##name) real_##name = (ret (*)(__VA_ARGS__))next(#name)
 
 static struct Handle* handle_of(int fd) { return fd >= 0 && fd < MaxFd ? handles[fd] : NULL; }
+
+// A handle outlives its camera being pulled out, and plugged in again.
+static int alive(const struct Handle* h) { return devices[h->dev].present && h->generation == devices[h->dev].generation; }
 
 // Slot of a fake node path, or -1.
 static int node_of(const char* path) {
@@ -182,8 +185,9 @@ static void describe(struct v4l2_format* f, int m) {
 static int fps_of(const struct Device* d) { return rate > 0 ? rate : modes[d->mode].fps; }
 
 static void arm(struct Handle* h, int fps) {
-    struct itimerspec t = {{0, 0}, {0, 0}};
-    if (fps > 0) t.it_interval.tv_nsec = t.it_value.tv_nsec = 1000000000L / fps;
+    const long ns = fps > 0 ? 1000000000L / fps : 0;
+    const struct timespec period = {ns / 1000000000L, ns % 1000000000L};
+    const struct itimerspec t = {period, period};
     timerfd_settime(h->timer, 0, &t, NULL);
 }
 
@@ -343,7 +347,7 @@ static int dequeue_buffer(struct Handle* h, struct v4l2_buffer* b) {
 
 static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     struct Device* d = &devices[h->dev];
-    if (!d->present) return fail(ENODEV);
+    if (!alive(h)) return fail(ENODEV);
     switch (request) {
     case VIDIOC_QUERYCAP: {
         struct v4l2_capability* cap = arg;
@@ -471,18 +475,18 @@ int ioctl(int fd, unsigned long request, ...) {
     if (!handle_of(fd)) return real_ioctl(fd, request, arg);
     pthread_mutex_lock(&lock);
     struct Handle* h = handle_of(fd);
-    if (h && request == VIDIOC_DQBUF && devices[h->dev].present && h->streaming) {
+    if (h && request == VIDIOC_DQBUF && alive(h) && h->streaming) {
         // Waits for the frame timer without the lock, as a blocking read of the node would.
         pthread_mutex_unlock(&lock);
         uint64_t ticks;
         if (read(fd, &ticks, sizeof ticks) < 0) return -1;
         pthread_mutex_lock(&lock);
         h = handle_of(fd);
-        const int r = !h ? fail(EBADF) : !devices[h->dev].present ? fail(ENODEV) : !h->streaming ? fail(EINVAL) : dequeue_buffer(h, arg);
+        const int r = !h ? fail(EBADF) : !alive(h) ? fail(ENODEV) : !h->streaming ? fail(EINVAL) : dequeue_buffer(h, arg);
         pthread_mutex_unlock(&lock);
         return r;
     }
-    const int r = !h ? fail(EBADF) : request == VIDIOC_DQBUF && devices[h->dev].present ? fail(EINVAL) : device_ioctl(h, request, arg);
+    const int r = !h ? fail(EBADF) : request == VIDIOC_DQBUF && alive(h) ? fail(EINVAL) : device_ioctl(h, request, arg);
     pthread_mutex_unlock(&lock);
     return r;
 }
@@ -501,7 +505,7 @@ static int open_node(int node, int flags) {
         fd = fail(EMFILE);
     } else if (fd >= 0) {
         struct Handle* h = calloc(1, sizeof *h);
-        h->refs = 1, h->dev = node, h->timer = fd, h->memfd = -1;
+        h->refs = 1, h->dev = node, h->generation = devices[node].generation, h->timer = fd, h->memfd = -1;
         handles[fd] = h;
     }
     pthread_mutex_unlock(&lock);
@@ -588,7 +592,7 @@ static int mark_vanished(struct pollfd* fds, nfds_t n, int ready) {
     int vanished = 0;
     for (nfds_t i = 0; i < n; ++i) {
         const struct Handle* h = handle_of(fds[i].fd);
-        if (h && !devices[h->dev].present) fds[i].revents = POLLERR | POLLHUP | POLLPRI, ++vanished;
+        if (h && !alive(h)) fds[i].revents = POLLERR | POLLHUP | POLLPRI, ++vanished;
     }
     pthread_mutex_unlock(&lock);
     if (!vanished) return ready;
@@ -686,8 +690,10 @@ void fakecam_plug(enum FakeCamVariant variant) {
     for (int n = 0; n < 2; ++n) {
         struct Device* d = &devices[n];
         d->present = variant != FakeCamNone && (n == 0 || variant == FakeCamTwins);
-        // A stream waiting for its next frame hears of it at once.
-        if (!d->present && d->streamer && d->streamer->streaming) arm_once(d->streamer);
+        d->generation++;
+        // A stream of the camera that was there hears at once that it is gone.
+        if (d->streamer && d->streamer->streaming) arm_once(d->streamer);
+        d->streamer = NULL;
         d->mjpegOnly = variant == FakeCamMjpegOnly;
         d->mode = d->mjpegOnly ? FirstMjpeg : 0;
         d->bus = n == 0 ? "usb-0000:00:14.0-1" : "usb-0000:00:14.0-2";
