@@ -261,7 +261,7 @@ TEST(CameraView, TheFakeUvcCameraOpensByItsNameWithLiveFramesAndItsControls) {
             static_cast<vb::CommandButton*>(form.FindControl(QStringLiteral("cmdOK")))->Click();
         });
         m.f.cmdPinProp->Click();
-        EXPECT_EQ(kinds, QStringLiteral("IIIBMIMIB"));
+        EXPECT_EQ(kinds.toStdString(), "IIIBMIMIB");
     }
     fakecam_plug(FakeCamNone);
 }
