@@ -317,9 +317,11 @@ static int queue_buffer(struct Handle* h, struct v4l2_buffer* b) {
     return 0;
 }
 
-// Called with the lock held after a frame time has passed.
-static int dequeue_buffer(struct Handle* h, struct v4l2_buffer* b) {
-    if (!h->queued) return fail(EAGAIN);
+// Called with the lock held after ticks frame times have passed; frames that found no
+// buffer queued are lost, and the sequence shows the gap.
+static int dequeue_buffer(struct Handle* h, struct v4l2_buffer* b, uint64_t ticks) {
+    h->sequence += (uint32_t)ticks - 1;
+    if (!h->queued) return h->sequence++, fail(EAGAIN);
     const int index = h->queue[0];
     memmove(h->queue, h->queue + 1, sizeof h->queue[0] * (size_t)--h->queued);
     const int m = devices[h->dev].mode, seq = (int)h->sequence;
@@ -482,7 +484,7 @@ int ioctl(int fd, unsigned long request, ...) {
         if (read(fd, &ticks, sizeof ticks) < 0) return -1;
         pthread_mutex_lock(&lock);
         h = handle_of(fd);
-        const int r = !h ? fail(EBADF) : !alive(h) ? fail(ENODEV) : !h->streaming ? fail(EINVAL) : dequeue_buffer(h, arg);
+        const int r = !h ? fail(EBADF) : !alive(h) ? fail(ENODEV) : !h->streaming ? fail(EINVAL) : dequeue_buffer(h, arg, ticks);
         pthread_mutex_unlock(&lock);
         return r;
     }
