@@ -1,17 +1,20 @@
 // The camera's graph at start-up, the live view at a zoom, the still taken from it, the
-// blinking icon, the settings button and a camera that stops delivering.
+// blinking icon, the settings button, a camera that stops delivering, and the fake UVC camera
+// opened by its name.
 #include <QCoreApplication>
 #include <functional>
 #include <gtest/gtest.h>
 
 #include "CameraView.h"
 #include "CommonModule.h"
+#include "FakeCamera.h"
 #include "Graph.h"
 #include "StartedMain.h"
 #include "Startup.h"
 #include "Wiring.h"
 
 using testing_support::CameraMain;
+using testing_support::kQuarterColors;
 using testing_support::Sandbox;
 using testing_support::ScriptedDialogHost;
 using tavix::GST;
@@ -226,6 +229,41 @@ TEST(CameraView, LostCameraLeavesTheLastFrameAndPlayStopTriesAgain) {
     EXPECT_EQ(f.ViewMode, 0);
     EXPECT_TRUE(m.WaitFor([&] { return f.FilterGraph->GetCurrentImage() != last; })) << "frames again";
     EXPECT_EQ(m.host.Boxes.size(), 1u);
+}
+
+TEST(CameraView, TheFakeUvcCameraOpensByItsNameWithLiveFramesAndItsControls) {
+    for (const QByteArray format : {"YUY2", "MJPG"}) {
+        SCOPED_TRACE(format.toStdString());
+        fakecam_plug(FakeCamUvc);
+        CameraMain m([&](Sandbox& box, ScriptedDialogHost&) {
+            box.SetIni(QStringLiteral("CAMERAFILTERNAME"), QStringLiteral(FAKECAM_NAME));
+            box.Write(kGrf, "TavixGraph 1\r\ncamera=" FAKECAM_NAME "\r\ndevice=/fakecam/video0\r\nwidth=1280\r\n"
+                            "height=720\r\nformat=" + format + "\r\n");
+        });
+        ASSERT_TRUE(m.started);
+        ASSERT_TRUE(m.WaitFrame());
+        const QImage first = m.f.FilterGraph->GetCurrentImage();
+        ASSERT_EQ(first.size(), QSize(1280, 720));
+        for (int q = 0; q < 4; ++q)
+            EXPECT_TRUE(testing_support::Near(first.pixel(320 + q % 2 * 640, 200 + q / 2 * 360), kQuarterColors[q])) << q;
+        EXPECT_TRUE(m.WaitFor([&] { return m.f.FilterGraph->GetCurrentImage() != first; })) << "live";
+        // The camera really sends the format asked for.
+        tavix::cam::GraphFileStore().SaveGraphFile(*m.f.FilterGraph, m.box.File(QStringLiteral("now.grf")));
+        EXPECT_TRUE(m.box.Read(QStringLiteral("now.grf")).contains("\r\nformat=" + format + "\r\n"));
+
+        // One row per control, of its kind: integer (I), boolean (B) or menu (M).
+        QString kinds;
+        m.host.AnswerModal([&](vb::Form& form) {
+            for (int i = 0; form.FindControl(QStringLiteral("lblControl"), i); ++i)
+                kinds += form.FindControl(QStringLiteral("sldControl"), i)   ? u'I'
+                         : form.FindControl(QStringLiteral("chkControl"), i) ? u'B'
+                                                                             : u'M';
+            static_cast<vb::CommandButton*>(form.FindControl(QStringLiteral("cmdOK")))->Click();
+        });
+        m.f.cmdPinProp->Click();
+        EXPECT_EQ(kinds.toStdString(), "IIIBMIMIB");
+    }
+    fakecam_plug(FakeCamNone);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The camera graph against the built-in test camera: catalogue, frames in the picture box,
-// pixels of each camera format, the graph file and its errors, stream errors, the settings dialog.
+// pixels of each camera format, the graph file and its errors, stream errors, the settings dialog;
+// and the V4L2 controls of the fake UVC camera.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
@@ -8,8 +9,11 @@
 #include <QTemporaryDir>
 #include <QThread>
 #include <functional>
+#include <map>
+#include <tuple>
 
 #include "Errors.h"
+#include "FakeCamera.h"
 #include "StartedMain.h"
 #include "Form.h"
 #include "Graph.h"
@@ -242,23 +246,57 @@ TEST_F(GraphTest, PropertiesDialogActsAtOnceAndCancelRestores) {
     }
 }
 
-TEST(GraphDevice, V4l2ControlsOfARealCamera) {
-    if (QDir("/dev").entryList({"video*"}, QDir::System).isEmpty())
-        GTEST_SKIP() << "no /dev/video* on this machine: the V4L2 control code needs a camera";
+TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
+    fakecam_plug(FakeCamUvc);
     FilterGraph graph;
-    const auto catalogue = graph.RegFilterCollection();
-    if (catalogue.size() <= 4) GTEST_SKIP() << "the device monitor lists no video source";
-    FilterInfo* cam = catalogue.front().Filter();
+    FilterInfo* cam = AddByName(graph, FAKECAM_NAME);
     ASSERT_NE(cam, nullptr);
-    for (const CameraControl& c : graph.Controls(*cam)) {
+    using K = CameraControl::Kind;
+    const struct {
+        const char* id;
+        K kind;
+        int min, max, def;
+        std::map<int, QString> named;  // menu items by value
+    } rows[] = {
+        {"brightness", K::Integer, -64, 64, 0, {}},
+        {"contrast", K::Integer, 0, 95, 32, {}},
+        {"saturation", K::Integer, 0, 100, 64, {}},
+        {"white_balance__automatic", K::Boolean, 0, 1, 1, {}},
+        {"power_line_frequency", K::Menu, 0, 2, 1, {{0, "Disabled"}, {1, "50 Hz"}, {2, "60 Hz"}}},
+        {"white_balance_temperature", K::Integer, 2800, 6500, 4600, {}},
+        {"auto_exposure", K::Menu, 0, 3, 3, {{1, "Manual Mode"}, {3, "Aperture Priority Mode"}}},
+        {"exposure_time__absolute", K::Integer, 3, 2047, 250, {}},
+        {"privacy", K::Boolean, 0, 1, 0, {}},
+    };
+    const auto controls = graph.Controls(*cam);
+    ASSERT_EQ(controls.size(), std::size(rows)) << "the control classes are no controls";
+    for (size_t i = 0; i < controls.size(); ++i) {
+        const CameraControl& c = controls[i];
         SCOPED_TRACE(c.Id.toStdString());
-        EXPECT_LE(c.Minimum, c.Value);
-        EXPECT_LE(c.Value, c.Maximum);
-        if (c.kind == CameraControl::Menu) {
+        EXPECT_EQ(c.Id, rows[i].id);
+        EXPECT_EQ(c.kind, rows[i].kind);
+        EXPECT_EQ(std::tuple(c.Minimum, c.Maximum, c.Default, c.Value), std::tuple(rows[i].min, rows[i].max, rows[i].def, rows[i].def));
+        if (c.kind == K::Menu) {
             EXPECT_EQ(int(c.MenuItems.size()), c.Maximum - c.Minimum + 1);
         }
-        EXPECT_EQ(vb::Trap([&] { graph.SetControl(*cam, c.Id, c.Value); }), 0);
+        for (const auto& [value, item] : rows[i].named) EXPECT_EQ(c.MenuItems.at(value), item);
     }
+
+    // In order: each reaches the camera, or the camera's refusal is an error.
+    const struct { const char* id; int value, error, after; } sets[] = {
+        {"brightness", 10, 0, 10},
+        {"contrast", 96, vb::ErrInvalidPropertyValue, 32},
+        {"exposure_time__absolute", 100, vb::ErrDeviceIO, 250},  // inactive while exposure is automatic
+        {"auto_exposure", 1, 0, 1},
+        {"exposure_time__absolute", 100, 0, 100},
+        {"privacy", 1, vb::ErrDeviceIO, 0},  // read-only
+    };
+    for (const auto& s : sets) {
+        SCOPED_TRACE(s.id);
+        EXPECT_EQ(vb::Trap([&] { graph.SetControl(*cam, s.id, s.value); }), s.error);
+        EXPECT_EQ(ValueOf(graph, *cam, s.id), s.after);
+    }
+    fakecam_plug(FakeCamNone);
 }
 
 }  // namespace
