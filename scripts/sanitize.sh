@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTAVIX_SANITIZE=ON -DTAVIX_WERROR=OFF
-cmake --build build-asan -j"$(nproc)" --target test_platform test_frame test_view test_measure test_camera test_faults
+cmake --build build-asan -j"$(nproc)" --target test_platform test_frame test_view test_measure test_camera test_faults test_fuzz
 export QT_QPA_PLATFORM=offscreen
 here=$(pwd)
 # Whole stacks, so a leak made inside a library can be told by its frames.

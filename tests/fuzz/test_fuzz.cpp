@@ -1,0 +1,131 @@
+// Every reader of a file a user or a disk can spoil, fed mutations of its real files for a
+// bounded time: it may refuse the file, never crash or hang. Run under the sanitizers in CI,
+// a read past a buffer counts as a crash too. The seed is fixed, so a failure comes back.
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QImage>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+
+#include "CommonModule.h"
+#include "Graph.h"
+#include "Guidance.h"
+#include "Ini.h"
+#include "IniConfig.h"
+#include "Pictures.h"
+#include "Proof.h"
+#include "Sandbox.h"
+#include "TextFile.h"
+#include "VariableDefinition.h"
+
+namespace {
+
+const QByteArray kTokens[] = {"\r\n", "\n", "\r", ",", "\"", "=", "[", "]", ";", "@", "-1", "0", "1e308",
+                              "99999999999999999999", "\xEF\xBB\xBF", "\x82\xA0", "\xFF", QByteArray(1, '\0'),
+                              "control.", "width=", "rate=1/0", "BM", "\xFF\xD8\xFF"};
+
+class Mutator {
+public:
+    explicit Mutator(std::vector<QByteArray> seeds) : seeds_(std::move(seeds)) {}
+    QByteArray Next() {
+        QByteArray b = seeds_[Pick(seeds_.size())];
+        for (size_t n = 1 + Pick(4); n > 0; --n) Mutate(b);
+        return b;
+    }
+
+private:
+    size_t Pick(size_t below) { return below == 0 ? 0 : std::uniform_int_distribution<size_t>(0, below - 1)(rng_); }
+    void Mutate(QByteArray& b) {
+        const qsizetype at = static_cast<qsizetype>(Pick(static_cast<size_t>(b.size()) + 1));
+        const qsizetype span = std::min<qsizetype>(b.size() - at, static_cast<qsizetype>(1 + Pick(64)));
+        switch (Pick(6)) {
+        case 0:  // flip a byte
+            if (at < b.size()) b[at] = static_cast<char>(b[at] ^ (1 << Pick(8)));
+            break;
+        case 1:  // a byte of any value
+            b.insert(at, static_cast<char>(Pick(256)));
+            break;
+        case 2:
+            b.remove(at, span);
+            break;
+        case 3:
+            b.insert(at, b.mid(at, span));
+            break;
+        case 4:
+            b.truncate(at);
+            break;
+        default:
+            b.insert(at, kTokens[Pick(std::size(kTokens))]);
+        }
+    }
+    std::vector<QByteArray> seeds_;
+    std::mt19937 rng_{20261125};
+};
+
+QByteArray Encoded(const char* format) {
+    QImage image(37, 21, QImage::Format_RGB32);
+    image.fill(0x336699);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes;
+}
+
+struct Reader {
+    const char* what;
+    const char* file;  // in the sandbox, replaced by each mutation
+    int rounds;
+    std::function<bool(const QString& path)> read;  // true when the file was taken
+    std::vector<QByteArray> extraSeeds = {};
+};
+
+TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
+    testing_support::Sandbox box;
+    ASSERT_TRUE(tavix::GetIniFileData() && tavix::ReadStringTableData());
+    const QByteArray graphFile = "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=64\r\nheight=48\r\n"
+                                 "format=\r\nrate=30/1\r\ncontrol.pattern=1\r\n";
+    const Reader readers[] = {
+        {"ini", "Tavix.Ini", 3000, [](const QString&) { return tavix::GetIniFileData(); }},
+        {"string table", "StringTable.txt", 3000, [](const QString&) { return tavix::ReadStringTableData(); }},
+        {"guidance", "Guidance.txt", 3000, [](const QString&) { return tavix::ReadGuidanceData(); }},
+        {"calibrations", "Proof.txt", 3000, [](const QString&) { return tavix::ReadProofData(); }},
+        // A comment file takes any bytes; only a crash would be wrong.
+        {"comment", "p.txt", 3000, [](const QString& path) { return vb::Trap([&] { vb::ReadTextLines(path); }) == 0; },
+         {"first line\r\nsecond\r\n", "\x82\xB1\x82\xF1\r\n\r\n"}},
+        {"picture", "p.bmp", 1500, [](const QString& path) { return vb::Trap([&] { vb::LoadPicture(path); }) == 0; },
+         {Encoded("BMP"), Encoded("JPEG"), Encoded("PNG")}},
+        {"graph file", "Tavix.grf", 150,
+         [](const QString& path) {
+             tavix::cam::FilterGraph graph;
+             tavix::cam::GraphFileStore store;
+             return vb::Trap([&] { store.LoadGraphFile(graph, path); }) == 0;
+         },
+         {graphFile}},
+    };
+    // The decoders' complaints about each spoiled picture are expected by the thousand.
+    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    for (const Reader& r : readers) {
+        SCOPED_TRACE(r.what);
+        std::vector<QByteArray> seeds = r.extraSeeds;
+        if (const QByteArray shipped = box.Read(QString::fromLatin1(r.file)); !shipped.isEmpty()) seeds.push_back(shipped);
+        Mutator mutator(seeds);
+        int refused = 0;
+        const QString path = box.File(QString::fromLatin1(r.file));
+        QElapsedTimer clock;
+        clock.start();
+        // Bounded by rounds and by time, so a slow machine ends too.
+        for (int i = 0; i < r.rounds && clock.elapsed() < 20000; ++i) {
+            box.Write(QString::fromLatin1(r.file), mutator.Next());
+            refused += !r.read(path);
+        }
+        // The mutations reached the refusals, and a reader that refused is not left broken.
+        EXPECT_TRUE(refused > 0 || std::string(r.what) == "comment");
+        box.Write(QString::fromLatin1(r.file), seeds.back());
+        EXPECT_TRUE(r.read(path));
+    }
+    qInstallMessageHandler(previous);
+}
+
+}  // namespace
