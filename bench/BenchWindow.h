@@ -24,6 +24,8 @@
 #include "Wiring.h"
 #include "frmMain.h"
 
+using Cmd = tavix::CommandMode;
+
 namespace bench {
 
 // Gradients under noise, so the JPEG is not trivially small; a fixed seed keeps it the same.
@@ -56,7 +58,8 @@ inline void Spin(int ms) {
 
 // Records cycling through every kind, points spread over the view; a fixed seed keeps them.
 inline std::vector<tavix::ResultRecord> MakeRecords(int n) {
-    const int16_t kinds[] = {100, 101, 102, 103, 104, 105, 106, 108};
+    const tavix::CommandMode kinds[] = {Cmd::Count, Cmd::Distance, Cmd::Circle, Cmd::TwoCircles, Cmd::Perpendicular,
+                                        Cmd::Area, Cmd::ThreePointAngle, Cmd::ParallelDistance};
     const int points[] = {5, 2, 2, 2, 4, 6, 5, 6};
     QRandomGenerator rng(7);
     const auto in = [&rng](double lo, double hi) { return lo + rng.bounded(hi - lo); };
@@ -68,7 +71,7 @@ inline std::vector<tavix::ResultRecord> MakeRecords(int n) {
         r.Points.resize(points[i % 8] + 1);
         for (size_t k = 1; k < r.Points.size(); ++k)
             r.Points[k] = {in(-900, 900), in(-500, 500)};
-        if (r.Kind == 102 || r.Kind == 103) r.Points[2] = {in(10, 200), 0};
+        if (r.Kind == Cmd::Circle || r.Kind == Cmd::TwoCircles) r.Points[2] = {in(10, 200), 0};
         r.Value = rng.bounded(1000.0);
         records.push_back(r);
     }

@@ -78,7 +78,7 @@ public:
 
 protected:
     bool eventFilter(QObject*, QEvent* e) override {
-        if (e->type() != QEvent::Paint || f_.ViewMode != 0 || !f_.FilterGraph) return false;
+        if (e->type() != QEvent::Paint || f_.ViewMode != tavix::ViewMode::Live || !f_.FilterGraph) return false;
         if (f_.FilterGraph->GetVideoSize().isEmpty()) return false;
         const QImage canvas = f_.picCameraView->VideoFrame();
         if (canvas.isNull() || canvas.cacheKey() == lastKey_) return false;
@@ -253,7 +253,7 @@ int main(int argc, char** argv) {
         // Where that pass did not paint the still yet, the time runs on to its repaint.
         if (!WaitFor(1000, [&] { return still.Paints() > stillPaints; })) ++bad;
         freezes.push_back(std::chrono::duration<double, std::milli>(Clock::now() - t0).count());
-        if (f.ViewMode != 1 || !f.picStillView->Visible() || f.picStillView->GetImage().isNull()) ++bad;
+        if (f.ViewMode != tavix::ViewMode::Still || !f.picStillView->Visible() || f.picStillView->GetImage().isNull()) ++bad;
         tavix::cmdPlayStop_Click(f);  // back live
         QCoreApplication::processEvents();
     }

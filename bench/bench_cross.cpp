@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
     bench::BenchWindow w(3);
     const QImage picture = w.ShowFlatStill();
     w.f.chkCross->SetValue(1);
-    if (w.f.CommandMode != 10) bench::Stop("state:", QStringLiteral("cross line not being placed"));
+    if (w.f.CommandMode != tavix::CommandMode::FirstCrossLine) bench::Stop("state:", QStringLiteral("cross line not being placed"));
     QWidget* still = w.f.picStillView->ClientWidget();
     BareView bare(picture);
     bare.show();

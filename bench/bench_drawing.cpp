@@ -18,6 +18,8 @@
 #include "VariableDefinition.h"
 #include "frmMain.h"
 
+using Cmd = tavix::CommandMode;
+
 using tavix::Point2D;
 using tavix::ResultRecord;
 
@@ -42,7 +44,7 @@ void BareDraw(const QImage& pic, const std::vector<ResultRecord>& records, const
         p.setPen(line);
         QPoint text = at(P[1]);
         switch (records[i].Kind) {
-            case 100:
+            case Cmd::Count:
                 for (int k = 1; k <= n; ++k) {
                     p.fillRect(QRect(at(P[k]) - QPoint(1, 1), QSize(3, 3)), line.color());
                     p.setPen(value);
@@ -50,13 +52,13 @@ void BareDraw(const QImage& pic, const std::vector<ResultRecord>& records, const
                     p.setPen(line);
                 }
                 continue;
-            case 102:
-            case 103: p.drawEllipse(QPointF(at(P[1])), P[2].X, P[2].X); break;
-            case 105:
+            case Cmd::Circle:
+            case Cmd::TwoCircles: p.drawEllipse(QPointF(at(P[1])), P[2].X, P[2].X); break;
+            case Cmd::Area:
                 for (int k = 1; k < n; ++k) p.drawLine(at(P[k]), at(P[k + 1]));
                 p.drawLine(at(P[n]), at(P[1]));
                 break;
-            case 106:
+            case Cmd::ThreePointAngle:
                 p.drawLine(at(P[1]), at(P[2]));
                 p.drawLine(at(P[2]), at(P[3]));
                 text = at(P[2]);

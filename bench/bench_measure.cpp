@@ -13,13 +13,15 @@
 #include "VariableDefinition.h"
 #include "frmMain.h"
 
+using Cmd = tavix::CommandMode;
+
 namespace {
 
 using tavix::Point2D;
 
 struct Measure {
     const char* name;
-    int16_t mode;
+    tavix::CommandMode mode;
     int16_t listed;
     std::vector<Point2D> clicks;  // element 0 unused
     int rows;
@@ -28,9 +30,9 @@ struct Measure {
 // The geometry of the measure, one value per row, without records or texts.
 void BareValues(const Measure& m, double factor, double* values) {
     const std::vector<Point2D>& p = m.clicks;
-    if (m.mode == 101) {
+    if (m.mode == Cmd::Distance) {
         values[0] = tavix::PointDistance(p[1], p[2]) * factor;
-    } else if (m.mode == 103) {
+    } else if (m.mode == Cmd::TwoCircles) {
         Point2D c1, c2;
         double r1 = 0, r2 = 0;
         tavix::CircleFrom3Points(p[1], p[2], p[3], c1, r1);
@@ -70,10 +72,10 @@ int main(int argc, char** argv) {
     }
 
     const Measure measures[] = {
-        {"distance, 98 listed", 101, 98, {{}, {-310.5, 120.25}, {402.75, -86.5}}, 1},
-        {"two circles, 96 listed", 103, 96,
+        {"distance, 98 listed", Cmd::Distance, 98, {{}, {-310.5, 120.25}, {402.75, -86.5}}, 1},
+        {"two circles, 96 listed", Cmd::TwoCircles, 96,
          {{}, {100, 0}, {0, 100}, {-100, 0}, {335, 40}, {300, 75}, {265, 40}}, 3},
-        {"perpendicular of 5 points, 96 listed", 104, 96,
+        {"perpendicular of 5 points, 96 listed", Cmd::Perpendicular, 96,
          {{}, {-200, -50}, {250, 80}, {13, 140}, {-90, -160}, {170, 20}}, 3},
     };
     const int runs = 2001;

@@ -91,10 +91,10 @@ bool BareRecording(int seconds, const QString& path, Figures& out) {
 bool OurRecording(tavix::frmMain& f, int seconds, const QString& path, Figures& out) {
     f.MovieFileName = path;
     f.RecordSecondsLeft = 900;
-    f.CommandMode = 1;
+    f.CommandMode = tavix::CommandMode::MovieArmed;
     const double cpu0 = CpuSeconds();
     tavix::cmdPlayStop_Click(f);
-    if (f.CommandMode != 2) return false;
+    if (f.CommandMode != tavix::CommandMode::Recording) return false;
     bench::Spin(seconds * 1000);
     // Stopped through the graph first, so its counts are read before the stop replaces it.
     f.FilterGraph->Stop();
@@ -102,7 +102,7 @@ bool OurRecording(tavix::frmMain& f, int seconds, const QString& path, Figures& 
     tavix::cmdPlayStop_Click(f);
     out.cpu = CpuSeconds() - cpu0;
     out.inFile = FramesInFile(path);
-    return f.CommandMode == 0 && out.inFile > 0;
+    return f.CommandMode == tavix::CommandMode::Idle && out.inFile > 0;
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ void NewFilterGraph(frmMain& f) {
     };
     // The camera's size is known from its first frame on; the box is placed before it shows.
     f.FilterGraph->OnVideoSize = [&f](QSize size) {
-        if (f.ViewMode == 0) PlaceCameraView(f, size);
+        if (f.ViewMode == ViewMode::Live) PlaceCameraView(f, size);
     };
 }
 
@@ -120,7 +120,7 @@ int ZoomedPixels(int pixels, double zoom) { return static_cast<int>(std::nearbyi
 void FitCameraView(frmMain& f) {
     if (!f.FilterGraph) return;
     // A running recording is never cut: the picture is only placed anew.
-    if (f.CommandMode == 2) {
+    if (f.CommandMode == CommandMode::Recording) {
         PlaceCameraView(f, f.FilterGraph->GetVideoSize());
         return;
     }
@@ -153,8 +153,8 @@ void CaptureFrame(frmMain& f) {
 }
 
 void SwitchViewMode(frmMain& f, bool blnCaptureFlg) {
-    if (f.ViewMode != 0) {
-        f.ViewMode = 0;
+    if (f.ViewMode != ViewMode::Live) {
+        f.ViewMode = ViewMode::Live;
         f.cmdPlayStop->SetCaption(GST(11051));
         f.cmdPlayStop->SetPicture(f.imgCameraIcon[0]->GetPicture());
         f.IconPhase = 0;
@@ -166,7 +166,7 @@ void SwitchViewMode(frmMain& f, bool blnCaptureFlg) {
         f.chkMeasureSave->SetEnabled(false);
         return;
     }
-    f.ViewMode = 1;
+    f.ViewMode = ViewMode::Still;
     f.cmdPlayStop->SetCaption(GST(11050));
     f.cmdPlayStop->SetPicture(f.imgCameraIcon[2]->GetPicture());
     if (f.FilterGraph) {
@@ -182,9 +182,9 @@ void SwitchViewMode(frmMain& f, bool blnCaptureFlg) {
 }
 
 void cmdPlayStop_Click(frmMain& f) {
-    if (f.CommandMode == 1) return StartRecording(f);
-    if (f.CommandMode == 2) return StopRecording(f);
-    if (f.ViewMode == 1 && f.ResultCount >= 1) {
+    if (f.CommandMode == CommandMode::MovieArmed) return StartRecording(f);
+    if (f.CommandMode == CommandMode::Recording) return StopRecording(f);
+    if (f.ViewMode == ViewMode::Still && f.ResultCount >= 1) {
         if (f.ResultDirty && !AskYesNo(&f, 20040, 11041)) return;
         if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
     }
@@ -204,16 +204,16 @@ void cmdPinProp_Click(frmMain& f) {
 }
 
 void tmrLiveIcon_Timer(frmMain& f) {
-    if (f.ViewMode != 0 || f.CommandMode == 1 || f.CommandMode == 2 || !f.cmdPlayStop->Enabled())
+    if (f.ViewMode != ViewMode::Live || f.CommandMode == CommandMode::MovieArmed || f.CommandMode == CommandMode::Recording || !f.cmdPlayStop->Enabled())
         return;
     f.IconPhase = f.IconPhase == 0 ? 1 : 0;
     f.cmdPlayStop->SetPicture(f.imgCameraIcon[f.IconPhase]->GetPicture());
 }
 
 void CameraStreamError(frmMain& f, int number, const QString& reason) {
-    if (f.CommandMode == 2) return RecordingFailed(f, QStringLiteral("tmrRec_Timer"), number, reason);
+    if (f.CommandMode == CommandMode::Recording) return RecordingFailed(f, QStringLiteral("tmrRec_Timer"), number, reason);
     WriteLog(QStringLiteral("Camera Stream Error.(%1)").arg(number));
-    if (f.ViewMode == 0 && f.CommandMode != 1 && f.CommandMode != 2) SwitchViewMode(f, true);
+    if (f.ViewMode == ViewMode::Live && f.CommandMode != CommandMode::MovieArmed && f.CommandMode != CommandMode::Recording) SwitchViewMode(f, true);
     if (f.FilterGraph) vb::Trap([&] { f.FilterGraph->Stop(); });
     vb::Host().MsgBox(GST(20108, reason), vb::vbOKOnly | vb::vbExclamation, GST(11103), &f);
 }

@@ -30,7 +30,7 @@ void StartRecording(frmMain& f) {
     f.cmdPlayStop->SetPicture(f.imgRecIcon[1]->GetPicture());
     f.cmdPlayStop->Widget()->repaint();
     ShowSecondsLeft(f);
-    f.CommandMode = 2;
+    f.CommandMode = CommandMode::Recording;
     f.tmrRec->SetEnabled(true);
     g_recordStart = QDateTime::currentDateTime().addSecs(-1);
     const int err = vb::Trap([&] { BuildRecordGraph(f); });
@@ -69,7 +69,7 @@ void BuildRecordGraph(frmMain& f) {
 void StopRecording(frmMain& f) {
     if (f.FilterGraph) f.FilterGraph->Stop();
     HideGuidance(f);
-    f.CommandMode = 0;
+    f.CommandMode = CommandMode::Idle;
     EnableCommandArea(f, QStringLiteral("picViewCommandArea"));
     EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
     f.tmrRec->SetEnabled(false);
@@ -83,7 +83,7 @@ void StopRecording(frmMain& f) {
         vb::Host().End(1);
         return;
     }
-    f.ViewMode = 1;
+    f.ViewMode = ViewMode::Still;
     SwitchViewMode(f, false);
 }
 
@@ -108,7 +108,7 @@ void tmrRec_Timer(frmMain& f) {
 void RecordingFailed(frmMain& f, const QString& where, int number, const QString& reason) {
     WriteLog(QStringLiteral("%1 Error.(%2)").arg(where).arg(number));
     const uint64_t frames = f.FilterGraph ? f.FilterGraph->RecordedFrames() : 0;
-    if (f.CommandMode == 2) StopRecording(f);
+    if (f.CommandMode == CommandMode::Recording) StopRecording(f);
     const QFileInfo file(f.MovieFileName);
     // A file the writer made and never put a frame in is of no use to anybody.
     if (frames == 0 && file.exists() && file.lastModified() >= g_recordStart) QFile::remove(f.MovieFileName);

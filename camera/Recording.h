@@ -10,7 +10,7 @@ namespace tavix {
 // Free space below which a running recording is stopped, so the file still gets its index.
 constexpr double kRecordReserveBytes = 64.0 * 1024 * 1024;
 
-// cmdPlayStop in CommandMode 1 (start) and 2 (stop).
+// cmdPlayStop with a movie armed (start) and while recording (stop).
 void StartRecording(frmMain& f);
 void StopRecording(frmMain& f);
 // Extends the camera's graph by a tee, the multiplexer and the file writer, and runs it.

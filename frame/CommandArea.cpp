@@ -17,8 +17,8 @@ void EnableCommandArea(frmMain& f, const QString& areaName) {
         if (InArea(control, areaName)) control->SetEnabled(true);
     if (areaName == QLatin1String("picViewCommandArea")) {
         // The adjust button belongs to the live view, saving results to the still view.
-        if (f.ViewMode != 0) f.cmdPinProp->SetEnabled(false);
-        if (f.ViewMode == 0) f.chkMeasureSave->SetEnabled(false);
+        if (f.ViewMode != ViewMode::Live) f.cmdPinProp->SetEnabled(false);
+        if (f.ViewMode == ViewMode::Live) f.chkMeasureSave->SetEnabled(false);
     }
 }
 

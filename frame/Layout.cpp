@@ -38,7 +38,7 @@ void Form_Resize(frmMain& f) {
         } else {
             f.picViewArea->SetWidth(f.ScaleWidth());
         }
-        if (f.ViewMode != 0) {
+        if (f.ViewMode != ViewMode::Live) {
             if (f.Hooks.DispImage) f.Hooks.DispImage(f);
             if (f.ResultCount > 0 && f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
         } else if (f.Hooks.FitCameraView) {

@@ -143,10 +143,10 @@ bool Form_Load(frmMain& f, int16_t programType) {
             c->SetFontName(QStringLiteral("ＭＳ ゴシック"));
 
         if (camera) {
-            f.ViewMode = 0;
+            f.ViewMode = ViewMode::Live;
             f.picCameraView->SetVisible(true);
         } else {
-            f.ViewMode = 1;
+            f.ViewMode = ViewMode::Still;
             f.picStillView->SetVisible(true);
         }
 

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "Modes.h"
+
 namespace tavix {
 
 struct Point2D {
@@ -15,7 +17,7 @@ struct Point2D {
 
 struct ResultRecord {
     int16_t No = 0;
-    int16_t Kind = 0;
+    CommandMode Kind = CommandMode::Idle;  // the measure that gave it
     std::vector<Point2D> Points;  // element 0 unused
     double Value = 0;
 };

@@ -111,10 +111,10 @@ public:
     std::array<vb::Image*, 3> imgCameraIcon{};
 
     // Fields of the run.
-    int16_t ViewMode = 0;
-    int16_t CommandMode = 0;
+    tavix::ViewMode ViewMode = tavix::ViewMode::Live;
+    tavix::CommandMode CommandMode = tavix::CommandMode::Idle;
     int16_t IconPhase = 0;
-    int16_t CrossLineResume = 0;
+    tavix::ViewMode CrossLineResume = tavix::ViewMode::Live;
     int16_t ResultCount = 0;
     std::vector<Point2D> WorkPoints{Point2D{}};
     QString ResultFormat;

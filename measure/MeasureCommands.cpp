@@ -58,7 +58,7 @@ void FailureBox(frmMain& f, int32_t text) {
 }
 
 struct CommandStart {
-    int16_t mode;
+    CommandMode mode;
     int16_t guidance;
     int16_t rows;  // rows of grdResult the measure needs (a perpendicular: for its first point)
 };
@@ -66,13 +66,13 @@ struct CommandStart {
 CommandStart StartOf(int16_t index) {
     const VariableDefinition& v = Var();
     switch (index) {
-        case 0: return v.TwoPointCommandMode != 0 ? CommandStart{108, 57, 1} : CommandStart{101, 32, 1};
-        case 1: return {102, 34, 1};
-        case 2: return {103, 37, 3};
-        case 3: return {104, 43, 1};
-        case 4: return {105, 50, 1};
-        case 5: return v.AngleCommandMode != 0 ? CommandStart{107, 52, 1} : CommandStart{106, 47, 1};
-        default: return {100, 30, 1};
+        case 0: return v.TwoPointCommandMode != 0 ? CommandStart{CommandMode::ParallelDistance, 57, 1} : CommandStart{CommandMode::Distance, 32, 1};
+        case 1: return {CommandMode::Circle, 34, 1};
+        case 2: return {CommandMode::TwoCircles, 37, 3};
+        case 3: return {CommandMode::Perpendicular, 43, 1};
+        case 4: return {CommandMode::Area, 50, 1};
+        case 5: return v.AngleCommandMode != 0 ? CommandStart{CommandMode::TwoLineAngle, 52, 1} : CommandStart{CommandMode::ThreePointAngle, 47, 1};
+        default: return {CommandMode::Count, 30, 1};
     }
 }
 
@@ -208,15 +208,15 @@ void LeftClick(frmMain& f, double x, double y) {
     f.WorkPoints.push_back(Point2D{x, y});
     const int n = Points(f);
     switch (f.CommandMode) {
-        case 100: CountClick(f, n, x, y); break;
-        case 101: DistanceClick(f, n, x, y); break;
-        case 102: CircleClick(f, n, x, y); break;
-        case 103: TwoCirclesClick(f, n, x, y); break;
-        case 104: PerpendicularClick(f, n, x, y); break;
-        case 105: AreaClick(f, n, x, y); break;
-        case 106: AngleClick(f, n, x, y); break;
-        case 107: TwoLinesClick(f, n, x, y); break;
-        case 108: ParallelClick(f, n, x, y); break;
+        case CommandMode::Count: CountClick(f, n, x, y); break;
+        case CommandMode::Distance: DistanceClick(f, n, x, y); break;
+        case CommandMode::Circle: CircleClick(f, n, x, y); break;
+        case CommandMode::TwoCircles: TwoCirclesClick(f, n, x, y); break;
+        case CommandMode::Perpendicular: PerpendicularClick(f, n, x, y); break;
+        case CommandMode::Area: AreaClick(f, n, x, y); break;
+        case CommandMode::ThreePointAngle: AngleClick(f, n, x, y); break;
+        case CommandMode::TwoLineAngle: TwoLinesClick(f, n, x, y); break;
+        case CommandMode::ParallelDistance: ParallelClick(f, n, x, y); break;
         default: break;
     }
 }
@@ -246,13 +246,13 @@ void RightClick(frmMain& f) {
         return;
     }
     switch (f.CommandMode) {
-        case 100: Finish(f); break;
-        case 101: StepBack(f, {32, 0, 1}); break;
-        case 102:
+        case CommandMode::Count: Finish(f); break;
+        case CommandMode::Distance: StepBack(f, {32, 0, 1}); break;
+        case CommandMode::Circle:
             if (n == 1) StepBack(f, {34, 0});
             else StepBack(f, {35, 1, 0, 0, 1});
             break;
-        case 103: {
+        case CommandMode::TwoCircles: {
             static constexpr int16_t guidance[] = {0, 37, 38, 39, 40, 41};
             Back b{guidance[n], n - 1};
             if (n == 2) b.unloadCircle = 1;
@@ -260,20 +260,20 @@ void RightClick(frmMain& f) {
             StepBack(f, b);
             break;
         }
-        case 104:
+        case CommandMode::Perpendicular:
             if (n == 1) StepBack(f, {43, 0, 1});
             else if (n == 2) StepBack(f, {44, 1});  // line 1 stays; its free end follows the pointer
             else Finish(f);
             break;
-        case 105:
+        case CommandMode::Area:
             if (n == 1) StepBack(f, {50, 0, 1});
             else StepBack(f, {51, n - 1, n});
             break;
-        case 106:
+        case CommandMode::ThreePointAngle:
             if (n == 1) StepBack(f, {47, 0, 1});
             else StepBack(f, {48, 1, 2});
             break;
-        case 107: {
+        case CommandMode::TwoLineAngle: {
             static constexpr int16_t guidance[] = {0, 52, 53, 54, 55};
             Back b{guidance[n], n - 1};
             if (n == 1) b.unloadLine1 = 1;
@@ -281,7 +281,7 @@ void RightClick(frmMain& f) {
             StepBack(f, b);
             break;
         }
-        case 108:
+        case CommandMode::ParallelDistance:
             if (n == 1) StepBack(f, {57, 0, 1});
             else StepBack(f, {58, 1, 2, 3});
             break;
@@ -314,15 +314,15 @@ void cmdMeasure_Click(frmMain& f, int16_t Index) {
 }
 
 void picStillView_MouseUp(frmMain& f, int16_t Button, int16_t /*Shift*/, float X, float Y) {
-    if (f.CommandMode == 20) {
+    if (f.CommandMode == CommandMode::Calibration) {
         ProofMeasure_MouseUp(f, Button, X, Y);
         return;
     }
-    if (f.CommandMode == 10 || f.CommandMode == 11) {
+    if (IsCrossLine(f.CommandMode)) {
         ClickCrossLine(f, Button, X, Y);
         return;
     }
-    if (f.CommandMode < 100 || f.CommandMode > 108) return;
+    if (!IsMeasure(f.CommandMode)) return;
     if (Button == 1) LeftClick(f, X, Y);
     else if (Button == 2) RightClick(f);
 }
@@ -337,7 +337,7 @@ void EndMeasureCommand(frmMain& f) {
         button->SetDisabledPicture({});
     }
     HideGuidance(f);
-    f.CommandMode = 0;
+    f.CommandMode = CommandMode::Idle;
     EnableCommandArea(f, kViewArea);
     EnableCommandArea(f, kMeasureArea);
 }

@@ -226,12 +226,12 @@ void cmdMeasureConfig_Click(frmMain& f) {
     // The stored value is formatted anew, never rounded; a count's text is not a value.
     for (int i = 1; i <= f.ResultCount; ++i) {
         const ResultRecord& r = v.ResultTable[i];
-        if (r.Kind != 100) f.grdResult->SetTextMatrix(i, 2, vb::Format(r.Value, f.ResultFormat));
+        if (r.Kind != CommandMode::Count) f.grdResult->SetTextMatrix(i, 2, vb::Format(r.Value, f.ResultFormat));
     }
 
     f.picStillView->SetFontSize(v.MeasureFontSize);
 
-    if (f.ViewMode == 1) {
+    if (f.ViewMode == ViewMode::Still) {
         DispImage(f, false);
         if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
     } else if (f.chkScale->Value() == 1 && f.Hooks.DrawScale) {

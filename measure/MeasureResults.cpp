@@ -23,21 +23,21 @@ constexpr double FullTurn = 6.28318530717958;
 int RowsToAdd(const frmMain& f) {
     const int upper = static_cast<int>(f.WorkPoints.size()) - 1;
     switch (f.CommandMode) {
-    case 100: return upper >= 0 ? 1 : 0;
-    case 101: return upper >= 2 ? 1 : 0;
-    case 102: return upper >= 3 ? 1 : 0;
-    case 103: return upper >= 6 ? 3 : 0;
-    case 104: return upper >= 3 ? upper - 2 : 0;
-    case 105: return upper >= 1 ? 1 : 0;
-    case 106: return upper >= 3 ? 1 : 0;
-    case 107: return upper >= 5 ? 1 : 0;
-    case 108: return upper >= 3 ? 1 : 0;
+    case CommandMode::Count: return upper >= 0 ? 1 : 0;
+    case CommandMode::Distance: return upper >= 2 ? 1 : 0;
+    case CommandMode::Circle: return upper >= 3 ? 1 : 0;
+    case CommandMode::TwoCircles: return upper >= 6 ? 3 : 0;
+    case CommandMode::Perpendicular: return upper >= 3 ? upper - 2 : 0;
+    case CommandMode::Area: return upper >= 1 ? 1 : 0;
+    case CommandMode::ThreePointAngle: return upper >= 3 ? 1 : 0;
+    case CommandMode::TwoLineAngle: return upper >= 5 ? 1 : 0;
+    case CommandMode::ParallelDistance: return upper >= 3 ? 1 : 0;
     default: return 0;
     }
 }
 
 // The record at slot ResultCount, its Points replaced by upper + 1 empty points.
-ResultRecord& Store(const frmMain& f, int16_t kind, size_t upper) {
+ResultRecord& Store(const frmMain& f, CommandMode kind, size_t upper) {
     ResultRecord& r = Var().ResultTable[f.ResultCount];
     r.No = f.ResultCount;
     r.Kind = kind;
@@ -45,7 +45,7 @@ ResultRecord& Store(const frmMain& f, int16_t kind, size_t upper) {
     return r;
 }
 
-ResultRecord& StoreCopy(const frmMain& f, int16_t kind) {
+ResultRecord& StoreCopy(const frmMain& f, CommandMode kind) {
     ResultRecord& r = Store(f, kind, 0);
     r.Points = f.WorkPoints;
     return r;
@@ -93,51 +93,51 @@ void AddMeasureResult(frmMain& f) {
     std::vector<Point2D>& wp = f.WorkPoints;
 
     switch (f.CommandMode) {
-    case 100: {
-        ResultRecord& r = StoreCopy(f, 100);
+    case CommandMode::Count: {
+        ResultRecord& r = StoreCopy(f, CommandMode::Count);
         r.Value = static_cast<double>(wp.size() - 1);
         WriteRow(f, GST(11130), vb::CStr(r.Value), GST(11131));
         break;
     }
-    case 101: {
-        ResultRecord& r = StoreCopy(f, 101);
+    case CommandMode::Distance: {
+        ResultRecord& r = StoreCopy(f, CommandMode::Distance);
         r.Value = PointDistance(wp[1], wp[2]) * factor;
         WriteRow(f, GST(11132), vb::Format(r.Value, f.ResultFormat), proof.Unit);
         break;
     }
-    case 102: {
+    case CommandMode::Circle: {
         Point2D center;
         double radius = 0;
         if (!CircleFrom3Points(wp[1], wp[2], wp[3], center, radius)) return Fail(f, 20130, true);
-        ResultRecord& r = Store(f, 102, 2);
+        ResultRecord& r = Store(f, CommandMode::Circle, 2);
         r.Points[1] = center;
         r.Points[2].X = radius;
         r.Value = (radius + radius) * factor;
         WriteRow(f, GST(11133), vb::Format(r.Value, f.ResultFormat), proof.Unit);
         break;
     }
-    case 103: {
+    case CommandMode::TwoCircles: {
         Point2D center[3];
         double radius[3] = {};
         const bool ok1 = CircleFrom3Points(wp[1], wp[2], wp[3], center[1], radius[1]);
         const bool ok2 = CircleFrom3Points(wp[4], wp[5], wp[6], center[2], radius[2]);
         if (!ok1 || !ok2) return Fail(f, 20130, true);
         for (int i = 1; i <= 2; ++i) {
-            ResultRecord& r = Store(f, 103, 2);
+            ResultRecord& r = Store(f, CommandMode::TwoCircles, 2);
             r.Points[1] = center[i];
             r.Points[2].X = radius[i];
             r.Value = (radius[i] + radius[i]) * factor;
             WriteRow(f, GST(11135, static_cast<double>(i)), vb::Format(r.Value, f.ResultFormat), proof.Unit);
             f.ResultCount += 1;
         }
-        ResultRecord& r = Store(f, 101, 2);
+        ResultRecord& r = Store(f, CommandMode::Distance, 2);
         r.Points[1] = center[1];
         r.Points[2] = center[2];
         r.Value = PointDistance(center[1], center[2]) * factor;
         WriteRow(f, GST(11136), vb::Format(r.Value, f.ResultFormat), proof.Unit);
         break;
     }
-    case 104: {
+    case CommandMode::Perpendicular: {
         // A point whose foot fails is skipped and the next one takes its row, so rows stay
         // without gaps; at the end ResultCount is the last row written, never one above it.
         const int16_t before = f.ResultCount - 1;
@@ -147,7 +147,7 @@ void AddMeasureResult(frmMain& f) {
             double distance = 0;
             if (!PerpendicularFoot(wp[1], wp[2], wp[i], foot, distance)) continue;
             f.ResultCount = before + written + 1;
-            ResultRecord& r = Store(f, 104, 4);
+            ResultRecord& r = Store(f, CommandMode::Perpendicular, 4);
             r.Points[1] = wp[1];
             r.Points[2] = wp[2];
             r.Points[3] = wp[i];
@@ -159,17 +159,17 @@ void AddMeasureResult(frmMain& f) {
         f.ResultCount = before + written;
         break;
     }
-    case 105: {
+    case CommandMode::Area: {
         double area = 0;
         if (!PolygonArea(wp, area)) return Fail(f, 20132, false);
-        ResultRecord& r = StoreCopy(f, 105);
+        ResultRecord& r = StoreCopy(f, CommandMode::Area);
         r.Value = area;
         WriteRow(f, GST(11138), vb::Format(r.Value, f.ResultFormat), proof.Unit + QStringLiteral("2"));
         break;
     }
-    case 106:
-    case 107: {
-        if (f.CommandMode == 107) {
+    case CommandMode::ThreePointAngle:
+    case CommandMode::TwoLineAngle: {
+        if (f.CommandMode == CommandMode::TwoLineAngle) {
             Point2D vertex;
             if (!LineIntersection(wp[1], wp[2], wp[3], wp[4], vertex)) return Fail(f, 20133, false);
             // Copies: wp[1] and wp[3] are overwritten below.
@@ -181,7 +181,7 @@ void AddMeasureResult(frmMain& f) {
         }
         double angle = 0;
         if (!VertexAngle(wp[1], wp[2], wp[3], angle)) return Fail(f, 20133, false);
-        if (f.CommandMode == 107) {
+        if (f.CommandMode == CommandMode::TwoLineAngle) {
             double a1 = 0, a2 = 0;
             if (!VertexAngle(wp[1], wp[2], wp[5], a1) || !VertexAngle(wp[3], wp[2], wp[5], a2))
                 return Fail(f, 20133, false);
@@ -193,17 +193,17 @@ void AddMeasureResult(frmMain& f) {
         }
         double degrees = 0;
         if (!RunsThrough([&] { degrees = RadianToDegree(angle); })) return Fail(f, 20133, false);
-        ResultRecord& r = StoreCopy(f, 106);
+        ResultRecord& r = StoreCopy(f, CommandMode::ThreePointAngle);
         r.Value = degrees;
         WriteRow(f, GST(11139), vb::Format(r.Value, f.ResultFormat), GST(11140));
         break;
     }
-    case 108: {
+    case CommandMode::ParallelDistance: {
         Point2D foot;
         double distance = 0;
         if (!PerpendicularFoot(wp[1], wp[2], wp[3], foot, distance)) return Fail(f, 20131, true);
         const Point2D offset{wp[3].X - foot.X, wp[3].Y - foot.Y};
-        ResultRecord& r = Store(f, 108, 6);
+        ResultRecord& r = Store(f, CommandMode::ParallelDistance, 6);
         r.Points[1] = wp[1];
         r.Points[2] = wp[2];
         r.Points[3] = Point2D{wp[1].X + offset.X, wp[1].Y + offset.Y};
@@ -214,6 +214,8 @@ void AddMeasureResult(frmMain& f) {
         WriteRow(f, GST(11132), vb::Format(r.Value, f.ResultFormat), proof.Unit);
         break;
     }
+    default:
+        break;
     }
     Finish(f);
 }

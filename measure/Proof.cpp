@@ -19,7 +19,6 @@ namespace tavix {
 
 namespace {
 
-constexpr int16_t kProofMode = 20;
 
 QString ProofFilePath() { return vb::AppPathJoin(Var().ProofFileName); }
 
@@ -120,7 +119,7 @@ void cmdProofConfig_Click(frmMain& f) {
     // The reference is measured on the bare picture.
     DispImage(f, false);
     f.WorkPoints.assign(1, Point2D{});
-    f.CommandMode = kProofMode;
+    f.CommandMode = CommandMode::Calibration;
     DispGuidance(f, 20);
 }
 

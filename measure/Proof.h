@@ -19,7 +19,7 @@ void cboProof_Click(frmMain& f);
 // Starts a calibration measure by two clicks on the still.
 void cmdProofConfig_Click(frmMain& f);
 
-// A mouse button released on the still while the calibration measure runs (CommandMode 20).
+// A mouse button released on the still while the calibration measure runs.
 void ProofMeasure_MouseUp(frmMain& f, int16_t Button, float X, float Y);
 
 }  // namespace tavix

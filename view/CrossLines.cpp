@@ -20,7 +20,7 @@ void ShowPair(frmMain& f, int k, bool visible) {
 // The command ends, and a placing begun in the live view goes back to it.
 void FinishPlacing(frmMain& f) {
     if (f.Hooks.EndMeasureCommand) f.Hooks.EndMeasureCommand(f);
-    if (f.CrossLineResume == 0 && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+    if (f.CrossLineResume == ViewMode::Live && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
 }
 
 }  // namespace
@@ -37,9 +37,9 @@ void chkCross_Click(frmMain& f) {
     if (f.chkCross->Value() == 1) {
         f.CrossLineResume = f.ViewMode;
         // The lines are placed on a frame held still.
-        if (f.ViewMode == 0 && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+        if (f.ViewMode == ViewMode::Live && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
         ShowPair(f, 0, true);
-        f.CommandMode = 10;
+        f.CommandMode = CommandMode::FirstCrossLine;
         DisableCommandArea(f, kViewArea, false);
         // With all, chkCross goes too: the box cannot be unchecked during the placing.
         DisableCommandArea(f, kMeasureArea, true);
@@ -47,37 +47,37 @@ void chkCross_Click(frmMain& f) {
         return;
     }
     HideCrossLines(f);
-    if (f.CommandMode == 10 || f.CommandMode == 11) FinishPlacing(f);
+    if (f.CommandMode == CommandMode::FirstCrossLine || f.CommandMode == CommandMode::SecondCrossLine) FinishPlacing(f);
 }
 
 void MoveCrossLine(frmMain& f, float X, float Y) {
-    if (f.CommandMode == 10) PlaceCrossLine(f, 0, X, Y);
-    else if (f.CommandMode == 11) PlaceCrossLine(f, 1, X, Y);
+    if (f.CommandMode == CommandMode::FirstCrossLine) PlaceCrossLine(f, 0, X, Y);
+    else if (f.CommandMode == CommandMode::SecondCrossLine) PlaceCrossLine(f, 1, X, Y);
 }
 
 void ClickCrossLine(frmMain& f, int16_t Button, float X, float Y) {
     if (Button == 1) {
-        if (f.CommandMode == 10) {
+        if (f.CommandMode == CommandMode::FirstCrossLine) {
             PlaceCrossLine(f, 0, X, Y);
             if (Var().CrossLineNum != 2) {
                 FinishPlacing(f);
                 return;
             }
-            f.CommandMode = 11;
+            f.CommandMode = CommandMode::SecondCrossLine;
             PlaceCrossLine(f, 1, X, Y);
             ShowPair(f, 1, true);
             DispGuidance(f, 12);
-        } else if (f.CommandMode == 11) {
+        } else if (f.CommandMode == CommandMode::SecondCrossLine) {
             PlaceCrossLine(f, 1, X, Y);
             FinishPlacing(f);
         }
     } else if (Button == 2) {
         // Setting the value fires chkCross_Click, whose unchecked path ends everything.
-        if (f.CommandMode == 10) {
+        if (f.CommandMode == CommandMode::FirstCrossLine) {
             f.chkCross->SetValue(0);
-        } else if (f.CommandMode == 11) {
+        } else if (f.CommandMode == CommandMode::SecondCrossLine) {
             ShowPair(f, 1, false);
-            f.CommandMode = 10;
+            f.CommandMode = CommandMode::FirstCrossLine;
             DispGuidance(f, 11);
         }
     }

@@ -14,10 +14,10 @@ void chkCross_Click(frmMain& f);
 // Puts pair k (0 or 1) at the point X, Y of picStillView (pixels from the picture's centre).
 void PlaceCrossLine(frmMain& f, int k, double X, double Y);
 
-// The pointer moved over the still in CommandMode 10 or 11: the pair being placed follows it.
+// The pointer moved over the still while a cross line is placed: the pair being placed follows it.
 void MoveCrossLine(frmMain& f, float X, float Y);
 
-// A button released on the still in CommandMode 10 or 11 (1 left, 2 right).
+// A button released on the still while a cross line is placed (1 left, 2 right).
 void ClickCrossLine(frmMain& f, int16_t Button, float X, float Y);
 
 // Hides all four lines; the check box and the command are left as they are.

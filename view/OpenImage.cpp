@@ -45,7 +45,7 @@ void cmdPicLoad_Click(frmMain& f) {
     const QString path = f.cdlFile->FileName;
     if (path.isEmpty()) return;
 
-    if (f.ViewMode == 0 && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+    if (f.ViewMode == ViewMode::Live && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
     if (v.ProgramType == 3 && !f.cmdPicSave->Enabled()) {
         // The first picture of a still measure run opens the measure panel.
         EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));

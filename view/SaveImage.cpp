@@ -113,7 +113,7 @@ void WriteComment(frmMain& f, const QString& name, WriteFailure& failure) {
     if (const int err = vb::WriteTextFileSafely(path, {first, second}); err != 0) failure.Note(err, path);
 }
 
-void SaveStill(frmMain& f, const QString& name, int16_t startView) {
+void SaveStill(frmMain& f, const QString& name, ViewMode startView) {
     const VariableDefinition& v = Var();
     vb::Host().SetBusy(true);
     const bool withResults = f.chkMeasureSave->Value() == 1;
@@ -140,7 +140,7 @@ void SaveStill(frmMain& f, const QString& name, int16_t startView) {
     vb::Host().SetBusy(false);
     if (failure.Number != 0)
         vb::Host().MsgBox(GST(20034, failure.Path), vb::vbOKOnly | vb::vbExclamation, GST(11035), &f);
-    if (startView == 0) SwitchView(f);
+    if (startView == ViewMode::Live) SwitchView(f);
 }
 
 int16_t RecordSeconds(double usable) {
@@ -148,9 +148,9 @@ int16_t RecordSeconds(double usable) {
     return static_cast<int16_t>(60 * std::floor(usable / kGiBPerMinute));
 }
 
-void ArmMovie(frmMain& f, const QString& name, int16_t startView) {
+void ArmMovie(frmMain& f, const QString& name, ViewMode startView) {
     // The frozen frame is not wanted for a movie.
-    if (startView == 0) SwitchView(f);
+    if (startView == ViewMode::Live) SwitchView(f);
     if (f.ResultDirty && !AskYesNo(&f, 20030, 11032)) return;
     if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
 
@@ -166,7 +166,7 @@ void ArmMovie(frmMain& f, const QString& name, int16_t startView) {
     const double usable = free / kBytesPerGiB * kUsableShare;
     if (usable < kLeastUsableGiB) return Refuse(f, 20032, 11033);
 
-    if (startView == 1) SwitchView(f);
+    if (startView == ViewMode::Still) SwitchView(f);
     f.RecordSecondsLeft = RecordSeconds(usable);
     f.MovieFileName = name;
     DisableCommandArea(f, QStringLiteral("picViewCommandArea"), true);
@@ -174,7 +174,7 @@ void ArmMovie(frmMain& f, const QString& name, int16_t startView) {
     f.cmdPlayStop->SetCaption(GST(11034));
     f.cmdPlayStop->SetPicture(f.imgRecIcon[0]->GetPicture());
     f.cmdPlayStop->SetEnabled(true);
-    f.CommandMode = 1;
+    f.CommandMode = CommandMode::MovieArmed;
     DispGuidance(f, 2, GST(20033, static_cast<double>(f.RecordSecondsLeft)));
 }
 
@@ -195,8 +195,8 @@ int32_t SaveJpeg(const QImage& picture, const QString& fileName, uint8_t quality
 
 void cmdPicSave_Click(frmMain& f) {
     const VariableDefinition& v = Var();
-    const int16_t startView = f.ViewMode;
-    if (startView == 0) SwitchView(f);
+    const ViewMode startView = f.ViewMode;
+    if (startView == ViewMode::Live) SwitchView(f);
 
     const bool stillVariant = v.ProgramType == 2 || v.ProgramType == 3;
     f.cdlFile->FileName.clear();
@@ -205,7 +205,7 @@ void cmdPicSave_Click(frmMain& f) {
     f.cdlFile->ShowSave();
     const QString name = f.cdlFile->FileName;
     if (name.isEmpty()) {
-        if (startView == 0) SwitchView(f);
+        if (startView == ViewMode::Live) SwitchView(f);
         return;
     }
 

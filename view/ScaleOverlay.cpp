@@ -168,7 +168,7 @@ void DrawScale(frmMain& f) {
     const double pixel = v.ProofTable[v.CurrentProofNo].Value;
     double lenX = v.ScaleX / pixel * v.ZoomFactor;
     double lenY = v.ScaleType == 0 ? 0 : v.ScaleY / pixel * v.ZoomFactor;
-    if (f.ViewMode == 0) {
+    if (f.ViewMode == ViewMode::Live) {
         lenX *= Screen::TwipsPerPixelX;
         lenY *= Screen::TwipsPerPixelY;
         DrawLive(f, lenX, lenY);
@@ -179,7 +179,7 @@ void DrawScale(frmMain& f) {
 
 void chkScale_Click(frmMain& f) {
     if (f.chkScale->Value() != 1) {
-        if (f.ViewMode != 0) {
+        if (f.ViewMode != ViewMode::Live) {
             // The bar is part of the still's paint: a repaint without it takes it away.
             DispImage(f, false);
             if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);

@@ -72,7 +72,7 @@ void cboScale_Click(frmMain& f) {
     v.ZoomFactor = vb::Val(f.cboScale->Text().right(3));
     if (old == v.ZoomFactor) return;
     RescaleResults(f, v.ZoomFactor / old);
-    if (f.ViewMode != 0) {
+    if (f.ViewMode != ViewMode::Live) {
         DispImage(f, false);
         if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
     } else if (f.Hooks.FitCameraView) {

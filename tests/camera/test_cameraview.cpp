@@ -115,7 +115,7 @@ TEST(CameraView, PlayStopTakesTheFrameAtTheCameraSizeAndGoesBackLive) {
         m.Zoom(zoom);
         ASSERT_TRUE(m.WaitFrame());
         f.cmdPlayStop->Click();
-        EXPECT_EQ(f.ViewMode, 1);
+        EXPECT_EQ(f.ViewMode, tavix::ViewMode::Still);
         EXPECT_EQ(f.cmdPlayStop->Caption(), GST(11050));
         EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgCameraIcon[2]->GetPicture().cacheKey());
         EXPECT_EQ(f.picTempView->GetPicture().size(), QSize(640, 480)) << zoom;
@@ -130,7 +130,7 @@ TEST(CameraView, PlayStopTakesTheFrameAtTheCameraSizeAndGoesBackLive) {
 
         f.IconPhase = 1;
         f.cmdPlayStop->Click();
-        EXPECT_EQ(f.ViewMode, 0);
+        EXPECT_EQ(f.ViewMode, tavix::ViewMode::Live);
         EXPECT_EQ(f.cmdPlayStop->Caption(), GST(11051));
         EXPECT_EQ(f.IconPhase, 0);
         EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgCameraIcon[0]->GetPicture().cacheKey());
@@ -158,7 +158,7 @@ TEST(CameraView, ResultsOfTheStillAreClearedOnlyWhenTheUserAgrees) {
         m.f.ResultDirty = r.dirty;
         if (r.answer) m.host.AnswerMsgBox(r.answer);
         m.f.cmdPlayStop->Click();
-        EXPECT_EQ(m.f.ViewMode, r.viewMode) << r.name;
+        EXPECT_EQ(int(m.f.ViewMode), r.viewMode) << r.name;
         EXPECT_EQ(clears, r.clears) << r.name;
         EXPECT_EQ(m.f.ResultCount, 1 - r.clears) << r.name;
         if (!r.answer) continue;
@@ -179,7 +179,7 @@ TEST(CameraView, IconBlinksOnlyInAnIdleLiveView) {
         {0, 1, true, false}, {0, 2, true, false}, {0, 0, false, false},
     };
     for (const auto& r : rows) {
-        f.ViewMode = r.viewMode, f.CommandMode = r.commandMode, f.IconPhase = 0;
+        f.ViewMode = tavix::ViewMode(r.viewMode), f.CommandMode = tavix::CommandMode(r.commandMode), f.IconPhase = 0;
         f.cmdPlayStop->SetEnabled(r.enabled);
         f.tmrLiveIcon->OnTimer();
         EXPECT_EQ(f.IconPhase, r.blinks ? 1 : 0) << r.viewMode << "/" << r.commandMode << "/" << r.enabled;
@@ -221,12 +221,12 @@ TEST(CameraView, LostCameraLeavesTheLastFrameAndPlayStopTriesAgain) {
     EXPECT_EQ(m.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbExclamation);
     EXPECT_EQ(m.host.Boxes[0].Title, GST(11103));
     EXPECT_TRUE(m.Logged(QStringLiteral("Camera Stream Error.(57)")));
-    EXPECT_EQ(f.ViewMode, 1);
+    EXPECT_EQ(f.ViewMode, tavix::ViewMode::Still);
     const QImage last = f.picTempView->GetPicture();
     EXPECT_EQ(last.size(), QSize(640, 480)) << "the last frame stays as the still";
 
     f.cmdPlayStop->Click();
-    EXPECT_EQ(f.ViewMode, 0);
+    EXPECT_EQ(f.ViewMode, tavix::ViewMode::Live);
     EXPECT_TRUE(m.WaitFor([&] { return f.FilterGraph->GetCurrentImage() != last; })) << "frames again";
     EXPECT_EQ(m.host.Boxes.size(), 1u);
 }

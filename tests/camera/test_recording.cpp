@@ -90,7 +90,7 @@ struct RecordingMain : CameraMain {
     void Arm() {
         host.AnswerFile(Movie());
         f.cmdPicSave->Click();
-        ASSERT_EQ(f.CommandMode, 1);
+        ASSERT_EQ(f.CommandMode, tavix::CommandMode::MovieArmed);
     }
     void RunFor(int ms) {
         QElapsedTimer t;
@@ -99,7 +99,7 @@ struct RecordingMain : CameraMain {
     }
     QString Guidance() const { return f.txtComment[1]->Text(); }
     bool LiveAgain() {
-        return f.CommandMode == 0 && f.ViewMode == 0 && !f.tmrRec->Enabled() && f.cmdPicSave->Enabled() &&
+        return f.CommandMode == tavix::CommandMode::Idle && f.ViewMode == tavix::ViewMode::Live && !f.tmrRec->Enabled() && f.cmdPicSave->Enabled() &&
                f.cmdPicLoad->Enabled() && WaitFrame();
     }
 };
@@ -113,7 +113,7 @@ TEST(Recording, RecordsEveryFrameIntoAPlayableMovieAndComesBackLive) {
     EXPECT_EQ(m.f.cmdPlayStop->Caption(), GST(11034));
 
     m.f.cmdPlayStop->Click();
-    EXPECT_EQ(m.f.CommandMode, 2);
+    EXPECT_EQ(m.f.CommandMode, tavix::CommandMode::Recording);
     EXPECT_EQ(m.f.cmdPlayStop->Caption(), GST(11040));
     EXPECT_EQ(m.Guidance(), GST(29010, QStringLiteral("900")));
     EXPECT_TRUE(m.f.tmrRec->Enabled());
@@ -153,7 +153,7 @@ TEST(Recording, CountsDownAndTheLimitStopsItWithABoxAfterwards) {
     tavix::tmrRec_Timer(m.f);
     EXPECT_EQ(m.Guidance(), GST(29010, QStringLiteral("59")));
     m.host.AnswerMsgBox(vb::vbOK);
-    for (int i = 0; i < 59 && m.f.CommandMode == 2; ++i) tavix::tmrRec_Timer(m.f);
+    for (int i = 0; i < 59 && m.f.CommandMode == tavix::CommandMode::Recording; ++i) tavix::tmrRec_Timer(m.f);
     EXPECT_EQ(m.f.RecordSecondsLeft, 0);
     ASSERT_EQ(m.host.Boxes.size(), 1u);
     EXPECT_EQ(m.host.Boxes[0].Prompt, GST(20150));
@@ -172,7 +172,7 @@ TEST(Recording, ClosingTheWindowWhileRecordingLeavesAFinishedMovie) {
         m.f.cmdPicSave->Click();
         m.f.cmdPlayStop->Click();
         m.RunFor(1000);
-        ASSERT_EQ(m.f.CommandMode, 2);
+        ASSERT_EQ(m.f.CommandMode, tavix::CommandMode::Recording);
     }
     EXPECT_GT(Discover(movie).headerFrames, 20u);
 }
@@ -217,7 +217,7 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
         QDir(m.box.Path()).mkdir(QStringLiteral("movies"));
         m.host.AnswerFile(m.box.File(QStringLiteral("movies/movie.avi")));
         m.f.cmdPicSave->Click();
-        ASSERT_EQ(m.f.CommandMode, 1);
+        ASSERT_EQ(m.f.CommandMode, tavix::CommandMode::MovieArmed);
         if (r.act == Act::RemoveFolder) QDir(m.box.File(QStringLiteral("movies"))).removeRecursively();
         m.host.AnswerMsgBox(vb::vbOK);
         m.f.cmdPlayStop->Click();

@@ -54,10 +54,10 @@ void OpenPicture(Window& w) {
 }
 
 void OneResult(Window& w) {
-    w.f.CommandMode = 101;
+    w.f.CommandMode = tavix::CommandMode::Distance;
     w.f.WorkPoints = {{}, {0, 0}, {30, 40}};
     tavix::AddMeasureResult(w.f);
-    w.f.CommandMode = 0;
+    w.f.CommandMode = tavix::CommandMode::Idle;
 }
 
 // A still with one unsaved result, saved with its results under name.

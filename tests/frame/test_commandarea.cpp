@@ -74,7 +74,7 @@ TEST(CommandArea, EnableAndDisableByName) {
     testing_support::StartedMain s(0);
     frmMain& f = s.f;
     for (const AreaCase& c : cases) {
-        f.ViewMode = c.viewMode;
+        f.ViewMode = tavix::ViewMode(c.viewMode);
         c.before(f);
         c.call(f);
         for (const Expect& e : c.expect)

@@ -59,7 +59,7 @@ TEST_P(StartVariant, FitsTheWindowToTheVariant) {
     EXPECT_EQ(Var().ProgramType, c.type);
     EXPECT_EQ(f.Caption(), Title(c.type));
     EXPECT_EQ(vb::App::Title(), Title(c.type));
-    EXPECT_EQ(f.ViewMode, c.cameraButtons ? 0 : 1);
+    EXPECT_EQ(f.ViewMode, c.cameraButtons ? tavix::ViewMode::Live : tavix::ViewMode::Still);
     EXPECT_EQ(f.picCameraView->Visible(), c.cameraButtons);
     EXPECT_EQ(f.picStillView->Visible(), !c.cameraButtons);
     EXPECT_EQ(f.cmdPlayStop->Visible(), c.cameraButtons);

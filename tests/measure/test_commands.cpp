@@ -165,7 +165,7 @@ TEST(MeasureCommand, ClickSequences) {
                                         static_cast<float>(s.y));
             const std::string at = std::string(c.what) + " step " + std::to_string(i);
             EXPECT_EQ(w.host.Boxes.size(), boxes + (s.button == 'L' || s.button == 'R' ? 0 : 1)) << at;
-            EXPECT_EQ(f.CommandMode, s.mode) << at;
+            EXPECT_EQ(int(f.CommandMode), s.mode) << at;
             EXPECT_EQ(static_cast<int>(f.WorkPoints.size()) - 1, s.points) << at;
             EXPECT_EQ(w.Guidance(), s.guidance) << at;
             EXPECT_EQ(Loaded(f.linMeasure), s.lines) << at;
@@ -193,7 +193,7 @@ TEST(MeasureCommand, BoxesOfThePerpendicularAndTheParallel) {
     EXPECT_EQ(w.host.Boxes[0].Title, tavix::GST(11134));
     EXPECT_EQ(w.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical);
     tavix::picStillView_MouseUp(f, 1, 0, -0.4f, 30);
-    EXPECT_EQ(f.CommandMode, 0);
+    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
     EXPECT_EQ(f.ResultCount, 1);
 }
 
@@ -202,14 +202,14 @@ TEST(MeasureCommand, NothingHappensOutsideACommandOrWithOtherButtons) {
     frmMain& f = w.f;
     tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
     tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
-    EXPECT_EQ(f.CommandMode, 0);
+    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
     tavix::cmdMeasure_Click(f, 1);
     tavix::picStillView_MouseUp(f, 4, 0, 0, 0);
     EXPECT_EQ(f.WorkPoints.size(), 1u);
     tavix::cmdMeasure_Click(f, 7);  // no such button
-    EXPECT_EQ(f.CommandMode, 102);
+    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Circle);
     tavix::picStillView_MouseUp(f, 2, 0, 0, 0);  // right at once: the end, no result
-    EXPECT_EQ(f.CommandMode, 0);
+    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
     EXPECT_EQ(f.ResultCount, 0);
     EXPECT_EQ(f.cmdMeasure[1]->BackColor(), vb::vbButtonFace);
 }
@@ -219,14 +219,14 @@ TEST(MeasureCommand, TheHundredthCountEndsByItself) {
     frmMain& f = w.f;
     tavix::cmdMeasure_Click(f, 6);
     for (int i = 0; i < 99; ++i) tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(i - 50), 0);
-    EXPECT_EQ(f.CommandMode, 100);
+    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Count);
     // Each click leaves its mark on the still in the colour of the running command.
     const QImage still = f.picStillView->GetImage();
     const QRect r = f.picStillView->CanvasRect();
     EXPECT_EQ(still.pixel(r.width() / 2 + 48, r.height() / 2 + 2) & 0xFFFFFF,
               vb::ToQColor(tavix::Var().MeasureLineColor[3]).rgb() & 0xFFFFFF);
     tavix::picStillView_MouseUp(f, 1, 0, 60, 10);
-    EXPECT_EQ(f.CommandMode, 0);
+    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
     ASSERT_EQ(f.ResultCount, 1);
     EXPECT_EQ(tavix::Var().ResultTable[1].Value, 100);
 }
@@ -241,7 +241,7 @@ TEST(MeasureCommand, AFullResultListRefusesWhatCannotFit) {
         f.ResultCount = c.listed;
         if (!c.starts) w.host.AnswerMsgBox(vb::vbOK);
         tavix::cmdMeasure_Click(f, c.button);
-        EXPECT_EQ(f.CommandMode != 0, c.starts) << c.listed << " listed, button " << c.button;
+        EXPECT_EQ(f.CommandMode != tavix::CommandMode::Idle, c.starts) << c.listed << " listed, button " << c.button;
         if (c.starts) continue;
         ASSERT_EQ(w.host.Boxes.size(), 1u);
         EXPECT_EQ(w.host.Boxes[0].Prompt, tavix::GST(20141));
@@ -261,7 +261,7 @@ TEST(MeasureCommand, AFullResultListRefusesWhatCannotFit) {
     tavix::picStillView_MouseUp(f, 1, 0, 0, 30);
     EXPECT_EQ(w.host.Boxes.size(), 1u);
     EXPECT_EQ(f.WorkPoints.size(), 5u);
-    EXPECT_EQ(f.CommandMode, 104);
+    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Perpendicular);
     tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
     EXPECT_EQ(f.ResultCount, 99);
     EXPECT_EQ(f.grdResult->TextMatrix(99, 0), QStringLiteral("99"));
@@ -378,7 +378,7 @@ TEST(MeasureFlow, DistanceByMouseEndsInTheGridRow) {
     proof.Unit = QStringLiteral("mm");
 
     Click(f.cmdMeasure[0]->Widget(), QPoint(10, 10), Qt::LeftButton);
-    ASSERT_EQ(f.CommandMode, 101);
+    ASSERT_EQ(f.CommandMode, tavix::CommandMode::Distance);
     QWidget* still = f.picStillView->ClientWidget();
     // The scale's origin is the picture's centre, the middle of the widget.
     const QPoint centre(300, 200);
@@ -386,7 +386,7 @@ TEST(MeasureFlow, DistanceByMouseEndsInTheGridRow) {
     Click(still, centre + QPoint(0, 0), Qt::RightButton);  // takes the first point back
     Click(still, centre + QPoint(-60, -40), Qt::LeftButton);
     Click(still, centre + QPoint(60, 120), Qt::LeftButton);  // 200 pixels away
-    EXPECT_EQ(f.CommandMode, 0);
+    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
     ASSERT_EQ(f.ResultCount, 1);
     EXPECT_EQ(f.grdResult->TextMatrix(1, 0), QStringLiteral("1"));
     EXPECT_EQ(f.grdResult->TextMatrix(1, 1), tavix::GST(11132));

@@ -13,6 +13,8 @@
 #include "StillDisplay.h"
 #include "VariableDefinition.h"
 
+using Cmd = tavix::CommandMode;
+
 using tavix::Point2D;
 using tavix::Var;
 
@@ -39,7 +41,7 @@ struct Drawing : testing_support::StartedMain {
         f.picTempView->SetPicture(grey);
         Select(99, 99);  // no record selected unless a test says so
     }
-    void Add(int16_t kind, std::vector<Point2D> points, double value = 12.3456) {
+    void Add(tavix::CommandMode kind, std::vector<Point2D> points, double value = 12.3456) {
         points.insert(points.begin(), Point2D{});
         ++f.ResultCount;
         Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, points, value};
@@ -106,7 +108,7 @@ struct Drawing : testing_support::StartedMain {
 };
 
 struct KindCase {
-    int16_t kind;
+    tavix::CommandMode kind;
     std::vector<Point2D> points;
     std::vector<Point2D> on;   // on a drawn line or circle
     std::vector<Point2D> off;  // on a line the kind does not draw
@@ -115,19 +117,19 @@ struct KindCase {
 
 TEST(Draw, EachKindDrawsItsLinesAndPutsItsValueAtItsPlace) {
     const KindCase cases[] = {
-        {101, {{-100, -80}, {60, 0}}, {{-100, -80}, {60, 0}, {-60, -60}}, {}, {-20, -40}},
+        {Cmd::Distance, {{-100, -80}, {60, 0}}, {{-100, -80}, {60, 0}, {-60, -60}}, {}, {-20, -40}},
         // The radius is P(2).X, not the distance to P(2).
-        {102, {{0, 0}, {80, 30}}, {{80, 0}, {0, -80}, {-80, 0}, {0, 80}}, {{-85, 0}, {0, 85}}, {0, 0}},
-        {103, {{-50, 10}, {60, -3}}, {{10, 10}, {-50, -50}, {-110, 10}}, {}, {-50, 10}},
-        {104, {{-150, -100}, {50, -100}, {0, -100}, {0, 100}}, {{-140, -100}, {40, -100}, {0, 90}, {0, -60}},
+        {Cmd::Circle, {{0, 0}, {80, 30}}, {{80, 0}, {0, -80}, {-80, 0}, {0, 80}}, {{-85, 0}, {0, 85}}, {0, 0}},
+        {Cmd::TwoCircles, {{-50, 10}, {60, -3}}, {{10, 10}, {-50, -50}, {-110, 10}}, {}, {-50, 10}},
+        {Cmd::Perpendicular, {{-150, -100}, {50, -100}, {0, -100}, {0, 100}}, {{-140, -100}, {40, -100}, {0, 90}, {0, -60}},
          {}, {0, 0}},
         // The last line closes the polygon.
-        {105, {{-100, -100}, {100, -100}, {100, 100}, {-100, 100}}, {{0, -100}, {100, 0}, {0, 100}, {-100, 0}},
+        {Cmd::Area, {{-100, -100}, {100, -100}, {100, 100}, {-100, 100}}, {{0, -100}, {100, 0}, {0, 100}, {-100, 0}},
          {}, {-100, -100}},
         // P(4) and P(5) of an angle by two lines stay undrawn.
-        {106, {{-120, 60}, {0, -60}, {120, 60}, {-120, -120}, {120, -120}}, {{-60, 0}, {60, 0}},
+        {Cmd::ThreePointAngle, {{-120, 60}, {0, -60}, {120, 60}, {-120, -120}, {120, -120}}, {{-60, 0}, {60, 0}},
          {{0, -120}, {0, 60}, {-120, -30}}, {0, -60}},
-        {108, {{-100, -80}, {100, -80}, {-100, 80}, {100, 80}, {-40, -80}, {-40, 80}},
+        {Cmd::ParallelDistance, {{-100, -80}, {100, -80}, {-100, 80}, {100, 80}, {-40, -80}, {-40, 80}},
          {{-90, -80}, {90, 80}, {-40, -60}, {-40, 60}}, {{0, 0}, {30, 0}}, {-40, 0}},
     };
     Drawing d;
@@ -135,17 +137,17 @@ TEST(Draw, EachKindDrawsItsLinesAndPutsItsValueAtItsPlace) {
         d.f.ResultCount = 0;
         d.Add(c.kind, c.points);
         d.Redraw();
-        for (const Point2D& p : c.on) EXPECT_TRUE(d.Around(p.X, p.Y, kRed)) << c.kind << " at " << p.X << "," << p.Y;
-        for (const Point2D& p : c.off) EXPECT_FALSE(d.Around(p.X, p.Y, kRed)) << c.kind << " at " << p.X << "," << p.Y;
+        for (const Point2D& p : c.on) EXPECT_TRUE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
+        for (const Point2D& p : c.off) EXPECT_FALSE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
         d.ExpectText(c.text.X, c.text.Y, kValueText, kCyan);
     }
 }
 
 TEST(Draw, CountMarksAreThreePixelSquaresNumberedWithTheirRowAsAPrintedNumber) {
     Drawing d;
-    for (int i = 0; i < 6; ++i) d.Add(101, {{-190, 140.0 - 4 * i}, {-150, 140.0 - 4 * i}});
+    for (int i = 0; i < 6; ++i) d.Add(Cmd::Distance, {{-190, 140.0 - 4 * i}, {-150, 140.0 - 4 * i}});
     const std::vector<Point2D> marks{{-100, -50}, {0, 0}, {100, 60}};
-    d.Add(100, marks);
+    d.Add(Cmd::Count, marks);
     d.Redraw();
     for (const Point2D& p : marks) {
         for (int dy = -2; dy <= 2; ++dy)
@@ -175,7 +177,7 @@ TEST(Draw, SelectedRowsTakeTheSecondColoursAndRowsBeyondTheCountStayUndrawn) {
     Drawing d;
     for (const auto& c : cases) {
         d.f.ResultCount = 0;
-        for (int i = 1; i <= 5; ++i) d.Add(101, {{-150, -140.0 + 45 * i}, {150, -140.0 + 45 * i}});
+        for (int i = 1; i <= 5; ++i) d.Add(Cmd::Distance, {{-150, -140.0 + 45 * i}, {150, -140.0 + 45 * i}});
         d.f.ResultCount = static_cast<int16_t>(c.count);
         d.Select(c.row, c.rowSel);
         d.Redraw();
@@ -194,8 +196,8 @@ TEST(Draw, LaterRowsLieOverEarlierOnes) {
     Drawing d;
     for (const auto& c : cases) {
         d.f.ResultCount = 0;
-        d.Add(101, {{-50, 20}, {50, 20}});
-        d.Add(101, {{20, -50}, {20, 50}});
+        d.Add(Cmd::Distance, {{-50, 20}, {50, 20}});
+        d.Add(Cmd::Distance, {{20, -50}, {20, 50}});
         d.Select(c.selected, c.selected);
         d.Redraw();
         EXPECT_EQ(d.At(20, 20), c.crossing) << "row " << c.selected << " selected";
@@ -204,8 +206,8 @@ TEST(Draw, LaterRowsLieOverEarlierOnes) {
 
 TEST(Draw, ZoomMovesLinesAndPlacesButNotTheTextSizeOrTheMark) {
     Drawing d;
-    d.Add(101, {{-50, 20}, {50, 20}});
-    d.Add(100, {{30, -30}});
+    d.Add(Cmd::Distance, {{-50, 20}, {50, 20}});
+    d.Add(Cmd::Count, {{30, -30}});
     d.Select(2, 2);  // the count's number in another colour than the value
     d.Redraw();
     const QRect before = d.Ink(kCyan);

@@ -17,6 +17,8 @@
 #include "StillDisplay.h"
 #include "Wiring.h"
 
+using Cmd = tavix::CommandMode;
+
 using tavix::frmMeasureConfig;
 using tavix::GST;
 using tavix::Var;
@@ -66,7 +68,7 @@ struct Config : testing_support::StartedMain {
         host.AnswerColor(c);
         d.lblColor[i]->OnClick();
     }
-    void Add(int16_t kind, double value, const QString& text) {
+    void Add(tavix::CommandMode kind, double value, const QString& text) {
         ++f.ResultCount;
         Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, {{}, {-60, 50}, {60, 50}}, value};
         f.grdResult->SetTextMatrix(f.ResultCount, 2, text);
@@ -121,7 +123,7 @@ TEST(MeasureConfigDialog, CancelAfterChangesLeavesTheSettingsButStillRebuildsThe
     w.f.shaMeasure[0]->SetBorderColor(0x0000FE);
     w.f.picStillView->SetFontSize(30);
     w.f.ResultFormat = QStringLiteral("0.00000");
-    w.Add(101, 2.5, QStringLiteral("stale"));
+    w.Add(Cmd::Distance, 2.5, QStringLiteral("stale"));
     w.Mark();
     w.Open([&](frmMeasureConfig& d) {
         for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00FFFFFFu - static_cast<uint32_t>(i));
@@ -150,8 +152,8 @@ TEST(MeasureConfigDecimals, ReformatTheStoredValueAndLeaveCountsAlone) {
     Config w;
     Var().NumberOfDecimals = 2;
     w.f.ResultFormat = tavix::MakeResultFormat(2);
-    w.Add(101, 3.14159, vb::Format(3.14159, w.f.ResultFormat));
-    w.Add(100, 4, QStringLiteral("4 counted"));
+    w.Add(Cmd::Distance, 3.14159, vb::Format(3.14159, w.f.ResultFormat));
+    w.Add(Cmd::Count, 4, QStringLiteral("4 counted"));
     for (const auto& [decimals, shown] : {std::pair{0, "3"}, std::pair{2, "3.14"}}) {
         w.Ok([&](frmMeasureConfig& d) { d.cboDec->SetListIndex(decimals); });
         EXPECT_EQ(Var().NumberOfDecimals, decimals);
@@ -165,7 +167,7 @@ TEST(MeasureConfigFont, ANewSizeShowsOnTheValuesOfTheStillAtOnce) {
     Config w;
     Var().MeasureValueColor[1] = 0xFF00FF;
     w.f.grdResult->SetRow(99);  // nothing selected
-    w.Add(101, 888.888, QString());
+    w.Add(Cmd::Distance, 888.888, QString());
     for (const int index : {0, 8, 3}) {
         w.Ok([&](frmMeasureConfig& d) { d.cboFontSize->SetListIndex(index); });
         EXPECT_EQ(w.f.picStillView->FontSize(), Var().MeasureFontSize);
@@ -196,10 +198,10 @@ TEST(MeasureConfigCommands, TheModesSetCaptionIconAndTheNextCommand) {
         EXPECT_EQ(f.cmdMeasure[5]->GetPicture().cacheKey(), f.imgAngleIcon[angle]->GetPicture().cacheKey());
         EXPECT_NE(f.img2PointIcon[0]->GetPicture().cacheKey(), f.img2PointIcon[1]->GetPicture().cacheKey());
         tavix::cmdMeasure_Click(w.f, 0);
-        EXPECT_EQ(f.CommandMode, twoPoint ? 108 : 101);
+        EXPECT_EQ(f.CommandMode, twoPoint ? Cmd::ParallelDistance : Cmd::Distance);
         tavix::EndMeasureCommand(w.f);
         tavix::cmdMeasure_Click(w.f, 5);
-        EXPECT_EQ(f.CommandMode, angle ? 107 : 106);
+        EXPECT_EQ(f.CommandMode, angle ? Cmd::TwoLineAngle : Cmd::ThreePointAngle);
     }
 }
 
@@ -210,7 +212,7 @@ TEST(MeasureConfigCrossLines, OffAfterAChangeOfNumberOnInTheNewColourOtherwise) 
         Var().CrossLineNum = from;
         w.f.chkCross->SetValue(1);
         for (int k = 0; k < from; ++k) tavix::ClickCrossLine(w.f, 1, 10.0f * (k + 1), 10.0f);
-        ASSERT_EQ(w.f.CommandMode, 0) << from;
+        ASSERT_EQ(w.f.CommandMode, tavix::CommandMode::Idle) << from;
         const qint64 icon = w.f.chkCross->GetPicture().cacheKey();
         w.Ok([&](frmMeasureConfig& d) {
             w.Pick(d, 5, kNew);
@@ -234,7 +236,7 @@ TEST(MeasureConfigRepaint, TheStillViewRepaintsTheLiveViewRedrawsOnlyTheScale) {
             Config w;
             w.f.chkScale->OnClick = nullptr;  // no scale dialog: only the box's state matters here
             w.f.chkScale->SetValue(scale);
-            w.f.ViewMode = viewMode;
+            w.f.ViewMode = tavix::ViewMode(viewMode);
             w.Mark();
             w.Ok([](frmMeasureConfig&) {});
             EXPECT_TRUE(w.Marked() != (viewMode == 1) && w.draws == viewMode && w.scales == scale) << viewMode << scale;

@@ -151,13 +151,13 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
         w.host.AnswerMsgBox(vb::vbNo);
         tavix::cmdProofConfig_Click(w.f);
         ExpectBox(w.host.Boxes.at(0), 20060, 11060, kQuestion);
-        EXPECT_EQ(w.f.CommandMode, 0);
+        EXPECT_EQ(w.f.CommandMode, tavix::CommandMode::Idle);
     }
     ProofWindow w(1, false);  // saved: no question
     w.f.WorkPoints.push_back({5, 5});
     tavix::EnableCommandArea(w.f, w.f.picMeasureCommandArea->Name());  // as in the still view
     const auto expectFirstPointAwaited = [&] {
-        EXPECT_TRUE(w.f.CommandMode == 20 && w.f.WorkPoints.size() == 1u && w.Guidance() == Var().GuidanceTable[20][0]);
+        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Calibration && w.f.WorkPoints.size() == 1u && w.Guidance() == Var().GuidanceTable[20][0]);
     };
     tavix::cmdProofConfig_Click(w.f);
     expectFirstPointAwaited();
@@ -175,7 +175,7 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
     EXPECT_TRUE(!w.f.linMeasure.Exists(1) && w.draws == 0);
 
     w.Click(2);  // abandoned: the hidden results come back
-    EXPECT_TRUE(w.f.CommandMode == 0 && w.draws == 1 && w.f.chkScale->Enabled());
+    EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.draws == 1 && w.f.chkScale->Enabled());
 }
 
 TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom) {

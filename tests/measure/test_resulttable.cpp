@@ -15,6 +15,8 @@
 #include "StartedMain.h"
 #include "StillDisplay.h"
 
+using Cmd = tavix::CommandMode;
+
 using tavix::GST;
 using tavix::Var;
 using Answer = std::optional<int>;
@@ -42,11 +44,11 @@ struct Table : testing_support::StartedMain {
     // n results as measures leave them, texts no formatting gives; slot 20 an old one.
     void Fill(int n) {
         for (int i = 1; i <= n; ++i) {
-            Var().ResultTable[i] = {int16_t(i), 101, {{}, {double(i), 1}}, i + 0.25};
+            Var().ResultTable[i] = {int16_t(i), Cmd::Distance, {{}, {double(i), 1}}, i + 0.25};
             const char* prefix[] = {"", "N", "v", "u"};
             for (int c = 0; c < 4; ++c) f.grdResult->SetTextMatrix(i, c, prefix[c] + QString::number(i));
         }
-        Var().ResultTable[20] = {20, 102, {{}, {5, 5}}, 9};
+        Var().ResultTable[20] = {20, Cmd::Circle, {{}, {5, 5}}, 9};
         f.ResultCount = int16_t(n);
         f.ResultDirty = n > 0;
     }
@@ -160,7 +162,7 @@ TEST(ResultTable, SavedValuesKeepThePointUnderADecimalCommaLocale) {
         Var().ProofTable[Var().CurrentProofNo] = {QStringLiteral("P"), 0.5, QStringLiteral("mm")};
         Var().ZoomFactor = 1;
         t.f.ResultFormat = QStringLiteral("0.000");
-        t.f.CommandMode = 101;
+        t.f.CommandMode = tavix::CommandMode::Distance;
         t.f.WorkPoints = {{}, {0, 0}, {3, 4}};
         tavix::AddMeasureResult(t.f);
         t.host.AnswerFile(t.box.File("de.txt"));

@@ -99,13 +99,13 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveView) {
         for (size_t i = 0; i < c.steps.size(); ++i) {
             const Step& s = c.steps[i];
             const QPoint at(s.x, s.y);
-            const int before = f.CommandMode;
+            const int before = int(f.CommandMode);
             const bool left = s.action == 'L' || s.action == 'K';
             if (s.action == 'C' || s.action == 'U') f.chkCross->SetValue(s.action == 'C');
             else w.Click(at, left ? Qt::LeftButton : Qt::RightButton, s.action != 'K');
             if (left) placed[before - 10] = placed[s.mode == 11 ? 1 : before - 10] = w.InView(at);
             const std::string where = std::string(c.what) + ", step " + std::to_string(i);
-            EXPECT_EQ(std::tuple(f.CommandMode, f.ViewMode, w.Guidance(), w.Shown(), f.chkCross->Value()),
+            EXPECT_EQ(std::tuple(int(f.CommandMode), int(f.ViewMode), w.Guidance(), w.Shown(), f.chkCross->Value()),
                       std::tuple(s.mode, s.viewMode, s.guidance, std::string(s.shown), s.box)) << where;
             const bool placing = s.mode == 10 || s.mode == 11;
             EXPECT_EQ(f.chkCross->Enabled() + 2 * f.cmdPicLoad->Enabled(), placing ? 0 : 3) << where;
@@ -146,7 +146,7 @@ TEST(CrossLines, ACentreClickLandsInTheMiddleOfTheViewAtEveryZoom) {
         f.chkCross->SetValue(1);
         w.Click(QPoint(0, 0), Qt::LeftButton);
         const QPoint d = w.Crossing(0) - QPoint(f.picViewArea->ClientPixelWidth() / 2, f.picViewArea->ClientPixelHeight() / 2);
-        EXPECT_TRUE(f.CommandMode == 0 && std::abs(d.x()) <= 1 && std::abs(d.y()) <= 1) << qPrintable(f.cboScale->Text());
+        EXPECT_TRUE(f.CommandMode == tavix::CommandMode::Idle && std::abs(d.x()) <= 1 && std::abs(d.y()) <= 1) << qPrintable(f.cboScale->Text());
         f.chkCross->SetValue(0);
     }
     EXPECT_GT(w.Still()->width(), w.View()->width()) << "the top zoom cuts the picture";

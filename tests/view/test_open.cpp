@@ -57,7 +57,7 @@ TEST(OpenPicture, BmpAndJpegShowAtOneWithTheirComment) {
         EXPECT_TRUE(Near(w.Centre(-50, -50), kQuarterColors[0], c.tolerance)) << c.file;
         EXPECT_TRUE(Near(w.Centre(50, 50), kQuarterColors[3], c.tolerance)) << c.file;
         w.ExpectComment("first line", "第二行", c.file);
-        EXPECT_EQ(w.f.ViewMode, 1);
+        EXPECT_EQ(w.f.ViewMode, tavix::ViewMode::Still);
     }
 }
 

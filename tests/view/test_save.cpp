@@ -14,6 +14,8 @@
 #include "SaveImage.h"
 #include "StartedMain.h"
 
+using Cmd = tavix::CommandMode;
+
 using testing_support::kQuarterColors;
 using testing_support::QuarterPicture;
 using tavix::GST;
@@ -45,7 +47,7 @@ struct SaveWindow : testing_support::StartedMain {
     }
     // One result line 100 pixels either side of (0, y) drawn on the still.
     void Result(double y) {
-        tavix::Var().ResultTable[1] = {1, 101, {{}, {-100, y}, {100, y}}, 1};
+        tavix::Var().ResultTable[1] = {1, Cmd::Distance, {{}, {-100, y}, {100, y}}, 1};
         f.ResultCount = 1;
         f.Hooks.DrawMeasureResults(f);
     }
@@ -171,12 +173,12 @@ TEST(SavePicture, FromTheLiveViewBackToLive) {
     SaveWindow w(1);
     ASSERT_TRUE(testing_support::WaitFor([&] { return !w.f.FilterGraph->GetCurrentImage().isNull(); }));
     w.Save(std::nullopt);
-    EXPECT_TRUE(w.f.ViewMode == 0 && w.f.cdlFile->Filter == GST(11030));
+    EXPECT_TRUE(w.f.ViewMode == tavix::ViewMode::Live && w.f.cdlFile->Filter == GST(11030));
     w.Save(w.box.File("live.bmp"));
-    EXPECT_TRUE(w.f.ViewMode == 0 && QImage(w.box.File("live.bmp")).width() == w.f.picViewArea->ClientPixelWidth());
+    EXPECT_TRUE(w.f.ViewMode == tavix::ViewMode::Live && QImage(w.box.File("live.bmp")).width() == w.f.picViewArea->ClientPixelWidth());
     w.host.AnswerMsgBox(vb::vbOK);
     w.Save(w.box.File("gone/live.bmp"));
-    EXPECT_TRUE(w.host.Boxes.size() == 1 && w.f.ViewMode == 0);
+    EXPECT_TRUE(w.host.Boxes.size() == 1 && w.f.ViewMode == tavix::ViewMode::Live);
 }
 
 TEST(JpegQuality, OkStoresAtOnceCancelStoresNothing) {
@@ -220,7 +222,7 @@ TEST(Movie, LimitFollowsTheFreeSpace) {
         MovieWindow w;
         w.free = MovieWindow::ForUsable(c.usable);
         w.Save(w.box.File("m.Avi"));
-        EXPECT_TRUE(w.f.RecordSecondsLeft == c.seconds && w.f.CommandMode == 1) << c.usable;
+        EXPECT_TRUE(w.f.RecordSecondsLeft == c.seconds && w.f.CommandMode == tavix::CommandMode::MovieArmed) << c.usable;
         EXPECT_EQ(w.f.txtComment[1]->Text(), GST(20033, QString::number(c.seconds)));
     }
 }
@@ -231,7 +233,7 @@ TEST(Movie, ArmedFromTheStillOrTheLiveView) {
         frmMain& f = w.f;
         if (fromStill) f.cmdPlayStop->Click();
         w.Save(w.box.File("movie.avi"));
-        EXPECT_TRUE(f.ViewMode == 0 && f.CommandMode == 1 && f.MovieFileName == w.box.File("movie.avi")) << fromStill;
+        EXPECT_TRUE(f.ViewMode == tavix::ViewMode::Live && f.CommandMode == tavix::CommandMode::MovieArmed && f.MovieFileName == w.box.File("movie.avi")) << fromStill;
         EXPECT_TRUE(f.cmdPlayStop->Caption() == GST(11034) && f.cmdPlayStop->Enabled());
         EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgRecIcon[0]->GetPicture().cacheKey());
         for (vb::Control* c : std::initializer_list<vb::Control*>{f.cmdPicSave, f.cmdPicLoad, f.fraScale, f.fraSaveOption,
@@ -257,7 +259,7 @@ TEST(Movie, RefusedTargetsLeaveItUnarmedButTheResultsGone) {
         const QString name = QString::fromLatin1(c.name);
         w.Save(name.startsWith("//") ? name : w.box.File(name));
         w.ExpectBox(c.text, 11033);
-        EXPECT_TRUE(w.f.CommandMode == 0 && w.clears == 1 && w.f.ViewMode == 0) << c.name << c.mount;
+        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.clears == 1 && w.f.ViewMode == tavix::ViewMode::Live) << c.name << c.mount;
     }
 }
 
@@ -272,7 +274,7 @@ TEST(Movie, UnsavedResultsAskFirst) {
         EXPECT_EQ(std::tuple(b.Prompt, b.Title, b.Buttons),
                   std::tuple(GST(20030), GST(11032), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2));
         const int yes = answer == vb::vbYes;
-        EXPECT_TRUE(w.clears == yes && w.f.CommandMode == yes && w.f.ViewMode == 0) << answer;
+        EXPECT_TRUE(w.clears == yes && int(w.f.CommandMode) == yes && w.f.ViewMode == tavix::ViewMode::Live) << answer;
     }
 }
 
@@ -283,7 +285,7 @@ TEST(Movie, NoneWithoutACamera) {
     w.host.AnswerMsgBox(vb::vbOK);
     w.Save(w.box.File("m.AVI"));
     w.ExpectBox(20035, 11033);
-    EXPECT_TRUE(w.clears == 0 && w.f.CommandMode == 0 && w.f.ViewMode == 1);
+    EXPECT_TRUE(w.clears == 0 && w.f.CommandMode == tavix::CommandMode::Idle && w.f.ViewMode == tavix::ViewMode::Still);
     EXPECT_EQ(w.f.txtComment[0]->Text(), QStringLiteral("kept"));
     EXPECT_FALSE(QFileInfo::exists(w.box.File("m.txt")));
 }
