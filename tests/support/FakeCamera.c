@@ -1,6 +1,8 @@
 #define _GNU_SOURCE
 #include "FakeCamera.h"
 
+#include "InterposeOpen.h"
+
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -514,29 +516,11 @@ static int open_node(int node, int flags) {
     return fd;
 }
 
-static int open_with(const char* name, const char* path, int flags, va_list ap) {
-    mode_t mode = 0;
-    if (flags & (O_CREAT | O_TMPFILE)) mode = va_arg(ap, mode_t);
+static int open_with(const char* name, const char* path, int flags, mode_t mode) {
     const int node = node_of(path);
     if (node >= 0) return open_node(node, flags);
     int (*real)(const char*, int, ...) = (int (*)(const char*, int, ...))next(name);
     return real(path, flags, mode);
-}
-
-int open(const char* path, int flags, ...) {
-    va_list ap;
-    va_start(ap, flags);
-    const int r = open_with("open", path, flags, ap);
-    va_end(ap);
-    return r;
-}
-
-int open64(const char* path, int flags, ...) {
-    va_list ap;
-    va_start(ap, flags);
-    const int r = open_with("open64", path, flags, ap);
-    va_end(ap);
-    return r;
 }
 
 int dup(int fd) {
