@@ -154,7 +154,7 @@ struct BenchWindow {
         QImage picture(1920, 1080, QImage::Format_RGB32);
         picture.fill(QColor(90, 90, 90));
         f.picTempView->SetPicture(picture);
-        tavix::EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
+        tavix::EnableCommandArea(f, *f.picMeasureCommandArea);
         tavix::DispImage(f, false);
         return picture;
     }

@@ -162,7 +162,7 @@ void SwitchViewMode(frmMain& f, bool blnCaptureFlg) {
         f.picCameraView->SetVisible(true);
         f.picStillView->SetVisible(false);
         f.cmdPinProp->SetEnabled(true);
-        DisableCommandArea(f, QStringLiteral("picMeasureCommandArea"), false);
+        DisableCommandArea(f, *f.picMeasureCommandArea, false);
         f.chkMeasureSave->SetEnabled(false);
         return;
     }
@@ -177,7 +177,7 @@ void SwitchViewMode(frmMain& f, bool blnCaptureFlg) {
     DispImage(f, blnCaptureFlg);
     f.picStillView->SetVisible(true);
     f.picCameraView->SetVisible(false);
-    EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
+    EnableCommandArea(f, *f.picMeasureCommandArea);
     f.chkMeasureSave->SetEnabled(true);
 }
 

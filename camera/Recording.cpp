@@ -70,8 +70,8 @@ void StopRecording(frmMain& f) {
     if (f.FilterGraph) f.FilterGraph->Stop();
     HideGuidance(f);
     f.CommandMode = CommandMode::Idle;
-    EnableCommandArea(f, QStringLiteral("picViewCommandArea"));
-    EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
+    EnableCommandArea(f, *f.picViewCommandArea);
+    EnableCommandArea(f, *f.picMeasureCommandArea);
     f.tmrRec->SetEnabled(false);
     // The extended graph is never kept: the plain one comes back from the graph file.
     f.GraphFileStore.reset();

@@ -5,26 +5,25 @@
 namespace tavix {
 
 namespace {
-bool InArea(const vb::Control* control, const QString& areaName) {
+bool InArea(const vb::Control* control, const vb::ContainerBase& area) {
     // Windowless controls without Enabled (lines, shapes) are passed over.
-    return control->HasEnabled() && control->Container() &&
-           control->Container()->ContainerName() == areaName;
+    return control->HasEnabled() && control->Container() == &area;
 }
 }  // namespace
 
-void EnableCommandArea(frmMain& f, const QString& areaName) {
+void EnableCommandArea(frmMain& f, const vb::ContainerBase& area) {
     for (vb::Control* control : f.Controls)
-        if (InArea(control, areaName)) control->SetEnabled(true);
-    if (areaName == QLatin1String("picViewCommandArea")) {
+        if (InArea(control, area)) control->SetEnabled(true);
+    if (&area == f.picViewCommandArea) {
         // The adjust button belongs to the live view, saving results to the still view.
         if (f.ViewMode != ViewMode::Live) f.cmdPinProp->SetEnabled(false);
         if (f.ViewMode == ViewMode::Live) f.chkMeasureSave->SetEnabled(false);
     }
 }
 
-void DisableCommandArea(frmMain& f, const QString& areaName, bool all) {
+void DisableCommandArea(frmMain& f, const vb::ContainerBase& area, bool all) {
     for (vb::Control* control : f.Controls) {
-        if (!InArea(control, areaName)) continue;
+        if (!InArea(control, area)) continue;
         if (all || control->Tag != QLatin1String("NoDisable")) control->SetEnabled(false);
     }
 }

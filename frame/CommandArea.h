@@ -1,14 +1,18 @@
 #pragma once
-#include <QString>
+
+namespace vb {
+class ContainerBase;
+}
 
 namespace tavix {
 
 class frmMain;
 
-// Gives back every control whose direct container is the named area.
-void EnableCommandArea(frmMain& f, const QString& areaName);
-// Shuts off every control whose direct container is the named area; with all False the
-// controls tagged "NoDisable" are left as they are.
-void DisableCommandArea(frmMain& f, const QString& areaName, bool all);
+// Gives back every control whose direct container is area (picViewCommandArea or
+// picMeasureCommandArea).
+void EnableCommandArea(frmMain& f, const vb::ContainerBase& area);
+// Shuts off every control whose direct container is area; with all False the controls
+// tagged "NoDisable" are left as they are.
+void DisableCommandArea(frmMain& f, const vb::ContainerBase& area, bool all);
 
 }  // namespace tavix

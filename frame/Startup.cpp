@@ -68,7 +68,7 @@ void SetUpMeasurePanel(frmMain& f) {
     for (const ProofRecord& proof : v.ProofTable) f.cboProof->AddItem(proof.Name);
     f.cboProof->SetListIndex(v.CurrentProofNo);
 
-    DisableCommandArea(f, f.picMeasureCommandArea->Name(), false);
+    DisableCommandArea(f, *f.picMeasureCommandArea, false);
 
     for (int i = 0; i < 2; ++i) {
         f.picCrossLineV[i]->SetBackColor(v.CrossLineColor);

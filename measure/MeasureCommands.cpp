@@ -16,8 +16,6 @@ namespace tavix {
 
 namespace {
 
-const QString kViewArea = QStringLiteral("picViewCommandArea");
-const QString kMeasureArea = QStringLiteral("picMeasureCommandArea");
 constexpr uint32_t kRunningButtonColor = 0x0080FFFF;
 constexpr int kMaxCountPoints = 100;
 constexpr double kCloseDistance = 3.0;
@@ -303,8 +301,8 @@ void cmdMeasure_Click(frmMain& f, int16_t Index) {
         return;
     }
     f.CommandMode = start.mode;
-    DisableCommandArea(f, kViewArea, false);
-    DisableCommandArea(f, kMeasureArea, true);
+    DisableCommandArea(f, *f.picViewCommandArea, false);
+    DisableCommandArea(f, *f.picMeasureCommandArea, true);
     Empty(f);
     DispGuidance(f, start.guidance);
     // The disabled button of the running command keeps its picture on a light-yellow face.
@@ -338,8 +336,8 @@ void EndMeasureCommand(frmMain& f) {
     }
     HideGuidance(f);
     f.CommandMode = CommandMode::Idle;
-    EnableCommandArea(f, kViewArea);
-    EnableCommandArea(f, kMeasureArea);
+    EnableCommandArea(f, *f.picViewCommandArea);
+    EnableCommandArea(f, *f.picMeasureCommandArea);
 }
 
 }  // namespace tavix

@@ -114,8 +114,8 @@ void cboProof_Click(frmMain& f) {
 
 void cmdProofConfig_Click(frmMain& f) {
     if (f.ResultCount >= 1 && f.ResultDirty && !AskYesNo(&f, 20060, 11060)) return;
-    DisableCommandArea(f, f.picViewCommandArea->Name(), false);
-    DisableCommandArea(f, f.picMeasureCommandArea->Name(), true);
+    DisableCommandArea(f, *f.picViewCommandArea, false);
+    DisableCommandArea(f, *f.picMeasureCommandArea, true);
     // The reference is measured on the bare picture.
     DispImage(f, false);
     f.WorkPoints.assign(1, Point2D{});

@@ -9,9 +9,6 @@ namespace tavix {
 
 namespace {
 
-const QString kViewArea = QStringLiteral("picViewCommandArea");
-const QString kMeasureArea = QStringLiteral("picMeasureCommandArea");
-
 void ShowPair(frmMain& f, int k, bool visible) {
     f.picCrossLineV[k]->SetVisible(visible);
     f.picCrossLineH[k]->SetVisible(visible);
@@ -40,9 +37,9 @@ void chkCross_Click(frmMain& f) {
         if (f.ViewMode == ViewMode::Live && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
         ShowPair(f, 0, true);
         f.CommandMode = CommandMode::FirstCrossLine;
-        DisableCommandArea(f, kViewArea, false);
+        DisableCommandArea(f, *f.picViewCommandArea, false);
         // With all, chkCross goes too: the box cannot be unchecked during the placing.
-        DisableCommandArea(f, kMeasureArea, true);
+        DisableCommandArea(f, *f.picMeasureCommandArea, true);
         DispGuidance(f, Var().CrossLineNum == 1 ? 10 : 11);
         return;
     }

@@ -48,7 +48,7 @@ void cmdPicLoad_Click(frmMain& f) {
     if (f.ViewMode == ViewMode::Live && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
     if (v.ProgramType == 3 && !f.cmdPicSave->Enabled()) {
         // The first picture of a still measure run opens the measure panel.
-        EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
+        EnableCommandArea(f, *f.picMeasureCommandArea);
         f.cmdPicSave->SetEnabled(true);
     }
 

@@ -169,8 +169,8 @@ void ArmMovie(frmMain& f, const QString& name, ViewMode startView) {
     if (startView == ViewMode::Still) SwitchView(f);
     f.RecordSecondsLeft = RecordSeconds(usable);
     f.MovieFileName = name;
-    DisableCommandArea(f, QStringLiteral("picViewCommandArea"), true);
-    DisableCommandArea(f, QStringLiteral("picMeasureCommandArea"), true);
+    DisableCommandArea(f, *f.picViewCommandArea, true);
+    DisableCommandArea(f, *f.picMeasureCommandArea, true);
     f.cmdPlayStop->SetCaption(GST(11034));
     f.cmdPlayStop->SetPicture(f.imgRecIcon[0]->GetPicture());
     f.cmdPlayStop->SetEnabled(true);

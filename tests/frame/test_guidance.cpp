@@ -95,7 +95,7 @@ struct GuidanceWindow : testing_support::StartedMain {
 TEST(Guidance, ShownReadOnlyOverADisabledStripAndTheCommentComesBack) {
     GuidanceWindow w;
     frmMain& f = w.f;
-    tavix::DisableCommandArea(f, QStringLiteral("picViewCommandArea"), false);
+    tavix::DisableCommandArea(f, *f.picViewCommandArea, false);
     tavix::DispGuidance(f, 34);
     for (int i = 0; i < 2; ++i) {
         EXPECT_TRUE(f.txtComment[i]->Locked());

@@ -52,7 +52,7 @@ struct MeasureWindow : testing_support::StartedMain {
         f.picTempView->SetPicture(QuarterPicture(600, 400));
         for (int n = 30; n <= 59; ++n)
             tavix::Var().GuidanceTable[n] = {QStringLiteral("G%1").arg(n), QStringLiteral("second %1").arg(n)};
-        tavix::EnableCommandArea(f, QStringLiteral("picMeasureCommandArea"));
+        tavix::EnableCommandArea(f, *f.picMeasureCommandArea);
         tavix::DispImage(f, false);
     }
     int Guidance() const {

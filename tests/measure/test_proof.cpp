@@ -155,7 +155,7 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
     }
     ProofWindow w(1, false);  // saved: no question
     w.f.WorkPoints.push_back({5, 5});
-    tavix::EnableCommandArea(w.f, w.f.picMeasureCommandArea->Name());  // as in the still view
+    tavix::EnableCommandArea(w.f, *w.f.picMeasureCommandArea);  // as in the still view
     const auto expectFirstPointAwaited = [&] {
         EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Calibration && w.f.WorkPoints.size() == 1u && w.Guidance() == Var().GuidanceTable[20][0]);
     };
