@@ -97,9 +97,7 @@ void SetUpMeasurePanel(frmMain& f) {
 void CloseCameraGap(frmMain& f) {
     for (vb::Control* control : f.Controls) {
         vb::Trap([&] {
-            if (!control->Container() ||
-                control->Container()->ContainerName() != f.picViewCommandArea->Name())
-                return;
+            if (control->Container() != f.picViewCommandArea) return;
             if (control->Name() == QLatin1String("txtComment"))
                 control->SetLeft(control->Left() - 1800);
             else if (control->Name() != QLatin1String("cmdExit"))

@@ -48,7 +48,6 @@ class ContainerBase {
 public:
     // Children outliving their container are left with no Container.
     virtual ~ContainerBase();
-    virtual QString ContainerName() const = 0;
     // The widget that child widgets are parented to; (0,0) is the origin of the scale.
     virtual QWidget* ClientWidget() const = 0;
     // The container's scale to client pixels and back. Forms and frames work in twips.
@@ -298,7 +297,6 @@ public:
     Frame(Form& form, ContainerBase* container, const QString& name, int index = -1,
           bool border = true);
     QWidget* Widget() const override;
-    QString ContainerName() const override { return Name(); }
     QWidget* ClientWidget() const override;
     QString Caption() const override;
     void SetCaption(const QString& caption) override;

@@ -22,7 +22,6 @@ public:
     explicit Form(const QString& name, QWidget* parent = nullptr);
     ~Form() override;
 
-    QString ContainerName() const override { return name_; }
     const QString& Name() const { return name_; }
     QWidget* ClientWidget() const override { return const_cast<Form*>(this); }
 

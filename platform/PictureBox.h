@@ -24,7 +24,6 @@ public:
     QWidget* Widget() const override;
     // A disabled box also lets the pointer through to what lies under it.
     void SetEnabled(bool enabled) override;
-    QString ContainerName() const override { return Name(); }
     QWidget* ClientWidget() const override;
 
     // Docking on the form: 0 none, 1 top, 2 bottom, 3 left, 4 right.
