@@ -190,8 +190,7 @@ struct FilterGraph::Impl {
     GstElement* displayIn = nullptr;  // the renderer's first element (a queue)
     const PinInfo rendererIn{QStringLiteral("renderer"), 0};
     CameraFormat format;
-    int failAfter = 0;  // test camera only: post an error after this many frames
-    int failWriteAfter = 0;  // test only: the file writer fails after this many writes
+    Faults faults;
     QString lastError;  // the reason of the last failure
 
     // The recording branch, once linked: the tee's pad that feeds it, its queue, the writer.
@@ -459,11 +458,6 @@ struct FilterGraph::Impl {
         GstAppSinkCallbacks callbacks{};
         callbacks.new_sample = &Impl::NewSample;
         gst_app_sink_set_callbacks(GST_APP_SINK(appsink), &callbacks, this, nullptr);
-        if (f.kind == Kind::TestCamera && failAfter > 0) {
-            GstRef<GstPad> pad(gst_element_get_static_pad(f.pattern, "src"));
-            gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::CountFrames, new int(failAfter),
-                              [](gpointer p) { delete static_cast<int*>(p); });
-        }
         cameraOut = chain[rendererAt - 1];
         displayIn = chain[rendererAt];
         GstRef<GstPad> out(gst_element_get_static_pad(cameraOut, "src"));
@@ -471,6 +465,14 @@ struct FilterGraph::Impl {
         f.rendered = true;
         f.Link(f.pins.front(), rendererIn);
         camera = &f;
+        ArmCameraFault();
+    }
+
+    void ArmCameraFault() {
+        if (!camera || camera->kind != Kind::TestCamera || faults.cameraFailsAfter <= 0) return;
+        GstRef<GstPad> pad(gst_element_get_static_pad(camera->pattern, "src"));
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::CountFrames, new int(faults.cameraFailsAfter),
+                          [](gpointer p) { delete static_cast<int*>(p); });
     }
 
     Filter* Unlinked(Kind kind) const {
@@ -565,8 +567,8 @@ struct FilterGraph::Impl {
         gst_pad_add_probe(queueOut.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::Count, &recordedFrames, nullptr);
         GstRef<GstPad> writerIn(gst_element_get_static_pad(writer->element.get(), "sink"));
         gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Impl::WriterEvent, this, nullptr);
-        if (failWriteAfter > 0)
-            gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::FailWrites, new int(failWriteAfter),
+        if (faults.writerFailsAfter > 0)
+            gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::FailWrites, new int(faults.writerFailsAfter),
                               [](gpointer p) { delete static_cast<int*>(p); });
         tee.Link(pin, mux->pins[0]);
         mux->Link(mux->pins[0], pin);
@@ -854,6 +856,12 @@ void FilterGraph::SetControl(FilterInfo& filter, const QString& id, int value) {
     vb::Raise(vb::ErrInvalidCall);
 }
 
+void FilterGraph::SetFaults(const Faults& faults) {
+    d_->faults = faults;
+    // A camera already rendered gets its fault now.
+    d_->ArmCameraFault();
+}
+
 // ---- The graph file ----
 
 namespace {
@@ -863,7 +871,6 @@ const QString kHeader = QStringLiteral("TavixGraph 1");
 struct GraphFile {
     QString camera, device;
     CameraFormat format;
-    int failAfter = 0, failWriteAfter = 0;
     std::vector<std::pair<QString, int>> controls;
 };
 
@@ -889,8 +896,6 @@ GraphFile Parse(const QStringList& lines) {
         else if (key == QLatin1String("width")) g.format.Width = ToInt(value);
         else if (key == QLatin1String("height")) g.format.Height = ToInt(value);
         else if (key == QLatin1String("format")) g.format.Format = value;
-        else if (key == QLatin1String("fail-after")) g.failAfter = ToInt(value);
-        else if (key == QLatin1String("fail-write-after")) g.failWriteAfter = ToInt(value);
         else if (key == QLatin1String("rate")) {
             const QStringList parts = value.split(u'/');
             if (!value.isEmpty()) {
@@ -931,8 +936,6 @@ void GraphFileStore::LoadGraphFile(FilterGraph& graph, const QString& path) {
     FilterInfo* camera = entry ? entry->reg.Filter() : nullptr;
     if (!camera) return;
     d.format = g.format;
-    d.failAfter = g.failAfter;
-    d.failWriteAfter = g.failWriteAfter;
     graph.Render(*camera, camera->Pins().front());
     const auto controls = graph.Controls(*camera);
     for (const auto& [id, value] : g.controls) {
