@@ -21,6 +21,8 @@
 #include <mutex>
 
 #include "Errors.h"
+#include "Filter.h"
+#include "GstHandles.h"
 #include "PictureBox.h"
 #include "TextFile.h"
 
@@ -33,46 +35,9 @@ const QString FileWriterName = QStringLiteral("File writer");
 
 namespace {
 
-// Owning handles: every reference taken is given back exactly once.
-struct ObjectUnref {
-    void operator()(gpointer p) const { gst_object_unref(p); }
-};
-struct SampleUnref {
-    void operator()(GstSample* s) const { gst_sample_unref(s); }
-};
-struct CapsUnref {
-    void operator()(GstCaps* c) const { gst_caps_unref(c); }
-};
-struct MessageUnref {
-    void operator()(GstMessage* m) const { gst_message_unref(m); }
-};
-template <class T>
-using GstRef = std::unique_ptr<T, ObjectUnref>;
-using SampleRef = std::unique_ptr<GstSample, SampleUnref>;
-using CapsRef = std::unique_ptr<GstCaps, CapsUnref>;
-using MessageRef = std::unique_ptr<GstMessage, MessageUnref>;
-
-// A new element with its floating reference sunk, so the handle owns it.
-GstRef<GstElement> Make(const char* factory, const char* name = nullptr) {
-    GstElement* e = gst_element_factory_make(factory, name);
-    if (!e) return nullptr;
-    return GstRef<GstElement>(GST_ELEMENT(gst_object_ref_sink(e)));
-}
-
 // The test camera's patterns, by videotestsrc nick; the first is the default and moves.
 const char* const kPatterns[] = {"ball", "smpte", "snow", "black", "white", "red", "green", "blue"};
 constexpr int kPatternCount = int(std::size(kPatterns));
-
-enum class Kind { Device, TestCamera, Tee, AviMux, FileWriter };
-
-// The caps the camera is asked for; zero or empty means "whatever it offers".
-struct CameraFormat {
-    int Width = 0, Height = 0;
-    QString Format;  // a raw format name (YUY2, I420, …), MJPG, or empty
-    int RateNum = 0, RateDen = 1;
-};
-
-QString Utf8(const gchar* s) { return s ? QString::fromUtf8(s) : QString(); }
 
 // V4L2 control names as keys: lower case, other characters as '_'.
 QString ControlKey(const char* name) {
@@ -80,28 +45,6 @@ QString ControlKey(const char* name) {
     for (QChar c : QString::fromLatin1(name).toLower()) key += c.isLetterOrNumber() ? c : QChar(u'_');
     return key;
 }
-
-class Filter final : public FilterInfo {
-public:
-    Filter(Kind filterKind, QString filterName, GstRef<GstElement> gstElement, std::vector<PinInfo> filterPins)
-        : kind(filterKind), name(std::move(filterName)), element(std::move(gstElement)), pins(std::move(filterPins)) {}
-    QString Name() const override { return name; }
-    const std::vector<PinInfo>& Pins() const override { return pins; }
-
-    Kind kind;
-    QString name;
-    GstRef<GstElement> element;  // for the test camera, its bin
-    std::vector<PinInfo> pins;
-    QString device;                 // the V4L2 path, for a device
-    GstElement* pattern = nullptr;  // test camera parts, owned by the bin
-    GstElement* clock = nullptr;
-    std::map<QString, int> values;  // control values set through the graph
-    bool rendered = false;
-    // Each linked pin's partner, by pin name; the renderer's input stands for the renderer.
-    std::map<QString, const PinInfo*> peers;
-    bool Linked() const { return !peers.empty(); }
-    void Link(const PinInfo& mine, const PinInfo& theirs) { peers[mine.Name] = &theirs; }
-};
 
 // A V4L2 device opened for its controls only; streaming stays with v4l2src.
 class V4l2Device {
