@@ -1,12 +1,8 @@
 #include "Graph.h"
 
-#include <fcntl.h>
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>
 #include <gst/video/video.h>
-#include <linux/videodev2.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
@@ -25,6 +21,8 @@
 #include "GstHandles.h"
 #include "PictureBox.h"
 #include "TextFile.h"
+#include "TestCamera.h"
+#include "V4l2Controls.h"
 
 namespace tavix::cam {
 
@@ -34,68 +32,6 @@ const QString AviMuxName = QStringLiteral("AVI Mux");
 const QString FileWriterName = QStringLiteral("File writer");
 
 namespace {
-
-// The test camera's patterns, by videotestsrc nick; the first is the default and moves.
-const char* const kPatterns[] = {"ball", "smpte", "snow", "black", "white", "red", "green", "blue"};
-constexpr int kPatternCount = int(std::size(kPatterns));
-
-// V4L2 control names as keys: lower case, other characters as '_'.
-QString ControlKey(const char* name) {
-    QString key;
-    for (QChar c : QString::fromLatin1(name).toLower()) key += c.isLetterOrNumber() ? c : QChar(u'_');
-    return key;
-}
-
-// A V4L2 device opened for its controls only; streaming stays with v4l2src.
-class V4l2Device {
-public:
-    explicit V4l2Device(const QString& path) : fd_(path.isEmpty() ? -1 : ::open(path.toLocal8Bit().constData(), O_RDWR | O_NONBLOCK)) {}
-    ~V4l2Device() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    bool Open() const { return fd_ >= 0; }
-
-    std::vector<std::pair<CameraControl, uint32_t>> Controls() const {
-        std::vector<std::pair<CameraControl, uint32_t>> out;
-        v4l2_queryctrl q{};
-        q.id = V4L2_CTRL_FLAG_NEXT_CTRL;
-        while (fd_ >= 0 && ::ioctl(fd_, VIDIOC_QUERYCTRL, &q) == 0) {
-            const uint32_t id = q.id;
-            q.id |= V4L2_CTRL_FLAG_NEXT_CTRL;
-            if (q.flags & V4L2_CTRL_FLAG_DISABLED) continue;
-            CameraControl c;
-            c.Id = ControlKey(reinterpret_cast<const char*>(q.name));
-            c.Label = QString::fromLatin1(reinterpret_cast<const char*>(q.name));
-            c.Minimum = q.minimum, c.Maximum = q.maximum, c.Step = std::max(1, int(q.step));
-            c.Default = q.default_value;
-            if (q.type == V4L2_CTRL_TYPE_BOOLEAN) {
-                c.kind = CameraControl::Boolean;
-            } else if (q.type == V4L2_CTRL_TYPE_MENU) {
-                c.kind = CameraControl::Menu;
-                for (int i = q.minimum; i <= q.maximum; ++i) {
-                    v4l2_querymenu m{};
-                    m.id = id, m.index = uint32_t(i);
-                    c.MenuItems.push_back(::ioctl(fd_, VIDIOC_QUERYMENU, &m) == 0
-                                              ? QString::fromLatin1(reinterpret_cast<const char*>(m.name))
-                                              : QString::number(i));
-                }
-            } else if (q.type != V4L2_CTRL_TYPE_INTEGER) {
-                continue;  // buttons, strings and classes have no value to keep
-            }
-            v4l2_control v{id, 0};
-            c.Value = ::ioctl(fd_, VIDIOC_G_CTRL, &v) == 0 ? v.value : c.Default;
-            out.emplace_back(std::move(c), id);
-        }
-        return out;
-    }
-    bool Set(uint32_t id, int value) const {
-        v4l2_control v{id, value};
-        return fd_ >= 0 && ::ioctl(fd_, VIDIOC_S_CTRL, &v) == 0;
-    }
-
-private:
-    int fd_;
-};
 
 // The device path a device source reads, from its element or the monitor's properties.
 QString DevicePath(GstDevice* device, GstElement* element) {
@@ -293,33 +229,10 @@ struct FilterGraph::Impl {
     }
 
     Filter* AddTestCamera() {
-        GstRef<GstElement> bin(GST_ELEMENT(gst_object_ref_sink(gst_bin_new(nullptr))));
-        GstElement* src = gst_element_factory_make("videotestsrc", "pattern");
-        if (!src) return nullptr;
-        g_object_set(src, "is-live", TRUE, nullptr);
-        gst_util_set_object_arg(G_OBJECT(src), "pattern", kPatterns[0]);
-        gst_bin_add(GST_BIN(bin.get()), src);
-        GstElement* last = src;
-        GstElement* clock = gst_element_factory_make("timeoverlay", "clock");
-        if (clock) {
-            gst_bin_add(GST_BIN(bin.get()), clock);
-            gst_element_link(src, clock);
-            last = clock;
-        }
-        GstRef<GstPad> pad(gst_element_get_static_pad(last, "src"));
-        gst_element_add_pad(bin.get(), gst_ghost_pad_new("src", pad.get()));
-        Filter* f = Add(Kind::TestCamera, TestCameraName, std::move(bin), {{QStringLiteral("src"), 1}});
-        if (f) f->pattern = src, f->clock = clock;
+        GstElement *pattern = nullptr, *clock = nullptr;
+        Filter* f = Add(Kind::TestCamera, TestCameraName, MakeTestCamera(pattern, clock), {{QStringLiteral("src"), 1}});
+        if (f) f->pattern = pattern, f->clock = clock;
         return f;
-    }
-
-    static GstPadProbeReturn CountFrames(GstPad* pad, GstPadProbeInfo*, gpointer data) {
-        auto* left = static_cast<int*>(data);
-        if (--*left == 0) {
-            GstRef<GstElement> parent(gst_pad_get_parent_element(pad));
-            GST_ELEMENT_ERROR(parent.get(), RESOURCE, READ, ("The test camera stopped delivering frames."), (nullptr));
-        }
-        return GST_PAD_PROBE_OK;
     }
 
     CapsRef CameraCaps() const {
@@ -412,10 +325,8 @@ struct FilterGraph::Impl {
     }
 
     void ArmCameraFault() {
-        if (!camera || camera->kind != Kind::TestCamera || faults.cameraFailsAfter <= 0) return;
-        GstRef<GstPad> pad(gst_element_get_static_pad(camera->pattern, "src"));
-        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::CountFrames, new int(faults.cameraFailsAfter),
-                          [](gpointer p) { delete static_cast<int*>(p); });
+        if (camera && camera->kind == Kind::TestCamera && faults.cameraFailsAfter > 0)
+            FailTestCameraAfter(*camera, faults.cameraFailsAfter);
     }
 
     Filter* Unlinked(Kind kind) const {
@@ -593,25 +504,6 @@ struct FilterGraph::Impl {
         }
         active = state != GST_STATE_NULL;
     }
-
-    std::vector<CameraControl> TestControls(const Filter& f) const {
-        std::vector<CameraControl> out;
-        auto add = [&](const char* id, const char* label, CameraControl::Kind kind, int min, int max, int def) {
-            CameraControl c;
-            c.Id = QString::fromLatin1(id), c.Label = QString::fromLatin1(label), c.kind = kind;
-            c.Minimum = min, c.Maximum = max, c.Default = def;
-            out.push_back(std::move(c));
-        };
-        add("pattern", "Pattern", CameraControl::Menu, 0, kPatternCount - 1, 0);
-        for (const char* p : kPatterns) out.back().MenuItems.push_back(QString::fromLatin1(p));
-        add("horizontal-speed", "Horizontal speed", CameraControl::Integer, -20, 20, 0);
-        if (f.clock) add("clock", "Show clock", CameraControl::Boolean, 0, 1, 1);
-        for (CameraControl& c : out) {
-            auto it = f.values.find(c.Id);
-            c.Value = it != f.values.end() ? it->second : c.Default;
-        }
-        return out;
-    }
 };
 
 FilterGraph::FilterGraph() : d_(std::make_unique<Impl>()) {
@@ -767,36 +659,16 @@ void FilterGraph::SetOwner(vb::PictureBox* owner) {
 
 std::vector<CameraControl> FilterGraph::Controls(const FilterInfo& filter) const {
     const auto& f = static_cast<const Filter&>(filter);
-    if (f.kind == Kind::TestCamera) return d_->TestControls(f);
-    std::vector<CameraControl> out;
-    if (IsV4l2(f))
-        for (auto& [control, id] : V4l2Device(f.device).Controls()) out.push_back(std::move(control));
-    return out;
+    if (f.kind == Kind::TestCamera) return TestCameraControls(f);
+    return IsV4l2(f) ? V4l2Controls(f.device) : std::vector<CameraControl>();
 }
 
 void FilterGraph::SetControl(FilterInfo& filter, const QString& id, int value) {
     auto& f = static_cast<Filter&>(filter);
-    if (f.kind == Kind::TestCamera) {
-        const auto controls = d_->TestControls(f);
-        auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& x) { return x.Id == id; });
-        if (c == controls.end()) vb::Raise(vb::ErrInvalidCall);
-        if (value < c->Minimum || value > c->Maximum) vb::Raise(vb::ErrInvalidPropertyValue);
-        if (id == QLatin1String("pattern")) gst_util_set_object_arg(G_OBJECT(f.pattern), "pattern", kPatterns[value]);
-        else if (id == QLatin1String("horizontal-speed")) g_object_set(f.pattern, "horizontal-speed", value, nullptr);
-        else g_object_set(f.clock, "silent", value == 0, nullptr);
-        f.values[id] = value;
-        return;
-    }
+    if (f.kind == Kind::TestCamera) return SetTestCameraControl(f, id, value);
     if (!IsV4l2(f)) vb::Raise(vb::ErrInvalidCall);
-    V4l2Device device(f.device);
-    for (const auto& [c, cid] : device.Controls()) {
-        if (c.Id != id) continue;
-        if (value < c.Minimum || value > c.Maximum) vb::Raise(vb::ErrInvalidPropertyValue);
-        if (!device.Set(cid, value)) vb::Raise(vb::ErrDeviceIO);
-        f.values[id] = value;
-        return;
-    }
-    vb::Raise(vb::ErrInvalidCall);
+    SetV4l2Control(f.device, id, value);
+    f.values[id] = value;
 }
 
 void FilterGraph::SetFaults(const Faults& faults) {
