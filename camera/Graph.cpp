@@ -1,25 +1,20 @@
 #include "Graph.h"
 
-#include <gst/app/gstappsink.h>
 #include <gst/gst.h>
-#include <gst/video/video.h>
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QFile>
-#include <QPointer>
 #include <QTimer>
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <map>
 #include <mutex>
 
 #include "Errors.h"
 #include "Filter.h"
 #include "GstHandles.h"
-#include "PictureBox.h"
+#include "LiveRenderer.h"
+#include "RecordBranch.h"
 #include "TextFile.h"
 #include "TestCamera.h"
 #include "V4l2Controls.h"
@@ -61,7 +56,9 @@ bool IsV4l2(const Filter& f) {
 }  // namespace
 
 struct FilterGraph::Impl {
-    FilterGraph* self = nullptr;
+    explicit Impl(FilterGraph& graph) : self(&graph), renderer(graph) {}
+
+    FilterGraph* self;
     GstRef<GstElement> pipeline;
     std::vector<std::unique_ptr<Filter>> filters;
     Filter* camera = nullptr;  // the rendered source
@@ -72,109 +69,18 @@ struct FilterGraph::Impl {
     Faults faults;
     QString lastError;  // the reason of the last failure
 
-    // The recording branch, once linked: the tee's pad that feeds it, its queue, the writer.
-    GstRef<GstPad> fileTeePad;
-    GstElement* fileQueue = nullptr;
-    GstElement* fileMux = nullptr;
-    GstElement* fileWriter = nullptr;
-    std::mutex eosMutex;
-    std::condition_variable eosArrived;
-    bool fileFinished = false;
-    std::atomic<uint64_t> cameraFrames{0}, recordedFrames{0};
-    std::atomic<uint64_t> framesAtCut{0};  // camera frames when the file branch was cut off
-    std::atomic<bool> cut{false}, cutRequested{false};
+    RecordBranch record;
     bool active = false;  // Run or Pause since the last Stop
-    std::unique_ptr<QObject> ui;  // lives on the UI thread; frames are posted to it
-    QTimer* busTimer = nullptr;
+    std::unique_ptr<QTimer> busTimer;
     bool busWatch = false;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
-    QPointer<QWidget> ownerWidget;
-    vb::PictureBox* owner = nullptr;
-    QSize shownSize;  // of the last frame handed to the owner
-
-    // Shared with the streaming thread.
-    mutable std::mutex mutex;
-    SampleRef newest;
-    bool repaintPending = false;
-    // Set by Pause: a frame still in flight must not replace the one being frozen.
-    bool held = false;
+    LiveRenderer renderer;
 
     struct Entry {
         RegFilterInfo reg;
         QString path;  // a device's path, to tell devices of one name apart
     };
     std::vector<Entry> Catalogue();
-
-    static GstFlowReturn NewSample(GstAppSink* appsink, gpointer data) {
-        auto* d = static_cast<Impl*>(data);
-        SampleRef sample(gst_app_sink_pull_sample(appsink));
-        if (!sample) return GST_FLOW_OK;
-        std::lock_guard lock(d->mutex);
-        if (d->held) return GST_FLOW_OK;
-        d->newest = std::move(sample);
-        if (!d->repaintPending) {
-            d->repaintPending = true;
-            QMetaObject::invokeMethod(d->ui.get(), [d] { d->ShowNewest(); }, Qt::QueuedConnection);
-        }
-        return GST_FLOW_OK;
-    }
-
-    void Hold(bool on) {
-        std::lock_guard lock(mutex);
-        held = on;
-    }
-
-    SampleRef Newest() const {
-        std::lock_guard lock(mutex);
-        return SampleRef(newest ? gst_sample_ref(newest.get()) : nullptr);
-    }
-
-    // The sample's pixels as an RGB32 image that keeps the frame mapped (and the sample
-    // alive) for as long as the image or a copy of it lives: no pixel is copied.
-    static QImage Wrap(SampleRef sample) {
-        struct Mapped {
-            GstVideoFrame frame;
-            SampleRef sample;
-        };
-        GstVideoInfo info;
-        GstCaps* caps = gst_sample_get_caps(sample.get());
-        GstBuffer* buffer = gst_sample_get_buffer(sample.get());
-        if (!caps || !buffer || !gst_video_info_from_caps(&info, caps)) return {};
-        auto* m = new Mapped{};
-        if (!gst_video_frame_map(&m->frame, &info, buffer, GST_MAP_READ)) {
-            delete m;
-            return {};
-        }
-        m->sample = std::move(sample);
-        return QImage(static_cast<const uchar*>(GST_VIDEO_FRAME_PLANE_DATA(&m->frame, 0)), GST_VIDEO_FRAME_WIDTH(&m->frame),
-                      GST_VIDEO_FRAME_HEIGHT(&m->frame), GST_VIDEO_FRAME_PLANE_STRIDE(&m->frame, 0), QImage::Format_RGB32,
-                      [](void* p) {
-                          auto* mapped = static_cast<Mapped*>(p);
-                          gst_video_frame_unmap(&mapped->frame);
-                          delete mapped;
-                      },
-                      m);
-    }
-
-    void ShowNewest() {
-        SampleRef sample;
-        {
-            std::lock_guard lock(mutex);
-            repaintPending = false;
-            if (newest) sample.reset(gst_sample_ref(newest.get()));
-        }
-        if (!sample) return;
-        const QImage frame = Wrap(std::move(sample));
-        if (frame.isNull()) return;
-        if (frame.size() != shownSize) {
-            shownSize = frame.size();
-            if (self->OnVideoSize) {
-                const auto placed = self->OnVideoSize;
-                placed(shownSize);
-            }
-        }
-        if (owner && ownerWidget) owner->ShowVideoFrame(frame);
-    }
 
     static gboolean BusCall(GstBus*, GstMessage* message, gpointer data) {
         static_cast<Impl*>(data)->OnMessage(message);
@@ -207,7 +113,7 @@ struct FilterGraph::Impl {
         g_clear_error(&error);
         lastError = reason;
         // A camera that fails while recording still lets the file be finished.
-        if (!InFileBranch(GST_MESSAGE_SRC(message))) FinishFile(3000);
+        if (!record.Contains(GST_MESSAGE_SRC(message))) FinishFile(3000);
         gst_element_set_state(pipeline.get(), GST_STATE_NULL);
         active = false;
         // Reported from the event loop, so a handler that drops the graph is safe.
@@ -245,26 +151,6 @@ struct FilterGraph::Impl {
         if (format.Height > 0) gst_structure_set(s, "height", G_TYPE_INT, format.Height, nullptr);
         if (format.RateNum > 0) gst_structure_set(s, "framerate", GST_TYPE_FRACTION, format.RateNum, format.RateDen, nullptr);
         return CapsRef(gst_caps_new_full(s, nullptr));
-    }
-
-    GstRef<GstPad> countPad;
-    gulong countProbe = 0;
-    void CountCameraFramesAt(GstPad* pad) {
-        if (countPad) gst_pad_remove_probe(countPad.get(), countProbe);
-        countPad.reset(GST_PAD(gst_object_ref(pad)));
-        countProbe = gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, &Impl::CountCamera, this, nullptr);
-    }
-
-    static GstPadProbeReturn CountCamera(GstPad*, GstPadProbeInfo*, gpointer data) {
-        auto* d = static_cast<Impl*>(data);
-        if (d->cutRequested.load(std::memory_order_relaxed)) d->CutFileBranch();
-        d->cameraFrames.fetch_add(1, std::memory_order_relaxed);
-        return GST_PAD_PROBE_OK;
-    }
-
-    static GstPadProbeReturn Count(GstPad*, GstPadProbeInfo*, gpointer counter) {
-        static_cast<std::atomic<uint64_t>*>(counter)->fetch_add(1, std::memory_order_relaxed);
-        return GST_PAD_PROBE_OK;
     }
 
     // Adds the elements after the first to the pipeline and links all in order; on failure
@@ -309,15 +195,11 @@ struct FilterGraph::Impl {
         GstElement* appsink = make("appsink");
         chain.push_back(appsink);
         if (std::find(chain.begin(), chain.end(), nullptr) != chain.end() || !AddChain(chain)) vb::Raise(vb::ErrInvalidCall);
-        CapsRef bgrx(gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "BGRx", nullptr));
-        g_object_set(appsink, "caps", bgrx.get(), "max-buffers", 1u, "drop", TRUE, "sync", FALSE, nullptr);
-        GstAppSinkCallbacks callbacks{};
-        callbacks.new_sample = &Impl::NewSample;
-        gst_app_sink_set_callbacks(GST_APP_SINK(appsink), &callbacks, this, nullptr);
+        renderer.Attach(appsink);
         cameraOut = chain[rendererAt - 1];
         displayIn = chain[rendererAt];
         GstRef<GstPad> out(gst_element_get_static_pad(cameraOut, "src"));
-        CountCameraFramesAt(out.get());
+        record.CountCameraFramesAt(out.get());
         f.rendered = true;
         f.Link(f.pins.front(), rendererIn);
         camera = &f;
@@ -362,32 +244,11 @@ struct FilterGraph::Impl {
         }
         // Counted where the frames enter the tee, which is also where the file branch is cut.
         GstRef<GstPad> teeIn(gst_element_get_static_pad(tee->element.get(), "sink"));
-        CountCameraFramesAt(teeIn.get());
+        record.CountCameraFramesAt(teeIn.get());
         cam.Link(cam.pins.front(), tee->pins[0]);
         tee->Link(tee->pins[0], cam.pins.front());
         tee->Link(tee->pins[1], rendererIn);
         GrowTee(*tee);
-    }
-
-    static GstPadProbeReturn WriterEvent(GstPad*, GstPadProbeInfo* info, gpointer data) {
-        auto* d = static_cast<Impl*>(data);
-        if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_EOS) {
-            std::lock_guard lock(d->eosMutex);
-            d->fileFinished = true;
-            d->eosArrived.notify_all();
-        }
-        return GST_PAD_PROBE_OK;
-    }
-
-    static GstPadProbeReturn FailWrites(GstPad* pad, GstPadProbeInfo*, gpointer data) {
-        auto* left = static_cast<int*>(data);
-        if (*left <= 0) return GST_PAD_PROBE_DROP;
-        if (--*left == 0) {
-            GstRef<GstElement> writer(gst_pad_get_parent_element(pad));
-            GST_ELEMENT_ERROR(writer.get(), RESOURCE, NO_SPACE_LEFT, ("No space left on the device."), (nullptr));
-            return GST_PAD_PROBE_DROP;
-        }
-        return GST_PAD_PROBE_OK;
     }
 
     // A tee's free output: through a queue of its own, the multiplexer and the file writer
@@ -396,83 +257,18 @@ struct FilterGraph::Impl {
         if (tee.peers.count(pin.Name) || &pin != &tee.pins.back()) vb::Raise(vb::ErrInvalidCall);
         Filter* mux = Unlinked(Kind::AviMux);
         Filter* writer = Unlinked(Kind::FileWriter);
-        if (!mux || !writer || fileQueue) vb::Raise(vb::ErrInvalidCall);
-        GstRef<GstElement> queue = Make("queue");
-        if (!queue) vb::Raise(vb::ErrInvalidCall);
-        // Room for a few seconds of frames, so a slow disk holds up neither camera nor screen.
-        g_object_set(queue.get(), "max-size-buffers", 0u, "max-size-bytes", 0u, "max-size-time", guint64(4 * GST_SECOND), nullptr);
-        for (GstElement* e : {queue.get(), mux->element.get(), writer->element.get()})
-            gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(e)));
-        // Pads by name: the multiplexer would take a stream of any caps on its audio input.
-        GstRef<GstPad> teeOut(gst_element_request_pad_simple(tee.element.get(), "src_%u"));
-        GstRef<GstPad> muxIn(gst_element_request_pad_simple(mux->element.get(), "video_%u"));
-        GstRef<GstPad> queueIn(gst_element_get_static_pad(queue.get(), "sink"));
-        GstRef<GstPad> queueOut(gst_element_get_static_pad(queue.get(), "src"));
-        if (!teeOut || !muxIn || gst_pad_link(teeOut.get(), queueIn.get()) != GST_PAD_LINK_OK ||
-            gst_pad_link(queueOut.get(), muxIn.get()) != GST_PAD_LINK_OK ||
-            !gst_element_link(mux->element.get(), writer->element.get())) {
-            if (teeOut) gst_element_release_request_pad(tee.element.get(), teeOut.get());
-            for (GstElement* e : {queue.get(), mux->element.get(), writer->element.get()}) {
-                gst_element_set_state(e, GST_STATE_NULL);
-                gst_bin_remove(GST_BIN(pipeline.get()), e);
-            }
+        if (!mux || !writer || record.Linked()) vb::Raise(vb::ErrInvalidCall);
+        if (!record.Link(pipeline.get(), tee.element.get(), mux->element.get(), writer->element.get(), faults.writerFailsAfter))
             vb::Raise(vb::ErrInvalidCall);
-        }
-        gst_pad_add_probe(queueOut.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::Count, &recordedFrames, nullptr);
-        GstRef<GstPad> writerIn(gst_element_get_static_pad(writer->element.get(), "sink"));
-        gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Impl::WriterEvent, this, nullptr);
-        if (faults.writerFailsAfter > 0)
-            gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_BUFFER, &Impl::FailWrites, new int(faults.writerFailsAfter),
-                              [](gpointer p) { delete static_cast<int*>(p); });
         tee.Link(pin, mux->pins[0]);
         mux->Link(mux->pins[0], pin);
         mux->Link(mux->pins[1], writer->pins[0]);
         writer->Link(writer->pins[0], mux->pins[1]);
         GrowTee(tee);
-        fileTeePad = std::move(teeOut);
-        fileQueue = queue.get();
-        fileMux = mux->element.get();
-        fileWriter = writer->element.get();
     }
 
-    // Ends the file branch's stream and waits for the writer to have it, so the multiplexer
-    // has written its index and header. False when it did not arrive in time.
-    bool FinishFile(int timeoutMs) {
-        if (!fileTeePad || !active) return false;
-        {
-            std::lock_guard lock(eosMutex);
-            if (fileFinished) return true;
-        }
-        // The camera's streaming thread cuts the branch off before its next frame enters the
-        // tee, so every frame counted went to the file too. A camera that sends nothing more
-        // leaves it to this thread.
-        cutRequested = true;
-        std::unique_lock lock(eosMutex);
-        if (!eosArrived.wait_for(lock, std::chrono::milliseconds(500), [this] { return cut.load(); })) {
-            lock.unlock();
-            CutFileBranch();
-            lock.lock();
-        }
-        return eosArrived.wait_for(lock, std::chrono::milliseconds(timeoutMs), [this] { return fileFinished; });
-    }
-
-    // Takes the file branch off the tee and ends its stream; once only.
-    void CutFileBranch() {
-        bool expected = false;
-        if (!cut.compare_exchange_strong(expected, true)) return;
-        framesAtCut = cameraFrames.load();
-        GstRef<GstPad> in(gst_element_get_static_pad(fileQueue, "sink"));
-        gst_pad_unlink(fileTeePad.get(), in.get());
-        gst_pad_send_event(in.get(), gst_event_new_eos());
-        std::lock_guard lock(eosMutex);
-        eosArrived.notify_all();
-    }
-
-    bool InFileBranch(GstObject* source) const {
-        for (GstElement* e : {fileQueue, fileMux, fileWriter})
-            if (e && source && (source == GST_OBJECT(e) || gst_object_has_as_ancestor(source, GST_OBJECT(e)))) return true;
-        return false;
-    }
+    // A recording's file is finished only while the graph runs or pauses.
+    bool FinishFile(int timeoutMs) { return active && record.Finish(timeoutMs); }
 
     void Render(Filter& f, const PinInfo& pin) {
         if (pin.Direction != 1) vb::Raise(vb::ErrInvalidCall);
@@ -506,12 +302,10 @@ struct FilterGraph::Impl {
     }
 };
 
-FilterGraph::FilterGraph() : d_(std::make_unique<Impl>()) {
+FilterGraph::FilterGraph() : d_(std::make_unique<Impl>(*this)) {
     static std::once_flag once;
     std::call_once(once, [] { gst_init(nullptr, nullptr); });
-    d_->self = this;
     d_->pipeline.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
-    d_->ui = std::make_unique<QObject>();
     GstRef<GstBus> bus(gst_element_get_bus(d_->pipeline.get()));
     // Qt's glib event loop dispatches a bus watch; any other loop gets a polling timer.
     auto* dispatcher = QAbstractEventDispatcher::instance();
@@ -519,8 +313,8 @@ FilterGraph::FilterGraph() : d_(std::make_unique<Impl>()) {
         gst_bus_add_watch(bus.get(), &Impl::BusCall, d_.get());
         d_->busWatch = true;
     } else {
-        d_->busTimer = new QTimer(d_->ui.get());
-        QObject::connect(d_->busTimer, &QTimer::timeout, d_->ui.get(), [d = d_.get()] { d->PollBus(); });
+        d_->busTimer = std::make_unique<QTimer>();
+        QObject::connect(d_->busTimer.get(), &QTimer::timeout, [d = d_.get()] { d->PollBus(); });
         d_->busTimer->start(20);
     }
 }
@@ -534,7 +328,7 @@ FilterGraph::~FilterGraph() {
         GstRef<GstBus> bus(gst_element_get_bus(d_->pipeline.get()));
         gst_bus_remove_watch(bus.get());
     }
-    d_->ui.reset();
+    d_->busTimer.reset();
 }
 
 std::vector<FilterGraph::Impl::Entry> FilterGraph::Impl::Catalogue() {
@@ -617,17 +411,17 @@ void FilterGraph::SetFileName(FilterInfo& writer, const QString& path) {
 
 QString FilterGraph::LastErrorText() const { return d_->lastError; }
 
-uint64_t FilterGraph::CameraFrames() const { return d_->cut ? d_->framesAtCut.load() : d_->cameraFrames.load(); }
-uint64_t FilterGraph::RecordedFrames() const { return d_->recordedFrames.load(); }
+uint64_t FilterGraph::CameraFrames() const { return d_->record.CameraFrames(); }
+uint64_t FilterGraph::RecordedFrames() const { return d_->record.RecordedFrames(); }
 
 void FilterGraph::Run() {
-    if (!d_->active) d_->cameraFrames = 0, d_->recordedFrames = 0;
-    d_->Hold(false);
+    if (!d_->active) d_->record.ResetCounts();
+    d_->renderer.Hold(false);
     d_->ChangeState(GST_STATE_PLAYING);
 }
 
 void FilterGraph::Pause() {
-    d_->Hold(true);
+    d_->renderer.Hold(true);
     d_->ChangeState(GST_STATE_PAUSED);
 }
 void FilterGraph::Stop() {
@@ -637,25 +431,9 @@ void FilterGraph::Stop() {
     d_->active = false;
 }
 
-QSize FilterGraph::GetVideoSize() const {
-    SampleRef sample = d_->Newest();
-    GstVideoInfo info;
-    if (!sample || !gst_sample_get_caps(sample.get()) || !gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get())))
-        return {0, 0};
-    return {GST_VIDEO_INFO_WIDTH(&info), GST_VIDEO_INFO_HEIGHT(&info)};
-}
-
-QImage FilterGraph::GetCurrentImage() const {
-    SampleRef sample = d_->Newest();
-    // A copy of its own, so the frame goes back to the camera at once.
-    return sample ? Impl::Wrap(std::move(sample)).copy() : QImage();
-}
-
-void FilterGraph::SetOwner(vb::PictureBox* owner) {
-    if (d_->owner != owner && d_->owner && d_->ownerWidget) d_->owner->ShowVideoFrame(QImage());
-    d_->owner = owner;
-    d_->ownerWidget = owner ? owner->Widget() : nullptr;
-}
+QSize FilterGraph::GetVideoSize() const { return d_->renderer.VideoSize(); }
+QImage FilterGraph::GetCurrentImage() const { return d_->renderer.CurrentImage(); }
+void FilterGraph::SetOwner(vb::PictureBox* owner) { d_->renderer.SetOwner(owner); }
 
 std::vector<CameraControl> FilterGraph::Controls(const FilterInfo& filter) const {
     const auto& f = static_cast<const Filter&>(filter);
