@@ -115,6 +115,15 @@ public:
     // frame included), before it is.
     std::function<void(QSize size)> OnVideoSize;
 
+    // Faults for tests only; no file can set them. The test camera reports a read error
+    // after this many frames (counted from when it is rendered, or from now if it is
+    // already), the file writer a full disk after this many buffers. Zero: never.
+    struct Faults {
+        int cameraFailsAfter = 0;
+        int writerFailsAfter = 0;
+    };
+    void SetFaults(const Faults& faults);
+
     struct Impl;
 
 private:

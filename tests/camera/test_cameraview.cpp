@@ -210,10 +210,11 @@ TEST(CameraView, SettingsAreSavedWhateverTheUserDid) {
 TEST(CameraView, LostCameraLeavesTheLastFrameAndPlayStopTriesAgain) {
     CameraMain m([](Sandbox& box, ScriptedDialogHost& host) {
         box.Write(kGrf, "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n"
-                        "format=\r\nrate=30/1\r\nfail-after=15\r\n");
+                        "format=\r\nrate=30/1\r\n");
         host.AnswerMsgBox(vb::vbOK);
     });
     ASSERT_TRUE(m.started);
+    m.f.FilterGraph->SetFaults({.cameraFailsAfter = 15});
     tavix::frmMain& f = m.f;
     ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }));
     EXPECT_TRUE(m.host.Boxes[0].Prompt.startsWith(GST(20108).section(QLatin1Char('@'), 0, 0)));

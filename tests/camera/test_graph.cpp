@@ -180,6 +180,8 @@ TEST_F(GraphTest, LoadErrors) {
         // Another camera, or a renamed one: no camera, no error.
         {"TavixGraph 1\ncamera=tavix test camera\n", 0},
         {"TavixGraph 1\ncamera=Some Camera Long Gone\ndevice=/dev/video9\n", 0},
+        // Switches for tests are no keys of the file: passed over, never read.
+        {"TavixGraph 1\ncamera=Some Camera Long Gone\nfail-after=x\nfail-write-after=x\n", 0},
     };
     for (const auto& [text, number] : cases) {
         SCOPED_TRACE(text.toStdString());
@@ -203,7 +205,8 @@ TEST_F(GraphTest, FailedWriteLeavesWhatWasThere) {
 }
 
 TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
-    Load("fail-after=5\n");
+    Load({});
+    graph.SetFaults({.cameraFailsAfter = 5});
     int number = 0;
     bool onUiThread = false;
     graph.OnStreamError = [&](int n, const QString& reason) {

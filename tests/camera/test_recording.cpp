@@ -17,8 +17,6 @@
 #include "StartedMain.h"
 
 using testing_support::CameraMain;
-using testing_support::Sandbox;
-using testing_support::ScriptedDialogHost;
 using tavix::GST;
 
 namespace {
@@ -73,13 +71,7 @@ Movie Discover(const QString& path) {
 
 // A camera main window with the drive seen as local and roomy, unless a test says otherwise.
 struct RecordingMain : CameraMain {
-    explicit RecordingMain(const QByteArray& graphLines = {})
-        : CameraMain([&](Sandbox& box, ScriptedDialogHost&) {
-              if (!graphLines.isEmpty())
-                  box.Write(QStringLiteral("Tavix.grf"), "TavixGraph 1\r\ncamera=Tavix Test Camera\r\n" + graphLines);
-          }) {
-        SetFree(100 * kGiB);
-    }
+    RecordingMain() { SetFree(100 * kGiB); }
     ~RecordingMain() { vb::SetDriveProbe({}, {}); }
     void SetFree(double bytes) {
         vb::SetDriveProbe([] { return QStringLiteral("/dev/sda1 / ext4 rw 0 0\n"); },
@@ -198,22 +190,23 @@ enum class Act { None, RemoveFolder, DiskAlmostFull, RemoveFolderWhileRecording 
 TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
     const struct {
         const char* name;
-        QByteArray graph;  // extra graph file lines
+        tavix::cam::FilterGraph::Faults faults;
         Act act;
         QString log;
         bool finished;  // a movie with its header and index is left
         bool fileLeft;
     } rows[] = {
         {"the writer cannot open the file", {}, Act::RemoveFolder, "BuildRecordGraph Error.(5)", false, false},
-        {"the disk fills while recording", "fail-write-after=40\r\n", Act::None, "tmrRec_Timer Error.(61)", false, true},
+        {"the disk fills while recording", {.writerFailsAfter = 40}, Act::None, "tmrRec_Timer Error.(61)", false, true},
         {"the disk is almost full", {}, Act::DiskAlmostFull, "tmrRec_Timer Error.(61)", true, true},
-        {"the camera is lost while recording", "fail-after=45\r\n", Act::None, "tmrRec_Timer Error.(57)", true, true},
+        {"the camera is lost while recording", {.cameraFailsAfter = 45}, Act::None, "tmrRec_Timer Error.(57)", true, true},
         {"the folder is removed while recording", {}, Act::RemoveFolderWhileRecording, "tmrRec_Timer Error.(76)", false, false},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.name);
-        RecordingMain m(r.graph);
+        RecordingMain m;
         ASSERT_TRUE(m.started && m.WaitFrame());
+        m.f.FilterGraph->SetFaults(r.faults);
         QDir(m.box.Path()).mkdir(QStringLiteral("movies"));
         m.host.AnswerFile(m.box.File(QStringLiteral("movies/movie.avi")));
         m.f.cmdPicSave->Click();

@@ -1,0 +1,57 @@
+#pragma once
+// The recording branch off the camera's tee: a queue of its own, the multiplexer and the
+// file writer. A recording ends by end-of-stream through this branch, so the AVI always
+// gets its index; the frame counts say how many went in.
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+
+#include "GstHandles.h"
+
+namespace tavix::cam {
+
+class RecordBranch {
+public:
+    RecordBranch() = default;
+    RecordBranch(const RecordBranch&) = delete;
+    RecordBranch& operator=(const RecordBranch&) = delete;
+
+    // Camera frames are counted at this pad, which is also where the branch is cut off.
+    void CountCameraFramesAt(GstPad* pad);
+    // Links a new request pad of the tee through a queue to the multiplexer and the writer,
+    // all added to the pipeline; false, with them taken out again, when they do not link.
+    // failWritesAfter: for tests, the writer runs out of space after that many buffers.
+    bool Link(GstElement* pipeline, GstElement* tee, GstElement* mux, GstElement* writer, int failWritesAfter);
+    bool Linked() const { return fileQueue_ != nullptr; }
+    // Ends the branch's stream and waits for the writer to have it, so the multiplexer has
+    // written its index and header. False when it did not arrive in time.
+    bool Finish(int timeoutMs);
+    // Whether a message's source is in the branch.
+    bool Contains(GstObject* source) const;
+
+    void ResetCounts();
+    uint64_t CameraFrames() const;
+    uint64_t RecordedFrames() const;
+
+private:
+    static GstPadProbeReturn CountCamera(GstPad*, GstPadProbeInfo*, gpointer data);
+    static GstPadProbeReturn WriterEvent(GstPad*, GstPadProbeInfo* info, gpointer data);
+    void Cut();
+
+    GstRef<GstPad> countPad_;
+    gulong countProbe_ = 0;
+    // Once linked: the tee's pad that feeds the branch, its queue, the multiplexer, the writer.
+    GstRef<GstPad> fileTeePad_;
+    GstElement* fileQueue_ = nullptr;
+    GstElement* fileMux_ = nullptr;
+    GstElement* fileWriter_ = nullptr;
+    std::mutex eosMutex_;
+    std::condition_variable eosArrived_;
+    bool fileFinished_ = false;
+    std::atomic<uint64_t> cameraFrames_{0}, recordedFrames_{0};
+    std::atomic<uint64_t> framesAtCut_{0};  // camera frames when the branch was cut off
+    std::atomic<bool> cut_{false}, cutRequested_{false};
+};
+
+}  // namespace tavix::cam
