@@ -6,9 +6,9 @@ packages=(
   cmake g++ make pkg-config
   qt6-base-dev qt6-svg-dev libqt6svg6
   libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev
-  gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+  gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x
   googletest libgtest-dev
-  qt6-image-formats-plugins
+  qt6-image-formats-plugins qt6-translations-l10n
   xvfb xdotool x11-utils imagemagick
   fonts-ipafont-gothic libx11-dev
 )
