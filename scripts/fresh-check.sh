@@ -29,11 +29,10 @@ if ! git -C "$repo" diff --quiet HEAD; then
 fi
 
 # The same mirror this machine uses.
-mirror=$(grep -hsoE '^(URIs:|deb)\s+https?://[^ ]+/debian/?$' /etc/apt/sources.list /etc/apt/sources.list.d/* |
-  awk '{print $2}' | head -1)
+sources=(/etc/apt/sources.list /etc/apt/sources.list.d/*)
+mirror=$(grep -hsoE '^(URIs:|deb)\s+https?://[^ ]+/debian/?$' "${sources[@]}" | awk '{print $2; exit}' || true)
 mirror=${mirror:-http://deb.debian.org/debian}
-security=$(grep -hsoE '^(URIs:|deb)\s+https?://[^ ]+/debian-security/?$' /etc/apt/sources.list /etc/apt/sources.list.d/* |
-  awk '{print $2}' | head -1)
+security=$(grep -hsoE '^(URIs:|deb)\s+https?://[^ ]+/debian-security/?$' "${sources[@]}" | awk '{print $2; exit}' || true)
 
 log() { echo "fresh-check: $*" | tee -a "$work/fresh-check.log"; }
 
@@ -44,6 +43,7 @@ cleanup() {
   done
 }
 trap cleanup EXIT
+trap 'echo "fresh-check: stopped at line $LINENO" >&2' ERR
 
 mkdir -p "$work/debs"
 rm -rf "$root"
