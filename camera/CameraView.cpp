@@ -52,6 +52,13 @@ void NewFilterGraph(frmMain& f) {
 
 SubsystemHooks::GraphResult OpenCameraGraph(frmMain& f) {
     using GraphResult = SubsystemHooks::GraphResult;
+    // Said before the graph is built, so a missing plugin never shows as a blank picture.
+    const QStringList missing = cam::MissingElements(Var().CameraFilterName == cam::TestCameraName);
+    if (!missing.isEmpty()) {
+        WriteLog(QStringLiteral("GStreamer Element Not Found.(%1)").arg(missing.join(QStringLiteral(", "))));
+        vb::Host().MsgBox(GST(20300, missing.join(QStringLiteral(", "))), vb::vbOKOnly | vb::vbExclamation,
+                          GST(11300), &f);
+    }
     NewFilterGraph(f);
     bool loaded = false;
     if (QFileInfo::exists(GrfFilePath())) {

@@ -248,9 +248,42 @@ void Impl::ChangeState(GstState state) {
     active = state != GST_STATE_NULL;
 }
 
-FilterGraph::FilterGraph() : d_(std::make_unique<Impl>(*this)) {
+namespace {
+
+void InitGStreamer() {
     static std::once_flag once;
     std::call_once(once, [] { gst_init(nullptr, nullptr); });
+}
+
+}  // namespace
+
+QStringList MissingElements(bool testCamera) {
+    InitGStreamer();
+    // Without any of these the picture would stay blank (or the clock would silently go).
+    static const struct { const char* element; const char* package; bool testCameraOnly; } needed[] = {
+        {"videotestsrc", "gstreamer1.0-plugins-base", true},
+        {"timeoverlay", "gstreamer1.0-x", true},
+        {"jpegenc", "gstreamer1.0-plugins-good", true},
+        {"jpegdec", "gstreamer1.0-plugins-good", false},
+        {"videoconvert", "gstreamer1.0-plugins-base", false},
+        {"appsink", "gstreamer1.0-plugins-base", false},
+        {"avimux", "gstreamer1.0-plugins-good", false},
+        {"queue", "libgstreamer1.0-0", false},
+        {"capsfilter", "libgstreamer1.0-0", false},
+        {"tee", "libgstreamer1.0-0", false},
+        {"filesink", "libgstreamer1.0-0", false},
+    };
+    QStringList missing;
+    for (const auto& n : needed) {
+        if (n.testCameraOnly && !testCamera) continue;
+        GstRef<GstElementFactory> factory(gst_element_factory_find(n.element));
+        if (!factory) missing << QStringLiteral("%1 (%2)").arg(QLatin1String(n.element), QLatin1String(n.package));
+    }
+    return missing;
+}
+
+FilterGraph::FilterGraph() : d_(std::make_unique<Impl>(*this)) {
+    InitGStreamer();
     d_->pipeline.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
     GstRef<GstBus> bus(gst_element_get_bus(d_->pipeline.get()));
     // Qt's glib event loop dispatches a bus watch; any other loop gets a polling timer.

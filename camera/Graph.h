@@ -9,6 +9,7 @@
 #include <QImage>
 #include <QSize>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -28,6 +29,11 @@ extern const QString AviMuxName;      // "AVI Mux"
 extern const QString FileWriterName;  // "File writer"
 
 class FilterGraph;
+
+// The GStreamer elements the camera variants need that this machine lacks, each named with
+// the Debian package that holds it, e.g. "timeoverlay (gstreamer1.0-x)". The test camera
+// needs a few more than a real one. Empty when nothing is missing.
+QStringList MissingElements(bool testCamera);
 
 struct PinInfo {
     QString Name;

@@ -1,6 +1,8 @@
 // The camera's graph at start-up, the live view at a zoom, the still taken from it, the
 // blinking icon, the settings button, a camera that stops delivering, and the fake UVC camera
 // opened by its name.
+#include <gst/gst.h>
+
 #include <QCoreApplication>
 #include <functional>
 #include <gtest/gtest.h>
@@ -80,6 +82,23 @@ TEST(CameraView, CameraNameMustMatchExactlyElseStartUpEnds) {
         EXPECT_TRUE(m.Logged(QStringLiteral("Camera Filter Error."))) << name;
         EXPECT_FALSE(m.box.Read(kGrf).size()) << "nothing saved for " << name;
     }
+}
+
+TEST(CameraView, MissingElementIsNamedInABoxAndTheLog) {
+    tavix::cam::MissingElements(true);  // GStreamer is up from here on
+    GstRegistry* registry = gst_registry_get();
+    GstPluginFeature* clock = gst_registry_lookup_feature(registry, "timeoverlay");
+    ASSERT_NE(clock, nullptr);
+    gst_registry_remove_feature(registry, clock);
+    CameraMain m([](Sandbox&, ScriptedDialogHost& host) { host.AnswerMsgBox(vb::vbOK); });
+    gst_registry_add_feature(registry, clock);
+    gst_object_unref(clock);
+    const QString missing = QStringLiteral("timeoverlay (gstreamer1.0-x)");
+    EXPECT_TRUE(m.started);
+    ASSERT_EQ(m.host.Boxes.size(), 1u);
+    EXPECT_EQ(m.host.Boxes[0].Prompt, GST(20300, missing));
+    EXPECT_EQ(m.host.Boxes[0].Title, GST(11300));
+    EXPECT_TRUE(m.Logged(QStringLiteral("GStreamer Element Not Found.(%1)").arg(missing)));
 }
 
 TEST(CameraView, LiveViewIsSizedAtTheZoomAndCentred) {
