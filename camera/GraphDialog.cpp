@@ -3,6 +3,7 @@
 #include "Errors.h"
 #include "Form.h"
 #include "Graph.h"
+#include "Language.h"
 
 namespace tavix::cam {
 
@@ -65,7 +66,7 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
     };
     auto* cancel = new vb::CommandButton(form, &form, QStringLiteral("cmdCancel"));
     cancel->Move(kFieldLeft + kFieldWidth - 1095, buttonsTop, 1095, 375);
-    cancel->SetCaption(QStringLiteral("Cancel"));
+    cancel->SetCaption(FormText("キャンセル"));
     cancel->OnClick = [&] { form.Unload(); };
     form.SetClientSize(kFieldLeft + kFieldWidth + kMargin, buttonsTop + 375 + kMargin);
 

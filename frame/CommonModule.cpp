@@ -9,7 +9,7 @@
 
 namespace tavix {
 
-const QString FatalText = QStringLiteral("エラーが発生したためプログラムを終了します。");
+QString FatalText = QStringLiteral("エラーが発生したためプログラムを終了します。");
 
 namespace {
 

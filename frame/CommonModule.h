@@ -11,7 +11,7 @@ class QWidget;
 namespace tavix {
 
 // The fixed message of the failures that end the program; no string table is needed for it.
-extern const QString FatalText;
+extern QString FatalText;  // in the installation's language once Tavix.Ini is read
 
 // Appends "yyyy/MM/dd HH:mm:ss text" to Error.Log in the program folder. Never fails:
 // a line that cannot be written is lost.

@@ -8,6 +8,7 @@
 #include "Convert.h"
 #include "Errors.h"
 #include "Ini.h"
+#include "Language.h"
 #include "VariableDefinition.h"
 
 namespace tavix {
@@ -60,6 +61,12 @@ std::vector<IniKey> Keys() {
     VariableDefinition& v = Var();
     std::vector<IniKey> keys = {
         {"COMMON", "APPNAME", Text(&VariableDefinition::ProgramTitle), true},
+        {"COMMON", "LANGUAGE",
+         [](const QString& s) {
+             Var().Language = s;
+             return IsKnownLanguage(s);
+         },
+         true},
         {"CAMERA", "CAMERAFILTERNAME", Text(&VariableDefinition::CameraFilterName)},
         {"CAMERA", "GRPFILENAME", Text(&VariableDefinition::GrfFileName)},
         {"CAMERA", "TEMPBITMAPFILE ", Text(&VariableDefinition::TempBitmapFile)},
@@ -102,6 +109,7 @@ QString IniFilePath() { return vb::App::Path() + QStringLiteral("/Tavix.Ini"); }
 
 bool GetIniFileData() {
     const QString file = IniFilePath();
+    Var().Language = QStringLiteral("ja");  // installations from before the key are Japanese
     for (const IniKey& key : Keys()) {
         const QString section = QString::fromLatin1(key.Section);
         int copied = 0;

@@ -12,6 +12,7 @@
 #include "IniConfig.h"
 #include "SafeFile.h"
 #include "Guidance.h"
+#include "Language.h"
 #include "frmMain.h"
 
 namespace tavix {
@@ -149,6 +150,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
         }
 
         if (!GetIniFileData()) return fail({QStringLiteral("Ini File Read Error."), FatalText, {}});
+        UseLanguage(v.Language);
         RemoveStrayTemporaries(v);
         if (!ReadStringTableData())
             return fail({QStringLiteral("StringTable File Read Error."), FatalText, {}});

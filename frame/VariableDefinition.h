@@ -46,6 +46,7 @@ struct VariableDefinition {
     std::vector<StringRecord> StringTable;
     double ZoomFactor = 0;
     QString ProgramTitle;
+    QString Language;  // "ja" or "en"
     QString CameraFilterName;
     QString GrfFileName;
     QString TempBitmapFile;

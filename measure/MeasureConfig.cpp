@@ -2,6 +2,7 @@
 
 
 #include "CommonModule.h"
+#include "Language.h"
 #include "Convert.h"
 #include "CrossLines.h"
 #include "DialogHost.h"
@@ -123,7 +124,7 @@ frmMeasureConfig::frmMeasureConfig() : vb::Form(QStringLiteral("frmMeasureConfig
     cmdOK = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), {3375, 3420, 1395, 435});
     cmdOK->SetCaption(QStringLiteral("&OK"));
     cmdCancel = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), {4965, 3420, 1395, 435});
-    cmdCancel->SetCaption(QStringLiteral("キャンセル"));
+    cmdCancel->SetCaption(FormText("キャンセル"));
 
     // Swatches are labels and take no focus; the rest go top to bottom, left column first.
     const vb::Control* order[] = {optCrossLineNum[0], optCrossLineNum[1], cboDec,
@@ -150,7 +151,7 @@ void frmMeasureConfig::Form_Load() {
         opt2PointCommand[i]->SetCaption(GST(13028 + i));
     }
     cmdOK->SetCaption(QStringLiteral("&OK"));
-    cmdCancel->SetCaption(QStringLiteral("キャンセル"));
+    cmdCancel->SetCaption(FormText("キャンセル"));
 
     const std::array<uint32_t*, 7> colors = SwatchColors(v);
     for (int i = 0; i < 7; ++i) lblColor[i]->SetBackColor(*colors[i]);

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "CommonModule.h"
+#include "Language.h"
 #include "DialogHost.h"
 #include "Proof.h"
 #include "VariableDefinition.h"
@@ -55,7 +56,7 @@ frmProofConfig::frmProofConfig() : vb::Form(QStringLiteral("frmProofConfig")) {
     // Labels take no focus; the five fields go in this tab order.
     txtName = Design(new vb::TextBox(*this, this, QStringLiteral("txtName")), 1320, 120, 1815, 345);
     txtName->SetMaxLength(8);
-    txtName->SetText(QStringLiteral("設定１"));
+    txtName->SetText(FormText("設定１"));
     txtValue = Design(new vb::TextBox(*this, this, QStringLiteral("txtValue")), 1320, 570, 1215, 345);
     txtValue->SetMaxLength(8);
     txtValue->SetText(QStringLiteral("1"));
@@ -63,7 +64,7 @@ frmProofConfig::frmProofConfig() : vb::Form(QStringLiteral("frmProofConfig")) {
     cmdOK = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 3420, 120, 1095, 375);
     cmdOK->SetCaption(QStringLiteral("&OK"));
     cmdCancel = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 3420, 600, 1095, 375);
-    cmdCancel->SetCaption(QStringLiteral("キャンセル"));
+    cmdCancel->SetCaption(FormText("キャンセル"));
     setTabOrder(txtName->Widget(), txtValue->Widget());
     setTabOrder(txtValue->Widget(), cboUnit->Widget());
     setTabOrder(cboUnit->Widget(), cmdOK->Widget());
@@ -79,7 +80,7 @@ void frmProofConfig::Form_Load() {
     SetCaption(GST(14000));
     for (int i = 0; i < 3; ++i) Label1[i]->SetCaption(GST(14001 + i));
     cmdOK->SetCaption(QStringLiteral("&OK"));
-    cmdCancel->SetCaption(QStringLiteral("キャンセル"));
+    cmdCancel->SetCaption(FormText("キャンセル"));
     cboUnit->Clear();
     for (const char* unit : {"μ", "mm", "cm"}) cboUnit->AddItem(QString::fromUtf8(unit));
     cboUnit->SetListIndex(0);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "CommonModule.h"
+#include "Language.h"
 #include "DialogHost.h"
 #include "IniConfig.h"
 #include "VariableDefinition.h"
@@ -51,7 +52,7 @@ frmJpegQty::frmJpegQty() : vb::Form(QStringLiteral("frmJpegQty")) {
     cmdOK = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 3150, 120, 1095, 375);
     cmdOK->SetCaption(QStringLiteral("&OK"));
     cmdCancel = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 3150, 600, 1095, 375);
-    cmdCancel->SetCaption(QStringLiteral("キャンセル"));
+    cmdCancel->SetCaption(FormText("キャンセル"));
     setTabOrder(sldJpegQty->Widget(), cmdOK->Widget());
     setTabOrder(cmdOK->Widget(), cmdCancel->Widget());
 
@@ -64,7 +65,7 @@ frmJpegQty::frmJpegQty() : vb::Form(QStringLiteral("frmJpegQty")) {
 void frmJpegQty::Form_Load() {
     SetCaption(GST(12000));
     cmdOK->SetCaption(QStringLiteral("&OK"));
-    cmdCancel->SetCaption(QStringLiteral("キャンセル"));
+    cmdCancel->SetCaption(FormText("キャンセル"));
     sldJpegQty->SetValue(std::clamp<int>(Var().JpegQty, kLowest, kHighest));
 }
 

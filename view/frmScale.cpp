@@ -2,6 +2,7 @@
 
 
 #include "CommonModule.h"
+#include "Language.h"
 #include "Convert.h"
 #include "DialogHost.h"
 #include "VariableDefinition.h"
@@ -78,7 +79,7 @@ void frmScale::Form_Load() {
     optAxis[1]->SetCaption(GST(15003));
     Label2->SetCaption(GST(15004));
     cmdOK->SetCaption(QStringLiteral("&OK"));
-    cmdCancel->SetCaption(QStringLiteral("キャンセル"));
+    cmdCancel->SetCaption(FormText("キャンセル"));
 
     txtScaleLen[0]->SetText(vb::CStr(v.ScaleX));
     txtScaleLen[1]->SetText(vb::CStr(v.ScaleY));

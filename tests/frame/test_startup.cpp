@@ -1,6 +1,8 @@
 // Start-up and shutdown of the main window, in-process, for every variant.
+#include <QCoreApplication>
 #include <QDir>
 #include <QRegularExpression>
+#include <optional>
 #include <gtest/gtest.h>
 
 #include "App.h"
@@ -173,6 +175,38 @@ TEST(Start, AppNameReplacesTheTitleButNotTheStartLine) {
         w.f.cmdExit->Click();
     }
     EXPECT_EQ(box.LogTexts(), (QStringList{Title(2) + QStringLiteral(" Start."), QStringLiteral("Scope 7 End")}));
+}
+
+TEST(Start, QtAndFixedTextsSpeakTheLanguageTheIniNames) {
+    const QString ja = QStringLiteral("ja"), en = QStringLiteral("en");
+    const struct {
+        const char* what;
+        QString deployment;
+        std::optional<QString> language;  // empty: the key removed
+        QString speaks;                   // empty: start-up ends
+    } rows[] = {
+        {"English installation", en, en, en},
+        {"Japanese installation", ja, ja, ja},
+        {"English texts but no key: Japanese as before the key", en, {}, ja},
+        {"a language the program does not know", ja, QStringLiteral("fr"), {}},
+    };
+    for (const auto& r : rows) {
+        Sandbox box(r.deployment);
+        ScriptedDialogHost host;
+        if (r.language) box.SetIni(QStringLiteral("LANGUAGE"), *r.language);
+        else box.RemoveIni(QStringLiteral("LANGUAGE"));
+        if (r.speaks.isEmpty()) host.AnswerMsgBox(vb::vbOK);
+        Window w;
+        EXPECT_EQ(tavix::Form_Load(w.f, 2), !r.speaks.isEmpty()) << r.what;
+        if (r.speaks.isEmpty()) {
+            EXPECT_TRUE(box.LogTexts().contains(QStringLiteral("Ini File Read Error."))) << r.what;
+            continue;
+        }
+        const bool english = r.speaks == en;
+        EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "&Yes"),
+                  english ? QStringLiteral("&Yes") : QStringLiteral("はい(&Y)")) << r.what;
+        EXPECT_EQ(tavix::FatalText == kFatal, !english) << r.what;
+    }
 }
 
 // ---- Failed start-up ----
