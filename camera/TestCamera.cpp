@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Errors.h"
+#include "Language.h"
 
 namespace tavix::cam {
 
@@ -11,6 +12,7 @@ namespace {
 // The patterns, by videotestsrc nick; the first is the default and moves.
 const char* const kPatterns[] = {"ball", "smpte", "snow", "black", "white", "red", "green", "blue"};
 constexpr int kPatternCount = int(std::size(kPatterns));
+const char* const kPatternLabels[kPatternCount] = {"ボール", "カラーバー", "砂嵐", "黒", "白", "赤", "緑", "青"};
 
 GstPadProbeReturn CountFrames(GstPad* pad, GstPadProbeInfo*, gpointer data) {
     auto* left = static_cast<int*>(data);
@@ -45,16 +47,17 @@ GstRef<GstElement> MakeTestCamera(GstElement*& pattern, GstElement*& clock) {
 
 std::vector<CameraControl> TestCameraControls(const Filter& camera) {
     std::vector<CameraControl> out;
+    // Our own camera's labels follow the installation's language; a device's are its driver's.
     auto add = [&](const char* id, const char* label, CameraControl::Kind kind, int min, int max, int def) {
         CameraControl c;
-        c.Id = QString::fromLatin1(id), c.Label = QString::fromLatin1(label), c.kind = kind;
+        c.Id = QString::fromLatin1(id), c.Label = FormText(label), c.kind = kind;
         c.Minimum = min, c.Maximum = max, c.Default = def;
         out.push_back(std::move(c));
     };
-    add("pattern", "Pattern", CameraControl::Menu, 0, kPatternCount - 1, 0);
-    for (const char* p : kPatterns) out.back().MenuItems.push_back(QString::fromLatin1(p));
-    add("horizontal-speed", "Horizontal speed", CameraControl::Integer, -20, 20, 0);
-    if (camera.clock) add("clock", "Show clock", CameraControl::Boolean, 0, 1, 1);
+    add("pattern", "パターン", CameraControl::Menu, 0, kPatternCount - 1, 0);
+    for (const char* p : kPatternLabels) out.back().MenuItems.push_back(FormText(p));
+    add("horizontal-speed", "横の速さ", CameraControl::Integer, -20, 20, 0);
+    if (camera.clock) add("clock", "時計を表示", CameraControl::Boolean, 0, 1, 1);
     for (CameraControl& c : out) {
         auto it = camera.values.find(c.Id);
         c.Value = it != camera.values.end() ? it->second : c.Default;

@@ -22,6 +22,18 @@ const struct {
     {"キャンセル", "Cancel"},
     {"設定１", "Setting 1"},
     {"エラーが発生したためプログラムを終了します。", "An error has occurred. The program ends."},
+    // The test camera's settings.
+    {"パターン", "Pattern"},
+    {"横の速さ", "Horizontal speed"},
+    {"時計を表示", "Show clock"},
+    {"ボール", "Ball"},
+    {"カラーバー", "Colour bars"},
+    {"砂嵐", "Snow"},
+    {"黒", "Black"},
+    {"白", "White"},
+    {"赤", "Red"},
+    {"緑", "Green"},
+    {"青", "Blue"},
 };
 
 }  // namespace
