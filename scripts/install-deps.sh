@@ -11,7 +11,7 @@ packages=(
   qt6-image-formats-plugins qt6-translations-l10n
   xvfb xdotool x11-utils imagemagick
   libjpeg-dev lintian
-  fonts-ipafont-gothic libx11-dev
+  fonts-ipafont-gothic libx11-dev libxcursor1
 )
 
 missing=()
