@@ -80,8 +80,8 @@ int RunProgram(int16_t programType, int argc, char** argv) {
     // Before anything reads or writes a file of the installation.
     if (const QString error = vb::UseDataFolder(); !error.isEmpty()) {
         qCritical("%s", qPrintable(error));
-        host.MsgBox(FatalText + QStringLiteral("\n\n") + error, vb::vbOKOnly | vb::vbCritical,
-                    vb::App::Title(), nullptr);
+        host.MsgBox(FatalText + QStringLiteral("\n\n") + error, vb::vbOKOnly | vb::vbCritical, vb::App::Title(),
+                    nullptr);
         return 1;
     }
     frmMain f;

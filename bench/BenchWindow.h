@@ -43,7 +43,6 @@ inline bool MakeJpeg(const QString& path) {
     return img.save(path, "JPEG", 90);
 }
 
-
 [[noreturn]] inline void Stop(const char* what, const QString& text = {}) {
     std::printf("unexpected %s %s\n", what, qPrintable(text));
     std::exit(1);
@@ -58,8 +57,8 @@ inline void Spin(int ms) {
 
 // Records cycling through every kind, points spread over the view; a fixed seed keeps them.
 inline std::vector<tavix::ResultRecord> MakeRecords(int n) {
-    const tavix::CommandMode kinds[] = {Cmd::Count, Cmd::Distance, Cmd::Circle, Cmd::TwoCircles, Cmd::Perpendicular,
-                                        Cmd::Area, Cmd::ThreePointAngle, Cmd::ParallelDistance};
+    const tavix::CommandMode kinds[] = {Cmd::Count,         Cmd::Distance, Cmd::Circle,          Cmd::TwoCircles,
+                                        Cmd::Perpendicular, Cmd::Area,     Cmd::ThreePointAngle, Cmd::ParallelDistance};
     const int points[] = {5, 2, 2, 2, 4, 6, 5, 6};
     QRandomGenerator rng(7);
     const auto in = [&rng](double lo, double hi) { return lo + rng.bounded(hi - lo); };
@@ -69,8 +68,7 @@ inline std::vector<tavix::ResultRecord> MakeRecords(int n) {
         r.No = static_cast<int16_t>(i + 1);
         r.Kind = kinds[i % 8];
         r.Points.resize(points[i % 8] + 1);
-        for (size_t k = 1; k < r.Points.size(); ++k)
-            r.Points[k] = {in(-900, 900), in(-500, 500)};
+        for (size_t k = 1; k < r.Points.size(); ++k) r.Points[k] = {in(-900, 900), in(-500, 500)};
         if (r.Kind == Cmd::Circle || r.Kind == Cmd::TwoCircles) r.Points[2] = {in(10, 200), 0};
         r.Value = rng.bounded(1000.0);
         records.push_back(r);
@@ -98,7 +96,9 @@ inline void SendMouseMove(QWidget* widget, QPointF at) {
 class BenchHost : public vb::DialogHost {
 public:
     QString Path;
-    int MsgBox(const QString& prompt, int, const QString& title, QWidget*) override { Stop("box:", title + QStringLiteral(": ") + prompt); }
+    int MsgBox(const QString& prompt, int, const QString& title, QWidget*) override {
+        Stop("box:", title + QStringLiteral(": ") + prompt);
+    }
     bool ShowOpen(vb::CommonDialog& dlg, QWidget*) override {
         if (Path.isEmpty()) Stop("open dialog");
         dlg.FileName = Path;

@@ -228,13 +228,15 @@ int main(int argc, char** argv) {
     std::printf("bare pipeline: %.2f frames/s, CPU %.3f ms per frame\n", bare.Fps(), bare.CpuPerFrameMs());
     std::printf("bare pipeline with the clock overlay of the test camera: %.2f frames/s, CPU %.3f ms per frame\n",
                 bareClock.Fps(), bareClock.CpuPerFrameMs());
-    std::printf("live view: %.2f frames shown/s, source rate %d/s, bare %.2f/s; ratio to the source %.3f "
-                "(goal: every frame, 1.00)\n",
-                ours.Fps(), kRate, bare.Fps(), ours.Fps() / kRate);
-    std::printf("live view CPU (whole process): %.3f ms per frame shown; ratio %.2f to the bare pipeline "
-                "(goal: within 1.5x), %.2f to the bare pipeline with the clock overlay\n",
-                ours.CpuPerFrameMs(), ours.CpuPerFrameMs() / bare.CpuPerFrameMs(),
-                ours.CpuPerFrameMs() / bareClock.CpuPerFrameMs());
+    std::printf(
+        "live view: %.2f frames shown/s, source rate %d/s, bare %.2f/s; ratio to the source %.3f "
+        "(goal: every frame, 1.00)\n",
+        ours.Fps(), kRate, bare.Fps(), ours.Fps() / kRate);
+    std::printf(
+        "live view CPU (whole process): %.3f ms per frame shown; ratio %.2f to the bare pipeline "
+        "(goal: within 1.5x), %.2f to the bare pipeline with the clock overlay\n",
+        ours.CpuPerFrameMs(), ours.CpuPerFrameMs() / bare.CpuPerFrameMs(),
+        ours.CpuPerFrameMs() / bareClock.CpuPerFrameMs());
 
     // 2. Freezing: the click to the still painted, back live between with fresh frames.
     PaintCounter still(f.picStillView->ClientWidget());
@@ -253,16 +255,18 @@ int main(int argc, char** argv) {
         // Where that pass did not paint the still yet, the time runs on to its repaint.
         if (!WaitFor(1000, [&] { return still.Paints() > stillPaints; })) ++bad;
         freezes.push_back(std::chrono::duration<double, std::milli>(Clock::now() - t0).count());
-        if (f.ViewMode != tavix::ViewMode::Still || !f.picStillView->Visible() || f.picStillView->GetImage().isNull()) ++bad;
+        if (f.ViewMode != tavix::ViewMode::Still || !f.picStillView->Visible() || f.picStillView->GetImage().isNull())
+            ++bad;
         tavix::cmdPlayStop_Click(f);  // back live
         QCoreApplication::processEvents();
     }
     if (!freezes.empty())
-        std::printf("freeze (cmdPlayStop_Click to the still painted): median %.2f ms over %zu, min %.2f, max %.2f%s "
-                    "(goal: under 50 ms)\n",
-                    Median(freezes), freezes.size(), *std::min_element(freezes.begin(), freezes.end()),
-                    *std::max_element(freezes.begin(), freezes.end()),
-                    bad ? qPrintable(QStringLiteral("; %1 without the still shown and painted").arg(bad)) : "");
+        std::printf(
+            "freeze (cmdPlayStop_Click to the still painted): median %.2f ms over %zu, min %.2f, max %.2f%s "
+            "(goal: under 50 ms)\n",
+            Median(freezes), freezes.size(), *std::min_element(freezes.begin(), freezes.end()),
+            *std::max_element(freezes.begin(), freezes.end()),
+            bad ? qPrintable(QStringLiteral("; %1 without the still shown and painted").arg(bad)) : "");
     w.reset();
 
     // 3. Start-up to the first live frame, each in a fresh process.
@@ -286,9 +290,10 @@ int main(int argc, char** argv) {
         startups.push_back(out.mid(at + 11).trimmed().split('\n').front().toDouble());
     }
     if (!startups.empty())
-        std::printf("start-up to the first live frame shown (ProgramType 1, fresh process): median %.1f ms over %zu, "
-                    "min %.1f, max %.1f (goal: under 700 ms)\n",
-                    Median(startups), startups.size(), *std::min_element(startups.begin(), startups.end()),
-                    *std::max_element(startups.begin(), startups.end()));
+        std::printf(
+            "start-up to the first live frame shown (ProgramType 1, fresh process): median %.1f ms over %zu, "
+            "min %.1f, max %.1f (goal: under 700 ms)\n",
+            Median(startups), startups.size(), *std::min_element(startups.begin(), startups.end()),
+            *std::max_element(startups.begin(), startups.end()));
     return 0;
 }

@@ -90,7 +90,8 @@ int main(int argc, char** argv) {
     f.chkScale->SetValue(1);
     f.chkScale->OnClick = chkScaleClick;
     const bool scale = static_cast<bool>(f.Hooks.DrawScale);
-    std::printf("scale bar: %s\n", scale ? "drawn (Hooks.DrawScale wired)" : "NOT drawn (Hooks.DrawScale not wired yet)");
+    std::printf("scale bar: %s\n",
+                scale ? "drawn (Hooks.DrawScale wired)" : "NOT drawn (Hooks.DrawScale not wired yet)");
 
     const int runs = 41;
     const auto repaint = [&] {
@@ -99,12 +100,14 @@ int main(int argc, char** argv) {
     };
     for (const bool change : {false, true}) {
         host.changeDecimals = change;
-        const auto [ours, alone] = MedianMsInTurn(runs, [&] { f.cmdMeasureConfig->Click(); }, repaint);
+        const auto [ours, alone] = MedianMsInTurn(
+            runs, [&] { f.cmdMeasureConfig->Click(); }, repaint);
         const double bare = MedianMs(runs, BareForm);
-        std::printf("cmdMeasureConfig OK (%s), 99 results%s: median %.2f ms (goal: under 30 ms); "
-                    "repaint alone %.2f ms + bare Qt form %.2f ms; ratio %.2f\n",
-                    change ? "decimals changed" : "no change", scale ? " and the scale bar" : "", ours, alone, bare,
-                    ours / (alone + bare));
+        std::printf(
+            "cmdMeasureConfig OK (%s), 99 results%s: median %.2f ms (goal: under 30 ms); "
+            "repaint alone %.2f ms + bare Qt form %.2f ms; ratio %.2f\n",
+            change ? "decimals changed" : "no change", scale ? " and the scale bar" : "", ours, alone, bare,
+            ours / (alone + bare));
     }
     // Where the difference lies: the dialog made, loaded and thrown away.
     const double dialog = MedianMs(runs, [] {

@@ -58,7 +58,8 @@ int main(int argc, char** argv) {
     bench::BenchWindow w(3);
     const QImage picture = w.ShowFlatStill();
     w.f.chkCross->SetValue(1);
-    if (w.f.CommandMode != tavix::CommandMode::FirstCrossLine) bench::Stop("state:", QStringLiteral("cross line not being placed"));
+    if (w.f.CommandMode != tavix::CommandMode::FirstCrossLine)
+        bench::Stop("state:", QStringLiteral("cross line not being placed"));
     QWidget* still = w.f.picStillView->ClientWidget();
     BareView bare(picture);
     bare.show();
@@ -67,34 +68,43 @@ int main(int argc, char** argv) {
 
     const int runs = 2001;
     int i = 0;
-    auto next = [&] { ++i; return QPointF(200 + i % 1500, 100 + (i * 7) % 900); };
+    auto next = [&] {
+        ++i;
+        return QPointF(200 + i % 1500, 100 + (i * 7) % 900);
+    };
     const double handler = MedianMs(runs, [&] { bench::SendMouseMove(still, next()); }) * 1000;
     QCoreApplication::processEvents();
 
     PaintCounter counter;
     still->installEventFilter(&counter);
-    const double withPaint = MedianMs(runs, [&] {
-        bench::SendMouseMove(still, next());
-        QCoreApplication::processEvents();
-    }) * 1000;
+    const double withPaint = MedianMs(runs,
+                                      [&] {
+                                          bench::SendMouseMove(still, next());
+                                          QCoreApplication::processEvents();
+                                      }) *
+                             1000;
     still->removeEventFilter(&counter);
-    const double barePaint = MedianMs(runs, [&] {
-        const QPointF p = next();
-        bare.v.move(int(p.x()), 0);
-        bare.h.move(0, int(p.y()));
-        QCoreApplication::processEvents();
-    }) * 1000;
+    const double barePaint = MedianMs(runs,
+                                      [&] {
+                                          const QPointF p = next();
+                                          bare.v.move(int(p.x()), 0);
+                                          bare.h.move(0, int(p.y()));
+                                          QCoreApplication::processEvents();
+                                      }) *
+                             1000;
     // A redraw of the picture (Cls, PaintPicture) invalidates the whole still; a moved line only its strip.
     const long whole = long(still->width()) * still->height();
     const bool redrawn = counter.largest * 2 > whole || w.f.picStillView->GetImage() != before;
 
-    std::printf("mouse move to cross line pair: handler median %.1f us; with its screen update %.1f us, "
-                "bare widget with two moved children %.1f us, ratio %.2f (goal under 1000 us)\n",
-                handler, withPaint, barePaint, withPaint / barePaint);
-    std::printf("picStillView during %d moves: picture redrawn %s (goal: never); paint events %ld, %.0f px each "
-                "on average, largest %ld px: the strips the lines uncover, copied from the kept picture "
-                "(the whole still is %ld px)\n",
-                runs, redrawn ? "YES" : "never", counter.events,
-                counter.events ? double(counter.pixels) / counter.events : 0.0, counter.largest, whole);
+    std::printf(
+        "mouse move to cross line pair: handler median %.1f us; with its screen update %.1f us, "
+        "bare widget with two moved children %.1f us, ratio %.2f (goal under 1000 us)\n",
+        handler, withPaint, barePaint, withPaint / barePaint);
+    std::printf(
+        "picStillView during %d moves: picture redrawn %s (goal: never); paint events %ld, %.0f px each "
+        "on average, largest %ld px: the strips the lines uncover, copied from the kept picture "
+        "(the whole still is %ld px)\n",
+        runs, redrawn ? "YES" : "never", counter.events, counter.events ? double(counter.pixels) / counter.events : 0.0,
+        counter.largest, whole);
     return 0;
 }

@@ -44,28 +44,28 @@ void BareDraw(const QImage& pic, const std::vector<ResultRecord>& records, const
         p.setPen(line);
         QPoint text = at(P[1]);
         switch (records[i].Kind) {
-            case Cmd::Count:
-                for (int k = 1; k <= n; ++k) {
-                    p.fillRect(QRect(at(P[k]) - QPoint(1, 1), QSize(3, 3)), line.color());
-                    p.setPen(value);
-                    p.drawText(QPointF(at(P[k])) + QPointF(4, 4 + ascent), QStringLiteral(" %1 ").arg(i + 1));
-                    p.setPen(line);
-                }
-                continue;
-            case Cmd::Circle:
-            case Cmd::TwoCircles: p.drawEllipse(QPointF(at(P[1])), P[2].X, P[2].X); break;
-            case Cmd::Area:
-                for (int k = 1; k < n; ++k) p.drawLine(at(P[k]), at(P[k + 1]));
-                p.drawLine(at(P[n]), at(P[1]));
-                break;
-            case Cmd::ThreePointAngle:
-                p.drawLine(at(P[1]), at(P[2]));
-                p.drawLine(at(P[2]), at(P[3]));
-                text = at(P[2]);
-                break;
-            default:  // 101, 104, 108: pairs of points, the text at the middle of the last pair
-                for (int k = 1; k < n; k += 2) p.drawLine(at(P[k]), at(P[k + 1]));
-                text = (at(P[n - 1]) + at(P[n])) / 2;
+        case Cmd::Count:
+            for (int k = 1; k <= n; ++k) {
+                p.fillRect(QRect(at(P[k]) - QPoint(1, 1), QSize(3, 3)), line.color());
+                p.setPen(value);
+                p.drawText(QPointF(at(P[k])) + QPointF(4, 4 + ascent), QStringLiteral(" %1 ").arg(i + 1));
+                p.setPen(line);
+            }
+            continue;
+        case Cmd::Circle:
+        case Cmd::TwoCircles: p.drawEllipse(QPointF(at(P[1])), P[2].X, P[2].X); break;
+        case Cmd::Area:
+            for (int k = 1; k < n; ++k) p.drawLine(at(P[k]), at(P[k + 1]));
+            p.drawLine(at(P[n]), at(P[1]));
+            break;
+        case Cmd::ThreePointAngle:
+            p.drawLine(at(P[1]), at(P[2]));
+            p.drawLine(at(P[2]), at(P[3]));
+            text = at(P[2]);
+            break;
+        default:  // 101, 104, 108: pairs of points, the text at the middle of the last pair
+            for (int k = 1; k < n; k += 2) p.drawLine(at(P[k]), at(P[k + 1]));
+            text = (at(P[n - 1]) + at(P[n])) / 2;
         }
         p.setPen(value);
         p.drawText(QPointF(text.x(), text.y() + ascent), QString::number(records[i].Value, 'f', 3));
@@ -99,9 +99,10 @@ int main(int argc, char** argv) {
                 tavix::DrawMeasureResults(f);
             },
             [&] { BareDraw(pic, records, font); });
-        std::printf("DispImage(False) + DrawMeasureResults, %d results: median %.2f ms; bare QPainter: "
-                    "median %.2f ms; ratio %.2f (%s)\n",
-                    n, ours, bare, ours / bare, n == 99 ? "goal: under 20 ms, within 1.5x" : "headroom");
+        std::printf(
+            "DispImage(False) + DrawMeasureResults, %d results: median %.2f ms; bare QPainter: "
+            "median %.2f ms; ratio %.2f (%s)\n",
+            n, ours, bare, ours / bare, n == 99 ? "goal: under 20 ms, within 1.5x" : "headroom");
         // Where the difference lies: the picture alone, without results.
         const auto [disp, bareDisp] = MedianMsInTurn(
             runs, [&] { tavix::DispImage(f, false); }, [&] { BareDraw(pic, {}, font); });

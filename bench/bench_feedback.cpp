@@ -45,24 +45,34 @@ int main(int argc, char** argv) {
 
     const int runs = 2001;
     int i = 0;
-    auto next = [&] { ++i; return QPointF(200 + i % 1500, 100 + (i * 7) % 900); };
+    auto next = [&] {
+        ++i;
+        return QPointF(200 + i % 1500, 100 + (i * 7) % 900);
+    };
     const double handler = MedianMs(runs, [&] { bench::SendMouseMove(still, next()); }) * 1000;
     QCoreApplication::processEvents();
     // With the repaint the move asks for: only the strip the line sweeps.
-    const double withPaint = MedianMs(runs, [&] {
-        bench::SendMouseMove(still, next());
-        QCoreApplication::processEvents();
-    }) * 1000;
-    const double barePaint = MedianMs(runs, [&] {
-        const QLineF old = bare.line;
-        bare.line = QLineF(QPointF(960, 540), next());
-        const QRect swept = (QRectF(old.p1(), old.p2()).normalized() | QRectF(bare.line.p1(), bare.line.p2()).normalized())
-                                .toAlignedRect().adjusted(-2, -2, 2, 2);
-        bare.update(swept);
-        QCoreApplication::processEvents();
-    }) * 1000;
-    std::printf("mouse move to rubber line: handler median %.1f us; with its repaint %.1f us, "
-                "bare widget with the same repaint %.1f us, ratio %.2f (goal under 1000 us)\n",
-                handler, withPaint, barePaint, withPaint / barePaint);
+    const double withPaint = MedianMs(runs,
+                                      [&] {
+                                          bench::SendMouseMove(still, next());
+                                          QCoreApplication::processEvents();
+                                      }) *
+                             1000;
+    const double barePaint = MedianMs(runs,
+                                      [&] {
+                                          const QLineF old = bare.line;
+                                          bare.line = QLineF(QPointF(960, 540), next());
+                                          const QRect swept = (QRectF(old.p1(), old.p2()).normalized() |
+                                                               QRectF(bare.line.p1(), bare.line.p2()).normalized())
+                                                                  .toAlignedRect()
+                                                                  .adjusted(-2, -2, 2, 2);
+                                          bare.update(swept);
+                                          QCoreApplication::processEvents();
+                                      }) *
+                             1000;
+    std::printf(
+        "mouse move to rubber line: handler median %.1f us; with its repaint %.1f us, "
+        "bare widget with the same repaint %.1f us, ratio %.2f (goal under 1000 us)\n",
+        handler, withPaint, barePaint, withPaint / barePaint);
     return 0;
 }

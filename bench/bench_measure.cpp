@@ -73,10 +73,16 @@ int main(int argc, char** argv) {
 
     const Measure measures[] = {
         {"distance, 98 listed", Cmd::Distance, 98, {{}, {-310.5, 120.25}, {402.75, -86.5}}, 1},
-        {"two circles, 96 listed", Cmd::TwoCircles, 96,
-         {{}, {100, 0}, {0, 100}, {-100, 0}, {335, 40}, {300, 75}, {265, 40}}, 3},
-        {"perpendicular of 5 points, 96 listed", Cmd::Perpendicular, 96,
-         {{}, {-200, -50}, {250, 80}, {13, 140}, {-90, -160}, {170, 20}}, 3},
+        {"two circles, 96 listed",
+         Cmd::TwoCircles,
+         96,
+         {{}, {100, 0}, {0, 100}, {-100, 0}, {335, 40}, {300, 75}, {265, 40}},
+         3},
+        {"perpendicular of 5 points, 96 listed",
+         Cmd::Perpendicular,
+         96,
+         {{}, {-200, -50}, {250, 80}, {13, 140}, {-90, -160}, {170, 20}},
+         3},
     };
     const int runs = 2001;
     const double factor = (1 / v.ZoomFactor) * v.ProofTable[0].Value;
@@ -103,9 +109,10 @@ int main(int argc, char** argv) {
                 f.grdResult->SetTextMatrix(row, 3, unit);
             }
         });
-        std::printf("AddMeasureResult, %s: median %.4f ms (goal < 5 ms); bare computation + formats + grid: "
-                    "median %.4f ms; ratio %.2f\n",
-                    m.name, ours, bare, ours / bare);
+        std::printf(
+            "AddMeasureResult, %s: median %.4f ms (goal < 5 ms); bare computation + formats + grid: "
+            "median %.4f ms; ratio %.2f\n",
+            m.name, ours, bare, ours / bare);
     }
     return 0;
 }

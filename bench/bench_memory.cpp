@@ -52,7 +52,9 @@ int main(int argc, char** argv) {
     // The window paints what it now shows, as it would on screen.
     QCoreApplication::processEvents();
     if (tavix::Var().ZoomFactor != 2.0 || f.picTempView->GetPicture().size() != QSize(4000, 3000)) return 1;
-    std::printf("peak resident memory with a 4000x3000 picture at x 2.0: %.1f MB (goal: under 250 MB); "
-                "right after application start: %.1f MB\n", PeakMb(), startup);
+    std::printf(
+        "peak resident memory with a 4000x3000 picture at x 2.0: %.1f MB (goal: under 250 MB); "
+        "right after application start: %.1f MB\n",
+        PeakMb(), startup);
     return 0;
 }

@@ -24,8 +24,8 @@ bool WriteGraphFile(const QString& folder) {
     QFile file(folder + QStringLiteral("/Tavix.grf"));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
     const QByteArray text = "TavixGraph 1\ncamera=Tavix Test Camera\ndevice=\nwidth=" + QByteArray::number(kWidth) +
-                            "\nheight=" + QByteArray::number(kHeight) + "\nformat=YUY2\nrate=" +
-                            QByteArray::number(kRate) + "/1\n";
+                            "\nheight=" + QByteArray::number(kHeight) +
+                            "\nformat=YUY2\nrate=" + QByteArray::number(kRate) + "/1\n";
     return file.write(text) == text.size();
 }
 
@@ -51,9 +51,9 @@ struct Figures {
 bool BareRecording(int seconds, const QString& path, Figures& out) {
     const QByteArray description =
         "videotestsrc is-live=true pattern=ball ! timeoverlay ! video/x-raw,format=YUY2,width=" +
-        QByteArray::number(kWidth) + ",height=" + QByteArray::number(kHeight) + ",framerate=" +
-        QByteArray::number(kRate) + "/1 ! identity name=count ! queue ! avimux ! filesink location=" +
-        QFile::encodeName(path);
+        QByteArray::number(kWidth) + ",height=" + QByteArray::number(kHeight) +
+        ",framerate=" + QByteArray::number(kRate) +
+        "/1 ! identity name=count ! queue ! avimux ! filesink location=" + QFile::encodeName(path);
     GError* error = nullptr;
     GstElement* pipeline = gst_parse_launch(description.constData(), &error);
     if (!pipeline || error) {
@@ -65,10 +65,13 @@ bool BareRecording(int seconds, const QString& path, Figures& out) {
     frames = 0;
     GstElement* count = gst_bin_get_by_name(GST_BIN(pipeline), "count");
     GstPad* pad = gst_element_get_static_pad(count, "src");
-    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, [](GstPad*, GstPadProbeInfo*, gpointer) {
-        ++frames;
-        return GST_PAD_PROBE_OK;
-    }, nullptr, nullptr);
+    gst_pad_add_probe(
+        pad, GST_PAD_PROBE_TYPE_BUFFER,
+        [](GstPad*, GstPadProbeInfo*, gpointer) {
+            ++frames;
+            return GST_PAD_PROBE_OK;
+        },
+        nullptr, nullptr);
     gst_object_unref(pad);
     gst_object_unref(count);
     const double cpu0 = CpuSeconds();
@@ -76,7 +79,8 @@ bool BareRecording(int seconds, const QString& path, Figures& out) {
     bench::Spin(seconds * 1000);
     gst_element_send_event(pipeline, gst_event_new_eos());
     GstBus* bus = gst_element_get_bus(pipeline);
-    GstMessage* m = gst_bus_timed_pop_filtered(bus, 10 * GST_SECOND, GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+    GstMessage* m =
+        gst_bus_timed_pop_filtered(bus, 10 * GST_SECOND, GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
     if (m) gst_message_unref(m);
     gst_object_unref(bus);
     gst_element_set_state(pipeline, GST_STATE_NULL);
@@ -133,8 +137,9 @@ int main(int argc, char** argv) {
     std::printf("program (live view running): %llu frames sent, %u in the file, %lld dropped (goal: 0), CPU %.2f s\n",
                 (unsigned long long)ours.sent, ours.inFile, (long long)ours.sent - (long long)ours.inFile, ours.cpu);
     std::printf("CPU ratio to the bare pipeline: %.2f (goal: within 1.5x)\n", ours.cpu / bare.cpu);
-    std::printf("the live view alone for as long: CPU %.2f s; the recording's own share %.2f s, ratio %.2f to the bare "
-                "pipeline\n",
-                liveCpu, ours.cpu - liveCpu, (ours.cpu - liveCpu) / bare.cpu);
+    std::printf(
+        "the live view alone for as long: CPU %.2f s; the recording's own share %.2f s, ratio %.2f to the bare "
+        "pipeline\n",
+        liveCpu, ours.cpu - liveCpu, (ours.cpu - liveCpu) / bare.cpu);
     return 0;
 }

@@ -67,16 +67,19 @@ int main(int argc, char** argv) {
         if (!writer.write(pic) || !file.flush() || ::fsync(file.handle()) != 0) bench::Stop("bare synced JPEG write");
     });
     if (QFileInfo(pictures.filePath(QStringLiteral("ours.jpg"))).size() == 0) bench::Stop("no JPEG written");
-    std::printf("cmdPicSave_Click 4000x3000 JPEG q90 (over the temporary BMP): median %.2f ms; bare QImageWriter: "
-                "median %.2f ms; ratio %.2f (goal: within 1.5x); bare and synced: median %.2f ms, ratio %.2f\n",
-                jpeg, bareJpeg, jpeg / bareJpeg, syncedJpeg, jpeg / syncedJpeg);
+    std::printf(
+        "cmdPicSave_Click 4000x3000 JPEG q90 (over the temporary BMP): median %.2f ms; bare QImageWriter: "
+        "median %.2f ms; ratio %.2f (goal: within 1.5x); bare and synced: median %.2f ms, ratio %.2f\n",
+        jpeg, bareJpeg, jpeg / bareJpeg, syncedJpeg, jpeg / syncedJpeg);
 
     const double bmp = save(QStringLiteral("ours.bmp"));
     const double bareBmp = MedianMs(runs, [&] {
         if (!pic.save(pictures.filePath(QStringLiteral("bare.bmp")), "BMP")) bench::Stop("bare BMP write");
     });
     if (QFileInfo(pictures.filePath(QStringLiteral("ours.bmp"))).size() == 0) bench::Stop("no BMP written");
-    std::printf("cmdPicSave_Click 4000x3000 BMP: median %.2f ms; bare QImage::save: median %.2f ms; ratio %.2f "
-                "(goal: within 1.2x)\n", bmp, bareBmp, bmp / bareBmp);
+    std::printf(
+        "cmdPicSave_Click 4000x3000 BMP: median %.2f ms; bare QImage::save: median %.2f ms; ratio %.2f "
+        "(goal: within 1.2x)\n",
+        bmp, bareBmp, bmp / bareBmp);
     return 0;
 }

@@ -37,11 +37,11 @@ int main(int argc, char** argv) {
         QCoreApplication::processEvents();
         const double ours = MedianMs(runs, [&] { tavix::DispImage(f, false); });
         // Only the part of the scaled picture that the view shows, centred like the still.
-        const QRectF placed((viewW - pic.width() * zoom) / 2, (viewH - pic.height() * zoom) / 2,
-                            pic.width() * zoom, pic.height() * zoom);
+        const QRectF placed((viewW - pic.width() * zoom) / 2, (viewH - pic.height() * zoom) / 2, pic.width() * zoom,
+                            pic.height() * zoom);
         const QRectF target = placed & QRectF(0, 0, viewW, viewH);
-        const QRectF source((target.x() - placed.x()) / zoom, (target.y() - placed.y()) / zoom,
-                            target.width() / zoom, target.height() / zoom);
+        const QRectF source((target.x() - placed.x()) / zoom, (target.y() - placed.y()) / zoom, target.width() / zoom,
+                            target.height() / zoom);
         const double bare = MedianMs(runs, [&] {
             QImage canvas(viewW, viewH, QImage::Format_RGB32);
             canvas.fill(Qt::black);
@@ -49,8 +49,10 @@ int main(int argc, char** argv) {
             p.setRenderHint(QPainter::SmoothPixmapTransform, zoom < 1.0);
             p.drawImage(target, pic, source);
         });
-        std::printf("DispImage at x %.1f: median %.2f ms; bare drawImage: median %.2f ms; ratio %.2f "
-                    "(goal: within 1.5x and under 30 ms)\n", zoom, ours, bare, ours / bare);
+        std::printf(
+            "DispImage at x %.1f: median %.2f ms; bare drawImage: median %.2f ms; ratio %.2f "
+            "(goal: within 1.5x and under 30 ms)\n",
+            zoom, ours, bare, ours / bare);
     }
 
     const int loads = 9;
@@ -62,8 +64,10 @@ int main(int argc, char** argv) {
         sink = sink + image.width();
     });
     const double open = MedianMs(loads, [&] { tavix::cmdPicLoad_Click(f); });
-    std::printf("LoadPicture 4000x3000 JPEG: median %.2f ms; bare QImage::load: median %.2f ms; ratio %.2f "
-                "(goal: within 1.2x)\n", load, bareLoad, load / bareLoad);
+    std::printf(
+        "LoadPicture 4000x3000 JPEG: median %.2f ms; bare QImage::load: median %.2f ms; ratio %.2f "
+        "(goal: within 1.2x)\n",
+        load, bareLoad, load / bareLoad);
     std::printf("cmdPicLoad_Click (load, comment, display at x 1.0): median %.2f ms; ratio %.2f to the bare load\n",
                 open, open / bareLoad);
     return 0;

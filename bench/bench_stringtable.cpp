@@ -41,7 +41,7 @@ int main(int argc, char** argv) {
         }
         for (int k = 0; k < 1000; ++k) sink = sink + table.value(10000 + (k * 7919) % 10001).size();
     });
-    std::printf("string table read + 1000 GST: median %.2f ms; bare read + hash: median %.2f ms; ratio %.2f\n",
-                ours, bare, ours / bare);
+    std::printf("string table read + 1000 GST: median %.2f ms; bare read + hash: median %.2f ms; ratio %.2f\n", ours,
+                bare, ours / bare);
     return 0;
 }

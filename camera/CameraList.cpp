@@ -52,11 +52,13 @@ std::vector<FilterGraph::Impl::Entry> FilterGraph::Impl::Catalogue() {
     Impl* d = this;
     std::vector<Entry> out;
     for (const Source& s : sources) {
-        out.push_back({{s.name, [d, s]() -> FilterInfo* {
+        out.push_back({{s.name,
+                        [d, s]() -> FilterInfo* {
                             GstElement* e = gst_device_create_element(s.device.get(), nullptr);
                             if (!e) return nullptr;
-                            Filter* f = d->Add(Kind::Device, s.name, GstRef<GstElement>(GST_ELEMENT(gst_object_ref_sink(e))),
-                                               {{QStringLiteral("src"), 1}});
+                            Filter* f =
+                                d->Add(Kind::Device, s.name, GstRef<GstElement>(GST_ELEMENT(gst_object_ref_sink(e))),
+                                       {{QStringLiteral("src"), 1}});
                             f->device = DevicePath(s.device.get(), f->element.get());
                             return f;
                         }},
@@ -67,7 +69,8 @@ std::vector<FilterGraph::Impl::Entry> FilterGraph::Impl::Catalogue() {
         return Entry{{name, [=]() -> FilterInfo* { return d->Add(kind, name, Make(factory), pins); }}, {}};
     };
     out.push_back(fixed(Kind::Tee, TeeFilterName, "tee", {{QStringLiteral("sink"), 0}, {QStringLiteral("src_0"), 1}}));
-    out.push_back(fixed(Kind::AviMux, AviMuxName, "avimux", {{QStringLiteral("video_0"), 0}, {QStringLiteral("src"), 1}}));
+    out.push_back(
+        fixed(Kind::AviMux, AviMuxName, "avimux", {{QStringLiteral("video_0"), 0}, {QStringLiteral("src"), 1}}));
     out.push_back(fixed(Kind::FileWriter, FileWriterName, "filesink", {{QStringLiteral("sink"), 0}}));
     return out;
 }

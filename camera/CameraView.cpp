@@ -41,9 +41,7 @@ void NewFilterGraph(frmMain& f) {
     f.CameraOutputPin = nullptr;
     f.FilterGraph = std::make_shared<cam::FilterGraph>();
     f.GraphFileStore = std::make_shared<cam::GraphFileStore>();
-    f.FilterGraph->OnStreamError = [&f](int number, const QString& reason) {
-        CameraStreamError(f, number, reason);
-    };
+    f.FilterGraph->OnStreamError = [&f](int number, const QString& reason) { CameraStreamError(f, number, reason); };
     // The camera's size is known from its first frame on; the box is placed before it shows.
     f.FilterGraph->OnVideoSize = [&f](QSize size) {
         if (f.ViewMode == ViewMode::Live) PlaceCameraView(f, size);
@@ -56,8 +54,8 @@ SubsystemHooks::GraphResult OpenCameraGraph(frmMain& f) {
     const QStringList missing = cam::MissingElements(Var().CameraFilterName == cam::TestCameraName);
     if (!missing.isEmpty()) {
         WriteLog(QStringLiteral("GStreamer Element Not Found.(%1)").arg(missing.join(QStringLiteral(", "))));
-        vb::Host().MsgBox(GST(20300, missing.join(QStringLiteral(", "))), vb::vbOKOnly | vb::vbExclamation,
-                          GST(11300), &f);
+        vb::Host().MsgBox(GST(20300, missing.join(QStringLiteral(", "))), vb::vbOKOnly | vb::vbExclamation, GST(11300),
+                          &f);
     }
     NewFilterGraph(f);
     bool loaded = false;
@@ -137,9 +135,7 @@ void FitCameraView(frmMain& f) {
     const int err = vb::Trap([&] { f.FilterGraph->Run(); });
     if (err != 0) {
         // A camera that cannot start counts as lost; reported after the caller has finished.
-        QTimer::singleShot(0, &f, [&f, err] {
-            CameraStreamError(f, err, QStringLiteral("Run Error.(%1)").arg(err));
-        });
+        QTimer::singleShot(0, &f, [&f, err] { CameraStreamError(f, err, QStringLiteral("Run Error.(%1)").arg(err)); });
     }
 }
 
@@ -211,16 +207,20 @@ void cmdPinProp_Click(frmMain& f) {
 }
 
 void tmrLiveIcon_Timer(frmMain& f) {
-    if (f.ViewMode != ViewMode::Live || f.CommandMode == CommandMode::MovieArmed || f.CommandMode == CommandMode::Recording || !f.cmdPlayStop->Enabled())
+    if (f.ViewMode != ViewMode::Live || f.CommandMode == CommandMode::MovieArmed ||
+        f.CommandMode == CommandMode::Recording || !f.cmdPlayStop->Enabled())
         return;
     f.IconPhase = f.IconPhase == 0 ? 1 : 0;
     f.cmdPlayStop->SetPicture(f.imgCameraIcon[f.IconPhase]->GetPicture());
 }
 
 void CameraStreamError(frmMain& f, int number, const QString& reason) {
-    if (f.CommandMode == CommandMode::Recording) return RecordingFailed(f, QStringLiteral("tmrRec_Timer"), number, reason);
+    if (f.CommandMode == CommandMode::Recording)
+        return RecordingFailed(f, QStringLiteral("tmrRec_Timer"), number, reason);
     WriteLog(QStringLiteral("Camera Stream Error.(%1)").arg(number));
-    if (f.ViewMode == ViewMode::Live && f.CommandMode != CommandMode::MovieArmed && f.CommandMode != CommandMode::Recording) SwitchViewMode(f, true);
+    if (f.ViewMode == ViewMode::Live && f.CommandMode != CommandMode::MovieArmed &&
+        f.CommandMode != CommandMode::Recording)
+        SwitchViewMode(f, true);
     if (f.FilterGraph) vb::Trap([&] { f.FilterGraph->Stop(); });
     vb::Host().MsgBox(GST(20108, reason), vb::vbOKOnly | vb::vbExclamation, GST(11103), &f);
 }

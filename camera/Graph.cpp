@@ -72,11 +72,12 @@ void Impl::OnMessage(GstMessage* message) {
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
     active = false;
     // Reported from the event loop, so a handler that drops the graph is safe.
-    QTimer::singleShot(0, QCoreApplication::instance(), [self = self, token = std::weak_ptr<bool>(alive), reason, number] {
-        if (token.expired() || !self->OnStreamError) return;
-        const auto report = self->OnStreamError;
-        report(number, reason);
-    });
+    QTimer::singleShot(0, QCoreApplication::instance(),
+                       [self = self, token = std::weak_ptr<bool>(alive), reason, number] {
+                           if (token.expired() || !self->OnStreamError) return;
+                           const auto report = self->OnStreamError;
+                           report(number, reason);
+                       });
 }
 
 Filter* Impl::Add(Kind kind, const QString& name, GstRef<GstElement> element, std::vector<PinInfo> pins) {
@@ -85,7 +86,8 @@ Filter* Impl::Add(Kind kind, const QString& name, GstRef<GstElement> element, st
     Filter* f = filters.back().get();
     // Sources join the pipeline now; recording elements only once something links them,
     // since an unlinked file writer would keep the pipeline from starting.
-    if (kind == Kind::Device || kind == Kind::TestCamera) gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(f->element.get())));
+    if (kind == Kind::Device || kind == Kind::TestCamera)
+        gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(f->element.get())));
     return f;
 }
 
@@ -109,14 +111,16 @@ CapsRef Impl::CameraCaps() const {
         gst_structure_set(s, "format", G_TYPE_STRING, format.Format.toUtf8().constData(), nullptr);
     if (format.Width > 0) gst_structure_set(s, "width", G_TYPE_INT, format.Width, nullptr);
     if (format.Height > 0) gst_structure_set(s, "height", G_TYPE_INT, format.Height, nullptr);
-    if (format.RateNum > 0) gst_structure_set(s, "framerate", GST_TYPE_FRACTION, format.RateNum, format.RateDen, nullptr);
+    if (format.RateNum > 0)
+        gst_structure_set(s, "framerate", GST_TYPE_FRACTION, format.RateNum, format.RateDen, nullptr);
     return CapsRef(gst_caps_new_full(s, nullptr));
 }
 
 // Adds the elements after the first to the pipeline and links all in order; on failure
 // takes them out again.
 bool Impl::AddChain(const std::vector<GstElement*>& chain) {
-    for (size_t i = 1; i < chain.size(); ++i) gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(chain[i])));
+    for (size_t i = 1; i < chain.size(); ++i)
+        gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(chain[i])));
     bool ok = true;
     for (size_t i = 1; ok && i < chain.size(); ++i) ok = gst_element_link(chain[i - 1], chain[i]);
     if (!ok)
@@ -154,7 +158,8 @@ void Impl::RenderCamera(Filter& f) {
     chain.push_back(make("videoconvert"));
     GstElement* appsink = make("appsink");
     chain.push_back(appsink);
-    if (std::find(chain.begin(), chain.end(), nullptr) != chain.end() || !AddChain(chain)) vb::Raise(vb::ErrInvalidCall);
+    if (std::find(chain.begin(), chain.end(), nullptr) != chain.end() || !AddChain(chain))
+        vb::Raise(vb::ErrInvalidCall);
     renderer.Attach(appsink);
     cameraOut = chain[rendererAt - 1];
     displayIn = chain[rendererAt];
@@ -208,7 +213,8 @@ void Impl::RenderFileBranch(Filter& tee, const PinInfo& pin) {
     Filter* mux = Unlinked(Kind::AviMux);
     Filter* writer = Unlinked(Kind::FileWriter);
     if (!mux || !writer || record.Linked()) vb::Raise(vb::ErrInvalidCall);
-    if (!record.Link(pipeline.get(), tee.element.get(), mux->element.get(), writer->element.get(), faults.writerFailsAfter))
+    if (!record.Link(pipeline.get(), tee.element.get(), mux->element.get(), writer->element.get(),
+                     faults.writerFailsAfter))
         vb::Raise(vb::ErrInvalidCall);
     tee.Link(pin, mux->pins[0]);
     mux->Link(mux->pins[0], pin);
@@ -260,7 +266,11 @@ void InitGStreamer() {
 QStringList MissingElements(bool testCamera) {
     InitGStreamer();
     // Without any of these the picture would stay blank (or the clock would silently go).
-    static const struct { const char* element; const char* package; bool testCameraOnly; } needed[] = {
+    static const struct {
+        const char* element;
+        const char* package;
+        bool testCameraOnly;
+    } needed[] = {
         {"videotestsrc", "gstreamer1.0-plugins-base", true},
         {"timeoverlay", "gstreamer1.0-x", true},
         {"jpegenc", "gstreamer1.0-plugins-good", true},
@@ -327,7 +337,8 @@ void FilterGraph::Render(FilterInfo& filter, const PinInfo& pin) { d_->Render(st
 void FilterGraph::Disconnect(FilterInfo& filter, const PinInfo& pin) {
     auto& f = static_cast<Filter&>(filter);
     // Only the camera's link is ever taken apart; the rest goes with the graph.
-    if (&f != d_->camera || !f.peers.count(pin.Name) || f.peers[pin.Name] != &d_->rendererIn) vb::Raise(vb::ErrInvalidCall);
+    if (&f != d_->camera || !f.peers.count(pin.Name) || f.peers[pin.Name] != &d_->rendererIn)
+        vb::Raise(vb::ErrInvalidCall);
     gst_element_unlink(d_->cameraOut, d_->displayIn);
     f.peers.erase(pin.Name);
 }

@@ -20,7 +20,9 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
     form.setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
     form.SetCaption(caption);
     // A camera gone while the dialog is open leaves the row without effect, not an error.
-    auto set = [&graph, &filter](const QString& id, int value) { vb::Trap([&] { graph.SetControl(filter, id, value); }); };
+    auto set = [&graph, &filter](const QString& id, int value) {
+        vb::Trap([&] { graph.SetControl(filter, id, value); });
+    };
 
     for (int i = 0; i < int(opened.size()); ++i) {
         const CameraControl& c = opened[i];
@@ -29,30 +31,30 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
         label->Move(kMargin, top + 60, kLabelWidth, 255);
         label->SetCaption(c.Label);
         switch (c.kind) {
-            case CameraControl::Integer: {
-                auto* slider = new vb::Slider(form, &form, QStringLiteral("sldControl"), i);
-                slider->Move(kFieldLeft, top, kFieldWidth, 375);
-                slider->SetRange(c.Minimum, c.Maximum);
-                slider->SetTickFrequency(std::max(c.Step, (c.Maximum - c.Minimum) / 10));
-                slider->SetValue(std::clamp(c.Value, c.Minimum, c.Maximum));
-                slider->OnChange = [=] { set(c.Id, slider->Value()); };
-                break;
-            }
-            case CameraControl::Boolean: {
-                auto* check = new vb::CheckBox(form, &form, QStringLiteral("chkControl"), i);
-                check->Move(kFieldLeft, top, kFieldWidth, 375);
-                check->SetValue(c.Value ? 1 : 0);
-                check->OnClick = [=] { set(c.Id, check->Value()); };
-                break;
-            }
-            case CameraControl::Menu: {
-                auto* combo = new vb::ComboBox(form, &form, QStringLiteral("cboControl"), i);
-                combo->Move(kFieldLeft, top, kFieldWidth, 315);
-                for (const QString& item : c.MenuItems) combo->AddItem(item);
-                combo->SetListIndex(c.Value - c.Minimum);
-                combo->OnClick = [=] { set(c.Id, c.Minimum + combo->ListIndex()); };
-                break;
-            }
+        case CameraControl::Integer: {
+            auto* slider = new vb::Slider(form, &form, QStringLiteral("sldControl"), i);
+            slider->Move(kFieldLeft, top, kFieldWidth, 375);
+            slider->SetRange(c.Minimum, c.Maximum);
+            slider->SetTickFrequency(std::max(c.Step, (c.Maximum - c.Minimum) / 10));
+            slider->SetValue(std::clamp(c.Value, c.Minimum, c.Maximum));
+            slider->OnChange = [=] { set(c.Id, slider->Value()); };
+            break;
+        }
+        case CameraControl::Boolean: {
+            auto* check = new vb::CheckBox(form, &form, QStringLiteral("chkControl"), i);
+            check->Move(kFieldLeft, top, kFieldWidth, 375);
+            check->SetValue(c.Value ? 1 : 0);
+            check->OnClick = [=] { set(c.Id, check->Value()); };
+            break;
+        }
+        case CameraControl::Menu: {
+            auto* combo = new vb::ComboBox(form, &form, QStringLiteral("cboControl"), i);
+            combo->Move(kFieldLeft, top, kFieldWidth, 315);
+            for (const QString& item : c.MenuItems) combo->AddItem(item);
+            combo->SetListIndex(c.Value - c.Minimum);
+            combo->OnClick = [=] { set(c.Id, c.Minimum + combo->ListIndex()); };
+            break;
+        }
         }
     }
     const double buttonsTop = kMargin + kRow * double(opened.size()) + kMargin;

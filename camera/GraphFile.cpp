@@ -35,11 +35,16 @@ GraphFile Parse(const QStringList& lines) {
         const qsizetype eq = line.indexOf(u'=');
         if (eq <= 0) vb::Raise(vb::ErrTypeMismatch);
         const QString key = line.left(eq), value = line.mid(eq + 1);
-        if (key == QLatin1String("camera")) g.camera = value, hasCamera = true;
-        else if (key == QLatin1String("device")) g.device = value;
-        else if (key == QLatin1String("width")) g.format.Width = ToInt(value);
-        else if (key == QLatin1String("height")) g.format.Height = ToInt(value);
-        else if (key == QLatin1String("format")) g.format.Format = value;
+        if (key == QLatin1String("camera"))
+            g.camera = value, hasCamera = true;
+        else if (key == QLatin1String("device"))
+            g.device = value;
+        else if (key == QLatin1String("width"))
+            g.format.Width = ToInt(value);
+        else if (key == QLatin1String("height"))
+            g.format.Height = ToInt(value);
+        else if (key == QLatin1String("format"))
+            g.format.Format = value;
         else if (key == QLatin1String("rate")) {
             const QStringList parts = value.split(u'/');
             if (!value.isEmpty()) {
@@ -85,7 +90,8 @@ void GraphFileStore::LoadGraphFile(FilterGraph& graph, const QString& path) {
     for (const auto& [id, value] : g.controls) {
         auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& x) { return x.Id == id; });
         // A control this camera no longer has is passed over; a value out of its range is brought in.
-        if (c != controls.end()) vb::Trap([&] { graph.SetControl(*camera, id, std::clamp(value, c->Minimum, c->Maximum)); });
+        if (c != controls.end())
+            vb::Trap([&] { graph.SetControl(*camera, id, std::clamp(value, c->Minimum, c->Maximum)); });
     }
 }
 
@@ -102,11 +108,16 @@ void GraphFileStore::SaveGraphFile(FilterGraph& graph, const QString& path) {
         gst_structure_get_fraction(s, "framerate", &format.RateNum, &format.RateDen);
         format.Format = FormatName(s);
     }
-    QStringList lines{kHeader, QStringLiteral("camera=") + d.camera->name, QStringLiteral("device=") + d.camera->device,
-                      QStringLiteral("width=%1").arg(format.Width), QStringLiteral("height=%1").arg(format.Height),
+    QStringList lines{kHeader,
+                      QStringLiteral("camera=") + d.camera->name,
+                      QStringLiteral("device=") + d.camera->device,
+                      QStringLiteral("width=%1").arg(format.Width),
+                      QStringLiteral("height=%1").arg(format.Height),
                       QStringLiteral("format=") + format.Format,
-                      format.RateNum ? QStringLiteral("rate=%1/%2").arg(format.RateNum).arg(format.RateDen) : QStringLiteral("rate=")};
-    for (const CameraControl& c : graph.Controls(*d.camera)) lines << QStringLiteral("control.%1=%2").arg(c.Id).arg(c.Value);
+                      format.RateNum ? QStringLiteral("rate=%1/%2").arg(format.RateNum).arg(format.RateDen)
+                                     : QStringLiteral("rate=")};
+    for (const CameraControl& c : graph.Controls(*d.camera))
+        lines << QStringLiteral("control.%1=%2").arg(c.Id).arg(c.Value);
     if (const int err = vb::WriteTextFileSafely(path, lines); err != 0) vb::Raise(err);
 }
 

@@ -28,7 +28,7 @@ struct FilterGraph::Impl {
     const PinInfo rendererIn{QStringLiteral("renderer"), 0};
     CameraFormat format;
     Faults faults;
-    QString lastError;  // the reason of the last failure
+    QString lastError;    // the reason of the last failure
     bool active = false;  // Run or Pause since the last Stop
     std::unique_ptr<QTimer> busTimer;
     bool busWatch = false;

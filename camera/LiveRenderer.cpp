@@ -28,14 +28,15 @@ QImage Wrap(SampleRef sample) {
         return {};
     }
     m->sample = std::move(sample);
-    return QImage(static_cast<const uchar*>(GST_VIDEO_FRAME_PLANE_DATA(&m->frame, 0)), GST_VIDEO_FRAME_WIDTH(&m->frame),
-                  GST_VIDEO_FRAME_HEIGHT(&m->frame), GST_VIDEO_FRAME_PLANE_STRIDE(&m->frame, 0), QImage::Format_RGB32,
-                  [](void* p) {
-                      auto* mapped = static_cast<Mapped*>(p);
-                      gst_video_frame_unmap(&mapped->frame);
-                      delete mapped;
-                  },
-                  m);
+    return QImage(
+        static_cast<const uchar*>(GST_VIDEO_FRAME_PLANE_DATA(&m->frame, 0)), GST_VIDEO_FRAME_WIDTH(&m->frame),
+        GST_VIDEO_FRAME_HEIGHT(&m->frame), GST_VIDEO_FRAME_PLANE_STRIDE(&m->frame, 0), QImage::Format_RGB32,
+        [](void* p) {
+            auto* mapped = static_cast<Mapped*>(p);
+            gst_video_frame_unmap(&mapped->frame);
+            delete mapped;
+        },
+        m);
 }
 
 }  // namespace
@@ -62,7 +63,8 @@ GstFlowReturn LiveRenderer::NewSample(GstAppSink* appsink, gpointer data) {
     r->newest_ = std::move(sample);
     if (!r->repaintPending_) {
         r->repaintPending_ = true;
-        QMetaObject::invokeMethod(r->ui_.get(), [r] { r->ShowNewest(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            r->ui_.get(), [r] { r->ShowNewest(); }, Qt::QueuedConnection);
     }
     return GST_FLOW_OK;
 }
@@ -106,7 +108,8 @@ void LiveRenderer::SetOwner(vb::PictureBox* owner) {
 QSize LiveRenderer::VideoSize() const {
     SampleRef sample = Newest();
     GstVideoInfo info;
-    if (!sample || !gst_sample_get_caps(sample.get()) || !gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get())))
+    if (!sample || !gst_sample_get_caps(sample.get()) ||
+        !gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get())))
         return {0, 0};
     return {GST_VIDEO_INFO_WIDTH(&info), GST_VIDEO_INFO_HEIGHT(&info)};
 }

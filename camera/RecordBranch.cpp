@@ -47,11 +47,13 @@ GstPadProbeReturn RecordBranch::WriterEvent(GstPad*, GstPadProbeInfo* info, gpoi
     return GST_PAD_PROBE_OK;
 }
 
-bool RecordBranch::Link(GstElement* pipeline, GstElement* tee, GstElement* mux, GstElement* writer, int failWritesAfter) {
+bool RecordBranch::Link(GstElement* pipeline, GstElement* tee, GstElement* mux, GstElement* writer,
+                        int failWritesAfter) {
     GstRef<GstElement> queue = Make("queue");
     if (!queue) return false;
     // Room for a few seconds of frames, so a slow disk holds up neither camera nor screen.
-    g_object_set(queue.get(), "max-size-buffers", 0u, "max-size-bytes", 0u, "max-size-time", guint64(4 * GST_SECOND), nullptr);
+    g_object_set(queue.get(), "max-size-buffers", 0u, "max-size-bytes", 0u, "max-size-time", guint64(4 * GST_SECOND),
+                 nullptr);
     for (GstElement* e : {queue.get(), mux, writer}) gst_bin_add(GST_BIN(pipeline), GST_ELEMENT(gst_object_ref(e)));
     // Pads by name: the multiplexer would take a stream of any caps on its audio input.
     GstRef<GstPad> teeOut(gst_element_request_pad_simple(tee, "src_%u"));

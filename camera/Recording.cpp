@@ -98,7 +98,8 @@ void tmrRec_Timer(frmMain& f) {
     }
     // A movie whose folder went away would be finished into a file nobody can reach.
     if (!QFileInfo(f.MovieFileName).absoluteDir().exists())
-        return RecordingFailed(f, QStringLiteral("tmrRec_Timer"), vb::ErrPathNotFound, WriteFailureReason(vb::ErrPathNotFound));
+        return RecordingFailed(f, QStringLiteral("tmrRec_Timer"), vb::ErrPathNotFound,
+                               WriteFailureReason(vb::ErrPathNotFound));
     // Stopped while the file can still be finished with its index.
     double free = 0;
     if (vb::Trap([&] { free = vb::FreeSpace(f.MovieFileName); }) == 0 && free < kRecordReserveBytes)

@@ -70,9 +70,12 @@ void SetTestCameraControl(Filter& camera, const QString& id, int value) {
     auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& x) { return x.Id == id; });
     if (c == controls.end()) vb::Raise(vb::ErrInvalidCall);
     if (value < c->Minimum || value > c->Maximum) vb::Raise(vb::ErrInvalidPropertyValue);
-    if (id == QLatin1String("pattern")) gst_util_set_object_arg(G_OBJECT(camera.pattern), "pattern", kPatterns[value]);
-    else if (id == QLatin1String("horizontal-speed")) g_object_set(camera.pattern, "horizontal-speed", value, nullptr);
-    else g_object_set(camera.clock, "silent", value == 0, nullptr);
+    if (id == QLatin1String("pattern"))
+        gst_util_set_object_arg(G_OBJECT(camera.pattern), "pattern", kPatterns[value]);
+    else if (id == QLatin1String("horizontal-speed"))
+        g_object_set(camera.pattern, "horizontal-speed", value, nullptr);
+    else
+        g_object_set(camera.clock, "silent", value == 0, nullptr);
     camera.values[id] = value;
 }
 

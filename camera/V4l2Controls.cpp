@@ -23,7 +23,8 @@ QString ControlKey(const char* name) {
 // A V4L2 device opened for its controls only.
 class V4l2Device {
 public:
-    explicit V4l2Device(const QString& path) : fd_(path.isEmpty() ? -1 : ::open(path.toLocal8Bit().constData(), O_RDWR | O_NONBLOCK)) {}
+    explicit V4l2Device(const QString& path)
+        : fd_(path.isEmpty() ? -1 : ::open(path.toLocal8Bit().constData(), O_RDWR | O_NONBLOCK)) {}
     ~V4l2Device() {
         if (fd_ >= 0) ::close(fd_);
     }

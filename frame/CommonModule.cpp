@@ -28,8 +28,7 @@ QString Lookup(int32_t number, const QString* replacement) {
                 break;
             }
         }
-        if (replacement && result.contains(QLatin1Char('@')))
-            result.replace(QLatin1Char('@'), *replacement);
+        if (replacement && result.contains(QLatin1Char('@'))) result.replace(QLatin1Char('@'), *replacement);
     });
     if (err != 0) WriteLog(QStringLiteral("GST Error.(%1)").arg(err));
     return result;
@@ -86,14 +85,10 @@ QString GST(int32_t number, double replacement) {
 
 QString WriteFailureReason(int number) {
     switch (number) {
-    case vb::ErrDiskFull:
-        return GST(20201);
-    case vb::ErrPathFileAccess:
-        return GST(20202);
-    case vb::ErrPathNotFound:
-        return GST(20203);
-    default:
-        return GST(20204);
+    case vb::ErrDiskFull: return GST(20201);
+    case vb::ErrPathFileAccess: return GST(20202);
+    case vb::ErrPathNotFound: return GST(20203);
+    default: return GST(20204);
     }
 }
 

@@ -136,9 +136,7 @@ bool GetIniFileData() {
 
 bool WriteIniFileData(const QString& section, const QString& key, const QString& value) {
     bool written = false;
-    const int err = vb::Trap([&] {
-        written = vb::WritePrivateProfileString(section, key, value, IniFilePath());
-    });
+    const int err = vb::Trap([&] { written = vb::WritePrivateProfileString(section, key, value, IniFilePath()); });
     if (err == 0 && written) return true;
     const QString where = QStringLiteral("[Section]=%1,[Key]=%2,[Value]=%3").arg(section, key, value);
     if (err == 0)

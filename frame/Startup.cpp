@@ -136,8 +136,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
     const int err = vb::Trap([&] {
         WriteLog(v.ProgramTitle + QStringLiteral(" Start."));
 
-        for (vb::Control* c : {static_cast<vb::Control*>(f.txtComment[0]),
-                               static_cast<vb::Control*>(f.txtComment[1]),
+        for (vb::Control* c : {static_cast<vb::Control*>(f.txtComment[0]), static_cast<vb::Control*>(f.txtComment[1]),
                                static_cast<vb::Control*>(f.grdResult)})
             c->SetFontName(QStringLiteral("ＭＳ ゴシック"));
 
@@ -152,8 +151,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
         if (!GetIniFileData()) return fail({QStringLiteral("Ini File Read Error."), FatalText, {}});
         UseLanguage(v.Language);
         RemoveStrayTemporaries(v);
-        if (!ReadStringTableData())
-            return fail({QStringLiteral("StringTable File Read Error."), FatalText, {}});
+        if (!ReadStringTableData()) return fail({QStringLiteral("StringTable File Read Error."), FatalText, {}});
 
         vb::App::SetTitle(v.ProgramTitle);
         f.SetCaption(v.ProgramTitle);
@@ -162,8 +160,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
         // The calibration reader is a hook until its subsystem is built.
         if (measure && f.Hooks.ReadProofData && !f.Hooks.ReadProofData(f))
             return fail({QStringLiteral("Proof File Read Error."), FatalText, GST(11100)});
-        if (!ReadGuidanceData())
-            return fail({QStringLiteral("Guidance File Read Error."), FatalText, GST(11100)});
+        if (!ReadGuidanceData()) return fail({QStringLiteral("Guidance File Read Error."), FatalText, GST(11100)});
 
         f.lblJpegQty->SetCaption(QString::number(v.JpegQty));
         f.picViewArea->SetBackColor(0);
@@ -171,14 +168,13 @@ bool Form_Load(frmMain& f, int16_t programType) {
         if (camera) {
             using GraphResult = SubsystemHooks::GraphResult;
             // Without the camera subsystem the camera variants start with no graph.
-            const GraphResult graph =
-                f.Hooks.OpenCameraGraph ? f.Hooks.OpenCameraGraph(f) : GraphResult::Ready;
+            const GraphResult graph = f.Hooks.OpenCameraGraph ? f.Hooks.OpenCameraGraph(f) : GraphResult::Ready;
             if (graph == GraphResult::NoCameraFilter)
-                return fail({QStringLiteral("Camera Filter Error."),
-                             GST(20104) + QLatin1Char('\n') + GST(20105), GST(11103)});
+                return fail(
+                    {QStringLiteral("Camera Filter Error."), GST(20104) + QLatin1Char('\n') + GST(20105), GST(11103)});
             if (graph == GraphResult::NoOutputPin)
-                return fail({QStringLiteral("Camera OutputPIN Error."),
-                             GST(20106) + QLatin1Char('\n') + GST(20107), GST(11104)});
+                return fail({QStringLiteral("Camera OutputPIN Error."), GST(20106) + QLatin1Char('\n') + GST(20107),
+                             GST(11104)});
         } else {
             f.cmdPlayStop->SetVisible(false);
             f.cmdPinProp->SetVisible(false);
@@ -208,8 +204,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
     });
 
     if (err != 0)
-        failure = StartupFailure{QStringLiteral("frmMain:Form_Load Error.(%1)").arg(err), FatalText,
-                                 vb::App::Title()};
+        failure = StartupFailure{QStringLiteral("frmMain:Form_Load Error.(%1)").arg(err), FatalText, vb::App::Title()};
     if (!failure) return true;
     EndWith(f, *failure);
     return false;

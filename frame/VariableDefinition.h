@@ -18,7 +18,7 @@ struct Point2D {
 struct ResultRecord {
     int16_t No = 0;
     CommandMode Kind = CommandMode::Idle;  // the measure that gave it
-    std::vector<Point2D> Points;  // element 0 unused
+    std::vector<Point2D> Points;           // element 0 unused
     double Value = 0;
 };
 

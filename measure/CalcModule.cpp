@@ -70,8 +70,7 @@ Point2D MidPoint(const Point2D& A, const Point2D& B) {
     return m;
 }
 
-bool PerpendicularFoot(const Point2D& L1, const Point2D& L2, const Point2D& P, Point2D& Foot,
-                       double& Distance) {
+bool PerpendicularFoot(const Point2D& L1, const Point2D& L2, const Point2D& P, Point2D& Foot, double& Distance) {
     const double rise = L2.Y - L1.Y;
     if (!Finite(rise)) return false;
     // Coinciding L1 and L2 land here too and still get a foot.
@@ -133,8 +132,7 @@ bool PolygonArea(const std::vector<Point2D>& Points, double& Area) {
     return true;
 }
 
-bool CircleFrom3Points(const Point2D& A, const Point2D& B, const Point2D& C, Point2D& Center,
-                       double& Radius) {
+bool CircleFrom3Points(const Point2D& A, const Point2D& B, const Point2D& C, Point2D& Center, double& Radius) {
     const double dx1 = (B.X - A.X) * 2;
     const double dx2 = (C.X - A.X) * 2;
     const double dy1 = (B.Y - A.Y) * 2;
@@ -157,8 +155,7 @@ bool CircleFrom3Points(const Point2D& A, const Point2D& B, const Point2D& C, Poi
     return true;
 }
 
-bool LineIntersection(const Point2D& A1, const Point2D& A2, const Point2D& B1, const Point2D& B2,
-                      Point2D& Point) {
+bool LineIntersection(const Point2D& A1, const Point2D& A2, const Point2D& B1, const Point2D& B2, Point2D& Point) {
     const double d = (A1.X - A2.X) * (B2.Y - B1.Y) - (B1.X - B2.X) * (A2.Y - A1.Y);
     if (!Finite(d) || d == 0) return false;
     const double ca = A1.X * A2.Y - A2.X * A1.Y;

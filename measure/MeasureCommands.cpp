@@ -64,13 +64,17 @@ struct CommandStart {
 CommandStart StartOf(int16_t index) {
     const VariableDefinition& v = Var();
     switch (index) {
-        case 0: return v.TwoPointCommandMode != 0 ? CommandStart{CommandMode::ParallelDistance, 57, 1} : CommandStart{CommandMode::Distance, 32, 1};
-        case 1: return {CommandMode::Circle, 34, 1};
-        case 2: return {CommandMode::TwoCircles, 37, 3};
-        case 3: return {CommandMode::Perpendicular, 43, 1};
-        case 4: return {CommandMode::Area, 50, 1};
-        case 5: return v.AngleCommandMode != 0 ? CommandStart{CommandMode::TwoLineAngle, 52, 1} : CommandStart{CommandMode::ThreePointAngle, 47, 1};
-        default: return {CommandMode::Count, 30, 1};
+    case 0:
+        return v.TwoPointCommandMode != 0 ? CommandStart{CommandMode::ParallelDistance, 57, 1}
+                                          : CommandStart{CommandMode::Distance, 32, 1};
+    case 1: return {CommandMode::Circle, 34, 1};
+    case 2: return {CommandMode::TwoCircles, 37, 3};
+    case 3: return {CommandMode::Perpendicular, 43, 1};
+    case 4: return {CommandMode::Area, 50, 1};
+    case 5:
+        return v.AngleCommandMode != 0 ? CommandStart{CommandMode::TwoLineAngle, 52, 1}
+                                       : CommandStart{CommandMode::ThreePointAngle, 47, 1};
+    default: return {CommandMode::Count, 30, 1};
     }
 }
 
@@ -95,9 +99,12 @@ void DistanceClick(frmMain& f, int n, double x, double y) {
 
 void CircleClick(frmMain& f, int n, double x, double y) {
     switch (n) {
-        case 1: DispGuidance(f, 35); break;
-        case 2: DispGuidance(f, 36); StartCircle(f, 1, x, y); break;
-        default: Finish(f);
+    case 1: DispGuidance(f, 35); break;
+    case 2:
+        DispGuidance(f, 36);
+        StartCircle(f, 1, x, y);
+        break;
+    default: Finish(f);
     }
 }
 
@@ -145,8 +152,7 @@ void PerpendicularClick(frmMain& f, int n, double x, double y) {
 void AreaClick(frmMain& f, int n, double x, double y) {
     DispGuidance(f, 51);
     if (n > 3 && PointDistance(f.WorkPoints[1], f.WorkPoints[n]) < kCloseDistance) {
-        const int answer =
-            vb::Host().MsgBox(GST(20120), vb::vbYesNo | vb::vbQuestion, GST(11120), &f);
+        const int answer = vb::Host().MsgBox(GST(20120), vb::vbYesNo | vb::vbQuestion, GST(11120), &f);
         // The closing click is never a corner.
         CutTo(f, n - 1);
         if (answer == vb::vbYes) Finish(f);
@@ -158,19 +164,38 @@ void AreaClick(frmMain& f, int n, double x, double y) {
 
 void AngleClick(frmMain& f, int n, double x, double y) {
     switch (n) {
-        case 1: DispGuidance(f, 48); StartLine(f, 1, x, y); break;
-        case 2: DispGuidance(f, 49); PinLine(f, 1, x, y); StartLine(f, 2, x, y); break;
-        default: Finish(f);
+    case 1:
+        DispGuidance(f, 48);
+        StartLine(f, 1, x, y);
+        break;
+    case 2:
+        DispGuidance(f, 49);
+        PinLine(f, 1, x, y);
+        StartLine(f, 2, x, y);
+        break;
+    default: Finish(f);
     }
 }
 
 void TwoLinesClick(frmMain& f, int n, double x, double y) {
     switch (n) {
-        case 1: DispGuidance(f, 53); StartLine(f, 1, x, y); break;
-        case 2: DispGuidance(f, 54); PinLine(f, 1, x, y); break;
-        case 3: DispGuidance(f, 55); StartLine(f, 2, x, y); break;
-        case 4: DispGuidance(f, 56); PinLine(f, 2, x, y); break;
-        default: Finish(f);
+    case 1:
+        DispGuidance(f, 53);
+        StartLine(f, 1, x, y);
+        break;
+    case 2:
+        DispGuidance(f, 54);
+        PinLine(f, 1, x, y);
+        break;
+    case 3:
+        DispGuidance(f, 55);
+        StartLine(f, 2, x, y);
+        break;
+    case 4:
+        DispGuidance(f, 56);
+        PinLine(f, 2, x, y);
+        break;
+    default: Finish(f);
     }
 }
 
@@ -206,16 +231,16 @@ void LeftClick(frmMain& f, double x, double y) {
     f.WorkPoints.push_back(Point2D{x, y});
     const int n = Points(f);
     switch (f.CommandMode) {
-        case CommandMode::Count: CountClick(f, n, x, y); break;
-        case CommandMode::Distance: DistanceClick(f, n, x, y); break;
-        case CommandMode::Circle: CircleClick(f, n, x, y); break;
-        case CommandMode::TwoCircles: TwoCirclesClick(f, n, x, y); break;
-        case CommandMode::Perpendicular: PerpendicularClick(f, n, x, y); break;
-        case CommandMode::Area: AreaClick(f, n, x, y); break;
-        case CommandMode::ThreePointAngle: AngleClick(f, n, x, y); break;
-        case CommandMode::TwoLineAngle: TwoLinesClick(f, n, x, y); break;
-        case CommandMode::ParallelDistance: ParallelClick(f, n, x, y); break;
-        default: break;
+    case CommandMode::Count: CountClick(f, n, x, y); break;
+    case CommandMode::Distance: DistanceClick(f, n, x, y); break;
+    case CommandMode::Circle: CircleClick(f, n, x, y); break;
+    case CommandMode::TwoCircles: TwoCirclesClick(f, n, x, y); break;
+    case CommandMode::Perpendicular: PerpendicularClick(f, n, x, y); break;
+    case CommandMode::Area: AreaClick(f, n, x, y); break;
+    case CommandMode::ThreePointAngle: AngleClick(f, n, x, y); break;
+    case CommandMode::TwoLineAngle: TwoLinesClick(f, n, x, y); break;
+    case CommandMode::ParallelDistance: ParallelClick(f, n, x, y); break;
+    default: break;
     }
 }
 
@@ -244,46 +269,57 @@ void RightClick(frmMain& f) {
         return;
     }
     switch (f.CommandMode) {
-        case CommandMode::Count: Finish(f); break;
-        case CommandMode::Distance: StepBack(f, {32, 0, 1}); break;
-        case CommandMode::Circle:
-            if (n == 1) StepBack(f, {34, 0});
-            else StepBack(f, {35, 1, 0, 0, 1});
-            break;
-        case CommandMode::TwoCircles: {
-            static constexpr int16_t guidance[] = {0, 37, 38, 39, 40, 41};
-            Back b{guidance[n], n - 1};
-            if (n == 2) b.unloadCircle = 1;
-            if (n == 5) b.unloadCircle = 2;
-            StepBack(f, b);
-            break;
-        }
-        case CommandMode::Perpendicular:
-            if (n == 1) StepBack(f, {43, 0, 1});
-            else if (n == 2) StepBack(f, {44, 1});  // line 1 stays; its free end follows the pointer
-            else Finish(f);
-            break;
-        case CommandMode::Area:
-            if (n == 1) StepBack(f, {50, 0, 1});
-            else StepBack(f, {51, n - 1, n});
-            break;
-        case CommandMode::ThreePointAngle:
-            if (n == 1) StepBack(f, {47, 0, 1});
-            else StepBack(f, {48, 1, 2});
-            break;
-        case CommandMode::TwoLineAngle: {
-            static constexpr int16_t guidance[] = {0, 52, 53, 54, 55};
-            Back b{guidance[n], n - 1};
-            if (n == 1) b.unloadLine1 = 1;
-            if (n == 3) b.unloadLine1 = 2;
-            StepBack(f, b);
-            break;
-        }
-        case CommandMode::ParallelDistance:
-            if (n == 1) StepBack(f, {57, 0, 1});
-            else StepBack(f, {58, 1, 2, 3});
-            break;
-        default: break;
+    case CommandMode::Count: Finish(f); break;
+    case CommandMode::Distance: StepBack(f, {32, 0, 1}); break;
+    case CommandMode::Circle:
+        if (n == 1)
+            StepBack(f, {34, 0});
+        else
+            StepBack(f, {35, 1, 0, 0, 1});
+        break;
+    case CommandMode::TwoCircles: {
+        static constexpr int16_t guidance[] = {0, 37, 38, 39, 40, 41};
+        Back b{guidance[n], n - 1};
+        if (n == 2) b.unloadCircle = 1;
+        if (n == 5) b.unloadCircle = 2;
+        StepBack(f, b);
+        break;
+    }
+    case CommandMode::Perpendicular:
+        if (n == 1)
+            StepBack(f, {43, 0, 1});
+        else if (n == 2)
+            StepBack(f, {44, 1});  // line 1 stays; its free end follows the pointer
+        else
+            Finish(f);
+        break;
+    case CommandMode::Area:
+        if (n == 1)
+            StepBack(f, {50, 0, 1});
+        else
+            StepBack(f, {51, n - 1, n});
+        break;
+    case CommandMode::ThreePointAngle:
+        if (n == 1)
+            StepBack(f, {47, 0, 1});
+        else
+            StepBack(f, {48, 1, 2});
+        break;
+    case CommandMode::TwoLineAngle: {
+        static constexpr int16_t guidance[] = {0, 52, 53, 54, 55};
+        Back b{guidance[n], n - 1};
+        if (n == 1) b.unloadLine1 = 1;
+        if (n == 3) b.unloadLine1 = 2;
+        StepBack(f, b);
+        break;
+    }
+    case CommandMode::ParallelDistance:
+        if (n == 1)
+            StepBack(f, {57, 0, 1});
+        else
+            StepBack(f, {58, 1, 2, 3});
+        break;
+    default: break;
     }
 }
 
@@ -321,8 +357,10 @@ void picStillView_MouseUp(frmMain& f, int16_t Button, int16_t /*Shift*/, float X
         return;
     }
     if (!IsMeasure(f.CommandMode)) return;
-    if (Button == 1) LeftClick(f, X, Y);
-    else if (Button == 2) RightClick(f);
+    if (Button == 1)
+        LeftClick(f, X, Y);
+    else if (Button == 2)
+        RightClick(f);
 }
 
 void EndMeasureCommand(frmMain& f) {

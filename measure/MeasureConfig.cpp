@@ -1,6 +1,5 @@
 #include "MeasureConfig.h"
 
-
 #include "CommonModule.h"
 #include "Language.h"
 #include "Convert.h"
@@ -17,8 +16,8 @@ namespace {
 const QString kFont = QStringLiteral("ＭＳ Ｐゴシック");
 
 // No close, minimize or maximize box: the dialog ends only through OK or Cancel.
-constexpr Qt::WindowFlags kDialogFlags = Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                                         Qt::MSWindowsFixedSizeDialogHint;
+constexpr Qt::WindowFlags kDialogFlags =
+    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::MSWindowsFixedSizeDialogHint;
 
 constexpr const char* kFontSizes[] = {"8", "9", "10", "11", "12", "14", "16", "18", "20"};
 
@@ -34,25 +33,21 @@ struct CaptionDesign {
     Placed at;
 };
 constexpr CaptionDesign kCaptions[12] = {
-    {13002, "計測線（通常）", {180, 330, 1935, 255}},
-    {13003, "計測値（通常）", {180, 690, 1935, 255}},
-    {13004, "計測線（選択）", {180, 1050, 1935, 255}},
-    {13005, "計測値（選択）", {180, 1410, 1935, 255}},
-    {13006, "仮表示", {180, 1770, 1935, 255}},
-    {13011, "十字線の本数", {180, 330, 1455, 255}},
-    {13012, "十字線の色", {180, 690, 1935, 255}},
-    {13023, "スケールの色", {180, 1050, 1935, 255}},
-    {13021, "小数点以下桁数", {180, 330, 1575, 255}},
-    {13022, "文字サイズ", {180, 750, 1575, 255}},
-    {13024, "角度計測方法", {180, 1170, 2655, 255}},
-    {13027, "2点間計測方法", {180, 1890, 2655, 255}},
+    {13002, "計測線（通常）", {180, 330, 1935, 255}},  {13003, "計測値（通常）", {180, 690, 1935, 255}},
+    {13004, "計測線（選択）", {180, 1050, 1935, 255}}, {13005, "計測値（選択）", {180, 1410, 1935, 255}},
+    {13006, "仮表示", {180, 1770, 1935, 255}},         {13011, "十字線の本数", {180, 330, 1455, 255}},
+    {13012, "十字線の色", {180, 690, 1935, 255}},      {13023, "スケールの色", {180, 1050, 1935, 255}},
+    {13021, "小数点以下桁数", {180, 330, 1575, 255}},  {13022, "文字サイズ", {180, 750, 1575, 255}},
+    {13024, "角度計測方法", {180, 1170, 2655, 255}},   {13027, "2点間計測方法", {180, 1890, 2655, 255}},
 };
 
 // Swatches: their frame (1 or 2) and place; the rows line up with the captions.
-constexpr struct { int frame; Placed at; } kSwatches[7] = {
-    {1, {2280, 300, 675, 285}}, {1, {2280, 660, 675, 285}},  {1, {2280, 1020, 675, 285}},
-    {1, {2280, 1380, 675, 285}}, {1, {2280, 1740, 675, 285}}, {2, {2280, 660, 675, 285}},
-    {2, {2280, 1020, 675, 285}},
+constexpr struct {
+    int frame;
+    Placed at;
+} kSwatches[7] = {
+    {1, {2280, 300, 675, 285}},  {1, {2280, 660, 675, 285}}, {1, {2280, 1020, 675, 285}}, {1, {2280, 1380, 675, 285}},
+    {1, {2280, 1740, 675, 285}}, {2, {2280, 660, 675, 285}}, {2, {2280, 1020, 675, 285}},
 };
 
 template <class T>
@@ -65,8 +60,8 @@ T* Design(T* control, const Placed& at) {
 
 // The variables the swatches edit, in swatch order.
 std::array<uint32_t*, 7> SwatchColors(VariableDefinition& v) {
-    return {&v.MeasureLineColor[1], &v.MeasureValueColor[1], &v.MeasureLineColor[2],
-            &v.MeasureValueColor[2], &v.MeasureLineColor[3], &v.CrossLineColor, &v.ScaleColor};
+    return {&v.MeasureLineColor[1], &v.MeasureValueColor[1], &v.MeasureLineColor[2], &v.MeasureValueColor[2],
+            &v.MeasureLineColor[3], &v.CrossLineColor,       &v.ScaleColor};
 }
 
 int16_t IntOf(const QString& text) { return static_cast<int16_t>(vb::Val(text)); }
@@ -127,10 +122,9 @@ frmMeasureConfig::frmMeasureConfig() : vb::Form(QStringLiteral("frmMeasureConfig
     cmdCancel->SetCaption(FormText("キャンセル"));
 
     // Swatches are labels and take no focus; the rest go top to bottom, left column first.
-    const vb::Control* order[] = {optCrossLineNum[0], optCrossLineNum[1], cboDec,
-                                  cboFontSize,        optAngleCommand[0], optAngleCommand[1],
-                                  opt2PointCommand[0], opt2PointCommand[1], cmdOK,
-                                  cmdCancel};
+    const vb::Control* order[] = {
+        optCrossLineNum[0],  optCrossLineNum[1],  cboDec, cboFontSize, optAngleCommand[0], optAngleCommand[1],
+        opt2PointCommand[0], opt2PointCommand[1], cmdOK,  cmdCancel};
     for (size_t i = 1; i < std::size(order); ++i) setTabOrder(order[i - 1]->Widget(), order[i]->Widget());
 
     cmdOK->OnClick = [this] { cmdOK_Click(); };

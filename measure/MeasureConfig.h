@@ -8,7 +8,6 @@
 #include "Controls.h"
 #include "Form.h"
 
-
 namespace tavix {
 
 class frmMain;
@@ -42,7 +41,6 @@ public:
     void cmdCancel_Click();
     // Picks a colour for the swatch; Cancel in the colour dialog keeps the swatch.
     void lblColor_Click(int Index);
-
 };
 
 // Opens frmMeasureConfig, then brings the main window in line with the settings it leaves,

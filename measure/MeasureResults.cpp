@@ -214,8 +214,7 @@ void AddMeasureResult(frmMain& f) {
         WriteRow(f, GST(11132), vb::Format(r.Value, f.ResultFormat), proof.Unit);
         break;
     }
-    default:
-        break;
+    default: break;
     }
     Finish(f);
 }

@@ -44,36 +44,33 @@ void picStillView_MouseMove(frmMain& f, int16_t /*Button*/, int16_t /*Shift*/, f
     const int n = static_cast<int>(f.WorkPoints.size()) - 1;
     const Point2D p{X, Y};
     switch (f.CommandMode) {
-        case CommandMode::FirstCrossLine:
-        case CommandMode::SecondCrossLine:
-            MoveCrossLine(f, X, Y);
-            break;
-        case CommandMode::Calibration:
-        case CommandMode::Distance:
-        case CommandMode::Perpendicular:
-            if (n == 1) FreeEnd(f, 1, X, Y);
-            break;
-        case CommandMode::Circle:
-            if (n == 2) CircleThrough(f, 1, f.WorkPoints[1], f.WorkPoints[2], p);
-            break;
-        case CommandMode::TwoCircles:
-            if (n == 2) CircleThrough(f, 1, f.WorkPoints[1], f.WorkPoints[2], p);
-            if (n == 5) CircleThrough(f, 2, f.WorkPoints[4], f.WorkPoints[5], p);
-            break;
-        case CommandMode::Area:
-        case CommandMode::ThreePointAngle:
-            if (n >= 1) FreeEnd(f, n, X, Y);
-            break;
-        case CommandMode::TwoLineAngle:
-            if (n == 1) FreeEnd(f, 1, X, Y);
-            if (n == 3) FreeEnd(f, 2, X, Y);
-            break;
-        case CommandMode::ParallelDistance:
-            if (n == 1) FreeEnd(f, 1, X, Y);
-            if (n == 2) ParallelThrough(f, p);
-            break;
-        default:
-            break;
+    case CommandMode::FirstCrossLine:
+    case CommandMode::SecondCrossLine: MoveCrossLine(f, X, Y); break;
+    case CommandMode::Calibration:
+    case CommandMode::Distance:
+    case CommandMode::Perpendicular:
+        if (n == 1) FreeEnd(f, 1, X, Y);
+        break;
+    case CommandMode::Circle:
+        if (n == 2) CircleThrough(f, 1, f.WorkPoints[1], f.WorkPoints[2], p);
+        break;
+    case CommandMode::TwoCircles:
+        if (n == 2) CircleThrough(f, 1, f.WorkPoints[1], f.WorkPoints[2], p);
+        if (n == 5) CircleThrough(f, 2, f.WorkPoints[4], f.WorkPoints[5], p);
+        break;
+    case CommandMode::Area:
+    case CommandMode::ThreePointAngle:
+        if (n >= 1) FreeEnd(f, n, X, Y);
+        break;
+    case CommandMode::TwoLineAngle:
+        if (n == 1) FreeEnd(f, 1, X, Y);
+        if (n == 3) FreeEnd(f, 2, X, Y);
+        break;
+    case CommandMode::ParallelDistance:
+        if (n == 1) FreeEnd(f, 1, X, Y);
+        if (n == 2) ParallelThrough(f, p);
+        break;
+    default: break;
     }
 }
 

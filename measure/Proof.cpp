@@ -19,7 +19,6 @@ namespace tavix {
 
 namespace {
 
-
 QString ProofFilePath() { return vb::AppPathJoin(Var().ProofFileName); }
 
 // The Value field: the whole item a decimal number (a missing leading zero and an exponent

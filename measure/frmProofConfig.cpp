@@ -15,8 +15,8 @@ namespace {
 const QString kFont = QStringLiteral("ＭＳ Ｐゴシック");
 
 // No close, minimize or maximize box: the dialog ends only through OK or Cancel.
-constexpr Qt::WindowFlags kDialogFlags = Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                                         Qt::MSWindowsFixedSizeDialogHint;
+constexpr Qt::WindowFlags kDialogFlags =
+    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::MSWindowsFixedSizeDialogHint;
 
 template <class T>
 T* Design(T* control, double left, double top, double width, double height) {
@@ -101,8 +101,7 @@ void frmProofConfig::cmdOK_Click() {
     if (known <= 0) return Refuse(24002, txtValue);
     if (cboUnit->Text().isEmpty()) return Refuse(24003, cboUnit);
     double value = 0;
-    if (vb::Trap([&] { value = NewValue(known, txtValue->Tag, v.ZoomFactor); }) != 0)
-        return Refuse(24004, txtValue);
+    if (vb::Trap([&] { value = NewValue(known, txtValue->Tag, v.ZoomFactor); }) != 0) return Refuse(24004, txtValue);
 
     ProofRecord& slot = v.ProofTable[v.CurrentProofNo];
     const ProofRecord former = slot;

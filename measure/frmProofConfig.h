@@ -5,7 +5,6 @@
 #include "Controls.h"
 #include "Form.h"
 
-
 namespace tavix {
 
 class frmProofConfig : public vb::Form {

@@ -51,18 +51,18 @@ QColor SystemColor(uint32_t index) {
     case 0x08: return pal.color(QPalette::Text);             // window text
     case 0x09: return pal.color(QPalette::HighlightedText);  // active title text
     case 0x0A:
-    case 0x0B: return pal.color(QPalette::Button);           // borders
-    case 0x0C: return pal.color(QPalette::Mid);              // application workspace
+    case 0x0B: return pal.color(QPalette::Button);  // borders
+    case 0x0C: return pal.color(QPalette::Mid);     // application workspace
     case 0x0D: return pal.color(QPalette::Highlight);
     case 0x0E: return pal.color(QPalette::HighlightedText);
-    case 0x0F: return pal.color(QPalette::Button);           // button face
-    case 0x10: return pal.color(QPalette::Dark);             // button shadow
+    case 0x0F: return pal.color(QPalette::Button);                    // button face
+    case 0x10: return pal.color(QPalette::Dark);                      // button shadow
     case 0x11: return pal.color(QPalette::Disabled, QPalette::Text);  // grey text
     case 0x12: return pal.color(QPalette::ButtonText);
-    case 0x13: return pal.color(QPalette::Text);             // inactive title text
-    case 0x14: return pal.color(QPalette::Light);            // 3-D highlight
-    case 0x15: return pal.color(QPalette::Shadow);           // 3-D dark shadow
-    case 0x16: return pal.color(QPalette::Midlight);         // 3-D light
+    case 0x13: return pal.color(QPalette::Text);      // inactive title text
+    case 0x14: return pal.color(QPalette::Light);     // 3-D highlight
+    case 0x15: return pal.color(QPalette::Shadow);    // 3-D dark shadow
+    case 0x16: return pal.color(QPalette::Midlight);  // 3-D light
     case 0x17: return pal.color(QPalette::ToolTipText);
     case 0x18: return pal.color(QPalette::ToolTipBase);
     default: return pal.color(QPalette::Window);
@@ -72,10 +72,13 @@ QColor SystemColor(uint32_t index) {
 QStringList FamiliesFor(const QString& name) {
     // The Windows gothics are not installed; the IPA fonts carry the same glyphs, and the
     // proportional one stands in for the proportional "Ｐゴシック".
-    const bool proportional = name.contains(QChar(0xFF30)) || name.contains(QStringLiteral("PGothic"), Qt::CaseInsensitive);
+    const bool proportional =
+        name.contains(QChar(0xFF30)) || name.contains(QStringLiteral("PGothic"), Qt::CaseInsensitive);
     QStringList families{name};
-    if (proportional) families << QStringLiteral("IPAPGothic") << QStringLiteral("IPAGothic");
-    else families << QStringLiteral("IPAGothic") << QStringLiteral("IPAPGothic");
+    if (proportional)
+        families << QStringLiteral("IPAPGothic") << QStringLiteral("IPAGothic");
+    else
+        families << QStringLiteral("IPAGothic") << QStringLiteral("IPAPGothic");
     families << QStringLiteral("Noto Sans CJK JP") << QStringLiteral("sans-serif");
     return families;
 }
@@ -173,8 +176,10 @@ void Control::AttachWidget() {
     ApplyGeometry();
     // Under a parent not shown yet the widget shows along with it; under a shown one it
     // has to be shown itself.
-    if (!visible_) w->hide();
-    else if (parent->isVisible()) w->show();
+    if (!visible_)
+        w->hide();
+    else if (parent->isVisible())
+        w->show();
 }
 
 bool Control::Enabled() const { return enabled_; }
@@ -289,12 +294,11 @@ void Control::ApplyFont() {
 
 // ---- CommandButton ----
 
-CommandButton::CommandButton(Form& form, ContainerBase* container, const QString& name, int index,
-                             bool graphical)
+CommandButton::CommandButton(Form& form, ContainerBase* container, const QString& name, int index, bool graphical)
     : CommandButton(form, container, name, index, graphical, new QToolButton(ParentFor(form, container))) {}
 
-CommandButton::CommandButton(Form& form, ContainerBase* container, const QString& name, int index,
-                             bool graphical, QToolButton* button)
+CommandButton::CommandButton(Form& form, ContainerBase* container, const QString& name, int index, bool graphical,
+                             QToolButton* button)
     : Control(form, container, name, index), button_(button), graphical_(graphical) {
     button_->setToolButtonStyle(graphical ? Qt::ToolButtonTextUnderIcon : Qt::ToolButtonTextOnly);
     button_->setIconSize(QSize(IconPixels, IconPixels));
@@ -321,9 +325,7 @@ void CommandButton::SetDisabledPicture(const Picture& picture) {
 
 void CommandButton::Click() { button_->click(); }
 
-void CommandButton::UserClicked() {
-    RunEvent(OnClick);
-}
+void CommandButton::UserClicked() { RunEvent(OnClick); }
 
 void CommandButton::ApplyGeometry() { Control::ApplyGeometry(); }
 
@@ -347,9 +349,9 @@ void CommandButton::UpdateIcon() {
 // ---- CheckBox ----
 
 CheckBox::CheckBox(Form& form, ContainerBase* container, const QString& name, int index, bool graphical)
-    : CommandButton(form, container, name, index, graphical,
-                    graphical ? new QToolButton(ParentFor(form, container))
-                              : new CheckLookButton(ParentFor(form, container))) {
+    : CommandButton(
+          form, container, name, index, graphical,
+          graphical ? new QToolButton(ParentFor(form, container)) : new CheckLookButton(ParentFor(form, container))) {
     button_->setCheckable(true);
 }
 
@@ -490,9 +492,7 @@ void TextBox::SetLocked(bool locked) { edit_->setReadOnly(locked); }
 OptionButton::OptionButton(Form& form, ContainerBase* container, const QString& name, int index)
     : Control(form, container, name, index), radio_(new QRadioButton(ParentFor(form, container))) {
     radio_->setAutoExclusive(true);
-    QObject::connect(radio_, &QRadioButton::clicked, radio_, [this] {
-        RunEvent(OnClick);
-    });
+    QObject::connect(radio_, &QRadioButton::clicked, radio_, [this] { RunEvent(OnClick); });
     AttachWidget();
 }
 
@@ -558,9 +558,7 @@ void Slider::SetLargeChange(int step) { slider_->setPageStep(step); }
 Label::Label(Form& form, ContainerBase* container, const QString& name, int index)
     : Control(form, container, name, index) {
     auto* label = new ClickLabel(ParentFor(form, container));
-    label->clicked = [this] {
-        RunEvent(OnClick);
-    };
+    label->clicked = [this] { RunEvent(OnClick); };
     label_ = label;
     label_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     label_->setTextFormat(Qt::PlainText);
@@ -584,8 +582,7 @@ void Label::ApplyGeometry() {
     if (!container_ || label_->frameShape() != QFrame::NoFrame) return;
     const int needed = label_->sizeHint().width();
     const int room = container_->ClientWidget()->width() - label_->x();
-    if (needed > label_->width() && room > label_->width())
-        label_->resize(std::min(needed, room), label_->height());
+    if (needed > label_->width() && room > label_->width()) label_->resize(std::min(needed, room), label_->height());
 }
 
 void Label::ApplyFont() {
@@ -618,8 +615,10 @@ void Label::SetBorderStyle(int style) {
 Frame::Frame(Form& form, ContainerBase* container, const QString& name, int index, bool border)
     : Control(form, container, name, index), border_(border) {
     QWidget* parent = ParentFor(form, container);
-    if (border) frame_ = new QGroupBox(parent);
-    else frame_ = new QWidget(parent);
+    if (border)
+        frame_ = new QGroupBox(parent);
+    else
+        frame_ = new QWidget(parent);
     AttachWidget();
 }
 
@@ -634,8 +633,10 @@ QString Frame::Caption() const {
 }
 
 void Frame::SetCaption(const QString& caption) {
-    if (border_) static_cast<QGroupBox*>(frame_)->setTitle(caption);
-    else frame_->setWindowTitle(caption);
+    if (border_)
+        static_cast<QGroupBox*>(frame_)->setTitle(caption);
+    else
+        frame_->setWindowTitle(caption);
 }
 
 // ---- Image ----
@@ -647,9 +648,7 @@ Image::Image(Form& form, ContainerBase* container, const QString& name, int inde
 
 Timer::Timer(Form& form, ContainerBase* container, const QString& name, int index)
     : Control(form, container, name, index), timer_(new QTimer) {
-    QObject::connect(timer_, &QTimer::timeout, timer_, [this] {
-        RunEvent(OnTimer);
-    });
+    QObject::connect(timer_, &QTimer::timeout, timer_, [this] { RunEvent(OnTimer); });
 }
 
 Timer::~Timer() { delete timer_; }

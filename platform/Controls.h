@@ -154,8 +154,7 @@ private:
 // Push button; "graphical" puts the picture above the caption.
 class CommandButton : public Control {
 public:
-    CommandButton(Form& form, ContainerBase* container, const QString& name, int index = -1,
-                  bool graphical = false);
+    CommandButton(Form& form, ContainerBase* container, const QString& name, int index = -1, bool graphical = false);
     QWidget* Widget() const override;
     QString Caption() const override;
     void SetCaption(const QString& caption) override;
@@ -168,8 +167,8 @@ public:
 
 protected:
     // For subclasses that bring their own button.
-    CommandButton(Form& form, ContainerBase* container, const QString& name, int index,
-                  bool graphical, QToolButton* button);
+    CommandButton(Form& form, ContainerBase* container, const QString& name, int index, bool graphical,
+                  QToolButton* button);
     // A press by the user (or Click()).
     virtual void UserClicked();
     void ApplyGeometry() override;
@@ -183,8 +182,7 @@ protected:
 // Check box; "graphical" is a button that stays pressed while checked.
 class CheckBox : public CommandButton {
 public:
-    CheckBox(Form& form, ContainerBase* container, const QString& name, int index = -1,
-             bool graphical = false);
+    CheckBox(Form& form, ContainerBase* container, const QString& name, int index = -1, bool graphical = false);
     int Value() const;
     // Fires Click when the value changes, as a user's click does.
     void SetValue(int value);
@@ -294,8 +292,7 @@ private:
 // A frame; with a caption it draws a titled border, without one it is a bare panel.
 class Frame : public Control, public ContainerBase {
 public:
-    Frame(Form& form, ContainerBase* container, const QString& name, int index = -1,
-          bool border = true);
+    Frame(Form& form, ContainerBase* container, const QString& name, int index = -1, bool border = true);
     QWidget* Widget() const override;
     QWidget* ClientWidget() const override;
     QString Caption() const override;
@@ -529,4 +526,3 @@ private:
 };
 
 }  // namespace vb
-

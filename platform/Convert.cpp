@@ -12,9 +12,7 @@ namespace vb {
 
 namespace {
 
-bool IsBlank(QChar c) {
-    return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n';
-}
+bool IsBlank(QChar c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -34,10 +32,14 @@ bool ParseRadix(const std::string& s, size_t pos, int base, size_t& end, uint64_
     for (; i < s.size(); ++i) {
         int d;
         const char c = s[i];
-        if (IsDigit(c)) d = c - '0';
-        else if (c >= 'a' && c <= 'f') d = c - 'a' + 10;
-        else if (c >= 'A' && c <= 'F') d = c - 'A' + 10;
-        else break;
+        if (IsDigit(c))
+            d = c - '0';
+        else if (c >= 'a' && c <= 'f')
+            d = c - 'a' + 10;
+        else if (c >= 'A' && c <= 'F')
+            d = c - 'A' + 10;
+        else
+            break;
         if (d >= base) break;
         bits = bits * base + d;
         if (bits > 0xFFFFFFFFull) Raise(ErrOverflow);
@@ -275,8 +277,10 @@ QString Format(double value, const QString& format) {
                 ++intZeros;
             }
         } else if (c == u'#') {
-            if (point) ++fracHashes;
-            else if (intZeros > 0) return General(value);
+            if (point)
+                ++fracHashes;
+            else if (intZeros > 0)
+                return General(value);
         } else if (c == u',' && !point) {
             grouping = true;
         } else {
@@ -288,12 +292,11 @@ QString Format(double value, const QString& format) {
     std::string intPart, fracPart;
     ExactFixed(value, fracZeros + fracHashes, intPart, fracPart);
     while (fracPart.size() > static_cast<size_t>(fracZeros) && fracPart.back() == '0') fracPart.pop_back();
-    const bool zero = intPart.find_first_not_of('0') == std::string::npos &&
-                      fracPart.find_first_not_of('0') == std::string::npos;
+    const bool zero =
+        intPart.find_first_not_of('0') == std::string::npos && fracPart.find_first_not_of('0') == std::string::npos;
 
     intPart.erase(0, std::min(intPart.find_first_not_of('0'), intPart.size()));
-    if (intPart.size() < static_cast<size_t>(intZeros))
-        intPart.insert(0, std::string(intZeros - intPart.size(), '0'));
+    if (intPart.size() < static_cast<size_t>(intZeros)) intPart.insert(0, std::string(intZeros - intPart.size(), '0'));
     if (grouping) {
         for (int i = static_cast<int>(intPart.size()) - 3; i > 0; i -= 3) intPart.insert(i, ",");
     }

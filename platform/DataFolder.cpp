@@ -40,16 +40,17 @@ ProgramFolder ProgramFolderOf(const QString& exeDir) {
     return Writable(ini) && Writable(exeDir) ? ProgramFolder::WritableIni : ProgramFolder::ReadOnlyIni;
 }
 
-DataFolderChoice ChooseDataFolder(const QString& exeDir, ProgramFolder kind,
-                                  const QProcessEnvironment& env) {
+DataFolderChoice ChooseDataFolder(const QString& exeDir, ProgramFolder kind, const QProcessEnvironment& env) {
     if (kind == ProgramFolder::WritableIni) return {exeDir, {}, {}};
     // A relative XDG_CONFIG_HOME is invalid and ignored, as the base directory rules say.
     QString config = env.value(QStringLiteral("XDG_CONFIG_HOME"));
     if (!QDir::isAbsolutePath(config)) {
         const QString home = env.value(QStringLiteral("HOME"));
         if (!QDir::isAbsolutePath(home))
-            return {{}, {}, QStringLiteral("Neither HOME nor XDG_CONFIG_HOME is set: "
-                                           "there is no folder for this user's files.")};
+            return {{},
+                    {},
+                    QStringLiteral("Neither HOME nor XDG_CONFIG_HOME is set: "
+                                   "there is no folder for this user's files.")};
         config = home + QStringLiteral("/.config");
     }
     const QString shipped = kind == ProgramFolder::ReadOnlyIni

@@ -21,8 +21,7 @@ struct DataFolderChoice {
 };
 
 // No file system access: the folder of the executable, what it holds, the environment.
-DataFolderChoice ChooseDataFolder(const QString& exeDir, ProgramFolder kind,
-                                  const QProcessEnvironment& env);
+DataFolderChoice ChooseDataFolder(const QString& exeDir, ProgramFolder kind, const QProcessEnvironment& env);
 
 // Creates choice.Path from choice.Shipped unless it exists. The copy is made in a hidden
 // sibling folder and renamed into place, so a start that dies half-way leaves no folder

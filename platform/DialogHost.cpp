@@ -171,8 +171,10 @@ void QtDialogHost::ShowModal(Form& form, QWidget* owner) {
 void QtDialogHost::SetBusy(bool busy) {
     if (busy == g_busy) return;
     g_busy = busy;
-    if (busy) QApplication::setOverrideCursor(Qt::WaitCursor);
-    else QApplication::restoreOverrideCursor();
+    if (busy)
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QApplication::restoreOverrideCursor();
 }
 
 void QtDialogHost::End(int code) {

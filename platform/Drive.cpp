@@ -61,8 +61,8 @@ bool IsNetworkType(const QString& type) {
     // Any FUSE file system may sit on a remote host; only block-backed ones ("fuseblk") are local.
     if (type.startsWith(QStringLiteral("fuse."))) return true;
     // Folders a virtual machine's host shares in (9p, virtiofs) count as network drives.
-    static const char* const network[] = {"nfs", "nfs4", "cifs", "smbfs", "smb3", "ncpfs", "afs", "9p",
-                                          "virtiofs", "ceph", "glusterfs", "sshfs", "lustre", "davfs"};
+    static const char* const network[] = {"nfs", "nfs4",     "cifs", "smbfs",     "smb3",  "ncpfs",  "afs",
+                                          "9p",  "virtiofs", "ceph", "glusterfs", "sshfs", "lustre", "davfs"};
     return std::any_of(std::begin(network), std::end(network),
                        [&](const char* name) { return type == QLatin1String(name); });
 }

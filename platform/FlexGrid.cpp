@@ -222,8 +222,10 @@ void FlexGrid::Select(int row, int rowSel, int col, int colSel, bool fromUser) {
     colSel_ = colSel;
     ShowSelection();
     if (!rowsChanged || !OnSelChange) return;
-    if (fromUser) RunEvent(OnSelChange);
-    else OnSelChange();
+    if (fromUser)
+        RunEvent(OnSelChange);
+    else
+        OnSelChange();
 }
 
 void FlexGrid::ShowSelection() {
@@ -262,13 +264,13 @@ bool FlexGrid::HandleInput(QObject* watched, QEvent* event) {
     const int from = key->modifiers() & Qt::ShiftModifier ? rowSel_ : row_;
     int to;
     switch (key->key()) {
-        case Qt::Key_Up: to = from - 1; break;
-        case Qt::Key_Down: to = from + 1; break;
-        case Qt::Key_PageUp: to = from - page; break;
-        case Qt::Key_PageDown: to = from + page; break;
-        case Qt::Key_Home: to = first; break;
-        case Qt::Key_End: to = last; break;
-        default: return false;
+    case Qt::Key_Up: to = from - 1; break;
+    case Qt::Key_Down: to = from + 1; break;
+    case Qt::Key_PageUp: to = from - page; break;
+    case Qt::Key_PageDown: to = from + page; break;
+    case Qt::Key_Home: to = first; break;
+    case Qt::Key_End: to = last; break;
+    default: return false;
     }
     to = std::clamp(to, first, last);
     if (key->modifiers() & Qt::ShiftModifier)

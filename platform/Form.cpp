@@ -34,9 +34,7 @@ void Place(PictureBox& box, double left, double top, double width, double height
 
 // Without a parent the form is a window of its own; with one it fills a part of it
 // (the client of a dialog window).
-Form::Form(const QString& name, QWidget* parent) : QWidget(parent), name_(name) {
-    setObjectName(name);
-}
+Form::Form(const QString& name, QWidget* parent) : QWidget(parent), name_(name) { setObjectName(name); }
 
 Form::~Form() {
     // Controls go newest first, and before QWidget deletes the child widgets, so a
@@ -228,8 +226,10 @@ void Form::closeEvent(QCloseEvent* event) {
     }
     bool unloaded = false;
     RunEvent([&] { unloaded = RunUnload(vbFormControlMenu); });
-    if (unloaded) event->accept();
-    else event->ignore();
+    if (unloaded)
+        event->accept();
+    else
+        event->ignore();
 }
 
 bool Form::RunUnload(int mode) {
@@ -249,8 +249,10 @@ bool Form::Unload() {
     if (inUnload_) return false;
     if (!RunUnload(vbFormCode)) return false;
     // The handlers have run; the close events that follow only let the window go.
-    if (isWindow()) close();
-    else window()->close();
+    if (isWindow())
+        close();
+    else
+        window()->close();
     return true;
 }
 
@@ -264,7 +266,8 @@ void Form::keyPressEvent(QKeyEvent* event) {
     if ((key == Qt::Key_Return || key == Qt::Key_Enter) && defaultButton_) {
         CommandButton* pressed = defaultButton_;
         for (Control* c : Controls)
-            if (auto* button = dynamic_cast<CommandButton*>(c); button && button->Widget() == focusWidget()) pressed = button;
+            if (auto* button = dynamic_cast<CommandButton*>(c); button && button->Widget() == focusWidget())
+                pressed = button;
         pressed->Click();
         return;
     }

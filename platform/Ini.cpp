@@ -147,9 +147,7 @@ Profile Parse(const QByteArray& bytes) {
     if (bytes.endsWith('\n') || bytes.isEmpty()) texts.removeLast();
     for (qsizetype i = 0; i < p.lines.size(); ++i) {
         Line& line = p.lines[i];
-        QString text = i < texts.size()
-                           ? texts[i]
-                           : DecodeText(bytes.mid(line.start, line.end - line.start));
+        QString text = i < texts.size() ? texts[i] : DecodeText(bytes.mid(line.start, line.end - line.start));
         if (text.endsWith(u'\r')) text.chop(1);
         Classify(text, line);
     }
@@ -200,16 +198,18 @@ QByteArray DominantLineEnd(const QByteArray& bytes) {
     qsizetype crlf = 0, lf = 0;
     for (qsizetype i = 0; i < bytes.size(); ++i) {
         if (bytes[i] != '\n') continue;
-        if (i > 0 && bytes[i - 1] == '\r') ++crlf;
-        else ++lf;
+        if (i > 0 && bytes[i - 1] == '\r')
+            ++crlf;
+        else
+            ++lf;
     }
     return lf > crlf ? QByteArray("\n") : QByteArray("\r\n");
 }
 
 }  // namespace
 
-int GetPrivateProfileString(const QString& section, const QString& key, const QString& def,
-                            QString& out, int size, const QString& file) {
+int GetPrivateProfileString(const QString& section, const QString& key, const QString& def, QString& out, int size,
+                            const QString& file) {
     out.clear();
     if (size <= 0) return 0;
     Profile profile;
@@ -231,8 +231,7 @@ int GetPrivateProfileString(const QString& section, const QString& key, const QS
     return CountCharacters(out);
 }
 
-bool WritePrivateProfileString(const QString& section, const QString& key, const QString& value,
-                               const QString& file) {
+bool WritePrivateProfileString(const QString& section, const QString& key, const QString& value, const QString& file) {
     // A line break or an empty name would make a line the file cannot read back.
     for (const QString* text : {&section, &key, &value})
         if (text->contains(u'\n') || text->contains(u'\r')) Raise(ErrInvalidCall);

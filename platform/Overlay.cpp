@@ -97,7 +97,9 @@ void Shape::SetShapeKind(int kind) {
 QRect Shape::PixelBounds() const {
     if (!container_) return {};
     const int margin = borderWidth_ + 1;
-    return MapToPixels(*container_, left_, top_, width_, height_).normalized().adjusted(-margin, -margin, margin, margin);
+    return MapToPixels(*container_, left_, top_, width_, height_)
+        .normalized()
+        .adjusted(-margin, -margin, margin, margin);
 }
 
 void Shape::Paint(QPainter& painter) const {

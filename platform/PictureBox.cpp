@@ -17,7 +17,6 @@ namespace vb {
 
 namespace {
 
-
 // The raster engine cannot paint on images wider or taller than this, and a canvas above
 // the byte limit is refused before the allocator can overcommit memory it cannot give.
 constexpr int MaxCanvasSide = 32767;
@@ -44,10 +43,10 @@ QRect Span(const QPoint& a, const QPoint& b) {
 
 int ButtonCode(Qt::MouseButton button) {
     switch (button) {
-        case Qt::LeftButton: return 1;
-        case Qt::RightButton: return 2;
-        case Qt::MiddleButton: return 4;
-        default: return 0;
+    case Qt::LeftButton: return 1;
+    case Qt::RightButton: return 2;
+    case Qt::MiddleButton: return 4;
+    default: return 0;
     }
 }
 
@@ -116,8 +115,7 @@ protected:
     }
 
 private:
-    void Fire(const std::function<void(int, int, float, float)>& handler, int button,
-              QMouseEvent* event) {
+    void Fire(const std::function<void(int, int, float, float)>& handler, int button, QMouseEvent* event) {
         const QPointF pos = event->position();
         const int shift = ShiftCode(event->modifiers());
         const auto x = static_cast<float>(box_->FromPixelX(pos.x()));
@@ -127,8 +125,8 @@ private:
     PictureBox* box_;
 };
 
-PictureBox::PictureBox(Form& form, ContainerBase* container, const QString& name, int index,
-                       bool pixelScale, bool border)
+PictureBox::PictureBox(Form& form, ContainerBase* container, const QString& name, int index, bool pixelScale,
+                       bool border)
     : Control(form, container, name, index) {
     scaleMode_ = pixelScale ? Pixels : Twips;
     unitsPerPixelX_ = unitsPerPixelY_ = pixelScale ? 1.0 : 15.0;
@@ -176,18 +174,18 @@ void PictureBox::SetBorderStyle(int style) {
 
 void PictureBox::SetScaleMode(int mode) {
     switch (mode) {
-        case User: ToUserScale(); break;
-        case Twips:
-            scaleMode_ = Twips;
-            scaleLeft_ = scaleTop_ = 0;
-            unitsPerPixelX_ = unitsPerPixelY_ = 15.0;
-            break;
-        case Pixels:
-            scaleMode_ = Pixels;
-            scaleLeft_ = scaleTop_ = 0;
-            unitsPerPixelX_ = unitsPerPixelY_ = 1.0;
-            break;
-        default: Raise(ErrInvalidPropertyValue);
+    case User: ToUserScale(); break;
+    case Twips:
+        scaleMode_ = Twips;
+        scaleLeft_ = scaleTop_ = 0;
+        unitsPerPixelX_ = unitsPerPixelY_ = 15.0;
+        break;
+    case Pixels:
+        scaleMode_ = Pixels;
+        scaleLeft_ = scaleTop_ = 0;
+        unitsPerPixelX_ = unitsPerPixelY_ = 1.0;
+        break;
+    default: Raise(ErrInvalidPropertyValue);
     }
     ScaleChanged();
 }
@@ -255,8 +253,7 @@ void PictureBox::ApplyGeometry() {
 void PictureBox::PlaceClient() {
     if (!outer_) return;
     const int b = static_cast<QFrame*>(outer_.data())->frameWidth();
-    client_->setGeometry(b, b, std::max(0, outer_->width() - 2 * b),
-                         std::max(0, outer_->height() - 2 * b));
+    client_->setGeometry(b, b, std::max(0, outer_->width() - 2 * b), std::max(0, outer_->height() - 2 * b));
 }
 
 void PictureBox::ClientResized() {
@@ -283,8 +280,7 @@ void PictureBox::UpdateCanvasRect() {
         if (QWidget* area = container_->ClientWidget()) {
             QPoint origin = outer_->parentWidget() == area
                                 ? outer_->pos()
-                                : QPoint(qRound(container_->ToPixelX(left_)),
-                                         qRound(container_->ToPixelY(top_)));
+                                : QPoint(qRound(container_->ToPixelX(left_)), qRound(container_->ToPixelY(top_)));
             origin += client_->pos();
             r &= QRect(-origin, area->size());
         }
@@ -333,9 +329,7 @@ QPoint PictureBox::ToCanvas(double x, double y) const {
     return QPoint(ToWholePixel(ToPixelX(x)), ToWholePixel(ToPixelY(y))) - canvasRect_.topLeft();
 }
 
-void PictureBox::Changed(const QRect& canvasArea) {
-    client_->update(canvasArea.translated(canvasRect_.topLeft()));
-}
+void PictureBox::Changed(const QRect& canvasArea) { client_->update(canvasArea.translated(canvasRect_.topLeft())); }
 
 void PictureBox::SetAutoRedraw(bool on) { autoRedraw_ = on; }
 
@@ -366,11 +360,11 @@ QImage PictureBox::GetImage() const {
         if (client.isEmpty()) return {};
         if (video_.size() == client) return video_;
         const bool reduced = client.width() < video_.width() || client.height() < video_.height();
-        return video_.scaled(client, Qt::IgnoreAspectRatio, reduced ? Qt::SmoothTransformation : Qt::FastTransformation);
+        return video_.scaled(client, Qt::IgnoreAspectRatio,
+                             reduced ? Qt::SmoothTransformation : Qt::FastTransformation);
     }
     // A picture nothing was drawn over, filling the box, is the image itself: no copy.
-    if (canvas_.isNull() && !picture_.isNull() && canvasRect_ == QRect(QPoint(), picture_.size()))
-        return picture_;
+    if (canvas_.isNull() && !picture_.isNull() && canvasRect_ == QRect(QPoint(), picture_.size())) return picture_;
     if (!self->EnsureCanvas()) return {};
     return canvas_;
 }
@@ -393,8 +387,7 @@ void PictureBox::PaintClient(QPainter& painter, const QRect& dirty) {
         painter.fillRect(dirty, ToQColor(backColor_));
         if (!canvas_.isNull()) {
             const QRect shown = dirty & canvasRect_;
-            if (!shown.isEmpty())
-                painter.drawImage(shown, canvas_, shown.translated(-canvasRect_.topLeft()));
+            if (!shown.isEmpty()) painter.drawImage(shown, canvas_, shown.translated(-canvasRect_.topLeft()));
         } else if (!picture_.isNull()) {
             painter.drawImage(QPoint(0, 0), picture_);
         }
@@ -493,8 +486,7 @@ void PictureBox::Print(const QString& text) {
             p.setFont(Font());
             p.setPen(ToQColor(ForeColor()));
             p.drawText(QPointF(at.x(), at.y() + fm.ascent()), line);
-            Changed(QRect(at, QSize(int(std::ceil(fm.horizontalAdvance(line))) + 2,
-                                    int(std::ceil(fm.height())) + 1)));
+            Changed(QRect(at, QSize(int(std::ceil(fm.horizontalAdvance(line))) + 2, int(std::ceil(fm.height())) + 1)));
         }
         CurrentX = ScaleLeft();
         CurrentY += FromPixelH(fm.height());
@@ -509,8 +501,8 @@ void PictureBox::PaintPicture(const QImage& src, double x, double y, double w, d
     PaintPicture(src, x, y, w, h, 0, 0, src.width(), src.height());
 }
 
-void PictureBox::PaintPicture(const QImage& src, double x, double y, double w, double h, double sx,
-                              double sy, double sw, double sh) {
+void PictureBox::PaintPicture(const QImage& src, double x, double y, double w, double h, double sx, double sy,
+                              double sw, double sh) {
     if (failNextPaints_ > 0) {
         --failNextPaints_;
         Raise(ErrOutOfMemory);

@@ -17,8 +17,8 @@ class PictureBox : public Control, public ContainerBase {
 public:
     enum ScaleModeKind { User = 0, Twips = 1, Pixels = 3 };
     // pixelScale: ScaleMode 3 (pixels) from the design, else twips.
-    PictureBox(Form& form, ContainerBase* container, const QString& name, int index = -1,
-               bool pixelScale = false, bool border = true);
+    PictureBox(Form& form, ContainerBase* container, const QString& name, int index = -1, bool pixelScale = false,
+               bool border = true);
     ~PictureBox() override;
 
     QWidget* Widget() const override;
@@ -87,8 +87,8 @@ public:
     void Print(const QString& text);
     // Draws src (or its part sx,sy,sw,sh in source pixels) stretched into x,y,w,h of the scale.
     void PaintPicture(const QImage& src, double x, double y, double w, double h);
-    void PaintPicture(const QImage& src, double x, double y, double w, double h, double sx,
-                      double sy, double sw, double sh);
+    void PaintPicture(const QImage& src, double x, double y, double w, double h, double sx, double sy, double sw,
+                      double sh);
     // A video frame shown stretched over the whole client area, above the canvas and below
     // the windowless children. It is drawn straight to the screen on each paint, never
     // copied into the canvas; a null image takes it away.

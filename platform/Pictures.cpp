@@ -41,8 +41,9 @@ QImage NewRgb32(int width, int height) {
     void* pixels = std::aligned_alloc(kHugePage, rounded);
     if (!pixels) return {};
     madvise(pixels, rounded, MADV_HUGEPAGE);  // only advice; without it the pages are small
-    return QImage(static_cast<uchar*>(pixels), width, height, qsizetype(width) * 4, QImage::Format_RGB32,
-                  [](void* p) { std::free(p); }, pixels);
+    return QImage(
+        static_cast<uchar*>(pixels), width, height, qsizetype(width) * 4, QImage::Format_RGB32,
+        [](void* p) { std::free(p); }, pixels);
 }
 
 // Opaque RGB32. Premultiplied colours are exactly the picture laid over black, so forcing
@@ -105,8 +106,7 @@ int CheckBmp(QFile& file, BmpHeader& bmp) {
     }
     const qint64 width = bmp.width, height = std::abs(bmp.height);
     if (width <= 0 || height == 0) return 0;  // the decoder rejects these itself
-    if (width > MaxPictureSide || height > MaxPictureSide || width * height > MaxPicturePixels)
-        return ErrOutOfMemory;
+    if (width > MaxPictureSide || height > MaxPictureSide || width * height > MaxPicturePixels) return ErrOutOfMemory;
     qint64 needed;
     if (bmp.compression == 0 || bmp.compression == 3 || bmp.compression == 6) {  // plain rows, bit fields
         // Some writers leave out the padding of the last row.
@@ -120,9 +120,8 @@ int CheckBmp(QFile& file, BmpHeader& bmp) {
 // Uncompressed 24- or 32-bit rows behind a plain info header, as SavePicture and most
 // programs write them; these are read here, everything else by Qt.
 bool IsPlainBmp(const BmpHeader& bmp) {
-    return bmp.infoSize == 40 && bmp.offBits >= kBmpHeadersSize && bmp.planes == 1 &&
-           bmp.compression == 0 && (bmp.bitCount == 24 || bmp.bitCount == 32) && bmp.width > 0 &&
-           bmp.height != 0;
+    return bmp.infoSize == 40 && bmp.offBits >= kBmpHeadersSize && bmp.planes == 1 && bmp.compression == 0 &&
+           (bmp.bitCount == 24 || bmp.bitCount == 32) && bmp.width > 0 && bmp.height != 0;
 }
 
 // One row of B, G, R bytes to RGB32, four pixels from three words.

@@ -6,7 +6,7 @@
 namespace vb {
 
 // Largest picture LoadPicture accepts; anything bigger is refused before decoding.
-constexpr int MaxPictureSide = 32767;                      // what QPainter can still draw on
+constexpr int MaxPictureSide = 32767;                        // what QPainter can still draw on
 constexpr long long MaxPicturePixels = 256LL * 1024 * 1024;  // 1 GiB once in RGB32
 
 // Reads a picture file (BMP, JPEG, PNG, GIF, TIFF, ...; the format is taken from the bytes,

@@ -36,19 +36,15 @@ int NumberOf(int err) {
     switch (err) {
     case ENOSPC:
     case EDQUOT:
-    case EFBIG:
-        return ErrDiskFull;
+    case EFBIG: return ErrDiskFull;
     case EACCES:
     case EPERM:
     case EROFS:
     case EISDIR:
-    case ETXTBSY:
-        return ErrPathFileAccess;
+    case ETXTBSY: return ErrPathFileAccess;
     case ENOENT:
-    case ENOTDIR:
-        return ErrPathNotFound;
-    default:
-        return ErrDeviceIO;
+    case ENOTDIR: return ErrPathNotFound;
+    default: return ErrDeviceIO;
     }
 }
 
@@ -92,7 +88,8 @@ bool SafeFile::open(OpenMode mode) {
     mode_t permissions = 0666;
     if (target.exists()) {
         struct stat st {};
-        if (!target.isFile() || !target.isWritable() || ::stat(QFile::encodeName(target.absoluteFilePath()).constData(), &st) != 0) {
+        if (!target.isFile() || !target.isWritable() ||
+            ::stat(QFile::encodeName(target.absoluteFilePath()).constData(), &st) != 0) {
             Fail(ErrPathFileAccess);
             return false;
         }
@@ -161,8 +158,10 @@ void SafeFile::cancel() { Discard(); }
 
 int WriteFileSafely(const QString& path, const QByteArray& data) {
     SafeFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size()) file.commit();
-    else file.cancel();
+    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size())
+        file.commit();
+    else
+        file.cancel();
     return file.ErrorNumber() != 0 ? file.ErrorNumber() : 0;
 }
 

@@ -104,15 +104,11 @@ bool AppendTextLine(const QString& path, const QString& line) {
     return ok && file.error() == QFileDevice::NoError;
 }
 
-bool FileExists(const QString& path) {
-    return !path.isEmpty() && QFileInfo(path).isFile();
-}
+bool FileExists(const QString& path) { return !path.isEmpty() && QFileInfo(path).isFile(); }
 
 DelimitedInput::DelimitedInput(QString text) : text_(std::move(text)) {}
 
-DelimitedInput DelimitedInput::FromFile(const QString& path) {
-    return DelimitedInput(DecodeText(ReadWholeFile(path)));
-}
+DelimitedInput DelimitedInput::FromFile(const QString& path) { return DelimitedInput(DecodeText(ReadWholeFile(path))); }
 
 bool DelimitedInput::Eof() const {
     if (afterComma_) return false;

@@ -48,8 +48,10 @@ void chkCross_Click(frmMain& f) {
 }
 
 void MoveCrossLine(frmMain& f, float X, float Y) {
-    if (f.CommandMode == CommandMode::FirstCrossLine) PlaceCrossLine(f, 0, X, Y);
-    else if (f.CommandMode == CommandMode::SecondCrossLine) PlaceCrossLine(f, 1, X, Y);
+    if (f.CommandMode == CommandMode::FirstCrossLine)
+        PlaceCrossLine(f, 0, X, Y);
+    else if (f.CommandMode == CommandMode::SecondCrossLine)
+        PlaceCrossLine(f, 1, X, Y);
 }
 
 void ClickCrossLine(frmMain& f, int16_t Button, float X, float Y) {

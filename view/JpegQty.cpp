@@ -18,8 +18,8 @@ constexpr int kLowest = 10;
 constexpr int kHighest = 100;
 
 // No close, minimize or maximize box: the dialog ends only through OK or Cancel.
-constexpr Qt::WindowFlags kDialogFlags = Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                                         Qt::MSWindowsFixedSizeDialogHint;
+constexpr Qt::WindowFlags kDialogFlags =
+    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::MSWindowsFixedSizeDialogHint;
 
 template <class T>
 T* Design(T* control, double left, double top, double width, double height) {
@@ -42,8 +42,11 @@ frmJpegQty::frmJpegQty() : vb::Form(QStringLiteral("frmJpegQty")) {
     sldJpegQty->SetRange(kLowest, kHighest);
     sldJpegQty->SetTickFrequency(10);
     sldJpegQty->SetLargeChange(10);
-    const struct { const char* text; double left; int align; } marks[3] = {
-        {"10", 120, 0}, {"50", 1155, 2}, {"100", 2175, 1}};
+    const struct {
+        const char* text;
+        double left;
+        int align;
+    } marks[3] = {{"10", 120, 0}, {"50", 1155, 2}, {"100", 2175, 1}};
     for (int i = 0; i < 3; ++i) {
         Label1[i] = Design(new vb::Label(*this, Frame1, QStringLiteral("Label1"), i), marks[i].left, 780, 600, 255);
         Label1[i]->SetCaption(QString::fromLatin1(marks[i].text));

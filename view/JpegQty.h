@@ -5,7 +5,6 @@
 #include "Controls.h"
 #include "Form.h"
 
-
 namespace tavix {
 
 class frmMain;
@@ -25,7 +24,6 @@ public:
     // Takes the quality and writes it to the settings file at once.
     void cmdOK_Click();
     void cmdCancel_Click();
-
 };
 
 // Opens frmJpegQty and shows the quality it leaves.

@@ -42,19 +42,18 @@ struct Visible {
 
 // Where the bars meet: the right end of the horizontal bar, the lower end of the vertical.
 // The left positions measure their margin from the left end, so a long bar never leaves the view.
-Anchor AnchorAt(int16_t position, const Visible& v, double lenX, double lenY, double rightMargin,
-                double margin) {
+Anchor AnchorAt(int16_t position, const Visible& v, double lenX, double lenY, double rightMargin, double margin) {
     const double right = v.Left + v.Width - rightMargin;
     const double left = v.Left + margin + lenX;
     const double bottom = v.Top + v.Height - margin;
     const double top = v.Top + margin + lenY;
     switch (position) {
-        case 0: return {right, bottom};
-        case 1: return {left, bottom};
-        case 2: return {right, top};
-        case 3: return {left, top};
-        // 4, the centre; the ini reader lets no other value through.
-        default: return {v.Left + v.Width / 2, v.Top + v.Height / 2};
+    case 0: return {right, bottom};
+    case 1: return {left, bottom};
+    case 2: return {right, top};
+    case 3: return {left, top};
+    // 4, the centre; the ini reader lets no other value through.
+    default: return {v.Left + v.Width / 2, v.Top + v.Height / 2};
     }
 }
 

@@ -21,9 +21,8 @@ void DispImage(frmMain& f, bool blnCaptureFlg) {
     still.Cls();
 
     // From here a failure of the paint is ours to handle.
-    const int err = vb::Trap([&] {
-        still.PaintPicture(temp.GetImage(), 0, 0, still.ScaleWidth(), still.ScaleHeight());
-    });
+    const int err =
+        vb::Trap([&] { still.PaintPicture(temp.GetImage(), 0, 0, still.ScaleWidth(), still.ScaleHeight()); });
     if (err == 0) {
         still.SetScaleLeft(-1 * still.ScaleWidth() / 2);
         still.SetScaleTop(-1 * still.ScaleHeight() / 2);

@@ -1,6 +1,5 @@
 #include "frmScale.h"
 
-
 #include "CommonModule.h"
 #include "Language.h"
 #include "Convert.h"
@@ -15,8 +14,8 @@ const QString kFont = QStringLiteral("ＭＳ Ｐゴシック");
 constexpr int kLengthChars = 6;
 
 // No close, minimize or maximize box: the dialog ends only through OK or Cancel.
-constexpr Qt::WindowFlags kDialogFlags = Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                                         Qt::MSWindowsFixedSizeDialogHint;
+constexpr Qt::WindowFlags kDialogFlags =
+    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::MSWindowsFixedSizeDialogHint;
 
 template <class T>
 T* Design(T* control, double left, double top, double width, double height, const char* caption = nullptr) {
@@ -46,15 +45,15 @@ frmScale::frmScale() : vb::Form(QStringLiteral("frmScale")) {
     for (vb::TextBox* box : txtScaleLen) box->SetMaxLength(kLengthChars);
 
     Frame1 = Design(new vb::Frame(*this, this, QStringLiteral("Frame1")), 180, 780, 3315, 675, "スタイル");
-    optAxis[0] = Design(new vb::OptionButton(*this, Frame1, QStringLiteral("optAxis"), 0), 180, 300, 1515, 255,
-                        "X軸のみ");
-    optAxis[1] = Design(new vb::OptionButton(*this, Frame1, QStringLiteral("optAxis"), 1), 1740, 300, 1515, 255,
-                        "X軸＋Y軸");
+    optAxis[0] =
+        Design(new vb::OptionButton(*this, Frame1, QStringLiteral("optAxis"), 0), 180, 300, 1515, 255, "X軸のみ");
+    optAxis[1] =
+        Design(new vb::OptionButton(*this, Frame1, QStringLiteral("optAxis"), 1), 1740, 300, 1515, 255, "X軸＋Y軸");
     Label2 = Design(new vb::Label(*this, this, QStringLiteral("Label2")), 240, 1740, 450, 225, "位置");
     cboPosition = Design(new vb::ComboBox(*this, this, QStringLiteral("cboPosition")), 1320, 1680, 2175, 315);
     cmdOK = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 180, 2340, 1575, 435, "&OK");
-    cmdCancel = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 1980, 2340, 1515, 435,
-                       "キャンセル");
+    cmdCancel =
+        Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 1980, 2340, 1515, 435, "キャンセル");
 
     // Labels and the frame take no focus; the X length comes first.
     setTabOrder(txtScaleLen[0]->Widget(), txtScaleLen[1]->Widget());
@@ -106,8 +105,7 @@ void frmScale::cmdOK_Click() {
         // A number too large for a double leaves the length at 0: refused like no number.
         vb::Trap([&] { lengths[i] = vb::Val(txtScaleLen[i]->Text()); });
         if (lengths[i] <= 0) {
-            vb::Host().MsgBox(GST(25000, Label1[i]->Caption()), vb::vbOKOnly | vb::vbExclamation, GST(15100),
-                              this);
+            vb::Host().MsgBox(GST(25000, Label1[i]->Caption()), vb::vbOKOnly | vb::vbExclamation, GST(15100), this);
             return;
         }
     }

@@ -5,7 +5,6 @@
 #include "Controls.h"
 #include "Form.h"
 
-
 namespace tavix {
 
 class frmScale : public vb::Form {
@@ -29,7 +28,6 @@ public:
     void cmdCancel_Click();
     // The Y length is open only for the form with a vertical bar.
     void optAxis_Click(int Index);
-
 };
 
 }  // namespace tavix

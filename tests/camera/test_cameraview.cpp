@@ -15,21 +15,24 @@
 #include "Startup.h"
 #include "Wiring.h"
 
+using tavix::GST;
 using testing_support::CameraMain;
 using testing_support::kQuarterColors;
 using testing_support::Sandbox;
 using testing_support::ScriptedDialogHost;
-using tavix::GST;
 
 namespace {
 
 constexpr double kTwips = 15;
 const QString kGrf = QStringLiteral("Tavix.grf");
-const QByteArray kOtherCamera =
-    "TavixGraph 1\r\ncamera=Other Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n";
+const QByteArray kOtherCamera = "TavixGraph 1\r\ncamera=Other Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n";
 
 TEST(CameraView, ZoomRoundsHalfToEven) {
-    const struct { int pixels; double zoom; int expected; } rows[] = {
+    const struct {
+        int pixels;
+        double zoom;
+        int expected;
+    } rows[] = {
         {645, 0.5, 322}, {647, 0.5, 324}, {215, 1.5, 322}, {640, 1.5, 960}, {3, 0.5, 2}, {1, 0.5, 0},
     };
     for (const auto& r : rows)
@@ -111,8 +114,14 @@ TEST(CameraView, LiveViewIsSizedAtTheZoomAndCentred) {
     tavix::FitCameraView(m.f);
     EXPECT_EQ(m.f.picCameraView->Width(), 0);
     EXPECT_TRUE(m.WaitFor([&] { return m.f.picCameraView->Width() == 640 * kTwips; }));
-    const struct { const char* zoom; int w, h; } rows[] = {
-        {"x 1.5", 960, 720}, {"x 0.5", 320, 240}, {"x 2.0", 1280, 960}, {"x 1.0", 640, 480},
+    const struct {
+        const char* zoom;
+        int w, h;
+    } rows[] = {
+        {"x 1.5", 960, 720},
+        {"x 0.5", 320, 240},
+        {"x 2.0", 1280, 960},
+        {"x 1.0", 640, 480},
     };
     const vb::PictureBox& view = *m.f.picCameraView;
     const double areaW = m.f.picViewArea->ScaleWidth(), areaH = m.f.picViewArea->ScaleHeight();
@@ -161,7 +170,13 @@ TEST(CameraView, PlayStopTakesTheFrameAtTheCameraSizeAndGoesBackLive) {
 }
 
 TEST(CameraView, ResultsOfTheStillAreClearedOnlyWhenTheUserAgrees) {
-    const struct { const char* name; bool dirty; int answer; int viewMode; int clears; } rows[] = {
+    const struct {
+        const char* name;
+        bool dirty;
+        int answer;
+        int viewMode;
+        int clears;
+    } rows[] = {
         {"unsaved, No keeps all", true, vb::vbNo, 1, 0},
         {"unsaved, Yes clears", true, vb::vbYes, 0, 1},
         {"saved, no question", false, 0, 0, 1},
@@ -193,8 +208,11 @@ TEST(CameraView, IconBlinksOnlyInAnIdleLiveView) {
     ASSERT_TRUE(m.started);
     tavix::frmMain& f = m.f;
     f.tmrLiveIcon->SetEnabled(false);  // the test ticks by hand
-    const struct { int16_t viewMode, commandMode; bool enabled, blinks; } rows[] = {
-        {0, 0, true, true}, {0, 10, true, true}, {1, 0, true, false},
+    const struct {
+        int16_t viewMode, commandMode;
+        bool enabled, blinks;
+    } rows[] = {
+        {0, 0, true, true},  {0, 10, true, true}, {1, 0, true, false},
         {0, 1, true, false}, {0, 2, true, false}, {0, 0, false, false},
     };
     for (const auto& r : rows) {
@@ -228,8 +246,9 @@ TEST(CameraView, SettingsAreSavedWhateverTheUserDid) {
 
 TEST(CameraView, LostCameraLeavesTheLastFrameAndPlayStopTriesAgain) {
     CameraMain m([](Sandbox& box, ScriptedDialogHost& host) {
-        box.Write(kGrf, "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n"
-                        "format=\r\nrate=30/1\r\n");
+        box.Write(kGrf,
+                  "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n"
+                  "format=\r\nrate=30/1\r\n");
         host.AnswerMsgBox(vb::vbOK);
     });
     ASSERT_TRUE(m.started);
@@ -257,15 +276,18 @@ TEST(CameraView, TheFakeUvcCameraOpensByItsNameWithLiveFramesAndItsControls) {
         fakecam_plug(FakeCamUvc);
         CameraMain m([&](Sandbox& box, ScriptedDialogHost&) {
             box.SetIni(QStringLiteral("CAMERAFILTERNAME"), QStringLiteral(FAKECAM_NAME));
-            box.Write(kGrf, "TavixGraph 1\r\ncamera=" FAKECAM_NAME "\r\ndevice=/fakecam/video0\r\nwidth=1280\r\n"
-                            "height=720\r\nformat=" + format + "\r\n");
+            box.Write(kGrf, "TavixGraph 1\r\ncamera=" FAKECAM_NAME
+                            "\r\ndevice=/fakecam/video0\r\nwidth=1280\r\n"
+                            "height=720\r\nformat=" +
+                                format + "\r\n");
         });
         ASSERT_TRUE(m.started);
         ASSERT_TRUE(m.WaitFrame());
         const QImage first = m.f.FilterGraph->GetCurrentImage();
         ASSERT_EQ(first.size(), QSize(1280, 720));
         for (int q = 0; q < 4; ++q)
-            EXPECT_TRUE(testing_support::Near(first.pixel(320 + q % 2 * 640, 200 + q / 2 * 360), kQuarterColors[q])) << q;
+            EXPECT_TRUE(testing_support::Near(first.pixel(320 + q % 2 * 640, 200 + q / 2 * 360), kQuarterColors[q]))
+                << q;
         EXPECT_TRUE(m.WaitFor([&] { return m.f.FilterGraph->GetCurrentImage() != first; })) << "live";
         // The camera really sends the format asked for.
         tavix::cam::GraphFileStore().SaveGraphFile(*m.f.FilterGraph, m.box.File(QStringLiteral("now.grf")));

@@ -147,8 +147,9 @@ TEST_F(GraphTest, EveryCameraFormatGivesTrue32BitPixels) {
 }
 
 TEST_F(GraphTest, SaveAndLoadKeepCameraSizeRateAndControls) {
-    Load("width=320\r\nheight=240\r\nformat=YUY2\r\nrate=15/1\r\ncontrol.pattern=6\r\n"
-         "control.horizontal-speed=3\r\ncontrol.clock=0\r\n");
+    Load(
+        "width=320\r\nheight=240\r\nformat=YUY2\r\nrate=15/1\r\ncontrol.pattern=6\r\n"
+        "control.horizontal-speed=3\r\ncontrol.clock=0\r\n");
     graph.Run();
     ASSERT_TRUE(WaitFor([&] { return !graph.GetCurrentImage().isNull(); }));
     GraphFileStore().SaveGraphFile(graph, File("Tavix.grf"));
@@ -278,7 +279,8 @@ TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
         SCOPED_TRACE(c.Id.toStdString());
         EXPECT_EQ(c.Id, rows[i].id);
         EXPECT_EQ(c.kind, rows[i].kind);
-        EXPECT_EQ(std::tuple(c.Minimum, c.Maximum, c.Default, c.Value), std::tuple(rows[i].min, rows[i].max, rows[i].def, rows[i].def));
+        EXPECT_EQ(std::tuple(c.Minimum, c.Maximum, c.Default, c.Value),
+                  std::tuple(rows[i].min, rows[i].max, rows[i].def, rows[i].def));
         if (c.kind == K::Menu) {
             EXPECT_EQ(int(c.MenuItems.size()), c.Maximum - c.Minimum + 1);
         }
@@ -286,7 +288,10 @@ TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
     }
 
     // In order: each reaches the camera, or the camera's refusal is an error.
-    const struct { const char* id; int value, error, after; } sets[] = {
+    const struct {
+        const char* id;
+        int value, error, after;
+    } sets[] = {
         {"brightness", 10, 0, 10},
         {"contrast", 96, vb::ErrInvalidPropertyValue, 32},
         {"exposure_time__absolute", 100, vb::ErrDeviceIO, 250},  // inactive while exposure is automatic

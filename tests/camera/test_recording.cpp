@@ -16,8 +16,8 @@
 #include "Recording.h"
 #include "StartedMain.h"
 
-using testing_support::CameraMain;
 using tavix::GST;
+using testing_support::CameraMain;
 
 namespace {
 
@@ -91,8 +91,8 @@ struct RecordingMain : CameraMain {
     }
     QString Guidance() const { return f.txtComment[1]->Text(); }
     bool LiveAgain() {
-        return f.CommandMode == tavix::CommandMode::Idle && f.ViewMode == tavix::ViewMode::Live && !f.tmrRec->Enabled() && f.cmdPicSave->Enabled() &&
-               f.cmdPicLoad->Enabled() && WaitFrame();
+        return f.CommandMode == tavix::CommandMode::Idle && f.ViewMode == tavix::ViewMode::Live &&
+               !f.tmrRec->Enabled() && f.cmdPicSave->Enabled() && f.cmdPicLoad->Enabled() && WaitFrame();
     }
 };
 
@@ -199,8 +199,18 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
         {"the writer cannot open the file", {}, Act::RemoveFolder, "BuildRecordGraph Error.(5)", false, false},
         {"the disk fills while recording", {.writerFailsAfter = 40}, Act::None, "tmrRec_Timer Error.(61)", false, true},
         {"the disk is almost full", {}, Act::DiskAlmostFull, "tmrRec_Timer Error.(61)", true, true},
-        {"the camera is lost while recording", {.cameraFailsAfter = 45}, Act::None, "tmrRec_Timer Error.(57)", true, true},
-        {"the folder is removed while recording", {}, Act::RemoveFolderWhileRecording, "tmrRec_Timer Error.(76)", false, false},
+        {"the camera is lost while recording",
+         {.cameraFailsAfter = 45},
+         Act::None,
+         "tmrRec_Timer Error.(57)",
+         true,
+         true},
+        {"the folder is removed while recording",
+         {},
+         Act::RemoveFolderWhileRecording,
+         "tmrRec_Timer Error.(76)",
+         false,
+         false},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.name);
@@ -216,8 +226,10 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
         m.f.cmdPlayStop->Click();
         if (r.act == Act::DiskAlmostFull || r.act == Act::RemoveFolderWhileRecording) {
             m.RunFor(1000);
-            if (r.act == Act::DiskAlmostFull) m.SetFree(60.0 * 1024 * 1024);
-            else QDir(m.box.File(QStringLiteral("movies"))).removeRecursively();
+            if (r.act == Act::DiskAlmostFull)
+                m.SetFree(60.0 * 1024 * 1024);
+            else
+                QDir(m.box.File(QStringLiteral("movies"))).removeRecursively();
             tavix::tmrRec_Timer(m.f);
         }
         ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }, 8000));

@@ -91,7 +91,7 @@ struct Target {
     int title;
     std::function<QString(int n)> log;
     std::function<bool(Window&)> kept = [](Window&) { return true; };
-    bool synced = true;  // false: a scratch file, never synced
+    bool synced = true;    // false: a scratch file, never synced
     bool shipped = false;  // the old file is the deployment's own
 };
 
@@ -105,7 +105,11 @@ const Target kTargets[] = {
          bool cancel = false;
          tavix::Form_Unload(w.f, cancel);
      },
-     nullptr, 0, [](int) { return QStringLiteral("WriteIniFileData WritePrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY,[Value]=55"); },
+     nullptr, 0,
+     [](int) {
+         return QStringLiteral(
+             "WriteIniFileData WritePrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY,[Value]=55");
+     },
      [](Window&) { return true; }, true, true},
     {"calibration", "Proof.txt", 3, [](Window& w) { OpenPicture(w); }, Calibrate,
      [](Window&, int) { return GST(24005); }, 14100,
@@ -148,8 +152,7 @@ const Target kTargets[] = {
     {"comment file", "out/p.txt", 3, [](Window& w) { OpenPicture(w); },
      [](Window& w) { SavePicture(w, "out/p.bmp", true); },
      // Without its folder the picture beside the comment fails first, and the box names it.
-     [](Window& w, int n) { return SaveBox(w, n == 76 ? "out/p.bmp" : "out/p.txt"); }, 11035,
-     PicSaveLog},
+     [](Window& w, int n) { return SaveBox(w, n == 76 ? "out/p.bmp" : "out/p.txt"); }, 11035, PicSaveLog},
     {"camera settings", "Tavix.grf", 1, [](Window&) {},
      [](Window& w) {
          w.host.AnswerModal([](vb::Form& form) {
@@ -186,29 +189,38 @@ TEST(WriteFaults, TheOldFileStaysTheUserIsToldAndTheProgramGoesOn) {
             QDir(w.box.Path()).mkpath(QStringLiteral("out"));
             t.prepare(w);
             // An old file worth keeping, unlike anything the program would write.
-            const QByteArray old = t.shipped ? w.box.Read(QString::fromLatin1(t.file)) : "old contents\r\n" + QByteArray(100, 'x');
+            const QByteArray old =
+                t.shipped ? w.box.Read(QString::fromLatin1(t.file)) : "old contents\r\n" + QByteArray(100, 'x');
             if (!t.shipped) w.box.Write(QString::fromLatin1(t.file), old);
             if (t.box) w.host.AnswerMsgBox(vb::vbOK);
 
-            const long long budget = fault.budget == kHalf ? size / 2 : fault.budget == kAllButOne ? size - 1 : fault.budget;
+            const long long budget = fault.budget == kHalf        ? size / 2
+                                     : fault.budget == kAllButOne ? size - 1
+                                                                  : fault.budget;
             const QString aside = folder + QStringLiteral(".aside");
-            if (fault.kind == kFolderGone) ASSERT_TRUE(QDir().rename(folder, aside));
-            else faultfs_arm(fault.kind, QFileInfo(file).fileName().toUtf8().constData(), budget, fault.err);
+            if (fault.kind == kFolderGone)
+                ASSERT_TRUE(QDir().rename(folder, aside));
+            else
+                faultfs_arm(fault.kind, QFileInfo(file).fileName().toUtf8().constData(), budget, fault.err);
             t.act(w);
             faultfs_disarm();
-            if (fault.kind == kFolderGone) ASSERT_TRUE(QDir().rename(aside, folder));
-            else EXPECT_GT(faultfs_hits(), 0) << "the fault never struck";
+            if (fault.kind == kFolderGone)
+                ASSERT_TRUE(QDir().rename(aside, folder));
+            else
+                EXPECT_GT(faultfs_hits(), 0) << "the fault never struck";
 
             EXPECT_EQ(w.box.Read(QString::fromLatin1(t.file)), old);
             const QStringList left = QDir(folder).entryList(QDir::Files | QDir::Hidden);
-            EXPECT_TRUE(std::none_of(left.begin(), left.end(), vb::IsSafeFileTemporary)) << left.join(' ').toStdString();
+            EXPECT_TRUE(std::none_of(left.begin(), left.end(), vb::IsSafeFileTemporary))
+                << left.join(' ').toStdString();
             EXPECT_EQ(w.host.Boxes.size(), t.box ? 1u : 0u);
             if (t.box && !w.host.Boxes.empty())
                 EXPECT_TRUE(w.host.Boxes[0].Prompt == t.box(w, fault.number) && w.host.Boxes[0].Title == GST(t.title))
                     << w.host.Boxes[0].Prompt.toStdString();
             // With the program's own folder gone, the log is gone with it.
             if (!(fault.kind == kFolderGone && folder == w.box.Path()))
-                EXPECT_TRUE(w.box.LogTexts().contains(t.log(fault.number))) << w.box.LogTexts().join('\n').toStdString();
+                EXPECT_TRUE(w.box.LogTexts().contains(t.log(fault.number)))
+                    << w.box.LogTexts().join('\n').toStdString();
             EXPECT_EQ(w.host.Ends, 0);
             EXPECT_TRUE(t.kept(w));
         }

@@ -11,7 +11,6 @@ using tavix::frmMain;
 
 namespace {
 
-
 struct Expect {
     std::function<vb::Control*(frmMain&)> control;
     const char* name;
@@ -37,35 +36,71 @@ TEST(CommandArea, EnableAndDisableByName) {
             c->SetEnabled(true);
     };
     const AreaCase cases[] = {
-        {"a normal disable spares the NoDisable controls as they are", 1,
-         [&](frmMain& f) { allOn(f); f.chkCross->SetEnabled(false); },
+        {"a normal disable spares the NoDisable controls as they are",
+         1,
+         [&](frmMain& f) {
+             allOn(f);
+             f.chkCross->SetEnabled(false);
+         },
          [](frmMain& f) { tavix::DisableCommandArea(f, *f.picMeasureCommandArea, false); },
-         {{CTRL(cmdMeasure[0]), false}, {CTRL(cmdMeasure[6]), false}, {CTRL(cboProof), false},
-          {CTRL(grdResult), false}, {CTRL(lblCommandCap[1]), false}, {CTRL(chkScale), true},
-          {CTRL(cmdMeasureConfig), true}, {CTRL(chkCross), false}, {CTRL(cmdPicLoad), true}}},
-        {"a full disable takes the NoDisable controls too", 1, allOn,
+         {{CTRL(cmdMeasure[0]), false},
+          {CTRL(cmdMeasure[6]), false},
+          {CTRL(cboProof), false},
+          {CTRL(grdResult), false},
+          {CTRL(lblCommandCap[1]), false},
+          {CTRL(chkScale), true},
+          {CTRL(cmdMeasureConfig), true},
+          {CTRL(chkCross), false},
+          {CTRL(cmdPicLoad), true}}},
+        {"a full disable takes the NoDisable controls too",
+         1,
+         allOn,
          [](frmMain& f) { tavix::DisableCommandArea(f, *f.picMeasureCommandArea, true); },
-         {{CTRL(chkScale), false}, {CTRL(chkCross), false}, {CTRL(cmdMeasureConfig), false},
-          {CTRL(cmdResultClear), false}, {CTRL(txtComment[1]), true}}},
-        {"enabling the panel has no exceptions and lifts a full disable", 1,
-         [](frmMain& f) { tavix::DisableCommandArea(f, *f.picMeasureCommandArea, true); f.cmdPinProp->SetEnabled(true); },
+         {{CTRL(chkScale), false},
+          {CTRL(chkCross), false},
+          {CTRL(cmdMeasureConfig), false},
+          {CTRL(cmdResultClear), false},
+          {CTRL(txtComment[1]), true}}},
+        {"enabling the panel has no exceptions and lifts a full disable",
+         1,
+         [](frmMain& f) {
+             tavix::DisableCommandArea(f, *f.picMeasureCommandArea, true);
+             f.cmdPinProp->SetEnabled(true);
+         },
          [](frmMain& f) { tavix::EnableCommandArea(f, *f.picMeasureCommandArea); },
-         {{CTRL(chkScale), true}, {CTRL(chkCross), true}, {CTRL(cmdMeasure[3]), true},
-          {CTRL(cmdPinProp), true}}},
-        {"the strip in the still view: no adjust button", 1,
-         [](frmMain& f) { tavix::DisableCommandArea(f, *f.picViewCommandArea, true); f.chkMeasureSave->SetEnabled(true); },
+         {{CTRL(chkScale), true}, {CTRL(chkCross), true}, {CTRL(cmdMeasure[3]), true}, {CTRL(cmdPinProp), true}}},
+        {"the strip in the still view: no adjust button",
+         1,
+         [](frmMain& f) {
+             tavix::DisableCommandArea(f, *f.picViewCommandArea, true);
+             f.chkMeasureSave->SetEnabled(true);
+         },
          [](frmMain& f) { tavix::EnableCommandArea(f, *f.picViewCommandArea); },
-         {{CTRL(cmdPicLoad), true}, {CTRL(txtComment[0]), true}, {CTRL(cmdExit), true},
-          {CTRL(cmdPinProp), false}, {CTRL(chkMeasureSave), true}}},
-        {"the strip in the live view: no saving of results", 0,
-         [](frmMain& f) { tavix::DisableCommandArea(f, *f.picViewCommandArea, true); f.chkMeasureSave->SetEnabled(true); },
+         {{CTRL(cmdPicLoad), true},
+          {CTRL(txtComment[0]), true},
+          {CTRL(cmdExit), true},
+          {CTRL(cmdPinProp), false},
+          {CTRL(chkMeasureSave), true}}},
+        {"the strip in the live view: no saving of results",
+         0,
+         [](frmMain& f) {
+             tavix::DisableCommandArea(f, *f.picViewCommandArea, true);
+             f.chkMeasureSave->SetEnabled(true);
+         },
          [](frmMain& f) { tavix::EnableCommandArea(f, *f.picViewCommandArea); },
          {{CTRL(cmdPinProp), true}, {CTRL(chkMeasureSave), false}, {CTRL(fraScale), true}}},
-        {"controls inside a frame follow it without being touched", 1, allOn,
+        {"controls inside a frame follow it without being touched",
+         1,
+         allOn,
          [](frmMain& f) { tavix::DisableCommandArea(f, *f.picViewCommandArea, false); },
-         {{CTRL(fraSaveOption), false}, {CTRL(chkMeasureSave), true}, {CTRL(cboScale), true},
-          {CTRL(fraScale), false}, {CTRL(txtComment[1]), false}}},
-        {"another container reaches only its own controls", 1, allOn,
+         {{CTRL(fraSaveOption), false},
+          {CTRL(chkMeasureSave), true},
+          {CTRL(cboScale), true},
+          {CTRL(fraScale), false},
+          {CTRL(txtComment[1]), false}}},
+        {"another container reaches only its own controls",
+         1,
+         allOn,
          [](frmMain& f) { tavix::DisableCommandArea(f, *f.fraScale, true); },
          {{CTRL(cboScale), false}, {CTRL(cmdPicLoad), true}, {CTRL(cmdMeasure[0]), true}}},
     };
@@ -75,8 +110,7 @@ TEST(CommandArea, EnableAndDisableByName) {
         f.ViewMode = tavix::ViewMode(c.viewMode);
         c.before(f);
         c.call(f);
-        for (const Expect& e : c.expect)
-            EXPECT_EQ(e.control(f)->Enabled(), e.enabled) << c.what << ": " << e.name;
+        for (const Expect& e : c.expect) EXPECT_EQ(e.control(f)->Enabled(), e.enabled) << c.what << ": " << e.name;
     }
     // The panel's lines have no Enabled and the blink timer lies in no area.
     tavix::DisableCommandArea(f, *f.picMeasureCommandArea, true);

@@ -8,8 +8,8 @@
 #include "Sandbox.h"
 #include "VariableDefinition.h"
 
-using testing_support::Sandbox;
 using tavix::Var;
+using testing_support::Sandbox;
 
 namespace {
 
@@ -47,42 +47,41 @@ const char* const kReadFail = "GetIniFileData GetPrivateProfileString Error ";
 
 INSTANTIATE_TEST_SUITE_P(
     Keys, IniRead,
-    ::testing::Values(
-        IniCase{"shipped file reads", "JPEGQTY", "90", true, nullptr},
-        IniCase{"missing file: APPNAME passed over, the camera filter is the first failure", nullptr,
-                nullptr, false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=CAMERA,[Key]=CAMERAFILTERNAME"},
-        IniCase{"JPEGQTY below range", "JPEGQTY", "9", false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY"},
-        IniCase{"JPEGQTY above range", "JPEGQTY", "101", false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY"},
-        IniCase{"JPEGQTY overflows the byte", "JPEGQTY", "300", false,
-                "GetIniFileData  Error.(6)[Section]=FILE,[Key]=JPEGQTY"},
-        IniCase{"negative JPEGQTY overflows", "JPEGQTY", "-1", false,
-                "GetIniFileData  Error.(6)[Section]=FILE,[Key]=JPEGQTY"},
-        IniCase{"JPEGQTY no number", "JPEGQTY", "high", false,
-                "GetIniFileData  Error.(13)[Section]=FILE,[Key]=JPEGQTY"},
-        IniCase{"CROSSLINENUM 0", "CROSSLINENUM", "0", false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=MEASURE,[Key]=CROSSLINENUM"},
-        IniCase{"CURRENTPROOFNO 9 is the last slot", "CURRENTPROOFNO", "9", true, nullptr},
-        IniCase{"CURRENTPROOFNO 10", "CURRENTPROOFNO", "10", false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=MEASURE,[Key]=CURRENTPROOFNO"},
-        IniCase{"DEFAULTSCALE 16", "DEFAULTSCALE", "16", false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=CAMERA,[Key]=DEFAULTSCALE"},
-        IniCase{"MEASUREFONTSIZE 7", "MEASUREFONTSIZE", "7", false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=MEASURE,[Key]=MEASUREFONTSIZE"},
-        IniCase{"MEASUREFONTSIZE 20", "MEASUREFONTSIZE", "20", true, nullptr},
-        IniCase{"16-bit overflow", "NUMBEROFDECIMALS", "70000", false,
-                "GetIniFileData  Error.(6)[Section]=MEASURE,[Key]=NUMBEROFDECIMALS"},
-        IniCase{"colour that is no number", "SCALECOLOR", "red", false,
-                "GetIniFileData  Error.(13)[Section]=MEASURE,[Key]=SCALECOLOR"},
-        IniCase{"empty key counts as missing, named with its blank", "TEMPBITMAPFILE", "", false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=CAMERA,[Key]=TEMPBITMAPFILE "},
-        IniCase{"missing key", "2POINTCOMMANDMODE", nullptr, false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=MEASURE,[Key]=2POINTCOMMANDMODE"},
-        IniCase{"SCALEX with no number reads 0", "SCALEX", "abc", true, nullptr},
-        IniCase{"STILL1XSAVE 2", "STILL1XSAVE", "2", false,
-                "GetIniFileData GetPrivateProfileString Error [Section]=FILE,[Key]=STILL1XSAVE"}),
+    ::testing::Values(IniCase{"shipped file reads", "JPEGQTY", "90", true, nullptr},
+                      IniCase{"missing file: APPNAME passed over, the camera filter is the first failure", nullptr,
+                              nullptr, false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=CAMERA,[Key]=CAMERAFILTERNAME"},
+                      IniCase{"JPEGQTY below range", "JPEGQTY", "9", false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY"},
+                      IniCase{"JPEGQTY above range", "JPEGQTY", "101", false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY"},
+                      IniCase{"JPEGQTY overflows the byte", "JPEGQTY", "300", false,
+                              "GetIniFileData  Error.(6)[Section]=FILE,[Key]=JPEGQTY"},
+                      IniCase{"negative JPEGQTY overflows", "JPEGQTY", "-1", false,
+                              "GetIniFileData  Error.(6)[Section]=FILE,[Key]=JPEGQTY"},
+                      IniCase{"JPEGQTY no number", "JPEGQTY", "high", false,
+                              "GetIniFileData  Error.(13)[Section]=FILE,[Key]=JPEGQTY"},
+                      IniCase{"CROSSLINENUM 0", "CROSSLINENUM", "0", false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=MEASURE,[Key]=CROSSLINENUM"},
+                      IniCase{"CURRENTPROOFNO 9 is the last slot", "CURRENTPROOFNO", "9", true, nullptr},
+                      IniCase{"CURRENTPROOFNO 10", "CURRENTPROOFNO", "10", false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=MEASURE,[Key]=CURRENTPROOFNO"},
+                      IniCase{"DEFAULTSCALE 16", "DEFAULTSCALE", "16", false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=CAMERA,[Key]=DEFAULTSCALE"},
+                      IniCase{"MEASUREFONTSIZE 7", "MEASUREFONTSIZE", "7", false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=MEASURE,[Key]=MEASUREFONTSIZE"},
+                      IniCase{"MEASUREFONTSIZE 20", "MEASUREFONTSIZE", "20", true, nullptr},
+                      IniCase{"16-bit overflow", "NUMBEROFDECIMALS", "70000", false,
+                              "GetIniFileData  Error.(6)[Section]=MEASURE,[Key]=NUMBEROFDECIMALS"},
+                      IniCase{"colour that is no number", "SCALECOLOR", "red", false,
+                              "GetIniFileData  Error.(13)[Section]=MEASURE,[Key]=SCALECOLOR"},
+                      IniCase{"empty key counts as missing, named with its blank", "TEMPBITMAPFILE", "", false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=CAMERA,[Key]=TEMPBITMAPFILE "},
+                      IniCase{"missing key", "2POINTCOMMANDMODE", nullptr, false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=MEASURE,[Key]=2POINTCOMMANDMODE"},
+                      IniCase{"SCALEX with no number reads 0", "SCALEX", "abc", true, nullptr},
+                      IniCase{"STILL1XSAVE 2", "STILL1XSAVE", "2", false,
+                              "GetIniFileData GetPrivateProfileString Error [Section]=FILE,[Key]=STILL1XSAVE"}),
     [](const ::testing::TestParamInfo<IniCase>& info) { return "case" + std::to_string(info.index); });
 
 struct ValueCase {
@@ -130,9 +129,9 @@ TEST(IniValues, AFailingKeyStopsTheReading) {
     tavix::ResetVariableDefinition();
     box.SetIni(QStringLiteral("DEFAULTSCALE"), QStringLiteral("16"));
     EXPECT_FALSE(tavix::GetIniFileData());
-    EXPECT_EQ(Var().DefaultScale, 16);  // the bad value stays
+    EXPECT_EQ(Var().DefaultScale, 16);             // the bad value stays
     EXPECT_FALSE(Var().TempBitmapFile.isEmpty());  // read before it
-    EXPECT_EQ(Var().JpegQty, 0);  // behind it: never looked at
+    EXPECT_EQ(Var().JpegQty, 0);                   // behind it: never looked at
     EXPECT_TRUE(Var().StringTableFileName.isEmpty());
 }
 
@@ -146,7 +145,6 @@ TEST(IniWrite, ReplacesOneValueAndLogsAFailure) {
     ASSERT_GE(at, 0);
     expected.replace(at, expected.indexOf('\r', at) - at, "JPEGQTY=55");
     EXPECT_EQ(after, expected);
-
 }
 
 TEST(IniWrite, ATrappedErrorIsLoggedWithItsNumber) {
@@ -165,9 +163,8 @@ TEST(IniWrite, AFailedWriteIsLoggedWithItsValue) {
     box.Remove(QStringLiteral("Tavix.Ini"));
     ASSERT_TRUE(QDir(box.Path()).mkdir(QStringLiteral("Tavix.Ini")));
     EXPECT_FALSE(tavix::WriteIniFileData(QStringLiteral("FILE"), QStringLiteral("JPEGQTY"), QStringLiteral("56")));
-    EXPECT_EQ(box.LogTexts(),
-              QStringList{QStringLiteral("WriteIniFileData WritePrivateProfileString Error "
-                                         "[Section]=FILE,[Key]=JPEGQTY,[Value]=56")});
+    EXPECT_EQ(box.LogTexts(), QStringList{QStringLiteral("WriteIniFileData WritePrivateProfileString Error "
+                                                         "[Section]=FILE,[Key]=JPEGQTY,[Value]=56")});
 }
 
 }  // namespace

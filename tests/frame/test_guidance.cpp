@@ -7,8 +7,8 @@
 #include "StartedMain.h"
 #include "TextFile.h"
 
-using testing_support::Sandbox;
 using tavix::frmMain;
+using testing_support::Sandbox;
 
 namespace {
 
@@ -30,8 +30,7 @@ TEST(GuidanceFile, RecordsAndTheirFailures) {
          QStringLiteral("d")},
         {"a record may go on over the next line", "6,\"a\"\r\n\"b\"\r\n7,\"c\",\"d\"", 0, 6, QStringLiteral("a"),
          QStringLiteral("b")},
-        {"a comma before the line end leaves an empty item", "6,\"a\",\r\n7,c,d", 0, 6, QStringLiteral("a"),
-         QString()},
+        {"a comma before the line end leaves an empty item", "6,\"a\",\r\n7,c,d", 0, 6, QStringLiteral("a"), QString()},
         {"empty lines between records and at the end", "\r\n8,\"x\",\"y\"\r\n\r\n\r\n", 0, 8, QStringLiteral("x"),
          QStringLiteral("y")},
         {"CP932 text", "9,\"\x8c\x76\x91\xaa\",\"\"\r\n", 0, 9, QStringLiteral("計測"), QString()},

@@ -12,9 +12,9 @@
 #include "Wiring.h"
 #include "frmMain.h"
 
+using tavix::frmMain;
 using testing_support::Sandbox;
 using testing_support::ScriptedDialogHost;
-using tavix::frmMain;
 
 namespace {
 

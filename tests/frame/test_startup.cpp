@@ -14,17 +14,17 @@
 #include "Wiring.h"
 #include "frmMain.h"
 
-using testing_support::Sandbox;
-using testing_support::ScriptedDialogHost;
 using tavix::frmMain;
 using tavix::Var;
+using testing_support::Sandbox;
+using testing_support::ScriptedDialogHost;
 
 namespace {
 
 const QString kFatal = QStringLiteral("エラーが発生したためプログラムを終了します。");
 
-const char* const kTitles[4] = {"デジカメ画像表示／計測プログラム", "デジカメ画像表示プログラム",
-                                "画像表示プログラム", "画像表示／計測プログラム"};
+const char* const kTitles[4] = {"デジカメ画像表示／計測プログラム", "デジカメ画像表示プログラム", "画像表示プログラム",
+                                "画像表示／計測プログラム"};
 
 QString Title(int variant) { return QString::fromUtf8(kTitles[variant]); }
 
@@ -88,14 +88,11 @@ TEST_P(StartVariant, FitsTheWindowToTheVariant) {
     EXPECT_EQ(box.LogTexts(), QStringList{Title(c.type) + QStringLiteral(" Start.")});
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, StartVariant,
-                         ::testing::Values(VariantCase{0, true, true, false, 4, true},
-                                           VariantCase{1, true, false, false, 3, true},
-                                           VariantCase{2, false, false, true, 3, true},
-                                           VariantCase{3, false, true, true, 4, false}),
-                         [](const ::testing::TestParamInfo<VariantCase>& info) {
-                             return "variant" + std::to_string(info.param.type);
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Variants, StartVariant,
+    ::testing::Values(VariantCase{0, true, true, false, 4, true}, VariantCase{1, true, false, false, 3, true},
+                      VariantCase{2, false, false, true, 3, true}, VariantCase{3, false, true, true, 4, false}),
+    [](const ::testing::TestParamInfo<VariantCase>& info) { return "variant" + std::to_string(info.param.type); });
 
 TEST(Start, MeasurePanelStartsDisabledButForItsTaggedControls) {
     for (int16_t type : {0, 3}) {
@@ -151,9 +148,9 @@ TEST(Start, CaptionsComeFromTheStringTable) {
     box.SetIni(QStringLiteral("ANGLECOMMANDMODE"), QStringLiteral("1"));
     ASSERT_TRUE(tavix::Form_Load(f, 3));
     const std::pair<vb::Control*, int> checks[] = {
-        {f.cmdPicLoad, 10000},      {f.cmdExit, 10003},         {f.fraSaveOption, 10010},
-        {f.cmdMeasure[0], 10112},   {f.cmdMeasure[5], 10110},   {f.cmdMeasure[6], 10107},
-        {f.cmdResultClear, 10303},  {f.lblCommandCap[2], 10300}, {f.cmdPinProp, 10002},
+        {f.cmdPicLoad, 10000},     {f.cmdExit, 10003},          {f.fraSaveOption, 10010},
+        {f.cmdMeasure[0], 10112},  {f.cmdMeasure[5], 10110},    {f.cmdMeasure[6], 10107},
+        {f.cmdResultClear, 10303}, {f.lblCommandCap[2], 10300}, {f.cmdPinProp, 10002},
     };
     for (const auto& [control, number] : checks) {
         EXPECT_FALSE(tavix::GST(number).isEmpty()) << number;
@@ -193,8 +190,10 @@ TEST(Start, QtAndFixedTextsSpeakTheLanguageTheIniNames) {
     for (const auto& r : rows) {
         Sandbox box(r.deployment);
         ScriptedDialogHost host;
-        if (r.language) box.SetIni(QStringLiteral("LANGUAGE"), *r.language);
-        else box.RemoveIni(QStringLiteral("LANGUAGE"));
+        if (r.language)
+            box.SetIni(QStringLiteral("LANGUAGE"), *r.language);
+        else
+            box.RemoveIni(QStringLiteral("LANGUAGE"));
         if (r.speaks.isEmpty()) host.AnswerMsgBox(vb::vbOK);
         Window w;
         EXPECT_EQ(tavix::Form_Load(w.f, 2), !r.speaks.isEmpty()) << r.what;
@@ -204,7 +203,8 @@ TEST(Start, QtAndFixedTextsSpeakTheLanguageTheIniNames) {
         }
         const bool english = r.speaks == en;
         EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "&Yes"),
-                  english ? QStringLiteral("&Yes") : QStringLiteral("はい(&Y)")) << r.what;
+                  english ? QStringLiteral("&Yes") : QStringLiteral("はい(&Y)"))
+            << r.what;
         EXPECT_EQ(tavix::FatalText == kFatal, !english) << r.what;
     }
 }
@@ -224,63 +224,98 @@ TEST(StartFailure, EachFailedStepLogsShowsItsBoxAndEnds) {
     using GR = tavix::SubsystemHooks::GraphResult;
     const std::vector<int16_t> all = {0, 1, 2, 3}, camera = {0, 1}, measure = {0, 3};
     const FailureCase cases[] = {
-        {"ini file missing", all, [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("Tavix.Ini")); },
+        {"ini file missing",
+         all,
+         [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("Tavix.Ini")); },
          {QStringLiteral("GetIniFileData GetPrivateProfileString Error [Section]=CAMERA,[Key]=CAMERAFILTERNAME"),
           QStringLiteral("Ini File Read Error.")},
-         {}, [] { return QString(); }},
-        {"string table missing", all, [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("StringTable.txt")); },
+         {},
+         [] { return QString(); }},
+        {"string table missing",
+         all,
+         [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("StringTable.txt")); },
          {QStringLiteral("ReadStringTableData Error.(53)"), QStringLiteral("StringTable File Read Error.")},
-         {}, [] { return QString(); }},
-        {"string table with a bad number", all, [](Sandbox& b, frmMain&) { b.Write(QStringLiteral("StringTable.txt"), "abc,text\r\n"); },
+         {},
+         [] { return QString(); }},
+        {"string table with a bad number",
+         all,
+         [](Sandbox& b, frmMain&) { b.Write(QStringLiteral("StringTable.txt"), "abc,text\r\n"); },
          {QStringLiteral("ReadStringTableData Error.(13)"), QStringLiteral("StringTable File Read Error.")},
-         {}, [] { return QString(); }},
-        {"proof file", measure, [](Sandbox&, frmMain& f) { f.Hooks.ReadProofData = [](frmMain&) { return false; }; },
-         {QStringLiteral("Proof File Read Error.")}, {}, [] { return tavix::GST(11100); }},
-        {"guidance file missing", all, [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("Guidance.txt")); },
+         {},
+         [] { return QString(); }},
+        {"proof file",
+         measure,
+         [](Sandbox&, frmMain& f) { f.Hooks.ReadProofData = [](frmMain&) { return false; }; },
+         {QStringLiteral("Proof File Read Error.")},
+         {},
+         [] { return tavix::GST(11100); }},
+        {"guidance file missing",
+         all,
+         [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("Guidance.txt")); },
          {QStringLiteral("ReadGuidanceData Error.(53)"), QStringLiteral("Guidance File Read Error.")},
-         {}, [] { return tavix::GST(11100); }},
-        {"guidance number 101", all, [](Sandbox& b, frmMain&) { b.Write(QStringLiteral("Guidance.txt"), "101,\"a\",\"b\"\r\n"); },
+         {},
+         [] { return tavix::GST(11100); }},
+        {"guidance number 101",
+         all,
+         [](Sandbox& b, frmMain&) { b.Write(QStringLiteral("Guidance.txt"), "101,\"a\",\"b\"\r\n"); },
          {QStringLiteral("ReadGuidanceData Error.(9)"), QStringLiteral("Guidance File Read Error.")},
-         {}, [] { return tavix::GST(11100); }},
-        {"no camera filter", camera, [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) { return GR::NoCameraFilter; }; },
-         {QStringLiteral("Camera Filter Error.")}, QStringLiteral("20104\n20105"), [] { return tavix::GST(11103); }},
-        {"no output pin", camera, [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) { return GR::NoOutputPin; }; },
-         {QStringLiteral("Camera OutputPIN Error.")}, QStringLiteral("20106\n20107"), [] { return tavix::GST(11104); }},
-        {"any other error", camera,
-         [](Sandbox&, frmMain& f) {
-             f.Hooks.OpenCameraGraph = [](frmMain&) -> GR { vb::Raise(5); };
-         },
-         {QStringLiteral("frmMain:Form_Load Error.(5)")}, {}, [] { return vb::App::Title(); }},
-        {"an error in the zoom list", all,
+         {},
+         [] { return tavix::GST(11100); }},
+        {"no camera filter",
+         camera,
+         [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) { return GR::NoCameraFilter; }; },
+         {QStringLiteral("Camera Filter Error.")},
+         QStringLiteral("20104\n20105"),
+         [] { return tavix::GST(11103); }},
+        {"no output pin",
+         camera,
+         [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) { return GR::NoOutputPin; }; },
+         {QStringLiteral("Camera OutputPIN Error.")},
+         QStringLiteral("20106\n20107"),
+         [] { return tavix::GST(11104); }},
+        {"any other error",
+         camera,
+         [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) -> GR { vb::Raise(5); }; },
+         {QStringLiteral("frmMain:Form_Load Error.(5)")},
+         {},
+         [] { return vb::App::Title(); }},
+        {"an error in the zoom list",
+         all,
          [](Sandbox&, frmMain& f) { f.cboScale->OnClick = [] { vb::Raise(9); }; },
-         {QStringLiteral("frmMain:Form_Load Error.(9)")}, {}, [] { return vb::App::Title(); }},
+         {QStringLiteral("frmMain:Form_Load Error.(9)")},
+         {},
+         [] { return vb::App::Title(); }},
     };
-    for (const FailureCase& c : cases) for (const int16_t type : c.types) {
-        Sandbox box;
-        ScriptedDialogHost host;
-        host.AnswerMsgBox(vb::vbOK);
-        Window w;
-        c.breakIt(box, w.f);
-        const QByteArray iniBefore = box.Read(QStringLiteral("Tavix.Ini"));
-        EXPECT_FALSE(tavix::Form_Load(w.f, type)) << c.what << " in variant " << type;
-        EXPECT_EQ(host.Ends, 1) << c.what << " in variant " << type;
-        ASSERT_EQ(host.Boxes.size(), 1u) << c.what << " in variant " << type;
-        QString text = c.text;
-        if (text.isEmpty()) text = kFatal;
-        else text = tavix::GST(text.section(QLatin1Char('\n'), 0, 0).toInt()) + QLatin1Char('\n') +
-                    tavix::GST(text.section(QLatin1Char('\n'), 1, 1).toInt());
-        EXPECT_EQ(host.Boxes[0].Prompt, text) << c.what << " in variant " << type;
-        EXPECT_EQ(host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical) << c.what << " in variant " << type;
-        EXPECT_EQ(host.Boxes[0].Title, c.title()) << c.what << " in variant " << type;
-        const QStringList log = box.LogTexts();
-        ASSERT_GE(log.size(), c.logTail.size() + 1) << c.what << " in variant " << type;
-        EXPECT_EQ(log.first(), Title(type) + QStringLiteral(" Start.")) << c.what << " in variant " << type;
-        EXPECT_EQ(log.mid(log.size() - c.logTail.size()), c.logTail) << c.what << " in variant " << type;
-        for (const QString& line : log) EXPECT_FALSE(line.endsWith(QLatin1String(" End"))) << c.what << " in variant " << type;
-        // Nothing written back: the window never unloads.
-        EXPECT_FALSE(w.f.Unloaded()) << c.what << " in variant " << type;
-        EXPECT_EQ(box.Read(QStringLiteral("Tavix.Ini")), iniBefore) << c.what << " in variant " << type;
-    }
+    for (const FailureCase& c : cases)
+        for (const int16_t type : c.types) {
+            Sandbox box;
+            ScriptedDialogHost host;
+            host.AnswerMsgBox(vb::vbOK);
+            Window w;
+            c.breakIt(box, w.f);
+            const QByteArray iniBefore = box.Read(QStringLiteral("Tavix.Ini"));
+            EXPECT_FALSE(tavix::Form_Load(w.f, type)) << c.what << " in variant " << type;
+            EXPECT_EQ(host.Ends, 1) << c.what << " in variant " << type;
+            ASSERT_EQ(host.Boxes.size(), 1u) << c.what << " in variant " << type;
+            QString text = c.text;
+            if (text.isEmpty())
+                text = kFatal;
+            else
+                text = tavix::GST(text.section(QLatin1Char('\n'), 0, 0).toInt()) + QLatin1Char('\n') +
+                       tavix::GST(text.section(QLatin1Char('\n'), 1, 1).toInt());
+            EXPECT_EQ(host.Boxes[0].Prompt, text) << c.what << " in variant " << type;
+            EXPECT_EQ(host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical) << c.what << " in variant " << type;
+            EXPECT_EQ(host.Boxes[0].Title, c.title()) << c.what << " in variant " << type;
+            const QStringList log = box.LogTexts();
+            ASSERT_GE(log.size(), c.logTail.size() + 1) << c.what << " in variant " << type;
+            EXPECT_EQ(log.first(), Title(type) + QStringLiteral(" Start.")) << c.what << " in variant " << type;
+            EXPECT_EQ(log.mid(log.size() - c.logTail.size()), c.logTail) << c.what << " in variant " << type;
+            for (const QString& line : log)
+                EXPECT_FALSE(line.endsWith(QLatin1String(" End"))) << c.what << " in variant " << type;
+            // Nothing written back: the window never unloads.
+            EXPECT_FALSE(w.f.Unloaded()) << c.what << " in variant " << type;
+            EXPECT_EQ(box.Read(QStringLiteral("Tavix.Ini")), iniBefore) << c.what << " in variant " << type;
+        }
 }
 
 // ---- Shutdown ----
@@ -357,18 +392,33 @@ TEST(Shutdown, WritesTheNineteenKeysAsDecimalText) {
     }
     const QString ini = QString::fromUtf8(box.Read(QStringLiteral("Tavix.Ini")));
     const std::pair<const char*, const char*> expected[] = {
-        {"JPEGQTY", "77"},           {"DEFAULTSCALE", "10"},      {"MEASURELINECOLOR1", "65280"},
-        {"CROSSLINECOLOR", "255"},   {"SCALEX", "2.5"},           {"SCALECOLOR", "-2147483643"},
-        {"CURRENTPROOFNO", "0"},     {"NUMBEROFDECIMALS", "2"},   {"2POINTCOMMANDMODE", "0"},
+        {"JPEGQTY", "77"},         {"DEFAULTSCALE", "10"},    {"MEASURELINECOLOR1", "65280"},
+        {"CROSSLINECOLOR", "255"}, {"SCALEX", "2.5"},         {"SCALECOLOR", "-2147483643"},
+        {"CURRENTPROOFNO", "0"},   {"NUMBEROFDECIMALS", "2"}, {"2POINTCOMMANDMODE", "0"},
     };
     for (const auto& [key, value] : expected)
         EXPECT_TRUE(ini.contains(QStringLiteral("\r\n%1=%2\r\n").arg(QLatin1String(key), QLatin1String(value))))
-            << key << "=" << value << "\n" << ini.toStdString();
-    const char* written[] = {"JPEGQTY", "DEFAULTSCALE", "MEASURELINECOLOR1", "MEASURELINECOLOR2",
-                             "MEASURELINECOLOR3", "MEASUREVALUECOLOR1", "MEASUREVALUECOLOR2",
-                             "CROSSLINENUM", "CROSSLINECOLOR", "SCALECOLOR", "SCALEX", "SCALEY",
-                             "SCALETYPE", "SCALEPOSITION", "CURRENTPROOFNO", "NUMBEROFDECIMALS",
-                             "MEASUREFONTSIZE", "ANGLECOMMANDMODE", "2POINTCOMMANDMODE"};
+            << key << "=" << value << "\n"
+            << ini.toStdString();
+    const char* written[] = {"JPEGQTY",
+                             "DEFAULTSCALE",
+                             "MEASURELINECOLOR1",
+                             "MEASURELINECOLOR2",
+                             "MEASURELINECOLOR3",
+                             "MEASUREVALUECOLOR1",
+                             "MEASUREVALUECOLOR2",
+                             "CROSSLINENUM",
+                             "CROSSLINECOLOR",
+                             "SCALECOLOR",
+                             "SCALEX",
+                             "SCALEY",
+                             "SCALETYPE",
+                             "SCALEPOSITION",
+                             "CURRENTPROOFNO",
+                             "NUMBEROFDECIMALS",
+                             "MEASUREFONTSIZE",
+                             "ANGLECOMMANDMODE",
+                             "2POINTCOMMANDMODE"};
     static_assert(std::size(written) == 19);
     const QRegularExpression decimal(QStringLiteral("^-?\\d+(\\.\\d+)?$"));
     for (const char* key : written) {

@@ -8,9 +8,9 @@
 #include "Sandbox.h"
 #include "VariableDefinition.h"
 
-using testing_support::Sandbox;
 using tavix::GST;
 using tavix::Var;
+using testing_support::Sandbox;
 
 namespace {
 
@@ -77,15 +77,16 @@ TEST(StringTableRead, TableIsCutToTheRecordsRead) {
 }
 
 TEST(StringTableLookup, TextsAndReplacements) {
-    TableFixture t("100,a,b\r\n"
-                   "101, text\r\n"
-                   "102,first\r\n"
-                   "102,second\r\n"
-                   "11135,Circle @\r\n"
-                   "103,@ and @\r\n"
-                   "104,no marker\r\n"
-                   "105,\r\n"
-                   " 106 ,blanks round the number\r\n");
+    TableFixture t(
+        "100,a,b\r\n"
+        "101, text\r\n"
+        "102,first\r\n"
+        "102,second\r\n"
+        "11135,Circle @\r\n"
+        "103,@ and @\r\n"
+        "104,no marker\r\n"
+        "105,\r\n"
+        " 106 ,blanks round the number\r\n");
     ASSERT_TRUE(tavix::ReadStringTableData());
     struct Case {
         const char* what;
@@ -120,8 +121,7 @@ TEST(StringTableRead, Cp932AndUtf8FilesReadAlike) {
     QStringEncoder toUtf8(QStringEncoder::Utf8);
     const QByteArray utf8 = "10012," + QByteArray(toUtf8(text)) + "\r\n";
     // The same text as a Windows machine writes it (Shift-JIS / CP932).
-    const QByteArray cp932 = QByteArray("10012,") +
-                             QByteArray::fromHex("8c7691aa8c8b89ca95db91b6") + "\r\n";
+    const QByteArray cp932 = QByteArray("10012,") + QByteArray::fromHex("8c7691aa8c8b89ca95db91b6") + "\r\n";
     for (const QByteArray& bytes : {utf8, cp932}) {
         TableFixture t(bytes);
         ASSERT_TRUE(tavix::ReadStringTableData());
@@ -139,7 +139,9 @@ TEST(StringTableRead, HostileFilesFailCleanlyOrRead) {
         {"NUL bytes", QByteArray("100,a\0b\r\n\0\0,\r\n", 14)},
         {"a megabyte line", big},
         {"a CP932 lead byte at the end", "100,\x82"},
-        {"a byte-order mark", "\xEF\xBB\xBF" "100,a\r\n"},
+        {"a byte-order mark",
+         "\xEF\xBB\xBF"
+         "100,a\r\n"},
         {"carriage returns only", "100,a\r200,b\r"},
         {"binary garbage", QByteArray::fromHex("89504e470d0a1a0a0000000d49484452")},
     };

@@ -21,9 +21,29 @@
 
 namespace {
 
-const QByteArray kTokens[] = {"\r\n", "\n", "\r", ",", "\"", "=", "[", "]", ";", "@", "-1", "0", "1e308",
-                              "99999999999999999999", "\xEF\xBB\xBF", "\x82\xA0", "\xFF", QByteArray(1, '\0'),
-                              "control.", "width=", "rate=1/0", "BM", "\xFF\xD8\xFF"};
+const QByteArray kTokens[] = {"\r\n",
+                              "\n",
+                              "\r",
+                              ",",
+                              "\"",
+                              "=",
+                              "[",
+                              "]",
+                              ";",
+                              "@",
+                              "-1",
+                              "0",
+                              "1e308",
+                              "99999999999999999999",
+                              "\xEF\xBB\xBF",
+                              "\x82\xA0",
+                              "\xFF",
+                              QByteArray(1, '\0'),
+                              "control.",
+                              "width=",
+                              "rate=1/0",
+                              "BM",
+                              "\xFF\xD8\xFF"};
 
 class Mutator {
 public:
@@ -46,17 +66,10 @@ private:
         case 1:  // a byte of any value
             b.insert(at, static_cast<char>(Pick(256)));
             break;
-        case 2:
-            b.remove(at, span);
-            break;
-        case 3:
-            b.insert(at, b.mid(at, span));
-            break;
-        case 4:
-            b.truncate(at);
-            break;
-        default:
-            b.insert(at, kTokens[Pick(std::size(kTokens))]);
+        case 2: b.remove(at, span); break;
+        case 3: b.insert(at, b.mid(at, span)); break;
+        case 4: b.truncate(at); break;
+        default: b.insert(at, kTokens[Pick(std::size(kTokens))]);
         }
     }
     std::vector<QByteArray> seeds_;
@@ -84,19 +97,28 @@ struct Reader {
 TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
     testing_support::Sandbox box;
     ASSERT_TRUE(tavix::GetIniFileData() && tavix::ReadStringTableData());
-    const QByteArray graphFile = "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=64\r\nheight=48\r\n"
-                                 "format=\r\nrate=30/1\r\ncontrol.pattern=1\r\n";
+    const QByteArray graphFile =
+        "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=64\r\nheight=48\r\n"
+        "format=\r\nrate=30/1\r\ncontrol.pattern=1\r\n";
     const Reader readers[] = {
         {"ini", "Tavix.Ini", 3000, [](const QString&) { return tavix::GetIniFileData(); }},
         {"string table", "StringTable.txt", 3000, [](const QString&) { return tavix::ReadStringTableData(); }},
         {"guidance", "Guidance.txt", 3000, [](const QString&) { return tavix::ReadGuidanceData(); }},
         {"calibrations", "Proof.txt", 3000, [](const QString&) { return tavix::ReadProofData(); }},
         // A comment file takes any bytes; only a crash would be wrong.
-        {"comment", "p.txt", 3000, [](const QString& path) { return vb::Trap([&] { vb::ReadTextLines(path); }) == 0; },
+        {"comment",
+         "p.txt",
+         3000,
+         [](const QString& path) { return vb::Trap([&] { vb::ReadTextLines(path); }) == 0; },
          {"first line\r\nsecond\r\n", "\x82\xB1\x82\xF1\r\n\r\n"}},
-        {"picture", "p.bmp", 1500, [](const QString& path) { return vb::Trap([&] { vb::LoadPicture(path); }) == 0; },
+        {"picture",
+         "p.bmp",
+         1500,
+         [](const QString& path) { return vb::Trap([&] { vb::LoadPicture(path); }) == 0; },
          {Encoded("BMP"), Encoded("JPEG"), Encoded("PNG")}},
-        {"graph file", "Tavix.grf", 150,
+        {"graph file",
+         "Tavix.grf",
+         150,
          [](const QString& path) {
              tavix::cam::FilterGraph graph;
              tavix::cam::GraphFileStore store;
@@ -105,11 +127,13 @@ TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
          {graphFile}},
     };
     // The decoders' complaints about each spoiled picture are expected by the thousand.
-    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    const QtMessageHandler previous =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     for (const Reader& r : readers) {
         SCOPED_TRACE(r.what);
         std::vector<QByteArray> seeds = r.extraSeeds;
-        if (const QByteArray shipped = box.Read(QString::fromLatin1(r.file)); !shipped.isEmpty()) seeds.push_back(shipped);
+        if (const QByteArray shipped = box.Read(QString::fromLatin1(r.file)); !shipped.isEmpty())
+            seeds.push_back(shipped);
         Mutator mutator(seeds);
         int refused = 0;
         const QString path = box.File(QString::fromLatin1(r.file));

@@ -25,7 +25,10 @@ constexpr Point2D kUnsetPoint{kUnset, kUnset};
 
 TEST(CalcScalars, DistanceDirectionDegreesAndMidPoint) {
     using tavix::PointAtan2, tavix::PointDistance;
-    const struct { const char* what; double got, want; } cases[] = {
+    const struct {
+        const char* what;
+        double got, want;
+    } cases[] = {
         {"a point with itself", PointDistance({3, 4}, {3, 4}), 0},
         {"3-4-5", PointDistance({0, 0}, {3, 4}), 5},
         {"horizontal takes no square, so no overflow", PointDistance({-1e200, 7}, {1e200, 7}), 2e200},
@@ -66,10 +69,26 @@ struct Out {
     double d = kUnset;
     Point2D p = kUnsetPoint;
 };
-Out Foot(Point2D l1, Point2D l2, Point2D p) { Out o; o.ok = tavix::PerpendicularFoot(l1, l2, p, o.p, o.d); return o; }
-Out Circle(Point2D a, Point2D b, Point2D c) { Out o; o.ok = tavix::CircleFrom3Points(a, b, c, o.p, o.d); return o; }
-Out Cross(Point2D a, Point2D b, Point2D c, Point2D d) { Out o; o.ok = tavix::LineIntersection(a, b, c, d, o.p); return o; }
-Out Angle(Point2D a, Point2D v, Point2D b) { Out o; o.ok = tavix::VertexAngle(a, v, b, o.d); return o; }
+Out Foot(Point2D l1, Point2D l2, Point2D p) {
+    Out o;
+    o.ok = tavix::PerpendicularFoot(l1, l2, p, o.p, o.d);
+    return o;
+}
+Out Circle(Point2D a, Point2D b, Point2D c) {
+    Out o;
+    o.ok = tavix::CircleFrom3Points(a, b, c, o.p, o.d);
+    return o;
+}
+Out Cross(Point2D a, Point2D b, Point2D c, Point2D d) {
+    Out o;
+    o.ok = tavix::LineIntersection(a, b, c, d, o.p);
+    return o;
+}
+Out Angle(Point2D a, Point2D v, Point2D b) {
+    Out o;
+    o.ok = tavix::VertexAngle(a, v, b, o.d);
+    return o;
+}
 // Slot 3 holds 0.5, the others 1. Corners go from element 1; garbage in element 0 must not count.
 Out Area(double zoom, int16_t proofNo, std::vector<Point2D> corners) {
     tavix::ResetVariableDefinition();
@@ -87,16 +106,22 @@ Out Area(double zoom, int16_t proofNo, std::vector<Point2D> corners) {
 TEST(CalcTruthValued, CasesAndFloatErrors) {
     const std::vector<Point2D> triangle{{0, 0}, {1, 0}, {0, 1}};
     const Out no{};
-    const struct { const char* what; Out got, want; } cases[] = {
+    const struct {
+        const char* what;
+        Out got, want;
+    } cases[] = {
         {"foot: coinciding line points count as horizontal", Foot({3, 4}, {3, 4}, {1, 2}), {true, 2, {1, 4}}},
         {"foot: vertical", Foot({2, 0}, {2, 5}, {-1, 3}), {true, 3, {2, 3}}},
         {"foot: diagonal", Foot({0, 0}, {2, 2}, {2, 0}), {true, std::sqrt(2.0), {1, 1}}},
         {"foot beyond the segment", Foot({0, 0}, {2, 2}, {6, 4}), {true, std::sqrt(2.0), {5, 5}}},
         {"foot: distance overflows after the foot", Foot({0, 0}, {1, 1}, {1e308, -1e308}), {false, kUnset, {0, 0}}},
-        {"foot: horizontal distance overflow", Foot({0, -1e308}, {1, -1e308}, {5, 1e308}), {false, kUnset, {5, -1e308}}},
+        {"foot: horizontal distance overflow",
+         Foot({0, -1e308}, {1, -1e308}, {5, 1e308}),
+         {false, kUnset, {5, -1e308}}},
         {"foot: slope overflows", Foot({0, 0}, {1e-300, 1e300}, {1, 1}), no},
         {"foot: slope underflows to 0", Foot({0, 0}, {1e300, 1e-300}, {1, 1}), no},
-        {"foot: Y overflows after X", Foot({-1e308, 1e308}, {-5e307, 1.5e308}, {1e308, 1.5e308}),
+        {"foot: Y overflows after X",
+         Foot({-1e308, 1e308}, {-5e307, 1.5e308}, {1e308, 1.5e308}),
          {false, kUnset, {2.5e307, kUnset}}},
         {"foot: NaN point", Foot({0, 0}, {1, 1}, {kNaN, 0}), no},
         {"foot: NaN point on a horizontal line", Foot({0, 1}, {5, 1}, {kNaN, 0}), no},
@@ -140,7 +165,8 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
     for (const auto& c : cases) {
         EXPECT_EQ(c.got.ok, c.want.ok) << c.what;
         EXPECT_EQ(c.got.d, c.want.d) << c.what;
-        EXPECT_TRUE(c.got.p.X == c.want.p.X && c.got.p.Y == c.want.p.Y) << c.what << ": " << c.got.p.X << " " << c.got.p.Y;
+        EXPECT_TRUE(c.got.p.X == c.want.p.X && c.got.p.Y == c.want.p.Y)
+            << c.what << ": " << c.got.p.X << " " << c.got.p.Y;
     }
 }
 
@@ -158,16 +184,22 @@ TEST(CalcLastBits, FollowTheOrderOfOperations) {
     const Out foot = Foot({-12, 29}, {4, -9}, {9, 9}), cross = Cross({16, 22}, {-6, -38}, {41, -41}, {-20, 12});
     const Out angle = Angle({-29, -29}, {-25, 19}, {-13, -10});
     ASSERT_TRUE(circle.ok && foot.ok && cross.ok && angle.ok);
-    const struct { const char* what; double got, want; } cases[] = {
+    const struct {
+        const char* what;
+        double got, want;
+    } cases[] = {
         {"RadianToDegree", tavix::RadianToDegree(0.03), 0x1.b808161039b84p+0},
         {"PointDistance", tavix::PointDistance({4.1, 1.9}, {5.0, 8.3}), 0x1.9da1530436b3cp+2},
         {"MidPoint", tavix::MidPoint({0.1, 0.7}, {0.7, 0.1}).X, 0x1.999999999999ap-2},
         {"PolygonArea", area, 0x1.c28f5c28f5c27p-2},
-        {"circle centre X", circle.p.X, 0x1.753e0e1fab322p+4}, {"circle centre Y", circle.p.Y, 0x1.5f6d53871e2b7p+7},
+        {"circle centre X", circle.p.X, 0x1.753e0e1fab322p+4},
+        {"circle centre Y", circle.p.Y, 0x1.5f6d53871e2b7p+7},
         {"circle radius", circle.d, 0x1.16840de08957dp+9},
-        {"foot X", foot.p.X, -0x1.af48e27c15af6p+0}, {"foot Y", foot.p.Y, 0x1.20134679ace04p+2},
+        {"foot X", foot.p.X, -0x1.af48e27c15af6p+0},
+        {"foot Y", foot.p.Y, 0x1.20134679ace04p+2},
         {"foot distance", foot.d, 0x1.72fb84996f463p+3},
-        {"intersection X", cross.p.X, 0x1.215dade281a50p+2}, {"intersection Y", cross.p.Y, -0x1.29c612e2667c2p+3},
+        {"intersection X", cross.p.X, 0x1.215dade281a50p+2},
+        {"intersection Y", cross.p.Y, -0x1.29c612e2667c2p+3},
         {"VertexAngle", angle.d, 0x1.e6e49700e4ef8p-2},
     };
     for (const auto& c : cases) EXPECT_EQ(c.got, c.want) << c.what;

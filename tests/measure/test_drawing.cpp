@@ -121,24 +121,38 @@ TEST(Draw, EachKindDrawsItsLinesAndPutsItsValueAtItsPlace) {
         // The radius is P(2).X, not the distance to P(2).
         {Cmd::Circle, {{0, 0}, {80, 30}}, {{80, 0}, {0, -80}, {-80, 0}, {0, 80}}, {{-85, 0}, {0, 85}}, {0, 0}},
         {Cmd::TwoCircles, {{-50, 10}, {60, -3}}, {{10, 10}, {-50, -50}, {-110, 10}}, {}, {-50, 10}},
-        {Cmd::Perpendicular, {{-150, -100}, {50, -100}, {0, -100}, {0, 100}}, {{-140, -100}, {40, -100}, {0, 90}, {0, -60}},
-         {}, {0, 0}},
+        {Cmd::Perpendicular,
+         {{-150, -100}, {50, -100}, {0, -100}, {0, 100}},
+         {{-140, -100}, {40, -100}, {0, 90}, {0, -60}},
+         {},
+         {0, 0}},
         // The last line closes the polygon.
-        {Cmd::Area, {{-100, -100}, {100, -100}, {100, 100}, {-100, 100}}, {{0, -100}, {100, 0}, {0, 100}, {-100, 0}},
-         {}, {-100, -100}},
+        {Cmd::Area,
+         {{-100, -100}, {100, -100}, {100, 100}, {-100, 100}},
+         {{0, -100}, {100, 0}, {0, 100}, {-100, 0}},
+         {},
+         {-100, -100}},
         // P(4) and P(5) of an angle by two lines stay undrawn.
-        {Cmd::ThreePointAngle, {{-120, 60}, {0, -60}, {120, 60}, {-120, -120}, {120, -120}}, {{-60, 0}, {60, 0}},
-         {{0, -120}, {0, 60}, {-120, -30}}, {0, -60}},
-        {Cmd::ParallelDistance, {{-100, -80}, {100, -80}, {-100, 80}, {100, 80}, {-40, -80}, {-40, 80}},
-         {{-90, -80}, {90, 80}, {-40, -60}, {-40, 60}}, {{0, 0}, {30, 0}}, {-40, 0}},
+        {Cmd::ThreePointAngle,
+         {{-120, 60}, {0, -60}, {120, 60}, {-120, -120}, {120, -120}},
+         {{-60, 0}, {60, 0}},
+         {{0, -120}, {0, 60}, {-120, -30}},
+         {0, -60}},
+        {Cmd::ParallelDistance,
+         {{-100, -80}, {100, -80}, {-100, 80}, {100, 80}, {-40, -80}, {-40, 80}},
+         {{-90, -80}, {90, 80}, {-40, -60}, {-40, 60}},
+         {{0, 0}, {30, 0}},
+         {-40, 0}},
     };
     Drawing d;
     for (const KindCase& c : cases) {
         d.f.ResultCount = 0;
         d.Add(c.kind, c.points);
         d.Redraw();
-        for (const Point2D& p : c.on) EXPECT_TRUE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
-        for (const Point2D& p : c.off) EXPECT_FALSE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
+        for (const Point2D& p : c.on)
+            EXPECT_TRUE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
+        for (const Point2D& p : c.off)
+            EXPECT_FALSE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
         d.ExpectText(c.text.X, c.text.Y, kValueText, kCyan);
     }
 }
@@ -166,13 +180,11 @@ TEST(Draw, SelectedRowsTakeTheSecondColoursAndRowsBeyondTheCountStayUndrawn) {
         int row, rowSel, count;
         std::vector<int> selected;
     } cases[] = {
-        {1, 1, 5, {1}},           // as at start
-        {5, 2, 5, {2, 3, 4, 5}},  // either way round
-        {2, 5, 5, {2, 3, 4, 5}},
-        {4, 99, 5, {4, 5}},       // past the count
-        {6, 6, 5, {}},            // an empty row, as after a removal
-        {1, 1, 3, {1}},
-        {1, 1, 0, {}},
+        {1, 1, 5, {1}},                               // as at start
+        {5, 2, 5, {2, 3, 4, 5}},                      // either way round
+        {2, 5, 5, {2, 3, 4, 5}}, {4, 99, 5, {4, 5}},  // past the count
+        {6, 6, 5, {}},                                // an empty row, as after a removal
+        {1, 1, 3, {1}},          {1, 1, 0, {}},
     };
     Drawing d;
     for (const auto& c : cases) {
@@ -192,7 +204,10 @@ TEST(Draw, SelectedRowsTakeTheSecondColoursAndRowsBeyondTheCountStayUndrawn) {
 }
 
 TEST(Draw, LaterRowsLieOverEarlierOnes) {
-    const struct { int selected; QRgb crossing; } cases[] = {{2, kGreen}, {1, kRed}};
+    const struct {
+        int selected;
+        QRgb crossing;
+    } cases[] = {{2, kGreen}, {1, kRed}};
     Drawing d;
     for (const auto& c : cases) {
         d.f.ResultCount = 0;

@@ -33,7 +33,11 @@ struct Settings {
         const tavix::VariableDefinition& v = Var();
         return {{v.MeasureLineColor[1], v.MeasureValueColor[1], v.MeasureLineColor[2], v.MeasureValueColor[2],
                  v.MeasureLineColor[3], v.CrossLineColor, v.ScaleColor},
-                v.CrossLineNum, v.NumberOfDecimals, v.MeasureFontSize, v.AngleCommandMode, v.TwoPointCommandMode};
+                v.CrossLineNum,
+                v.NumberOfDecimals,
+                v.MeasureFontSize,
+                v.AngleCommandMode,
+                v.TwoPointCommandMode};
     }
     bool operator==(const Settings&) const = default;
 };
@@ -94,20 +98,25 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsAndTheCaptionsOfTheStringTable) {
         for (int i = 1; i <= 3; ++i) v.MeasureLineColor[i] = 0x010101u * i;
         v.ScaleColor = 0x80000005;
         const Settings before = Settings::Now();
-        w.Open([&](frmMeasureConfig& d) {
-            QStringList captions{d.Caption()};
-            for (const vb::Control* control : d.Controls) captions << control->Caption();
-            for (int n = 13000; n <= 13029; ++n)
-                if (n % 10 <= (n < 13010 ? 6 : n < 13020 ? 2 : 9)) {
-                    EXPECT_TRUE(captions.contains(GST(n))) << n;
-                }
-            for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), before.colors[i]) << i;
-            EXPECT_TRUE(d.optCrossLineNum[c.crossLineNum - 1]->Value() && !d.optCrossLineNum[2 - c.crossLineNum]->Value());
-            EXPECT_TRUE(d.optAngleCommand[c.angleMode]->Value() && !d.optAngleCommand[1 - c.angleMode]->Value());
-            EXPECT_TRUE(d.opt2PointCommand[c.twoPointMode]->Value() && !d.opt2PointCommand[1 - c.twoPointMode]->Value());
-            EXPECT_EQ(d.cboDec->Text() + u' ' + d.cboFontSize->Text(), QString::number(c.decimals) + u' ' + c.fontShown);
-            EXPECT_TRUE(d.cboDec->ListCount() == 9 && d.cboFontSize->ListCount() == 9);
-        }, false);
+        w.Open(
+            [&](frmMeasureConfig& d) {
+                QStringList captions{d.Caption()};
+                for (const vb::Control* control : d.Controls) captions << control->Caption();
+                for (int n = 13000; n <= 13029; ++n)
+                    if (n % 10 <= (n < 13010 ? 6 : n < 13020 ? 2 : 9)) {
+                        EXPECT_TRUE(captions.contains(GST(n))) << n;
+                    }
+                for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), before.colors[i]) << i;
+                EXPECT_TRUE(d.optCrossLineNum[c.crossLineNum - 1]->Value() &&
+                            !d.optCrossLineNum[2 - c.crossLineNum]->Value());
+                EXPECT_TRUE(d.optAngleCommand[c.angleMode]->Value() && !d.optAngleCommand[1 - c.angleMode]->Value());
+                EXPECT_TRUE(d.opt2PointCommand[c.twoPointMode]->Value() &&
+                            !d.opt2PointCommand[1 - c.twoPointMode]->Value());
+                EXPECT_EQ(d.cboDec->Text() + u' ' + d.cboFontSize->Text(),
+                          QString::number(c.decimals) + u' ' + c.fontShown);
+                EXPECT_TRUE(d.cboDec->ListCount() == 9 && d.cboFontSize->ListCount() == 9);
+            },
+            false);
         EXPECT_TRUE(Settings::Now() == before) << c.fontSize;
     }
 }
@@ -125,17 +134,19 @@ TEST(MeasureConfigDialog, CancelAfterChangesLeavesTheSettingsButStillRebuildsThe
     w.f.ResultFormat = QStringLiteral("0.00000");
     w.Add(Cmd::Distance, 2.5, QStringLiteral("stale"));
     w.Mark();
-    w.Open([&](frmMeasureConfig& d) {
-        for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00FFFFFFu - static_cast<uint32_t>(i));
-        // The colour dialog cancelled keeps the swatch.
-        w.Pick(d, 2, std::nullopt);
-        EXPECT_EQ(d.lblColor[2]->BackColor(), 0x00FFFFFDu);
-        d.optCrossLineNum[1]->SetValue(true);
-        d.optAngleCommand[1]->SetValue(true);
-        d.opt2PointCommand[1]->SetValue(true);
-        d.cboDec->SetListIndex(5);
-        d.cboFontSize->SetListIndex(8);
-    }, false);
+    w.Open(
+        [&](frmMeasureConfig& d) {
+            for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00FFFFFFu - static_cast<uint32_t>(i));
+            // The colour dialog cancelled keeps the swatch.
+            w.Pick(d, 2, std::nullopt);
+            EXPECT_EQ(d.lblColor[2]->BackColor(), 0x00FFFFFDu);
+            d.optCrossLineNum[1]->SetValue(true);
+            d.optAngleCommand[1]->SetValue(true);
+            d.opt2PointCommand[1]->SetValue(true);
+            d.cboDec->SetListIndex(5);
+            d.cboFontSize->SetListIndex(8);
+        },
+        false);
     EXPECT_TRUE(Settings::Now() == before);
     const tavix::VariableDefinition& v = Var();
     EXPECT_TRUE(w.f.cmdMeasure[0]->Caption() == GST(10101) && w.f.cmdMeasure[5]->Caption() == GST(10106));
@@ -223,7 +234,8 @@ TEST(MeasureConfigCrossLines, OffAfterAChangeOfNumberOnInTheNewColourOtherwise) 
         for (int k = 0; k < 2; ++k) {
             const auto &v = *w.f.picCrossLineV[k], &h = *w.f.picCrossLineH[k];
             EXPECT_EQ(std::tuple(v.Visible(), h.Visible(), v.BackColor(), h.BackColor()),
-                      std::tuple(!changed && k < from, !changed && k < from, kNew, kNew)) << from << to << " pair " << k;
+                      std::tuple(!changed && k < from, !changed && k < from, kNew, kNew))
+                << from << to << " pair " << k;
         }
         const qint64 want = changed ? w.f.imgCrossIcon[to - 1]->GetPicture().cacheKey() : icon;
         EXPECT_EQ(w.f.chkCross->GetPicture().cacheKey(), want) << from << to;
@@ -263,13 +275,21 @@ TEST(MeasureConfigIni, TheChangedSettingsAreWrittenAtExitAndReadBack) {
         const QRegularExpression line(QStringLiteral("\r\n%1=([^\r]*)\r\n").arg(QLatin1String(key)));
         return ini.count(line) == 1 ? line.match(ini).captured(1) : QStringLiteral("<%1 lines>").arg(ini.count(line));
     };
-    const std::pair<const char*, uint32_t> keys[] = {
-        {"MEASURELINECOLOR1", c.colors[0]}, {"MEASUREVALUECOLOR1", c.colors[1]}, {"MEASURELINECOLOR2", c.colors[2]},
-        {"MEASUREVALUECOLOR2", c.colors[3]}, {"MEASURELINECOLOR3", c.colors[4]}, {"CROSSLINECOLOR", c.colors[5]},
-        {"SCALECOLOR", c.colors[6]}, {"CROSSLINENUM", 2}, {"NUMBEROFDECIMALS", 4}, {"MEASUREFONTSIZE", uint32_t(c.fontSize)},
-        {"ANGLECOMMANDMODE", 1}, {"2POINTCOMMANDMODE", 1}};
+    const std::pair<const char*, uint32_t> keys[] = {{"MEASURELINECOLOR1", c.colors[0]},
+                                                     {"MEASUREVALUECOLOR1", c.colors[1]},
+                                                     {"MEASURELINECOLOR2", c.colors[2]},
+                                                     {"MEASUREVALUECOLOR2", c.colors[3]},
+                                                     {"MEASURELINECOLOR3", c.colors[4]},
+                                                     {"CROSSLINECOLOR", c.colors[5]},
+                                                     {"SCALECOLOR", c.colors[6]},
+                                                     {"CROSSLINENUM", 2},
+                                                     {"NUMBEROFDECIMALS", 4},
+                                                     {"MEASUREFONTSIZE", uint32_t(c.fontSize)},
+                                                     {"ANGLECOMMANDMODE", 1},
+                                                     {"2POINTCOMMANDMODE", 1}};
     for (const auto& [key, number] : keys) EXPECT_EQ(value(key), QString::number(number)) << key;
-    for (const char* key : {"JPEGQTY", "DEFAULTSCALE", "SCALEX", "SCALEY", "SCALETYPE", "SCALEPOSITION", "CURRENTPROOFNO"})
+    for (const char* key :
+         {"JPEGQTY", "DEFAULTSCALE", "SCALEX", "SCALEY", "SCALETYPE", "SCALEPOSITION", "CURRENTPROOFNO"})
         EXPECT_FALSE(value(key).startsWith(u'<')) << key;
 
     // A new start on the same installation reads them back.

@@ -12,10 +12,10 @@
 #include "StartedMain.h"
 #include "frmProofConfig.h"
 
-using testing_support::Sandbox;
 using tavix::frmProofConfig;
 using tavix::GST;
 using tavix::Var;
+using testing_support::Sandbox;
 
 namespace {
 
@@ -30,14 +30,18 @@ QByteArray Records(int n) {
 }
 
 void ExpectBox(const testing_support::RecordedBox& box, int text, int title, int buttons) {
-    EXPECT_TRUE(box.Prompt == GST(text) && box.Title == GST(title) && box.Buttons == buttons) << box.Prompt.toStdString();
+    EXPECT_TRUE(box.Prompt == GST(text) && box.Title == GST(title) && box.Buttons == buttons)
+        << box.Prompt.toStdString();
 }
 
 struct ProofWindow : testing_support::StartedMain {
     int clears = 0, draws = 0;
     explicit ProofWindow(int16_t results = 0, bool dirty = false) : StartedMain(3) {
         f.picTempView->SetPicture(testing_support::QuarterPicture(400, 300));
-        f.Hooks.ClearResults = [this](tavix::frmMain& m) { ++clears; m.ResultCount = 0; };
+        f.Hooks.ClearResults = [this](tavix::frmMain& m) {
+            ++clears;
+            m.ResultCount = 0;
+        };
         f.Hooks.DrawMeasureResults = [this](tavix::frmMain&) { ++draws; };
         f.ResultCount = results;
         f.ResultDirty = dirty;
@@ -67,7 +71,15 @@ void Enter(frmProofConfig& d, const char* name, const char* value, const char* u
 }
 
 TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
-    const struct { const char* what; QByteArray file; int error; int slot; QString name; double value; QString unit; } cases[] = {
+    const struct {
+        const char* what;
+        QByteArray file;
+        int error;
+        int slot;
+        QString name;
+        double value;
+        QString unit;
+    } cases[] = {
         {"missing leading zero", "\"a\",.5,\"mm\"\r\n" + Records(9), 0, 0, "a", 0.5, "mm"},
         {"exponent", "\"a\",1.5E-05,\"cm\"\r\n" + Records(9), 0, 0, "a", 1.5e-05, "cm"},
         {"anything behind the tenth is not read", Records(10) + "garbage,,\r\n", 0, 9, "s9", 1, "mm"},
@@ -81,8 +93,10 @@ TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
         tavix::ResetVariableDefinition();
         Var().ProofFileName = QStringLiteral("\\Proof.txt");
         Var().ProofTable.fill({QStringLiteral("before"), 7, QStringLiteral("px")});
-        if (c.error == 53) box.Remove(kProof);
-        else box.Write(kProof, c.file);
+        if (c.error == 53)
+            box.Remove(kProof);
+        else
+            box.Write(kProof, c.file);
         EXPECT_EQ(tavix::ReadProofData(), c.error == 0);
         const tavix::ProofRecord& p = Var().ProofTable[c.slot];
         if (c.error != 0) {
@@ -123,7 +137,14 @@ TEST(ProofFile, DeliveredFilesHoldTenNamedSlotsOfOneMicron) {
 }
 
 TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
-    const struct { const char* what; int16_t results; bool dirty; int answer; bool moves; int clears; } cases[] = {
+    const struct {
+        const char* what;
+        int16_t results;
+        bool dirty;
+        int answer;
+        bool moves;
+        int clears;
+    } cases[] = {
         {"no results", 0, true, 0, true, 0},
         {"saved results go silently", 2, false, 0, true, 1},
         {"unsaved results, Yes", 2, true, vb::vbYes, true, 1},
@@ -157,7 +178,8 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
     w.f.WorkPoints.push_back({5, 5});
     tavix::EnableCommandArea(w.f, *w.f.picMeasureCommandArea);  // as in the still view
     const auto expectFirstPointAwaited = [&] {
-        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Calibration && w.f.WorkPoints.size() == 1u && w.Guidance() == Var().GuidanceTable[20][0]);
+        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Calibration && w.f.WorkPoints.size() == 1u &&
+                    w.Guidance() == Var().GuidanceTable[20][0]);
     };
     tavix::cmdProofConfig_Click(w.f);
     expectFirstPointAwaited();
@@ -182,8 +204,16 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
     const QStringList units{kMu, QStringLiteral("mm"), QStringLiteral("cm")};
     // unit: the slot's before; shown: the one the dialog opens with, μ for a unit not in its list.
     // key: how the user ends it (0: a click on the button), pressed on the cancel button when onCancel.
-    const struct { const char* what; const char* unit; int shown; double zoom; float apart; bool ok, dirty; int key;
-                   bool onCancel = false; } cases[] = {
+    const struct {
+        const char* what;
+        const char* unit;
+        int shown;
+        double zoom;
+        float apart;
+        bool ok, dirty;
+        int key;
+        bool onCancel = false;
+    } cases[] = {
         {"OK at zoom 2, a foreign unit", "px", 0, 2.0, 200, true, true, 0},
         {"Enter in a text box is OK; zoom 0.5, saved results", "cm", 2, 0.5, 50, true, false, Qt::Key_Return},
         {"Escape is Cancel", "mm", 1, 1.0, 100, false, false, Qt::Key_Escape},
@@ -200,13 +230,15 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
         if (c.dirty) w.host.AnswerMsgBox(vb::vbYes);  // the question at the start, and no other
         const QByteArray file = w.box.Read(kProof);
         w.Calibrate(c.apart, [&](frmProofConfig& d) {
-            EXPECT_EQ(d.Caption() + d.Label1[0]->Caption() + d.Label1[2]->Caption(), GST(14000) + GST(14001) + GST(14003));
+            EXPECT_EQ(d.Caption() + d.Label1[0]->Caption() + d.Label1[2]->Caption(),
+                      GST(14000) + GST(14001) + GST(14003));
             EXPECT_EQ(QStringList({d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
                       QStringList({"slot5", "1", QString::number(c.apart)}));
             EXPECT_TRUE(d.cboUnit->ListCount() == 3 && d.cboUnit->ListIndex() == c.shown);
             EXPECT_TRUE(w.f.linMeasure.Exists(1) && w.f.linMeasure[1]->Visible()) << "rubber line stays";
             d.setParent(&w.f, d.windowFlags() | Qt::Dialog);  // as the program's dialog host does
-            EXPECT_FALSE(d.windowFlags() & (Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
+            EXPECT_FALSE(d.windowFlags() &
+                         (Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
             EXPECT_EQ(d.minimumSize(), d.maximumSize()) << "fixed border";
             d.show();
             d.close();  // a window manager's close
@@ -240,7 +272,8 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
         // OK stores the unit that was shown.
         EXPECT_TRUE(slot.Value == 0.1 && slot.Unit == units[c.shown]) << slot.Value;
         EXPECT_EQ(w.f.cboProof->List(5), QStringLiteral("新しい "));
-        const QStringList lines = QString::fromUtf8(w.box.Read(kProof)).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+        const QStringList lines =
+            QString::fromUtf8(w.box.Read(kProof)).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
         ASSERT_EQ(lines.size(), 10);
         EXPECT_EQ(lines[5], QStringLiteral("\"新しい \",0.1,\"%1\"").arg(units[c.shown]));
     }
@@ -249,8 +282,17 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
 TEST(ProofDialog, RefusalsAndAFailedRewriteKeepTheDialogOpenAndChangeNothing) {
     enum { Name, Value, Unit, None };
     // A rewrite goes to fileName (made a folder when directory) and logs error; the user then retries.
-    const struct { const char* what; const char* name; const char* value; float apart; int text; int focus;
-                   const char* fileName = nullptr; bool directory = false; int error = 0; } cases[] = {
+    const struct {
+        const char* what;
+        const char* name;
+        const char* value;
+        float apart;
+        int text;
+        int focus;
+        const char* fileName = nullptr;
+        bool directory = false;
+        int error = 0;
+    } cases[] = {
         {"blank name", "   ", "1", 9, 24000, Name},
         {"blank value", "a", "  ", 9, 24001, Value},
         {"zero", "a", "0", 9, 24002, Value},
@@ -283,7 +325,8 @@ TEST(ProofDialog, RefusalsAndAFailedRewriteKeepTheDialogOpenAndChangeNothing) {
             const tavix::ProofRecord& slot = Var().ProofTable[0];
             EXPECT_TRUE(slot.Name == former.Name && slot.Value == former.Value && slot.Unit == former.Unit);
             const vb::Control* fields[3] = {d.txtName, d.txtValue, d.cboUnit};
-            EXPECT_TRUE(c.focus == None || d.focusWidget() == fields[c.focus]->Widget()) << "focus on the field at fault";
+            EXPECT_TRUE(c.focus == None || d.focusWidget() == fields[c.focus]->Widget())
+                << "focus on the field at fault";
             if (!c.error) return d.cmdCancel->Click();
             Var().ProofFileName = QStringLiteral("\\Retry.txt");  // the user made room: OK again
             d.cmdOK->Click();

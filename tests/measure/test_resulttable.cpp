@@ -79,8 +79,15 @@ struct Table : testing_support::StartedMain {
 };
 
 TEST(ResultTable, RemoveAndClearChangeTheListOnlyAfterYes) {
-    const struct { const char* what; bool clear; int count, row, rowSel; Answer answer; bool dirtyBefore;
-                   std::vector<int> kept, selection; bool dirtyAfter, inked; } cases[] = {
+    const struct {
+        const char* what;
+        bool clear;
+        int count, row, rowSel;
+        Answer answer;
+        bool dirtyBefore;
+        std::vector<int> kept, selection;
+        bool dirtyAfter, inked;
+    } cases[] = {
         {"dragged down 3..5", false, 6, 3, 5, vb::vbYes, false, {1, 2, 6}, {4, 4, 0, 3}, true, true},
         {"dragged up 5..3", false, 6, 5, 3, vb::vbYes, false, {1, 2, 6}, {4, 4, 0, 3}, true, true},
         {"4..20 of 6", false, 6, 4, 20, vb::vbYes, false, {1, 2, 3}, {4, 4, 0, 3}, true, true},
@@ -124,8 +131,15 @@ TEST(ResultTable, RemoveAndClearChangeTheListOnlyAfterYes) {
 
 TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
     const QByteArray old(500, 'x');
-    const struct { const char* what; int count; std::optional<QString> name; int boxText, boxTitle; QByteArray file;
-                   int error; bool dirtyAfter; } cases[] = {
+    const struct {
+        const char* what;
+        int count;
+        std::optional<QString> name;
+        int boxText, boxTitle;
+        QByteArray file;
+        int error;
+        bool dirtyAfter;
+    } cases[] = {
         {"three rows", 3, "r.txt", 0, 0, "1,N1,v1,u1\r\n2,a,b,v2,u2\r\n3,N3,v3,\r\n", 0, false},
         {"cancelled", 2, std::nullopt, 0, 0, old, 0, true},
         {"nothing to save", 0, {}, 20090, 11090, old, 0, false},
@@ -180,20 +194,62 @@ TEST(ResultTable, QuestionsFollowResultDirtyOverASession) {
     const QString picture = t.box.File("p.bmp");
     testing_support::QuarterPicture(80, 60).save(picture);
     auto otherProof = [&] { f.cboProof->SetListIndex(f.cboProof->ListIndex() == 0 ? 1 : 0); };
-    auto save = [&] { t.host.AnswerFile(t.box.File("s.txt")); tavix::cmdResultSave_Click(f); };
-    auto remove = [&](int r) { f.grdResult->SetRow(r); tavix::cmdResultRemove_Click(f); };
-    auto load = [&] { t.host.AnswerFile(picture); tavix::cmdPicLoad_Click(f); };
-    const struct { const char* what; std::function<void()> act; Answer answer; int title, count; bool dirty; }
-    steps[] = {
+    auto save = [&] {
+        t.host.AnswerFile(t.box.File("s.txt"));
+        tavix::cmdResultSave_Click(f);
+    };
+    auto remove = [&](int r) {
+        f.grdResult->SetRow(r);
+        tavix::cmdResultRemove_Click(f);
+    };
+    auto load = [&] {
+        t.host.AnswerFile(picture);
+        tavix::cmdPicLoad_Click(f);
+    };
+    const struct {
+        const char* what;
+        std::function<void()> act;
+        Answer answer;
+        int title, count;
+        bool dirty;
+    } steps[] = {
         {"three measured", [&] { t.Fill(3); }, {}, 0, 3, true},
         {"other calibration refused", otherProof, vb::vbNo, 11000, 3, true},
         {"saved", save, {}, 0, 3, false},
         {"removal after saving", [&] { remove(2); }, vb::vbYes, 11080, 2, true},
         {"other picture", load, vb::vbYes, 11020, 0, false},
-        {"two saved, other picture", [&] { t.Fill(2); save(); load(); }, {}, 0, 0, false},
-        {"two saved, other calibration", [&] { t.Fill(2); save(); otherProof(); }, {}, 0, 0, false},
-        {"one measured and removed", [&] { t.Fill(1); remove(1); }, vb::vbYes, 11080, 0, false},
-        {"two measured, cleared", [&] { t.Fill(2); tavix::cmdResultClear_Click(f); }, vb::vbYes, 11070, 0, false},
+        {"two saved, other picture",
+         [&] {
+             t.Fill(2);
+             save();
+             load();
+         },
+         {},
+         0,
+         0,
+         false},
+        {"two saved, other calibration",
+         [&] {
+             t.Fill(2);
+             save();
+             otherProof();
+         },
+         {},
+         0,
+         0,
+         false},
+        {"one measured and removed",
+         [&] {
+             t.Fill(1);
+             remove(1);
+         },
+         vb::vbYes, 11080, 0, false},
+        {"two measured, cleared",
+         [&] {
+             t.Fill(2);
+             tavix::cmdResultClear_Click(f);
+         },
+         vb::vbYes, 11070, 0, false},
     };
     for (const auto& s : steps) {
         if (s.answer) t.host.AnswerMsgBox(*s.answer);

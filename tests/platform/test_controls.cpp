@@ -161,7 +161,10 @@ TEST(CheckBoxValue, SetValueFiresOnlyOnChangeAndAClickToggles) {
 }
 
 TEST(TextBoxMaxLength, LimitsWhatTheUserEntersNotWhatCodeSets) {
-    const struct { const char* what; QString start, typed, pasted, expected; } rows[] = {
+    const struct {
+        const char* what;
+        QString start, typed, pasted, expected;
+    } rows[] = {
         {"typing stops at the limit", "", "abcdefg", "", "abcde"},
         {"a paste is cut to what fits", "ab", "", "cdefg", "abcde"},
         {"text set longer than the limit is kept, typing adds nothing", "abcdefg", "x", "", "abcdefg"},
@@ -200,7 +203,10 @@ TEST(FlexGridBounds, TextMatrixOutsideTheGridIsError381) {
 }
 
 TEST(FlexGridAlignment, CodesMapToCellAlignmentForTheirRows) {
-    const struct { int code; Qt::Alignment expected; } rows[] = {
+    const struct {
+        int code;
+        Qt::Alignment expected;
+    } rows[] = {
         {2, Qt::AlignLeft | Qt::AlignBottom},
         {4, Qt::AlignHCenter | Qt::AlignVCenter},
         {6, Qt::AlignRight | Qt::AlignTop},
@@ -234,7 +240,11 @@ TEST(ControlArrayLoad, ErrorNumbersOfLoadUnloadAndIndex) {
     ControlArray<Shape> shapes;
     shapes.Add(new Shape(form, &form, "shaA", 0));
     shapes.SetFactory([&](int i) { return new Shape(form, &form, "shaA", i); });
-    const struct { const char* what; std::function<void()> body; int error; } rows[] = {
+    const struct {
+        const char* what;
+        std::function<void()> body;
+        int error;
+    } rows[] = {
         {"Load of an index in use", [&] { shapes.Load(0); }, 360},
         {"Load of a new index", [&] { shapes.Load(2); }, 0},
         {"the gap below it has no element", [&] { shapes[1]; }, 9},

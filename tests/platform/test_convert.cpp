@@ -18,7 +18,13 @@ const TextConversion kCByte = [](const QString& t) { return vb::CByte(t); };
 const TextConversion kCLng = [](const QString& t) { return vb::CLng(t); };
 
 TEST(Convert, IntegersFromText) {
-    struct Case { const char* name; const TextConversion& convert; const char* text; long long expected; int error; };
+    struct Case {
+        const char* name;
+        const TextConversion& convert;
+        const char* text;
+        long long expected;
+        int error;
+    };
     const Case cases[] = {
         {"CInt", kCInt, "  -7\t", -7, 0},
         // Halves round to even, anything above a half rounds up.
@@ -58,7 +64,10 @@ TEST(Convert, IntegersFromText) {
 TEST(Convert, IntegersFromDouble) {
     constexpr long long kOverflow = std::numeric_limits<long long>::min();
     // kOverflow: the conversion raises error 6.
-    const struct { double value; long long cint, clng; } cases[] = {
+    const struct {
+        double value;
+        long long cint, clng;
+    } cases[] = {
         {2.4999999, 2, 2},
         {32767.5, kOverflow, 32768},
         {-32768.6, kOverflow, -32769},
@@ -78,11 +87,14 @@ TEST(Convert, IntegersFromDouble) {
 }
 
 TEST(Convert, ValTakesTheLongestNumberAtTheStart) {
-    const struct { const char* text; double expected; } cases[] = {
-        {"1.5mm", 1.5},  {"abc", 0},    {"", 0},          {".5", 0.5},          {"1e2x", 100},
-        {"1e", 1},       {"1E-2", 0.01}, {"2d3", 2000},   {" 1 2", 12},         {"\t- 4 .5", -4.5},
-        {"1.2.3", 1.2},  {"--1", 0},    {"12,5", 12},     {"&HFFFF", -1},       {"&H10000", 65536},
-        {"&O17", 15},    {"0x10", 0},
+    const struct {
+        const char* text;
+        double expected;
+    } cases[] = {
+        {"1.5mm", 1.5}, {"abc", 0},     {"", 0},       {".5", 0.5},    {"1e2x", 100},
+        {"1e", 1},      {"1E-2", 0.01}, {"2d3", 2000}, {" 1 2", 12},   {"\t- 4 .5", -4.5},
+        {"1.2.3", 1.2}, {"--1", 0},     {"12,5", 12},  {"&HFFFF", -1}, {"&H10000", 65536},
+        {"&O17", 15},   {"0x10", 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
@@ -95,19 +107,18 @@ TEST(Convert, ValTakesTheLongestNumberAtTheStart) {
 }
 
 TEST(Convert, Format) {
-    const struct { double value; const char* format; const char* expected; } cases[] = {
+    const struct {
+        double value;
+        const char* format;
+        const char* expected;
+    } cases[] = {
         // Half away from zero, unlike CInt.
-        {2.5, "0", "3"},
-        {0.125, "0.00", "0.13"},
+        {2.5, "0", "3"},           {0.125, "0.00", "0.13"},
         {1.005, "0.00", "1.00"},  // 1.005 is stored just below the half
-        {9.9951, "0.00", "10.00"},
-        {-0.001, "0.00", "0.00"},
-        {0.5, "#.00", ".50"},
-        {1234567.891, "#,##0.00", "1,234,567.89"},
-        {5, "00", "05"},
-        {1.5, "0.0#", "1.5"},
-        {1.25, "0.0#", "1.25"},
-        {1e20, "0", "100000000000000000000"},
+        {9.9951, "0.00", "10.00"}, {-0.001, "0.00", "0.00"},
+        {0.5, "#.00", ".50"},      {1234567.891, "#,##0.00", "1,234,567.89"},
+        {5, "00", "05"},           {1.5, "0.0#", "1.5"},
+        {1.25, "0.0#", "1.25"},    {1e20, "0", "100000000000000000000"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.format) + " " + std::to_string(c.value));
@@ -116,7 +127,11 @@ TEST(Convert, Format) {
 }
 
 TEST(Convert, GeneralNumberAndPrint) {
-    const struct { double value; const char* cstr; const char* print; } cases[] = {
+    const struct {
+        double value;
+        const char* cstr;
+        const char* print;
+    } cases[] = {
         {7, "7", " 7 "},
         {-7, "-7", "-7 "},
         {-0.0, "0", " 0 "},
@@ -149,8 +164,10 @@ std::string ReferenceFixed(double x, int decimals) {
     if (s[dot + 1 + static_cast<size_t>(decimals)] >= '5') {
         int i = static_cast<int>(digits.size()) - 1;
         for (; i >= 0 && digits[static_cast<size_t>(i)] == '9'; --i) digits[static_cast<size_t>(i)] = '0';
-        if (i < 0) digits.insert(digits.begin(), '1');
-        else ++digits[static_cast<size_t>(i)];
+        if (i < 0)
+            digits.insert(digits.begin(), '1');
+        else
+            ++digits[static_cast<size_t>(i)];
     }
     std::string out = digits.substr(0, digits.size() - static_cast<size_t>(decimals));
     if (decimals > 0) out += "." + digits.substr(digits.size() - static_cast<size_t>(decimals));

@@ -43,12 +43,15 @@ TEST_F(DriveProbe, NetworkByTheLongestMountPointThatHoldsTheFolder) {
                 "/dev/sdc1 %1/over ext4 rw 0 0\n"
                 "srv:/s %2 nfs rw 0 0\n")
                 .arg(m, QFileInfo(dir.filePath("share")).canonicalFilePath());
-    const struct { QString path; bool network; } cases[] = {
-        {m + "/nas/m.avi", true},         {m + "/nas/a/b/m.avi", true},  {m + "/nas/local/m.avi", false},
-        {m + "/nasty/m.avi", false},      {m + "/win/m.AVI", true},      {m + "/ssh/m.avi", true},
-        {m + "/with blank/m.avi", true},  {m + "/over/m.avi", false},    {m + "/vm/m.avi", true},
-        {"/tavix-elsewhere/m.avi", false},
-        {dir.filePath("link/m.avi"), true}, {"//server/share/m.avi", true}, {"\\\\server\\share\\m.avi", true},
+    const struct {
+        QString path;
+        bool network;
+    } cases[] = {
+        {m + "/nas/m.avi", true},           {m + "/nas/a/b/m.avi", true},       {m + "/nas/local/m.avi", false},
+        {m + "/nasty/m.avi", false},        {m + "/win/m.AVI", true},           {m + "/ssh/m.avi", true},
+        {m + "/with blank/m.avi", true},    {m + "/over/m.avi", false},         {m + "/vm/m.avi", true},
+        {"/tavix-elsewhere/m.avi", false},  {dir.filePath("link/m.avi"), true}, {"//server/share/m.avi", true},
+        {"\\\\server\\share\\m.avi", true},
     };
     for (const auto& c : cases) EXPECT_EQ(vb::IsNetworkPath(c.path), c.network) << c.path.toStdString();
 }

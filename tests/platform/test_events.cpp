@@ -35,8 +35,8 @@ TEST(UntrappedError, EndsWithTheErrorNumberFromEveryKindOfEvent) {
         {"button press", [&] { button->Click(); }, 13},
         {"mouse up on a picture",
          [&] {
-             QMouseEvent up(QEvent::MouseButtonRelease, QPointF(5, 5), QPointF(5, 5), Qt::LeftButton,
-                            Qt::NoButton, Qt::NoModifier);
+             QMouseEvent up(QEvent::MouseButtonRelease, QPointF(5, 5), QPointF(5, 5), Qt::LeftButton, Qt::NoButton,
+                            Qt::NoModifier);
              QCoreApplication::sendEvent(pic->ClientWidget(), &up);
          },
          6},

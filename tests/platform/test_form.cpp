@@ -22,7 +22,10 @@ TEST(FormResize, SettingHeightFiresResizeOnceInsideTheCall) {
         if (shown) form.show();
         int fired = 0;
         double seenHeight = 0;
-        form.OnResize = [&] { ++fired; seenHeight = form.Height(); };
+        form.OnResize = [&] {
+            ++fired;
+            seenHeight = form.Height();
+        };
         form.SetHeight(8100);
         EXPECT_EQ(fired, 1) << "shown " << shown;
         EXPECT_DOUBLE_EQ(seenHeight, 8100) << "the new size is there when the handler runs";
@@ -49,7 +52,11 @@ TEST(FormResize, HandlerThatSizesTheWindowReentersOnce) {
 // ---- unloading ----
 
 TEST(FormUnload, CancelKeepsTheWindowAndTheModeTellsWhoClosed) {
-    const struct { const char* what; bool (*close)(Form&); int mode; } rows[] = {
+    const struct {
+        const char* what;
+        bool (*close)(Form&);
+        int mode;
+    } rows[] = {
         {"close box", [](Form& f) { return f.close(); }, vbFormControlMenu},
         {"Unload from code", [](Form& f) { return f.Unload(); }, vbFormCode},
     };
@@ -59,7 +66,10 @@ TEST(FormUnload, CancelKeepsTheWindowAndTheModeTellsWhoClosed) {
         std::vector<int> modes;
         int unloads = 0;
         bool cancel = true;
-        form.OnQueryUnload = [&](bool& c, int mode) { modes.push_back(mode); c = cancel; };
+        form.OnQueryUnload = [&](bool& c, int mode) {
+            modes.push_back(mode);
+            c = cancel;
+        };
         form.OnUnload = [&](bool&) { ++unloads; };
         form.show();
         EXPECT_FALSE(row.close(form));
@@ -95,10 +105,20 @@ struct DockedForm {
 
 TEST(FormLayout, AlignedAreasDockTopThenLeftAndRightBelowIt) {
     // Rectangles in twips; the left one is not checked when hidden.
-    const struct { const char* what; double clientW, clientH; bool leftVisible; QRectF top, left, right; } rows[] = {
+    const struct {
+        const char* what;
+        double clientW, clientH;
+        bool leftVisible;
+        QRectF top, left, right;
+    } rows[] = {
         {"design size", 14460, 9615, true, {0, 0, 14460, 1035}, {0, 1035, 3195, 8580}, {3225, 1035, 11235, 8580}},
         {"hidden left area takes no room", 14460, 9615, false, {0, 0, 14460, 1035}, {}, {3225, 1035, 11235, 8580}},
-        {"smaller than the areas: heights do not go negative", 6000, 600, true, {0, 0, 6000, 1035}, {0, 1035, 3195, 0},
+        {"smaller than the areas: heights do not go negative",
+         6000,
+         600,
+         true,
+         {0, 0, 6000, 1035},
+         {0, 1035, 3195, 0},
          {-5235, 1035, 11235, 0}},
     };
     for (const auto& row : rows) {
@@ -109,7 +129,9 @@ TEST(FormLayout, AlignedAreasDockTopThenLeftAndRightBelowIt) {
         d.form.SetClientSize(row.clientW, row.clientH);
         d.form.LayoutAligned();
         EXPECT_EQ(DockedForm::RectOf(d.top), row.top) << row.what;
-        if (row.leftVisible) { EXPECT_EQ(DockedForm::RectOf(d.left), row.left) << row.what; }
+        if (row.leftVisible) {
+            EXPECT_EQ(DockedForm::RectOf(d.left), row.left) << row.what;
+        }
         EXPECT_EQ(DockedForm::RectOf(d.right), row.right) << row.what;
         EXPECT_EQ(DockedForm::RectOf(loose), QRectF(15, 30, 45, 60)) << row.what << ": Align 0 stays put";
         EXPECT_EQ(d.right->Widget()->geometry().topLeft(), QPoint(qRound(row.right.left() / 15), 69)) << row.what;
@@ -130,7 +152,10 @@ TEST(FormLayout, ResizeHandlerWidthChangeDocksAgain) {
 // ---- file dialog filters ----
 
 TEST(FileDialogFilter, PlatformFiltersBecomeQtNameFilters) {
-    const struct { const char* in; const char* out; } rows[] = {
+    const struct {
+        const char* in;
+        const char* out;
+    } rows[] = {
         {"Bitmap (*.bmp)|*.bmp|JPEG|*.jpg;*.jpeg", "Bitmap (*.bmp) (*.bmp);;JPEG (*.jpg *.jpeg)"},
         {"All|*.bmp; *.jpg", "All (*.bmp *.jpg)"},
         {"Pictures|*.bmp;*.jpg|Dangling", "Pictures (*.bmp *.jpg)"},

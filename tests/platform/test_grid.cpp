@@ -23,9 +23,7 @@ struct Grid {
         form.show();
         grid->OnSelChange = [this] { ++changes; };
     }
-    QPoint CellCentre(int row) const {
-        return grid->Table()->visualItemRect(grid->Table()->item(row, 1)).center();
-    }
+    QPoint CellCentre(int row) const { return grid->Table()->visualItemRect(grid->Table()->item(row, 1)).center(); }
     void Mouse(QEvent::Type type, int row, Qt::KeyboardModifiers mods = Qt::NoModifier) {
         const QPointF at(CellCentre(row));
         QMouseEvent e(type, at, grid->Table()->viewport()->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton, mods);

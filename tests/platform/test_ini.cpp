@@ -14,7 +14,10 @@ protected:
     QTemporaryDir dir;
     QString path;
 
-    void SetUp() override { ASSERT_TRUE(dir.isValid()); path = dir.filePath("Tavix.Ini"); }
+    void SetUp() override {
+        ASSERT_TRUE(dir.isValid());
+        path = dir.filePath("Tavix.Ini");
+    }
 
     void Put(const QByteArray& bytes) {
         QFile f(path);
@@ -46,7 +49,12 @@ const QByteArray kSample =
 
 TEST_F(IniTest, Reads) {
     Put(kSample);
-    const struct { const char* section; const char* key; const char* def; const char* value; } cases[] = {
+    const struct {
+        const char* section;
+        const char* key;
+        const char* def;
+        const char* value;
+    } cases[] = {
         {"camera", "cameraFilterName", "", "USB Camera"},
         {" CAMERA\t", " CAMERAFILTERNAME ", "", "USB Camera"},
         {"CAMERA", "TEMPBITMAPFILE ", "", "\\temp.bmp"},
@@ -76,12 +84,14 @@ TEST_F(IniTest, MissingFileGivesDefault) {
 TEST_F(IniTest, CutsAtSizeLessOneBytes) {
     const QString a300(300, u'a');
     const QString kana = QString::fromUtf8("テスト");  // three bytes each in UTF-8
-    const struct { QString value; int size; QString expected; } cases[] = {
-        {a300, 255, QString(254, u'a')},
-        {a300, 1, ""},
+    const struct {
+        QString value;
+        int size;
+        QString expected;
+    } cases[] = {
+        {a300, 255, QString(254, u'a')}, {a300, 1, ""},
         {"ab" + kana, 5, "ab"},  // 4 bytes: テ would need 3 more
-        {"ab" + kana, 6, "abテ"},
-        {"ab" + kana, 9, "abテス"},
+        {"ab" + kana, 6, "abテ"},        {"ab" + kana, 9, "abテス"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.size);

@@ -65,19 +65,23 @@ QByteArray ThirtyTwoBit(const QByteArray& bmp, const QImage& img) {
 }
 
 // 1x1 GIFs whose only pixel is colour 0: red, or white marked transparent.
-const QByteArray kRedGif("GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\x00\x00\x00\x00\x00"
-                         ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;", 35);
-const QByteArray kClearGif("GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\xff\xff\x00\x00\x00"
-                           "!\xf9\x04\x01\x00\x00\x00\x00"
-                           ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;", 43);
+const QByteArray kRedGif(
+    "GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\x00\x00\x00\x00\x00"
+    ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;",
+    35);
+const QByteArray kClearGif(
+    "GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\xff\xff\x00\x00\x00"
+    "!\xf9\x04\x01\x00\x00\x00\x00"
+    ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;",
+    43);
 
 int MaxChannelDiff(const QImage& a, const QImage& b) {
     int worst = 0;
     for (int y = 0; y < a.height(); ++y)
         for (int x = 0; x < a.width(); ++x) {
             const QRgb p = a.pixel(x, y), q = b.pixel(x, y);
-            worst = std::max({worst, std::abs(qRed(p) - qRed(q)), std::abs(qGreen(p) - qGreen(q)),
-                              std::abs(qBlue(p) - qBlue(q))});
+            worst = std::max(
+                {worst, std::abs(qRed(p) - qRed(q)), std::abs(qGreen(p) - qGreen(q)), std::abs(qBlue(p) - qBlue(q))});
         }
     return worst;
 }
@@ -106,7 +110,12 @@ TEST_F(PictureTest, LoadsOrRefusesFiles) {
     QByteArray farOff = bmp;
     qToLittleEndian<quint32>(bmp.size(), farOff.data() + 10);
     // tolerance: largest channel difference from src; -1: pixels not compared.
-    const struct { const char* name; QByteArray bytes; int error; int tolerance; } cases[] = {
+    const struct {
+        const char* name;
+        QByteArray bytes;
+        int error;
+        int tolerance;
+    } cases[] = {
         {"a.bmp", bmp, 0, 0},
         {"top-down.bmp", TopDown(bmp, src), 0, 0},
         {"32-bit.bmp", ThirtyTwoBit(bmp, src), 0, 0},
@@ -149,7 +158,11 @@ TEST_F(PictureTest, TransparencyLiesOverBlack) {
     QImage half(2, 1, QImage::Format_ARGB32);
     half.setPixel(0, 0, qRgba(200, 100, 50, 128));
     half.setPixel(1, 0, qRgba(10, 20, 30, 255));
-    const struct { const char* name; QByteArray bytes; QRgb first; } cases[] = {
+    const struct {
+        const char* name;
+        QByteArray bytes;
+        QRgb first;
+    } cases[] = {
         {"red.gif", kRedGif, qRgb(255, 0, 0)},
         {"clear.gif", kClearGif, qRgb(0, 0, 0)},
         {"half.png", Encode(half, "PNG"), qRgb(100, 50, 25)},
@@ -181,7 +194,10 @@ TEST_F(PictureTest, SavesWhatQtWritesForRgb32) {
     for (int y = 0; y < large.height(); ++y)
         for (int x = 0; x < large.width(); ++x) large.setPixel(x, y, qRgb(x, y, x ^ y));
     large.setDotsPerMeterX(5000);
-    const QImage sources[] = {src, src.copy(0, 0, 3, 2), src.copy(0, 0, 6, 1), large,
+    const QImage sources[] = {src,
+                              src.copy(0, 0, 3, 2),
+                              src.copy(0, 0, 6, 1),
+                              large,
                               src.convertToFormat(QImage::Format_Indexed8),
                               src.convertToFormat(QImage::Format_ARGB32)};
     for (const bool scratch : {false, true}) {
@@ -202,7 +218,11 @@ TEST_F(PictureTest, SavesWhatQtWritesForRgb32) {
 
 TEST_F(PictureTest, SaveErrorsLeaveNothingBehind) {
     ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
-    const struct { QImage image; const char* name; int error; } cases[] = {
+    const struct {
+        QImage image;
+        const char* name;
+        int error;
+    } cases[] = {
         {Gradient(), "no/out.bmp", vb::ErrPathNotFound},
         {QImage(), "null.bmp", vb::ErrInvalidPicture},
         {Gradient(), "sub", vb::ErrPathFileAccess},

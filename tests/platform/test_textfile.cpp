@@ -33,10 +33,15 @@ protected:
 
 TEST(DecodeText, PicksUtf8OrCp932) {
     // text is UTF-8.
-    const struct { QByteArray bytes; const char* text; } cases[] = {
+    const struct {
+        QByteArray bytes;
+        const char* text;
+    } cases[] = {
         {"", ""},
         {"\xE3\x83\x86\xE3\x82\xB9\xE3\x83\x88", "テスト"},
-        {"\xEF\xBB\xBF" "abc", "abc"},
+        {"\xEF\xBB\xBF"
+         "abc",
+         "abc"},
         {"10,\x83\x65\x83\x58\x83\x67\r\n", "10,テスト\r\n"},
         {"\xB1\xB2", "ｱｲ"},  // half-width katakana, one byte each
         // A broken lead byte costs one character, not the line feed behind it.
@@ -49,7 +54,10 @@ TEST(DecodeText, PicksUtf8OrCp932) {
 }
 
 TEST_F(TextFileTest, ReadsLinesEndingInCrLfOrLf) {
-    const struct { QByteArray bytes; QStringList lines; } cases[] = {
+    const struct {
+        QByteArray bytes;
+        QStringList lines;
+    } cases[] = {
         {"", {}},
         {"a", {"a"}},
         {"a\nb\r\nc\n", {"a", "b", "c"}},
@@ -80,7 +88,8 @@ TEST_F(TextFileTest, WritesThroughATemporaryFileWithCrLf) {
     // Through the link: the file it names is replaced with its permissions, the link stays.
     ASSERT_EQ(vb::WriteTextFileSafely(dir.filePath("link.txt"), {"1,2", QString::fromUtf8("テ"), ""}), 0);
     EXPECT_EQ(Bytes(path), QByteArray("1,2\r\n\xE3\x83\x86\r\n\r\n"));
-    EXPECT_EQ(QFile::permissions(path), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadUser | QFile::WriteUser);
+    EXPECT_EQ(QFile::permissions(path),
+              QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadUser | QFile::WriteUser);
     EXPECT_TRUE(QFileInfo(dir.filePath("link.txt")).isSymLink());
 
     EXPECT_EQ(vb::WriteTextFileSafely(dir.filePath("nofolder/out.txt"), {"x"}), vb::ErrPathNotFound);

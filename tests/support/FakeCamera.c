@@ -36,7 +36,12 @@ static const struct Mode modes[] = {
 };
 enum { ModeCount = 6, FirstMjpeg = 3, Markers = 8 };
 
-enum { Int = V4L2_CTRL_TYPE_INTEGER, Bool = V4L2_CTRL_TYPE_BOOLEAN, Menu = V4L2_CTRL_TYPE_MENU, Class = V4L2_CTRL_TYPE_CTRL_CLASS };
+enum {
+    Int = V4L2_CTRL_TYPE_INTEGER,
+    Bool = V4L2_CTRL_TYPE_BOOLEAN,
+    Menu = V4L2_CTRL_TYPE_MENU,
+    Class = V4L2_CTRL_TYPE_CTRL_CLASS
+};
 struct Control {
     uint32_t id;
     int type;
@@ -47,15 +52,39 @@ struct Control {
 };
 // As uvcvideo reports a common webcam, in id order.
 static const struct Control controls[] = {
-    {V4L2_CID_USER_CLASS, Class, "User Controls", 0, 0, 0, 0, V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY, {0}},
+    {V4L2_CID_USER_CLASS,
+     Class,
+     "User Controls",
+     0,
+     0,
+     0,
+     0,
+     V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY,
+     {0}},
     {V4L2_CID_BRIGHTNESS, Int, "Brightness", -64, 64, 1, 0, 0, {0}},
     {V4L2_CID_CONTRAST, Int, "Contrast", 0, 95, 1, 32, 0, {0}},
     {V4L2_CID_SATURATION, Int, "Saturation", 0, 100, 1, 64, 0, {0}},
     {V4L2_CID_AUTO_WHITE_BALANCE, Bool, "White Balance, Automatic", 0, 1, 1, 1, 0, {0}},
     {V4L2_CID_POWER_LINE_FREQUENCY, Menu, "Power Line Frequency", 0, 2, 1, 1, 0, {"Disabled", "50 Hz", "60 Hz"}},
     {V4L2_CID_WHITE_BALANCE_TEMPERATURE, Int, "White Balance Temperature", 2800, 6500, 10, 4600, 0, {0}},
-    {V4L2_CID_CAMERA_CLASS, Class, "Camera Controls", 0, 0, 0, 0, V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY, {0}},
-    {V4L2_CID_EXPOSURE_AUTO, Menu, "Auto Exposure", 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
+    {V4L2_CID_CAMERA_CLASS,
+     Class,
+     "Camera Controls",
+     0,
+     0,
+     0,
+     0,
+     V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY,
+     {0}},
+    {V4L2_CID_EXPOSURE_AUTO,
+     Menu,
+     "Auto Exposure",
+     0,
+     3,
+     1,
+     3,
+     0,
+     {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
     {V4L2_CID_EXPOSURE_ABSOLUTE, Int, "Exposure Time, Absolute", 3, 2047, 1, 250, 0, {0}},
     {V4L2_CID_PRIVACY, Bool, "Privacy", 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
@@ -90,14 +119,16 @@ struct Jpeg {
 static struct Jpeg jpegs[ModeCount][Markers];
 
 static void* next(const char* name) { return dlsym(RTLD_NEXT, name); }
-#define REAL(ret, name, ...)                                 \
-    static ret (*real_##name)(__VA_ARGS__);                  \
-    if (!real_##name) real_##name = (ret (*)(__VA_ARGS__))next(#name)
+#define REAL(ret, name, ...)                \
+    static ret (*real_##name)(__VA_ARGS__); \
+    if (!real_##name) real_##name = (ret(*)(__VA_ARGS__))next(#name)
 
 static struct Handle* handle_of(int fd) { return fd >= 0 && fd < MaxFd ? handles[fd] : NULL; }
 
 // A handle outlives its camera being pulled out, and plugged in again.
-static int alive(const struct Handle* h) { return devices[h->dev].present && h->generation == devices[h->dev].generation; }
+static int alive(const struct Handle* h) {
+    return devices[h->dev].present && h->generation == devices[h->dev].generation;
+}
 
 // Slot of a fake node path, or -1.
 static int node_of(const char* path) {
@@ -208,7 +239,8 @@ static int control_index(uint32_t id) {
 
 static uint32_t control_flags(const struct Device* d, int i) {
     uint32_t flags = controls[i].flags;
-    if ((i == WbTemp && d->values[WbAuto]) || (i == ExpAbs && d->values[ExpAuto] != 1)) flags |= V4L2_CTRL_FLAG_INACTIVE;
+    if ((i == WbTemp && d->values[WbAuto]) || (i == ExpAbs && d->values[ExpAuto] != 1))
+        flags |= V4L2_CTRL_FLAG_INACTIVE;
     return flags;
 }
 
@@ -486,7 +518,10 @@ int ioctl(int fd, unsigned long request, ...) {
         if (read(fd, &ticks, sizeof ticks) < 0) return -1;
         pthread_mutex_lock(&lock);
         h = handle_of(fd);
-        const int r = !h ? fail(EBADF) : !alive(h) ? fail(ENODEV) : !h->streaming ? fail(EINVAL) : dequeue_buffer(h, arg, ticks);
+        const int r = !h              ? fail(EBADF)
+                      : !alive(h)     ? fail(ENODEV)
+                      : !h->streaming ? fail(EINVAL)
+                                      : dequeue_buffer(h, arg, ticks);
         pthread_mutex_unlock(&lock);
         return r;
     }
@@ -500,9 +535,12 @@ int ioctl(int fd, unsigned long request, ...) {
 static int open_node(int node, int flags) {
     pthread_mutex_lock(&lock);
     int fd = -1;
-    if (refuse) errno = EACCES;
-    else if (!devices[node].present) errno = ENOENT;
-    else fd = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | (flags & O_NONBLOCK ? TFD_NONBLOCK : 0));
+    if (refuse)
+        errno = EACCES;
+    else if (!devices[node].present)
+        errno = ENOENT;
+    else
+        fd = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | (flags & O_NONBLOCK ? TFD_NONBLOCK : 0));
     if (fd >= MaxFd) {
         REAL(int, close, int);
         real_close(fd);
@@ -639,7 +677,8 @@ static void* gudev(const char* name) {
 static const char* fake_node(GUdevDevice* device) { return g_object_get_data(G_OBJECT(device), NodeKey); }
 
 GList* g_udev_client_query_by_subsystem(GUdevClient* client, const gchar* subsystem) {
-    GList* (*real)(GUdevClient*, const gchar*) = (GList * (*)(GUdevClient*, const gchar*)) gudev("g_udev_client_query_by_subsystem");
+    GList* (*real)(GUdevClient*, const gchar*) =
+        (GList * (*)(GUdevClient*, const gchar*)) gudev("g_udev_client_query_by_subsystem");
     GList* list = real ? real(client, subsystem) : NULL;
     if (g_strcmp0(subsystem, "video4linux") != 0) return list;
     pthread_mutex_lock(&lock);
@@ -665,7 +704,8 @@ const gchar* g_udev_device_get_sysfs_path(GUdevDevice* device) {
 }
 
 const gchar* g_udev_device_get_property(GUdevDevice* device, const gchar* key) {
-    const gchar* (*real)(GUdevDevice*, const gchar*) = (const gchar* (*)(GUdevDevice*, const gchar*))gudev("g_udev_device_get_property");
+    const gchar* (*real)(GUdevDevice*, const gchar*) =
+        (const gchar* (*)(GUdevDevice*, const gchar*))gudev("g_udev_device_get_property");
     return fake_node(device) ? NULL : real(device, key);
 }
 
@@ -699,6 +739,7 @@ void fakecam_set_rate(int fps) {
     pthread_mutex_lock(&lock);
     rate = fps;
     for (int fd = 0; fd < MaxFd; ++fd)
-        if (handles[fd] && handles[fd]->timer == fd && handles[fd]->streaming) arm(handles[fd], fps_of(&devices[handles[fd]->dev]));
+        if (handles[fd] && handles[fd]->timer == fd && handles[fd]->streaming)
+            arm(handles[fd], fps_of(&devices[handles[fd]->dev]));
     pthread_mutex_unlock(&lock);
 }

@@ -54,7 +54,7 @@ static int fail(void) {
 
 ssize_t write(int fd, const void* buf, size_t n) {
     static ssize_t (*real)(int, const void*, size_t);
-    if (!real) real = (ssize_t (*)(int, const void*, size_t))next("write");
+    if (!real) real = (ssize_t(*)(int, const void*, size_t))next("write");
     if (armed == FaultWrite && fd_matches(fd)) {
         pthread_mutex_lock(&lock);
         const long long left = budget - used;

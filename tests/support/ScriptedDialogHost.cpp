@@ -20,8 +20,8 @@ ScriptedDialogHost::~ScriptedDialogHost() {
 int ScriptedDialogHost::MsgBox(const QString& prompt, int buttons, const QString& title, QWidget*) {
     Boxes.push_back({prompt, buttons, title});
     if (msgAnswers_.empty()) {
-        ADD_FAILURE() << "unexpected message box: \"" << prompt.toStdString() << "\" titled \""
-                      << title.toStdString() << "\"";
+        ADD_FAILURE() << "unexpected message box: \"" << prompt.toStdString() << "\" titled \"" << title.toStdString()
+                      << "\"";
         return vb::vbOK;
     }
     const int answer = msgAnswers_.front();

@@ -8,8 +8,8 @@
 #include "OpenImage.h"
 #include "StartedMain.h"
 
-using testing_support::kQuarterColors;
 using tavix::frmMain;
+using testing_support::kQuarterColors;
 
 namespace {
 
@@ -31,7 +31,9 @@ struct CrossWindow : testing_support::StartedMain {
     QWidget* View() const { return f.picViewArea->ClientWidget(); }
     QWidget* Still() const { return f.picStillView->ClientWidget(); }
     // A point given from the picture's centre, in the view area's pixels.
-    QPoint InView(QPoint d) const { return Still()->mapTo(View(), QPoint(Still()->width() / 2, Still()->height() / 2) + d); }
+    QPoint InView(QPoint d) const {
+        return Still()->mapTo(View(), QPoint(Still()->width() / 2, Still()->height() / 2) + d);
+    }
     void Send(QEvent::Type type, QPoint d, Qt::MouseButton button) {
         const QPoint at = InView(d);
         QWidget* target = View()->childAt(at);
@@ -77,19 +79,40 @@ struct Step {
 };
 
 TEST(CrossLines, PlacingFromTheStillAndFromTheLiveView) {
-    const struct { const char* what; int16_t type, pairs; std::vector<Step> steps; } cases[] = {
-        {"still, one pair: the still stays", 3, 1,
+    const struct {
+        const char* what;
+        int16_t type, pairs;
+        std::vector<Step> steps;
+    } cases[] = {
+        {"still, one pair: the still stays",
+         3,
+         1,
          {{'C', 0, 0, 10, 1, 10, "0", 1}, {'L', 40, -30, 0, 1, kNone, "0", 1}, {'U', 0, 0, 0, 1, kNone, "", 0}}},
-        {"still, right click in 10 ends it all", 3, 1, {{'C', 0, 0, 10, 1, 10, "0", 1}, {'R', 10, 10, 0, 1, kNone, "", 0}}},
-        {"still, two pairs, right click in 11 takes back the second", 3, 2,
-         {{'C', 0, 0, 10, 1, 11, "0", 1}, {'L', -50, 20, 11, 1, 12, "01", 1}, {'R', 5, 5, 10, 1, 11, "0", 1},
-          {'K', -60, 25, 11, 1, 12, "01", 1}, {'K', 70, -40, 0, 1, kNone, "01", 1},
-          {'U', 0, 0, 0, 1, kNone, "", 0}, {'C', 0, 0, 10, 1, 11, "0", 1}}},
-        {"live, one pair: live again with the lines standing", 0, 1,
+        {"still, right click in 10 ends it all",
+         3,
+         1,
+         {{'C', 0, 0, 10, 1, 10, "0", 1}, {'R', 10, 10, 0, 1, kNone, "", 0}}},
+        {"still, two pairs, right click in 11 takes back the second",
+         3,
+         2,
+         {{'C', 0, 0, 10, 1, 11, "0", 1},
+          {'L', -50, 20, 11, 1, 12, "01", 1},
+          {'R', 5, 5, 10, 1, 11, "0", 1},
+          {'K', -60, 25, 11, 1, 12, "01", 1},
+          {'K', 70, -40, 0, 1, kNone, "01", 1},
+          {'U', 0, 0, 0, 1, kNone, "", 0},
+          {'C', 0, 0, 10, 1, 11, "0", 1}}},
+        {"live, one pair: live again with the lines standing",
+         0,
+         1,
          {{'C', 0, 0, 10, 1, 10, "0", 1}, {'L', 30, 20, 0, 0, kNone, "0", 1}, {'U', 0, 0, 0, 0, kNone, "", 0}}},
-        {"live, right click in 10: live again, nothing standing", 0, 1,
+        {"live, right click in 10: live again, nothing standing",
+         0,
+         1,
          {{'C', 0, 0, 10, 1, 10, "0", 1}, {'R', 30, 20, 0, 0, kNone, "", 0}}},
-        {"live, unchecked while placing the second pair", 0, 2,
+        {"live, unchecked while placing the second pair",
+         0,
+         2,
          {{'C', 0, 0, 10, 1, 11, "0", 1}, {'L', 15, 15, 11, 1, 12, "01", 1}, {'U', 0, 0, 0, 0, kNone, "", 0}}},
     };
     for (const auto& c : cases) {
@@ -101,12 +124,15 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveView) {
             const QPoint at(s.x, s.y);
             const int before = int(f.CommandMode);
             const bool left = s.action == 'L' || s.action == 'K';
-            if (s.action == 'C' || s.action == 'U') f.chkCross->SetValue(s.action == 'C');
-            else w.Click(at, left ? Qt::LeftButton : Qt::RightButton, s.action != 'K');
+            if (s.action == 'C' || s.action == 'U')
+                f.chkCross->SetValue(s.action == 'C');
+            else
+                w.Click(at, left ? Qt::LeftButton : Qt::RightButton, s.action != 'K');
             if (left) placed[before - 10] = placed[s.mode == 11 ? 1 : before - 10] = w.InView(at);
             const std::string where = std::string(c.what) + ", step " + std::to_string(i);
             EXPECT_EQ(std::tuple(int(f.CommandMode), int(f.ViewMode), w.Guidance(), w.Shown(), f.chkCross->Value()),
-                      std::tuple(s.mode, s.viewMode, s.guidance, std::string(s.shown), s.box)) << where;
+                      std::tuple(s.mode, s.viewMode, s.guidance, std::string(s.shown), s.box))
+                << where;
             const bool placing = s.mode == 10 || s.mode == 11;
             EXPECT_EQ(f.chkCross->Enabled() + 2 * f.cmdPicLoad->Enabled(), placing ? 0 : 3) << where;
             EXPECT_EQ(f.picStillView->Visible(), s.viewMode == 1) << where;
@@ -126,8 +152,10 @@ TEST(CrossLines, LinesStandOverTheStillAndTheLivePictureInTheirColour) {
     const QPoint at(35, -25);
     // Over the frozen frame while placing, then over the running live picture.
     for (vb::PictureBox* under : {w.f.picStillView, w.f.picCameraView}) {
-        if (under == w.f.picStillView) w.Send(QEvent::MouseMove, at, Qt::NoButton);
-        else w.Click(at, Qt::LeftButton);
+        if (under == w.f.picStillView)
+            w.Send(QEvent::MouseMove, at, Qt::NoButton);
+        else
+            w.Click(at, Qt::LeftButton);
         ASSERT_TRUE(under->Visible());
         const QPoint p = w.Crossing(0);
         ASSERT_EQ(p, w.InView(at));
@@ -145,8 +173,10 @@ TEST(CrossLines, ACentreClickLandsInTheMiddleOfTheViewAtEveryZoom) {
         f.cboScale->SetListIndex(i);
         f.chkCross->SetValue(1);
         w.Click(QPoint(0, 0), Qt::LeftButton);
-        const QPoint d = w.Crossing(0) - QPoint(f.picViewArea->ClientPixelWidth() / 2, f.picViewArea->ClientPixelHeight() / 2);
-        EXPECT_TRUE(f.CommandMode == tavix::CommandMode::Idle && std::abs(d.x()) <= 1 && std::abs(d.y()) <= 1) << qPrintable(f.cboScale->Text());
+        const QPoint d =
+            w.Crossing(0) - QPoint(f.picViewArea->ClientPixelWidth() / 2, f.picViewArea->ClientPixelHeight() / 2);
+        EXPECT_TRUE(f.CommandMode == tavix::CommandMode::Idle && std::abs(d.x()) <= 1 && std::abs(d.y()) <= 1)
+            << qPrintable(f.cboScale->Text());
         f.chkCross->SetValue(0);
     }
     EXPECT_GT(w.Still()->width(), w.View()->width()) << "the top zoom cuts the picture";
@@ -168,7 +198,8 @@ TEST(CrossLines, AfterAResizeTheLinesSpanTheViewAndKeepTheirPlace) {
         for (int k = 0; k < 2; ++k) {
             EXPECT_EQ(f.picCrossLineV[k]->Height(), f.picViewArea->ScaleHeight()) << d << ", pair " << k;
             EXPECT_EQ(f.picCrossLineH[k]->Width(), f.picViewArea->ScaleWidth()) << d << ", pair " << k;
-            EXPECT_TRUE(f.picCrossLineV[k]->Left() == left[k] && f.picCrossLineH[k]->Top() == top[k]) << d << ", pair " << k;
+            EXPECT_TRUE(f.picCrossLineV[k]->Left() == left[k] && f.picCrossLineH[k]->Top() == top[k])
+                << d << ", pair " << k;
         }
     }
 }
@@ -188,7 +219,8 @@ TEST(CrossLines, ASavedPictureNeverShowsThem) {
         w.f.cmdPicSave->Click();
         const QImage saved(w.box.File(QStringLiteral("saved.bmp")));
         ASSERT_EQ(saved.size(), w.View()->size()) << zoom;
-        for (const QPoint& q : {p + QPoint(0, 5), p + QPoint(5, 0), p}) EXPECT_EQ(saved.pixel(q), kQuarterColors[3]) << zoom;
+        for (const QPoint& q : {p + QPoint(0, 5), p + QPoint(5, 0), p})
+            EXPECT_EQ(saved.pixel(q), kQuarterColors[3]) << zoom;
         EXPECT_TRUE(w.f.picCrossLineV[0]->Visible()) << "saving leaves the lines standing";
     }
 }

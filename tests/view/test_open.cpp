@@ -6,10 +6,10 @@
 #include "OpenImage.h"
 #include "StartedMain.h"
 
+using tavix::frmMain;
 using testing_support::kQuarterColors;
 using testing_support::Near;
 using testing_support::QuarterPicture;
-using tavix::frmMain;
 
 namespace {
 
@@ -40,7 +40,10 @@ struct OpenWindow : testing_support::StartedMain {
 };
 
 TEST(OpenPicture, BmpAndJpegShowAtOneWithTheirComment) {
-    const struct { const char* file; int tolerance; } cases[] = {{"a.bmp", 0}, {"b.jpg", 24}};
+    const struct {
+        const char* file;
+        int tolerance;
+    } cases[] = {{"a.bmp", 0}, {"b.jpg", 24}};
     for (const auto& c : cases) {
         OpenWindow w;
         const QString path = w.Picture(QString::fromLatin1(c.file), 300, 200);
@@ -62,7 +65,13 @@ TEST(OpenPicture, BmpAndJpegShowAtOneWithTheirComment) {
 }
 
 TEST(OpenPicture, SideFileCases) {
-    const struct { const char* what; const char* picture; const char* side; QByteArray text; const char* a, *b; } cases[] = {
+    const struct {
+        const char* what;
+        const char* picture;
+        const char* side;
+        QByteArray text;
+        const char *a, *b;
+    } cases[] = {
         {"one line", "p.bmp", "p.txt", "only\r\n", "only", ""},
         {"empty", "p.bmp", "p.txt", "", "", ""},
         {"none: the comment of before goes", "p.bmp", nullptr, {}, "", ""},
@@ -82,7 +91,12 @@ TEST(OpenPicture, SideFileCases) {
 }
 
 TEST(OpenPicture, UndecodableFilesLeaveEverythingAsItWas) {
-    const struct { const char* what; const char* file; QByteArray bytes; int error; } cases[] = {
+    const struct {
+        const char* what;
+        const char* file;
+        QByteArray bytes;
+        int error;
+    } cases[] = {
         {"not a picture", "x.bmp", "this is text, not a bitmap", 481},
         {"a 0-byte file", "y.jpg", "", 481},
         {"a file that vanished", "gone.bmp", {}, 53},

@@ -16,10 +16,10 @@
 
 using Cmd = tavix::CommandMode;
 
+using tavix::frmMain;
+using tavix::GST;
 using testing_support::kQuarterColors;
 using testing_support::QuarterPicture;
-using tavix::GST;
-using tavix::frmMain;
 
 namespace {
 
@@ -54,15 +54,20 @@ struct SaveWindow : testing_support::StartedMain {
     void ExpectBox(int32_t text, int32_t title, const QString& with = {}) {
         ASSERT_EQ(host.Boxes.size(), 1u);
         const auto& b = host.Boxes[0];
-        EXPECT_EQ(std::tuple(b.Prompt, b.Title, b.Buttons),
-                  std::tuple(with.isEmpty() ? GST(text) : GST(text, with), GST(title), vb::vbOKOnly | vb::vbExclamation));
+        EXPECT_EQ(std::tuple(b.Prompt, b.Title, b.Buttons), std::tuple(with.isEmpty() ? GST(text) : GST(text, with),
+                                                                       GST(title), vb::vbOKOnly | vb::vbExclamation));
     }
 };
 
 TEST(SavePicture, ByTheEndingExactlyWithTheCommentBeside) {
     const QByteArray comment = " \r\nsecond line\r\n", old = "old\r\n";
     // Only lower-case endings pick the format; an empty comment leaves an old side file.
-    const struct { const char* name; const char* side; QByteArray magic; bool commented; } cases[] = {
+    const struct {
+        const char* name;
+        const char* side;
+        QByteArray magic;
+        bool commented;
+    } cases[] = {
         {"p.bmp", "p.txt", "BM", true}, {"p.jpg", "p.txt", "\xFF\xD8", true}, {"p.BMP", "p.txt", {}, true},
         {"p.JPG", "p.txt", {}, true},   {"p.jpeg", "p..txt", {}, true},       {"p.bmp", "p.txt", "BM", false},
     };
@@ -123,7 +128,8 @@ TEST(SavePicture, ResultsInThePictureCountAsSaved) {
             onLine |= saved.pixel(saved.width() / 2 + 80, saved.height() / 2 - 50 + dy) != kQuarterColors[1];
         EXPECT_EQ(onLine, with == 1) << with;
         EXPECT_EQ(w.f.ResultDirty, with == 0) << with;
-        EXPECT_NE(w.f.picStillView->GetImage().pixel(230, 50), kQuarterColors[1]) << "the results stand on the still again";
+        EXPECT_NE(w.f.picStillView->GetImage().pixel(230, 50), kQuarterColors[1])
+            << "the results stand on the still again";
     }
 }
 
@@ -150,9 +156,15 @@ TEST(SaveJpeg, NoPictureLeavesTheTargetAsItWas) {
 }
 
 TEST(SavePicture, FilesThatCannotBeWrittenAreReported) {
-    const struct { const char* name; const char* temp; const char* failed; } cases[] = {
-        {"gone/p.bmp", nullptr, "gone/p.bmp"}, {"file/p.jpg", nullptr, "file/p.jpg"},  // no folder, a file
-        {"old.jpg", "\\gone\\t.bmp", "gone/t.bmp"}, {"gone/p.png", nullptr, "gone/p.txt"},  // temporary bitmap, side file
+    const struct {
+        const char* name;
+        const char* temp;
+        const char* failed;
+    } cases[] = {
+        {"gone/p.bmp", nullptr, "gone/p.bmp"},
+        {"file/p.jpg", nullptr, "file/p.jpg"},  // no folder, a file
+        {"old.jpg", "\\gone\\t.bmp", "gone/t.bmp"},
+        {"gone/p.png", nullptr, "gone/p.txt"},  // temporary bitmap, side file
     };
     for (const auto& c : cases) {
         SaveWindow w;
@@ -175,14 +187,19 @@ TEST(SavePicture, FromTheLiveViewBackToLive) {
     w.Save(std::nullopt);
     EXPECT_TRUE(w.f.ViewMode == tavix::ViewMode::Live && w.f.cdlFile->Filter == GST(11030));
     w.Save(w.box.File("live.bmp"));
-    EXPECT_TRUE(w.f.ViewMode == tavix::ViewMode::Live && QImage(w.box.File("live.bmp")).width() == w.f.picViewArea->ClientPixelWidth());
+    EXPECT_TRUE(w.f.ViewMode == tavix::ViewMode::Live &&
+                QImage(w.box.File("live.bmp")).width() == w.f.picViewArea->ClientPixelWidth());
     w.host.AnswerMsgBox(vb::vbOK);
     w.Save(w.box.File("gone/live.bmp"));
     EXPECT_TRUE(w.host.Boxes.size() == 1 && w.f.ViewMode == tavix::ViewMode::Live);
 }
 
 TEST(JpegQuality, OkStoresAtOnceCancelStoresNothing) {
-    const struct { int value; bool ok; int kept; } cases[] = {{10, true, 10}, {100, true, 100}, {40, false, 90}};
+    const struct {
+        int value;
+        bool ok;
+        int kept;
+    } cases[] = {{10, true, 10}, {100, true, 100}, {40, false, 90}};
     for (const auto& c : cases) {
         SaveWindow w;
         w.host.AnswerModal([&](vb::Form& form) {
@@ -216,13 +233,16 @@ struct MovieWindow : SaveWindow {
 };
 
 TEST(Movie, LimitFollowsTheFreeSpace) {
-    const struct { double usable; int seconds; } cases[] = {
-        {2, 60}, {3.9, 60}, {4, 120}, {29.9, 840}, {30, 900}, {31, 900}, {5000, 900}};
+    const struct {
+        double usable;
+        int seconds;
+    } cases[] = {{2, 60}, {3.9, 60}, {4, 120}, {29.9, 840}, {30, 900}, {31, 900}, {5000, 900}};
     for (const auto& c : cases) {
         MovieWindow w;
         w.free = MovieWindow::ForUsable(c.usable);
         w.Save(w.box.File("m.Avi"));
-        EXPECT_TRUE(w.f.RecordSecondsLeft == c.seconds && w.f.CommandMode == tavix::CommandMode::MovieArmed) << c.usable;
+        EXPECT_TRUE(w.f.RecordSecondsLeft == c.seconds && w.f.CommandMode == tavix::CommandMode::MovieArmed)
+            << c.usable;
         EXPECT_EQ(w.f.txtComment[1]->Text(), GST(20033, QString::number(c.seconds)));
     }
 }
@@ -233,11 +253,13 @@ TEST(Movie, ArmedFromTheStillOrTheLiveView) {
         frmMain& f = w.f;
         if (fromStill) f.cmdPlayStop->Click();
         w.Save(w.box.File("movie.avi"));
-        EXPECT_TRUE(f.ViewMode == tavix::ViewMode::Live && f.CommandMode == tavix::CommandMode::MovieArmed && f.MovieFileName == w.box.File("movie.avi")) << fromStill;
+        EXPECT_TRUE(f.ViewMode == tavix::ViewMode::Live && f.CommandMode == tavix::CommandMode::MovieArmed &&
+                    f.MovieFileName == w.box.File("movie.avi"))
+            << fromStill;
         EXPECT_TRUE(f.cmdPlayStop->Caption() == GST(11034) && f.cmdPlayStop->Enabled());
         EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgRecIcon[0]->GetPicture().cacheKey());
-        for (vb::Control* c : std::initializer_list<vb::Control*>{f.cmdPicSave, f.cmdPicLoad, f.fraScale, f.fraSaveOption,
-                                                                  f.chkScale, f.cmdMeasureConfig, f.cmdExit})
+        for (vb::Control* c : std::initializer_list<vb::Control*>{
+                 f.cmdPicSave, f.cmdPicLoad, f.fraScale, f.fraSaveOption, f.chkScale, f.cmdMeasureConfig, f.cmdExit})
             EXPECT_FALSE(c->Enabled()) << c->Name().toStdString();
         EXPECT_EQ(f.txtComment[0]->Text(), tavix::Var().GuidanceTable[2][0]);
         EXPECT_TRUE(w.clears == 1 && !QFileInfo::exists(w.box.File("movie.avi")));
@@ -245,9 +267,16 @@ TEST(Movie, ArmedFromTheStillOrTheLiveView) {
 }
 
 TEST(Movie, RefusedTargetsLeaveItUnarmedButTheResultsGone) {
-    const struct { const char* name; const char* mount; std::optional<double> free; int text; } cases[] = {
-        {"nas/m.avi", "nfs", 100 * kGiB, 20031}, {"nas/m.avi", "cifs", 100 * kGiB, 20031},
-        {"nas/m.avi", "fuse.sshfs", 100 * kGiB, 20031}, {"//server/share/m.avi", nullptr, 100 * kGiB, 20031},
+    const struct {
+        const char* name;
+        const char* mount;
+        std::optional<double> free;
+        int text;
+    } cases[] = {
+        {"nas/m.avi", "nfs", 100 * kGiB, 20031},
+        {"nas/m.avi", "cifs", 100 * kGiB, 20031},
+        {"nas/m.avi", "fuse.sshfs", 100 * kGiB, 20031},
+        {"//server/share/m.avi", nullptr, 100 * kGiB, 20031},
         {"m.avi", nullptr, std::nullopt, 20031},  // a folder not to be looked at
         {"m.avi", nullptr, MovieWindow::ForUsable(2) - 2, 20032},
     };
@@ -259,7 +288,9 @@ TEST(Movie, RefusedTargetsLeaveItUnarmedButTheResultsGone) {
         const QString name = QString::fromLatin1(c.name);
         w.Save(name.startsWith("//") ? name : w.box.File(name));
         w.ExpectBox(c.text, 11033);
-        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.clears == 1 && w.f.ViewMode == tavix::ViewMode::Live) << c.name << c.mount;
+        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.clears == 1 &&
+                    w.f.ViewMode == tavix::ViewMode::Live)
+            << c.name << c.mount;
     }
 }
 

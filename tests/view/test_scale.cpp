@@ -11,13 +11,13 @@
 #include "StillDisplay.h"
 #include "frmScale.h"
 
-using testing_support::CameraMain;
-using testing_support::QuarterPicture;
-using testing_support::StartedMain;
 using tavix::frmMain;
 using tavix::frmScale;
 using tavix::GST;
 using tavix::Var;
+using testing_support::CameraMain;
+using testing_support::QuarterPicture;
+using testing_support::StartedMain;
 
 namespace {
 
@@ -43,7 +43,10 @@ int Count(const QImage& image) {
 }
 
 // Per position, the edge whose margin it keeps: -1 left or top, 1 right or bottom, 0 centre.
-constexpr struct { int16_t position; int x, y; } kPlaces[] = {{0, 1, 1}, {1, -1, 1}, {2, 1, -1}, {3, -1, -1}, {4, 0, 0}};
+constexpr struct {
+    int16_t position;
+    int x, y;
+} kPlaces[] = {{0, 1, 1}, {1, -1, 1}, {2, 1, -1}, {3, -1, -1}, {4, 0, 0}};
 
 std::string Row(double what, int type, int position) {
     return std::to_string(what) + ", type " + std::to_string(type) + ", position " + std::to_string(position);
@@ -75,8 +78,8 @@ TEST(ScaleOnStill, BarKeepsItsMarginsInsideWhatIsShown) {
         // Half of what is shown: the picture, or the view where the picture is larger.
         const double halfW = std::min(still.ScaleWidth(), w.f.picViewArea->ScaleWidth() / kTwips) / 2;
         const double halfH = std::min(still.ScaleHeight(), w.f.picViewArea->ScaleHeight() / kTwips) / 2;
-        ASSERT_EQ(halfW < still.ScaleWidth() / 2, picture.width() > 1000);
-        const double lenX = 60;  // 100 / 2.5 * 1.5
+        ASSERT_EQ(halfW<still.ScaleWidth() / 2, picture.width()> 1000);
+        const double lenX = 60;        // 100 / 2.5 * 1.5
         for (int16_t type : {1, 0}) {  // 1 first: each type 0 row shows no vertical bar stays
             const double lenY = type == 1 ? 30 : 0;
             for (const auto& at : kPlaces) {
@@ -102,7 +105,8 @@ TEST(ScaleOnStill, BarKeepsItsMarginsInsideWhatIsShown) {
                         if (after.pixel(x, y) != before.pixel(x, y) && after.pixel(x, y) != kBarRgb)
                             first = std::min(first, x), last = std::max(last, x);
                 ASSERT_LE(first, last) << row << ": no text";
-                EXPECT_NEAR((first + last) / 2.0 + still.CanvasRect().left() + still.ScaleLeft(), ax - lenX / 2, 3) << row;
+                EXPECT_NEAR((first + last) / 2.0 + still.CanvasRect().left() + still.ScaleLeft(), ax - lenX / 2, 3)
+                    << row;
             }
         }
     }
@@ -130,11 +134,18 @@ TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShown) {
                 const double ax = bar.Left() + bar.Width(), ay = bar.Top();
                 EXPECT_DOUBLE_EQ(bar.Width(), 100 / 2.5 * zoom * kTwips) << row;
                 // Off by at most the rounding of the camera view's place.
-                EXPECT_NEAR(at.x == 1 ? visR - ax - 465 : at.x == -1 ? bar.Left() - visL - 450 : ax - (visL + visR) / 2, 0, 1)
+                EXPECT_NEAR(at.x == 1    ? visR - ax - 465
+                            : at.x == -1 ? bar.Left() - visL - 450
+                                         : ax - (visL + visR) / 2,
+                            0, 1)
                     << row << ": across";
-                EXPECT_NEAR(at.y == 1 ? visB - ay - 450 : at.y == -1 ? ay - lenY - visT - 450 : ay - (visT + visB) / 2, 0, 1)
+                EXPECT_NEAR(at.y == 1    ? visB - ay - 450
+                            : at.y == -1 ? ay - lenY - visT - 450
+                                         : ay - (visT + visB) / 2,
+                            0, 1)
                     << row << ": down";
-                EXPECT_TRUE(tick.Left() == bar.Left() && tick.Top() + tick.Height() / 2 == ay && vertical.Left() == ax) << row;
+                EXPECT_TRUE(tick.Left() == bar.Left() && tick.Top() + tick.Height() / 2 == ay && vertical.Left() == ax)
+                    << row;
                 EXPECT_DOUBLE_EQ(vertical.Height(), type == 1 ? lenY : tick.Height()) << row;
                 EXPECT_DOUBLE_EQ(vertical.Top(), type == 1 ? ay - lenY : ay - tick.Height() / 2) << row;
                 if (type == 1) EXPECT_TRUE(top.Left() + top.Width() / 2 == ax && top.Top() == ay - lenY) << row;
@@ -172,10 +183,21 @@ TEST(ScaleDialog, ShowsTheSettingsAndOpensYOnlyForTwoBars) {
 }
 
 TEST(ScaleDialog, OkRefusesLengthsOfNothingAndStoresBoth) {
-    const struct { const char* x; const char* y; int type; const char* refused; double storedX, storedY; } rows[] = {
-        {"0", "5", 1, "X"}, {"-1", "5", 1, "X"}, {"abc", "5", 1, "X"}, {"9e999", "5", 1, "X"},
+    const struct {
+        const char* x;
+        const char* y;
+        int type;
+        const char* refused;
+        double storedX, storedY;
+    } rows[] = {
+        {"0", "5", 1, "X"},
+        {"-1", "5", 1, "X"},
+        {"abc", "5", 1, "X"},
+        {"9e999", "5", 1, "X"},
         {"5", "0", 0, "Y"},  // refused although the Y field is closed
-        {"5", "-.5", 1, "Y"}, {"12abc", "7", 1, nullptr, 12, 7}, {" 2.5", ".5", 0, nullptr, 2.5, 0.5},
+        {"5", "-.5", 1, "Y"},
+        {"12abc", "7", 1, nullptr, 12, 7},
+        {" 2.5", ".5", 0, nullptr, 2.5, 0.5},
     };
     for (const auto& r : rows) {
         StartedMain w(3);
@@ -216,7 +238,8 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
         });
         w.f.chkScale->SetValue(1);
         EXPECT_TRUE(w.f.chkScale->Value() == ok && Var().ScaleX == (ok ? 40 : 100) && Var().ScalePosition == 4 * ok);
-        if (!ok) EXPECT_TRUE(drawn == 1 && Count(w.f.picStillView->GetImage()) == 0) << "Cancel repaints with the results";
+        if (!ok)
+            EXPECT_TRUE(drawn == 1 && Count(w.f.picStillView->GetImage()) == 0) << "Cancel repaints with the results";
     }
     EXPECT_TRUE(w.Bar(-8, 0) && w.At(-28, 0) != kBarRgb);
     Zoom(w.f, "x 2.0");

@@ -5,9 +5,9 @@
 #include "StartedMain.h"
 #include "StillDisplay.h"
 
+using tavix::frmMain;
 using testing_support::kQuarterColors;
 using testing_support::QuarterPicture;
-using tavix::frmMain;
 
 namespace {
 
@@ -84,7 +84,10 @@ TEST(Still, ZoomRescalesStoredPointsAndKeepsValues) {
     w.Show(QuarterPicture(400, 300));
     w.AddResult(10, -4, 7.5);
     w.AddResult(-3, 6, 1.25);
-    const struct { const char* zoom; double factor; } steps[] = {{"x 2.0", 2}, {"x 0.5", 0.5}, {"x 1.0", 1}};
+    const struct {
+        const char* zoom;
+        double factor;
+    } steps[] = {{"x 2.0", 2}, {"x 0.5", 0.5}, {"x 1.0", 1}};
     for (const auto& s : steps) {
         w.Zoom(s.zoom);
         const auto& r1 = tavix::Var().ResultTable[1];
