@@ -155,14 +155,14 @@ void ArmMovie(frmMain& f, const QString& name, ViewMode startView) {
     if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
 
     double free = 0;
-    bool network = false;
+    bool fixedDisk = false;
     const int err = vb::Trap([&] {
-        network = vb::IsNetworkPath(name);
-        if (!network) free = vb::FreeSpace(name);
+        fixedDisk = vb::IsFixedDisk(name);
+        if (fixedDisk) free = vb::FreeSpace(name);
     });
     if (err != 0) WriteLog(kRoutine + QStringLiteral(" Error.(%1)").arg(err));
     // A drive that cannot be looked at is no drive to record to either.
-    if (network || err != 0) return Refuse(f, 20031, 11033);
+    if (!fixedDisk || err != 0) return Refuse(f, 20031, 11033);
     const double usable = free / kBytesPerGiB * kUsableShare;
     if (usable < kLeastUsableGiB) return Refuse(f, 20032, 11033);
 
