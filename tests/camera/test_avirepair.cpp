@@ -1,0 +1,144 @@
+// A movie left by a recording that never ended: what is on disk mid-recording is taken, cut
+// at several points, repaired, and compared with the index the multiplexer itself wrote for
+// the same frames once it finished.
+#include <gst/gst.h>
+#include <gst/pbutils/pbutils.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtEndian>
+#include <gtest/gtest.h>
+
+#include "AviRepair.h"
+#include "Errors.h"
+
+namespace {
+
+QByteArray Read(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+void Write(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(bytes);
+}
+
+uint32_t At(const QByteArray& b, qsizetype i) { return qFromLittleEndian<uint32_t>(b.constData() + i); }
+
+// The file as it lay on disk while a live recording ran, and the same recording finished.
+struct Recorded {
+    QByteArray midway, finished;
+};
+
+Recorded Record(const QString& path) {
+    gst_init(nullptr, nullptr);
+    const QByteArray launch =
+        "videotestsrc is-live=true num-buffers=45 ! video/x-raw,width=160,height=120,"
+        "framerate=30/1 ! jpegenc ! avimux ! filesink buffer-mode=unbuffered location=" +
+        QFile::encodeName(path);
+    GstElement* pipeline = gst_parse_launch(launch.constData(), nullptr);
+    Recorded r;
+    if (!pipeline) return r;
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    while (QFile(path).size() < 40000) QThread::msleep(5);
+    r.midway = Read(path);
+    GstBus* bus = gst_element_get_bus(pipeline);
+    gst_message_unref(gst_bus_timed_pop_filtered(bus, 10 * GST_SECOND, GST_MESSAGE_EOS));
+    gst_object_unref(bus);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(pipeline);
+    r.finished = Read(path);
+    return r;
+}
+
+double Seconds(const QString& path) {
+    GstDiscoverer* discoverer = gst_discoverer_new(10 * GST_SECOND, nullptr);
+    gchar* uri = gst_filename_to_uri(QFile::encodeName(path).constData(), nullptr);
+    GstDiscovererInfo* info = gst_discoverer_discover_uri(discoverer, uri, nullptr);
+    const double s = info && gst_discoverer_info_get_result(info) == GST_DISCOVERER_OK
+                         ? double(gst_discoverer_info_get_duration(info)) / GST_SECOND
+                         : -1;
+    if (info) gst_discoverer_info_unref(info);
+    g_free(uri);
+    g_object_unref(discoverer);
+    return s;
+}
+
+TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
+    QTemporaryDir dir;
+    const Recorded rec = Record(dir.filePath("live.avi"));
+    ASSERT_GT(rec.midway.size(), 40000);
+    // The multiplexer's own index of the finished movie: 16 bytes a frame, offsets from the start.
+    const qsizetype idx1 = rec.finished.lastIndexOf("idx1");
+    const qsizetype movi = rec.finished.indexOf("movi");
+    ASSERT_GT(idx1, movi);
+    const QByteArray reference = rec.finished.mid(idx1 + 8, At(rec.finished, idx1 + 4));
+    auto wholeBefore = [&](qsizetype cut) {
+        int n = 0;
+        for (qsizetype e = 0; e + 16 <= reference.size(); e += 16)
+            if (At(reference, e + 8) + 8 + At(reference, e + 12) <= cut) ++n;
+        return n;
+    };
+    const qsizetype firstFrame = movi + 4 + 8;
+    const struct {
+        const char* what;
+        qsizetype cut;
+    } cases[] = {
+        {"only the header", movi + 4},
+        {"within the first frame", firstFrame + 100},
+        {"within a later frame", rec.midway.size() - 7},
+        {"as it lay", rec.midway.size()},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const QString path = dir.filePath("cut.avi");
+        Write(path, rec.midway.left(c.cut));
+        const int expected = wholeBefore(c.cut);
+        const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(path);
+        EXPECT_EQ(r.error, 0);
+        EXPECT_TRUE(r.repaired);
+        EXPECT_EQ(r.frames, expected);
+        const QByteArray fixed = Read(path);
+        // The index is the multiplexer's own for the same frames; the counts say as much.
+        EXPECT_EQ(fixed.mid(fixed.size() - expected * 16), reference.left(expected * 16));
+        EXPECT_EQ(At(fixed, 4), uint32_t(fixed.size() - 8));
+        const qsizetype avih = fixed.indexOf("avih") + 8;
+        EXPECT_EQ(At(fixed, avih + 16), uint32_t(expected));
+        EXPECT_EQ(At(fixed, fixed.indexOf("strh") + 8 + 32), uint32_t(expected));
+        if (expected > 0) {
+            EXPECT_NEAR(Seconds(path), expected / 30.0, 1 / 30.0 + 1e-3);
+        }
+        // Finished now: a second look leaves it as it is.
+        const tavix::cam::AviRepair again = tavix::cam::RepairUnfinishedAvi(path);
+        EXPECT_EQ(again.repaired, expected == 0);  // with no frame there is nothing to tell it finished
+        EXPECT_EQ(Read(path), fixed);
+    }
+}
+
+TEST(AviRepair, FinishedOrForeignFilesAreLeftAlone) {
+    QTemporaryDir dir;
+    const Recorded rec = Record(dir.filePath("done.avi"));
+    const QString other = dir.filePath("other.avi");
+    Write(other, "RIFF\x04\0\0\0WAVE");
+    const struct {
+        QString path;
+        int error;
+        bool repaired;
+    } cases[] = {
+        {dir.filePath("done.avi"), 0, false},
+        {other, vb::ErrTypeMismatch, false},
+        {dir.filePath("none.avi"), vb::ErrFileNotFound, false},
+    };
+    for (const auto& c : cases) {
+        const QByteArray before = Read(c.path);
+        const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(c.path);
+        EXPECT_EQ(r.error, c.error) << c.path.toStdString();
+        EXPECT_EQ(r.repaired, c.repaired);
+        EXPECT_EQ(Read(c.path), before);
+    }
+}
+
+}  // namespace
