@@ -10,6 +10,7 @@
 #include "DialogHost.h"
 #include "Errors.h"
 #include "Graph.h"
+#include "MovieJournal.h"
 #include "Recording.h"
 #include "StillDisplay.h"
 
@@ -57,6 +58,8 @@ SubsystemHooks::GraphResult OpenCameraGraph(frmMain& f) {
         vb::Host().MsgBox(GST(20300, missing.join(QStringLiteral(", "))), vb::vbOKOnly | vb::vbExclamation, GST(11300),
                           &f);
     }
+    // A movie the last run could not finish is mended before anything new is recorded.
+    RepairMovieOfLastRun(f);
     NewFilterGraph(f);
     bool loaded = false;
     if (QFileInfo::exists(GrfFilePath())) {

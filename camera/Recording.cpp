@@ -13,6 +13,7 @@
 #include "Errors.h"
 #include "Graph.h"
 #include "Guidance.h"
+#include "MovieJournal.h"
 
 namespace tavix {
 
@@ -33,6 +34,7 @@ void StartRecording(frmMain& f) {
     f.CommandMode = CommandMode::Recording;
     f.tmrRec->SetEnabled(true);
     g_recordStart = QDateTime::currentDateTime().addSecs(-1);
+    NoteMovieStarted(f.MovieFileName);
     const int err = vb::Trap([&] { BuildRecordGraph(f); });
     if (err != 0) {
         const QString reason = f.FilterGraph ? f.FilterGraph->LastErrorText() : QString();
@@ -68,6 +70,7 @@ void BuildRecordGraph(frmMain& f) {
 
 void StopRecording(frmMain& f) {
     if (f.FilterGraph) f.FilterGraph->Stop();
+    NoteMovieEnded();
     HideGuidance(f);
     f.CommandMode = CommandMode::Idle;
     EnableCommandArea(f, *f.picViewCommandArea);

@@ -11,7 +11,11 @@
 #include <gtest/gtest.h>
 
 #include "AviRepair.h"
+#include "CommonModule.h"
 #include "Errors.h"
+#include "StartedMain.h"
+
+#include <unistd.h>
 
 namespace {
 
@@ -138,6 +142,48 @@ TEST(AviRepair, FinishedOrForeignFilesAreLeftAlone) {
         EXPECT_EQ(r.error, c.error) << c.path.toStdString();
         EXPECT_EQ(r.repaired, c.repaired);
         EXPECT_EQ(Read(c.path), before);
+    }
+}
+
+// The note a recording leaves: the boot, the recording process, the movie.
+TEST(AviRepair, AtStartTheMovieOfARunThatEndedIsRepairedOnce) {
+    QTemporaryDir dir;
+    const QByteArray unfinished = Record(dir.filePath("live.avi")).midway;
+    QFile boot("/proc/sys/kernel/random/boot_id");
+    ASSERT_TRUE(boot.open(QIODevice::ReadOnly));
+    const QByteArray thisBoot = boot.readAll().trimmed();
+    const struct {
+        const char* what;
+        QByteArray boot;
+        pid_t pid;
+        bool movieThere, repaired, noteKept;
+    } cases[] = {
+        {"a run of an earlier boot", "an-earlier-boot", ::getpid(), true, true, false},
+        {"a run of this boot that ended", thisBoot, 999999999, true, true, false},
+        {"another instance still recording", thisBoot, ::getppid(), true, false, true},
+        {"a movie that is gone", "an-earlier-boot", 1, false, false, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const QString movie = dir.filePath("movie.avi");
+        QFile::remove(movie);
+        if (c.movieThere) Write(movie, unfinished);
+        const QByteArray note = c.boot + "\n" + QByteArray::number(c.pid) + "\n" + QFile::encodeName(movie) + "\n";
+        testing_support::CameraMain m([&](testing_support::Sandbox& box, testing_support::ScriptedDialogHost& host) {
+            box.Write("Tavix.recording", note);
+            if (c.repaired) host.AnswerMsgBox(vb::vbOK);
+        });
+        ASSERT_TRUE(m.started);
+        EXPECT_EQ(m.host.Boxes.size(), c.repaired ? 1u : 0u);
+        if (c.repaired && !m.host.Boxes.empty()) {
+            EXPECT_EQ(m.host.Boxes[0].Prompt, tavix::GST(20155, movie));
+        }
+        EXPECT_EQ(QFile::exists(m.box.File("Tavix.recording")), c.noteKept);
+        EXPECT_EQ(Read(movie) == unfinished, c.movieThere && !c.repaired);
+        EXPECT_EQ(
+            m.Logged(
+                QStringLiteral("Unfinished Movie Repaired.(%1)").arg(tavix::cam::RepairUnfinishedAvi(movie).frames)),
+            c.repaired);
     }
 }
 
