@@ -10,7 +10,8 @@ if [ -z "${TAVIX_WINDOW_NS:-}" ] && unshare -m --propagation private true 2>/dev
 fi
 bin=$1 src=$2 xclose=$3 shots=$4 avicheck=$5
 mkdir -p "$shots"
-work=$(mktemp -d)
+# On a disk, not in RAM: a movie is refused on a RAM disk.
+work=$(mktemp -d /var/tmp/tavix-window.XXXXXX)
 trap 'kill ${xvfb_pid:-0} 2>/dev/null; rm -rf "$work"' EXIT
 
 if [ -z "${DISPLAY:-}" ] || [ "${QT_QPA_PLATFORM:-}" = offscreen ]; then
@@ -39,9 +40,13 @@ install() { inst="$work/$1"; mkdir -p "$inst"; cp "$src"/deploy/ja/* "$inst"/; c
 launch() {
   "$inst/$1" >"$inst/out.txt" 2>&1 &
   pid=$!
+  wait_window "$2"
+}
+# Waits for the window titled $1; sets wid (empty when none came).
+wait_window() {
   wid=""
   for _ in $(seq 300); do
-    wid=$(xdotool search --onlyvisible --name "^$2\$" 2>/dev/null | head -1)
+    wid=$(xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -1)
     [ -n "$wid" ] && break
     sleep 0.1
   done
@@ -222,6 +227,40 @@ else
 fi
 close_and_wait record
 [ $failures -eq 0 ] && echo "ok record: 3 s recorded with the real buttons, the movie plays"
+
+# A recording cut off by kill -9: the next start repairs the movie and says so once.
+install crash tavix
+launch tavix "デジカメ画像表示プログラム"
+if [ -z "$wid" ]; then
+  fail crash "no window"
+else
+  click 154 34                     # save
+  answer_dialog "$inst/crash.avi" tavix
+  click 34 34                      # record
+  sleep 3
+  kill -9 $pid; wait $pid 2>/dev/null
+  "$inst/tavix" >"$inst/out.txt" 2>&1 &
+  pid=$!
+  box=""
+  for _ in $(seq 100); do
+    box=$(xdotool search --onlyvisible --class tavix 2>/dev/null | head -1)
+    [ -n "$box" ] && break
+    sleep 0.1
+  done
+  if [ -z "$box" ]; then fail crash "no box at the next start"; else
+    sleep 0.3
+    import -window "$box" "$shots/repaired-movie-box.png" 2>/dev/null
+    xdotool key --window "$box" Return
+  fi
+  wait_window "デジカメ画像表示プログラム"
+  read -r container width height seconds < <("$avicheck" "$inst/crash.avi")
+  # At most the last second is lost.
+  awk -v s="${seconds:-0}" 'BEGIN { exit !(s >= 2.0 && s <= 4.5) }' || fail crash "repaired movie of ${seconds:-?} s"
+  grep -q "Unfinished Movie Repaired" "$inst/Error.Log" || fail crash "log: $(cat "$inst/Error.Log")"
+  [ -e "$inst/Tavix.recording" ] && fail crash "the note of the recording is still there"
+fi
+close_and_wait crash
+[ $failures -eq 0 ] && echo "ok crash: a movie cut off by kill -9 repaired at the next start"
 
 # Scale bar, cross lines and a setting with the real mouse and keys in tavix-camera-measure.
 install overlay tavix-camera-measure
