@@ -10,7 +10,7 @@ packages=(
   googletest libgtest-dev
   qt6-image-formats-plugins qt6-translations-l10n
   xvfb xdotool x11-utils imagemagick
-  libjpeg-dev lintian
+  libjpeg-dev lintian clang-format
   fonts-ipafont-gothic libx11-dev libxcursor1
 )
 
