@@ -202,42 +202,32 @@ fi
 close_and_wait measure
 [ $failures -eq 0 ] && echo "ok measure: distance and circle measured with the mouse and saved"
 
-# A movie with the real buttons: save as AVI arms, the play button records 3 s and stops.
+# Movies with the real buttons: save as AVI arms, the play button records 3 s and stops. A
+# second recording is cut off by kill -9: the next start repairs it and says so once.
 install record tavix
 launch tavix "デジカメ画像表示プログラム"
-if [ -z "$wid" ]; then
-  fail record "no window"
-else
+movie_seconds() { # file least most: the movie plays for that long
+  read -r container width height seconds < <("$avicheck" "$1")
+  [ "$container $width $height" = "video/x-msvideo 640 480" ] || fail record "$1: $container $width $height"
+  awk -v s="${seconds:-0}" -v a="$2" -v b="$3" 'BEGIN { exit !(s >= a && s <= b) }' || fail record "$1: ${seconds:-?} s"
+}
+record_3s() {
   click 154 34                     # save
-  answer_dialog "$inst/movie.avi" tavix
+  answer_dialog "$inst/$1" tavix
   import -window "$wid" "$shots/tavix-armed.png" 2>/dev/null
   click 34 34                      # record
   sleep 3
   import -window "$wid" "$shots/tavix-recording.png" 2>/dev/null
+}
+if [ -z "$wid" ]; then
+  fail record "no window"
+else
+  record_3s movie.avi
   click 34 34                      # stop
   sleep 1
-  if [ ! -s "$inst/movie.avi" ]; then
-    fail record "no movie file"
-  else
-    read -r container width height seconds < <("$avicheck" "$inst/movie.avi")
-    [ "$container $width $height" = "video/x-msvideo 640 480" ] || fail record "movie: $container $width $height"
-    awk -v s="${seconds:-0}" 'BEGIN { exit !(s >= 2.5 && s <= 4.5) }' || fail record "movie of ${seconds:-?} s"
-  fi
+  movie_seconds "$inst/movie.avi" 2.5 4.5
   [ "$(grep -c . "$inst/Error.Log")" = 1 ] || fail record "log: $(cat "$inst/Error.Log")"
-fi
-close_and_wait record
-[ $failures -eq 0 ] && echo "ok record: 3 s recorded with the real buttons, the movie plays"
-
-# A recording cut off by kill -9: the next start repairs the movie and says so once.
-install crash tavix
-launch tavix "デジカメ画像表示プログラム"
-if [ -z "$wid" ]; then
-  fail crash "no window"
-else
-  click 154 34                     # save
-  answer_dialog "$inst/crash.avi" tavix
-  click 34 34                      # record
-  sleep 3
+  record_3s crash.avi
   kill -9 $pid; wait $pid 2>/dev/null
   "$inst/tavix" >"$inst/out.txt" 2>&1 &
   pid=$!
@@ -247,20 +237,18 @@ else
     [ -n "$box" ] && break
     sleep 0.1
   done
-  if [ -z "$box" ]; then fail crash "no box at the next start"; else
+  if [ -z "$box" ]; then fail record "no box at the start after kill -9"; else
     sleep 0.3
     import -window "$box" "$shots/repaired-movie-box.png" 2>/dev/null
     xdotool key --window "$box" Return
   fi
   wait_window "デジカメ画像表示プログラム"
-  read -r container width height seconds < <("$avicheck" "$inst/crash.avi")
-  # At most the last second is lost.
-  awk -v s="${seconds:-0}" 'BEGIN { exit !(s >= 2.0 && s <= 4.5) }' || fail crash "repaired movie of ${seconds:-?} s"
-  grep -q "Unfinished Movie Repaired" "$inst/Error.Log" || fail crash "log: $(cat "$inst/Error.Log")"
-  [ -e "$inst/Tavix.recording" ] && fail crash "the note of the recording is still there"
+  movie_seconds "$inst/crash.avi" 2.0 4.5  # at most the last second lost
+  grep -q "Unfinished Movie Repaired" "$inst/Error.Log" || fail record "log: $(cat "$inst/Error.Log")"
+  [ -e "$inst/Tavix.recording" ] && fail record "the note of the recording is still there"
 fi
-close_and_wait crash
-[ $failures -eq 0 ] && echo "ok crash: a movie cut off by kill -9 repaired at the next start"
+close_and_wait record
+[ $failures -eq 0 ] && echo "ok record: 3 s recorded with the real buttons; a movie cut off by kill -9 repaired"
 
 # Scale bar, cross lines and a setting with the real mouse and keys in tavix-camera-measure.
 install overlay tavix-camera-measure
