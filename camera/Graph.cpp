@@ -214,7 +214,7 @@ void Impl::RenderFileBranch(Filter& tee, const PinInfo& pin) {
     Filter* writer = Unlinked(Kind::FileWriter);
     if (!mux || !writer || record.Linked()) vb::Raise(vb::ErrInvalidCall);
     if (!record.Link(pipeline.get(), tee.element.get(), mux->element.get(), writer->element.get(),
-                     faults.writerFailsAfter))
+                     faults.writerFailsAfter, faults.writerBytesPerSecond))
         vb::Raise(vb::ErrInvalidCall);
     tee.Link(pin, mux->pins[0]);
     mux->Link(mux->pins[0], pin);
@@ -278,6 +278,7 @@ QStringList MissingElements(bool testCamera) {
         {"videoconvert", "gstreamer1.0-plugins-base", false},
         {"appsink", "gstreamer1.0-plugins-base", false},
         {"avimux", "gstreamer1.0-plugins-good", false},
+        {"videorate", "gstreamer1.0-plugins-base", false},
         {"queue", "libgstreamer1.0-0", false},
         {"capsfilter", "libgstreamer1.0-0", false},
         {"tee", "libgstreamer1.0-0", false},

@@ -123,10 +123,12 @@ public:
 
     // Faults for tests only; no file can set them. The test camera reports a read error
     // after this many frames (counted from when it is rendered, or from now if it is
-    // already), the file writer a full disk after this many buffers. Zero: never.
+    // already), the file writer a full disk after this many buffers. Zero: never. The file
+    // writer takes no more than writerBytesPerSecond, as a slow disk; zero: any.
     struct Faults {
         int cameraFailsAfter = 0;
         int writerFailsAfter = 0;
+        int writerBytesPerSecond = 0;
     };
     void SetFaults(const Faults& faults);
 

@@ -6,11 +6,6 @@ namespace tavix::cam {
 
 namespace {
 
-GstPadProbeReturn Count(GstPad*, GstPadProbeInfo*, gpointer counter) {
-    static_cast<std::atomic<uint64_t>*>(counter)->fetch_add(1, std::memory_order_relaxed);
-    return GST_PAD_PROBE_OK;
-}
-
 GstPadProbeReturn FailWrites(GstPad* pad, GstPadProbeInfo*, gpointer data) {
     auto* left = static_cast<int*>(data);
     if (*left <= 0) return GST_PAD_PROBE_DROP;
@@ -19,6 +14,13 @@ GstPadProbeReturn FailWrites(GstPad* pad, GstPadProbeInfo*, gpointer data) {
         GST_ELEMENT_ERROR(writer.get(), RESOURCE, NO_SPACE_LEFT, ("No space left on the device."), (nullptr));
         return GST_PAD_PROBE_DROP;
     }
+    return GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn SlowWrites(GstPad*, GstPadProbeInfo* info, gpointer bytesPerSecond) {
+    const double seconds =
+        double(gst_buffer_get_size(GST_PAD_PROBE_INFO_BUFFER(info))) / GPOINTER_TO_INT(bytesPerSecond);
+    g_usleep(gulong(seconds * G_USEC_PER_SEC));
     return GST_PAD_PROBE_OK;
 }
 
@@ -37,6 +39,27 @@ GstPadProbeReturn RecordBranch::CountCamera(GstPad*, GstPadProbeInfo*, gpointer 
     return GST_PAD_PROBE_OK;
 }
 
+// A frame leaving the queue while the disk is behind (or once a stop has waited for it) is written
+// as an empty chunk: players show the frame before it again, so the movie keeps its length
+// and the backlog never holds up the camera or a stop.
+GstPadProbeReturn RecordBranch::Leaving(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
+    auto* b = static_cast<RecordBranch*>(data);
+    guint64 backlog = 0;
+    GstRef<GstElement> queue(gst_pad_get_parent_element(pad));
+    g_object_get(queue.get(), "current-level-time", &backlog, nullptr);
+    const gint64 deadline = b->finishBy_.load(std::memory_order_relaxed);
+    if (backlog <= kBacklog && (deadline == 0 || g_get_monotonic_time() < deadline)) {
+        b->recordedFrames_.fetch_add(1, std::memory_order_relaxed);
+        return GST_PAD_PROBE_OK;
+    }
+    GstBuffer* frame = GST_PAD_PROBE_INFO_BUFFER(info);
+    GstBuffer* empty = gst_buffer_new();
+    gst_buffer_copy_into(empty, frame, GST_BUFFER_COPY_METADATA, 0, 0);
+    gst_buffer_unref(frame);
+    GST_PAD_PROBE_INFO_DATA(info) = empty;
+    return GST_PAD_PROBE_OK;
+}
+
 GstPadProbeReturn RecordBranch::WriterEvent(GstPad*, GstPadProbeInfo* info, gpointer data) {
     auto* b = static_cast<RecordBranch*>(data);
     if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_EOS) {
@@ -47,36 +70,46 @@ GstPadProbeReturn RecordBranch::WriterEvent(GstPad*, GstPadProbeInfo* info, gpoi
     return GST_PAD_PROBE_OK;
 }
 
-bool RecordBranch::Link(GstElement* pipeline, GstElement* tee, GstElement* mux, GstElement* writer,
-                        int failWritesAfter) {
-    GstRef<GstElement> queue = Make("queue");
-    if (!queue) return false;
-    // Room for a few seconds of frames, so a slow disk holds up neither camera nor screen.
+bool RecordBranch::Link(GstElement* pipeline, GstElement* tee, GstElement* mux, GstElement* writer, int failWritesAfter,
+                        int bytesPerSecond) {
+    GstRef<GstElement> queue = Make("queue"), rate = Make("videorate");
+    if (!queue || !rate) return false;
+    // Seconds of frames: a disk that stops altogether loses the oldest, never the live picture.
     g_object_set(queue.get(), "max-size-buffers", 0u, "max-size-bytes", 0u, "max-size-time", guint64(4 * GST_SECOND),
-                 nullptr);
-    for (GstElement* e : {queue.get(), mux, writer}) gst_bin_add(GST_BIN(pipeline), GST_ELEMENT(gst_object_ref(e)));
+                 "leaky", 2, nullptr);
+    // The multiplexer counts frames, not time: frames the camera or the queue missed are made
+    // up, so the movie lasts as long as the recording did. Not from before the first frame.
+    g_object_set(rate.get(), "skip-to-first", TRUE, nullptr);
+    for (GstElement* e : {queue.get(), rate.get(), mux, writer})
+        gst_bin_add(GST_BIN(pipeline), GST_ELEMENT(gst_object_ref(e)));
     // Pads by name: the multiplexer would take a stream of any caps on its audio input.
     GstRef<GstPad> teeOut(gst_element_request_pad_simple(tee, "src_%u"));
     GstRef<GstPad> muxIn(gst_element_request_pad_simple(mux, "video_%u"));
     GstRef<GstPad> queueIn(gst_element_get_static_pad(queue.get(), "sink"));
-    GstRef<GstPad> queueOut(gst_element_get_static_pad(queue.get(), "src"));
+    GstRef<GstPad> rateOut(gst_element_get_static_pad(rate.get(), "src"));
     if (!teeOut || !muxIn || gst_pad_link(teeOut.get(), queueIn.get()) != GST_PAD_LINK_OK ||
-        gst_pad_link(queueOut.get(), muxIn.get()) != GST_PAD_LINK_OK || !gst_element_link(mux, writer)) {
+        !gst_element_link(queue.get(), rate.get()) || gst_pad_link(rateOut.get(), muxIn.get()) != GST_PAD_LINK_OK ||
+        !gst_element_link(mux, writer)) {
         if (teeOut) gst_element_release_request_pad(tee, teeOut.get());
-        for (GstElement* e : {queue.get(), mux, writer}) {
+        for (GstElement* e : {queue.get(), rate.get(), mux, writer}) {
             gst_element_set_state(e, GST_STATE_NULL);
             gst_bin_remove(GST_BIN(pipeline), e);
         }
         return false;
     }
-    gst_pad_add_probe(queueOut.get(), GST_PAD_PROBE_TYPE_BUFFER, &Count, &recordedFrames_, nullptr);
+    GstRef<GstPad> queueOut(gst_element_get_static_pad(queue.get(), "src"));
+    gst_pad_add_probe(queueOut.get(), GST_PAD_PROBE_TYPE_BUFFER, &RecordBranch::Leaving, this, nullptr);
     GstRef<GstPad> writerIn(gst_element_get_static_pad(writer, "sink"));
     gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &RecordBranch::WriterEvent, this, nullptr);
     if (failWritesAfter > 0)
         gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_BUFFER, &FailWrites, new int(failWritesAfter),
                           [](gpointer p) { delete static_cast<int*>(p); });
+    if (bytesPerSecond > 0)
+        gst_pad_add_probe(writerIn.get(), GST_PAD_PROBE_TYPE_BUFFER, &SlowWrites, GINT_TO_POINTER(bytesPerSecond),
+                          nullptr);
     fileTeePad_ = std::move(teeOut);
     fileQueue_ = queue.get();
+    fileRate_ = rate.get();
     fileMux_ = mux;
     fileWriter_ = writer;
     return true;
@@ -88,6 +121,9 @@ bool RecordBranch::Finish(int timeoutMs) {
         std::lock_guard lock(eosMutex_);
         if (fileFinished_) return true;
     }
+    // What still waits in the queue when the disk has had its time goes out as empty chunks,
+    // so the stop never waits long on the disk.
+    finishBy_ = g_get_monotonic_time() + kFinishWrites * G_TIME_SPAN_MILLISECOND;
     // The camera's streaming thread cuts the branch off before its next frame enters the
     // tee, so every frame counted went to the file too. A camera that sends nothing more
     // leaves it to this thread.
@@ -108,13 +144,18 @@ void RecordBranch::Cut() {
     framesAtCut_ = cameraFrames_.load();
     GstRef<GstPad> in(gst_element_get_static_pad(fileQueue_, "sink"));
     gst_pad_unlink(fileTeePad_.get(), in.get());
+    // The last frame stands until now: the rate keeper repeats it up to the stop.
+    if (GstRef<GstClock> clock{gst_element_get_clock(fileQueue_)}) {
+        const GstClockTime now = gst_clock_get_time(clock.get()) - gst_element_get_base_time(fileQueue_);
+        gst_pad_send_event(in.get(), gst_event_new_gap(now, 0));
+    }
     gst_pad_send_event(in.get(), gst_event_new_eos());
     std::lock_guard lock(eosMutex_);
     eosArrived_.notify_all();
 }
 
 bool RecordBranch::Contains(GstObject* source) const {
-    for (GstElement* e : {fileQueue_, fileMux_, fileWriter_})
+    for (GstElement* e : {fileQueue_, fileRate_, fileMux_, fileWriter_})
         if (e && source && (source == GST_OBJECT(e) || gst_object_has_as_ancestor(source, GST_OBJECT(e)))) return true;
     return false;
 }

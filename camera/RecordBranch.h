@@ -1,6 +1,6 @@
 #pragma once
-// The recording branch off the camera's tee: a queue of its own, the multiplexer and the
-// file writer. A recording ends by end-of-stream through this branch, so the AVI always
+// The recording branch off the camera's tee: a queue of its own, a rate keeper, the
+// multiplexer and the file writer. A recording ends by end-of-stream through this branch, so the AVI always
 // gets its index; the frame counts say how many went in.
 #include <atomic>
 #include <condition_variable>
@@ -21,8 +21,10 @@ public:
     void CountCameraFramesAt(GstPad* pad);
     // Links a new request pad of the tee through a queue to the multiplexer and the writer,
     // all added to the pipeline; false, with them taken out again, when they do not link.
-    // failWritesAfter: for tests, the writer runs out of space after that many buffers.
-    bool Link(GstElement* pipeline, GstElement* tee, GstElement* mux, GstElement* writer, int failWritesAfter);
+    // For tests: the writer runs out of space after failWritesAfter buffers, and writes no
+    // more than bytesPerSecond.
+    bool Link(GstElement* pipeline, GstElement* tee, GstElement* mux, GstElement* writer, int failWritesAfter,
+              int bytesPerSecond);
     bool Linked() const { return fileQueue_ != nullptr; }
     // Ends the branch's stream and waits for the writer to have it, so the multiplexer has
     // written its index and header. False when it did not arrive in time.
@@ -32,10 +34,13 @@ public:
 
     void ResetCounts();
     uint64_t CameraFrames() const;
+    // Frames written whole; the others of CameraFrames went into the movie as repeats of the
+    // frame before, because the disk was behind or the recording ended while they waited.
     uint64_t RecordedFrames() const;
 
 private:
     static GstPadProbeReturn CountCamera(GstPad*, GstPadProbeInfo*, gpointer data);
+    static GstPadProbeReturn Leaving(GstPad* pad, GstPadProbeInfo* info, gpointer data);
     static GstPadProbeReturn WriterEvent(GstPad*, GstPadProbeInfo* info, gpointer data);
     void Cut();
 
@@ -43,7 +48,9 @@ private:
     gulong countProbe_ = 0;
     // Once linked: the tee's pad that feeds the branch, its queue, the multiplexer, the writer.
     GstRef<GstPad> fileTeePad_;
+    static constexpr guint64 kBacklog = GST_SECOND / 2;  // of frames waiting, before they are thinned
     GstElement* fileQueue_ = nullptr;
+    GstElement* fileRate_ = nullptr;
     GstElement* fileMux_ = nullptr;
     GstElement* fileWriter_ = nullptr;
     std::mutex eosMutex_;
@@ -52,6 +59,8 @@ private:
     std::atomic<uint64_t> cameraFrames_{0}, recordedFrames_{0};
     std::atomic<uint64_t> framesAtCut_{0};  // camera frames when the branch was cut off
     std::atomic<bool> cut_{false}, cutRequested_{false};
+    static constexpr gint64 kFinishWrites = 300;  // ms a stop lets the disk write what waits
+    std::atomic<gint64> finishBy_{0};             // monotonic µs; 0 while recording
 };
 
 }  // namespace tavix::cam

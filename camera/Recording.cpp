@@ -1,5 +1,7 @@
 #include "Recording.h"
 
+#include <algorithm>
+
 #include <QDateTime>
 #include <QFile>
 #include <QDir>
@@ -69,7 +71,12 @@ void BuildRecordGraph(frmMain& f) {
 }
 
 void StopRecording(frmMain& f) {
-    if (f.FilterGraph) f.FilterGraph->Stop();
+    uint64_t notWritten = 0;
+    if (f.FilterGraph) {
+        f.FilterGraph->Stop();
+        notWritten =
+            f.FilterGraph->CameraFrames() - std::min(f.FilterGraph->CameraFrames(), f.FilterGraph->RecordedFrames());
+    }
     NoteMovieEnded();
     HideGuidance(f);
     f.CommandMode = CommandMode::Idle;
@@ -88,6 +95,11 @@ void StopRecording(frmMain& f) {
     }
     f.ViewMode = ViewMode::Still;
     SwitchViewMode(f, false);
+    // Frames the disk could not take in time are in the movie as repeats of the frame before.
+    if (notWritten > 0) {
+        WriteLog(QStringLiteral("StopRecording Frames Not Written.(%1)").arg(notWritten));
+        vb::Host().MsgBox(GST(20156, QString::number(notWritten)), vb::vbOKOnly | vb::vbExclamation, GST(11150), &f);
+    }
 }
 
 void tmrRec_Timer(frmMain& f) {

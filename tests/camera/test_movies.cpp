@@ -1,10 +1,11 @@
-// A movie left by a recording that never ended: what is on disk mid-recording is taken, cut
-// at several points, repaired, and compared with the index the multiplexer itself wrote for
-// the same frames once it finished.
+// Movies that hold: their length whatever the camera or the disk drops, and a movie left by
+// a recording that never ended, repaired.
 #include <gst/gst.h>
 #include <gst/pbutils/pbutils.h>
 
+#include <QElapsedTimer>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtEndian>
@@ -13,6 +14,9 @@
 #include "AviRepair.h"
 #include "CommonModule.h"
 #include "Errors.h"
+#include "FakeCamera.h"
+#include "Graph.h"
+#include "Recording.h"
 #include "StartedMain.h"
 
 #include <unistd.h>
@@ -69,6 +73,56 @@ double Seconds(const QString& path) {
     g_free(uri);
     g_object_unref(discoverer);
     return s;
+}
+
+TEST(Movie, LastsAsLongAsTheRecordingWhateverIsDropped) {
+    const struct {
+        const char* what;
+        int cameraFps, writerBytesPerSecond;
+        bool everyFrameWhole;
+    } cases[] = {
+        {"a camera at its rate", 0, 0, true},
+        {"a camera slowed to 15 fps", 15, 0, true},
+        {"a disk that takes half the camera's 18 MB/s", 0, 9'000'000, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        fakecam_plug(FakeCamUvc);
+        testing_support::CameraMain m([](testing_support::Sandbox& box, testing_support::ScriptedDialogHost&) {
+            box.SetIni(QStringLiteral("CAMERAFILTERNAME"), QStringLiteral(FAKECAM_NAME));
+            box.Write(QStringLiteral("Tavix.grf"), "TavixGraph 1\r\ncamera=" FAKECAM_NAME
+                                                   "\r\ndevice=/fakecam/video0\r\nwidth=640\r\nheight=480\r\n"
+                                                   "format=YUY2\r\nrate=30/1\r\n");
+        });
+        ASSERT_TRUE(m.started && m.WaitFrame());
+        fakecam_set_rate(c.cameraFps);
+        m.f.FilterGraph->SetFaults({.writerBytesPerSecond = c.writerBytesPerSecond});
+        m.f.MovieFileName = m.box.File(QStringLiteral("movie.avi"));
+        QElapsedTimer recording;
+        recording.start();
+        m.f.CommandMode = tavix::CommandMode::Recording;
+        tavix::BuildRecordGraph(m.f);
+        m.WaitFor([&] { return recording.elapsed() >= 3000; }, 4000);
+        const double seconds = recording.elapsed() / 1000.0;
+        if (!c.everyFrameWhole) m.host.AnswerMsgBox(vb::vbOK);
+        QElapsedTimer stop;
+        stop.start();
+        tavix::StopRecording(m.f);
+        EXPECT_LT(stop.elapsed(), 1000);
+        // The frames not written are told, as a number.
+        ASSERT_EQ(m.host.Boxes.size(), c.everyFrameWhole ? 0u : 1u);
+        if (!c.everyFrameWhole) {
+            const QString n = QRegularExpression(QStringLiteral("\\d+")).match(m.host.Boxes[0].Prompt).captured();
+            EXPECT_EQ(m.host.Boxes[0].Prompt, tavix::GST(20156, n));
+            EXPECT_GT(n.toInt(), 10);
+            EXPECT_TRUE(m.Logged(QStringLiteral("StopRecording Frames Not Written.(%1)").arg(n)));
+        }
+        // Measured: 0.04 s off at full rate and on the slow disk, 0.10 s at 15 fps, the camera's
+        // start after the graph's stop and run included.
+        EXPECT_NEAR(Seconds(m.f.MovieFileName), seconds, 0.15);
+    }
+    fakecam_set_rate(0);
+    fakecam_plug(FakeCamNone);
 }
 
 TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
