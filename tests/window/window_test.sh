@@ -37,17 +37,25 @@ fail() { echo "FAIL $1: $2"; failures=$((failures + 1)); }
 # A copy of the deployment with one program in $work/$1; sets inst.
 install() { inst="$work/$1"; mkdir -p "$inst"; cp "$src"/deploy/ja/* "$inst"/; cp "$bin/$2" "$inst"/; }
 # Starts $inst/$1 and waits for its window titled $2; sets pid and wid (empty when none came).
+# Xvfb now and then refuses a connection under load; that try does not count.
 launch() {
-  "$inst/$1" >"$inst/out.txt" 2>&1 &
-  pid=$!
-  wait_window "$2"
+  for _ in 1 2 3; do
+    "$inst/$1" >"$inst/out.txt" 2>&1 &
+    pid=$!
+    wait_window "$2"
+    [ -n "$wid" ] && return
+    grep -q "could not connect to display" "$inst/out.txt" || return
+    wait $pid 2>/dev/null
+    [ -f "$inst/Error.Log" ] && : >"$inst/Error.Log"
+  done
 }
-# Waits for the window titled $1; sets wid (empty when none came).
+# Waits for the window titled $1 while the program runs; sets wid (empty when none came).
 wait_window() {
   wid=""
   for _ in $(seq 300); do
     wid=$(xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -1)
     [ -n "$wid" ] && break
+    kill -0 "$pid" 2>/dev/null || break
     sleep 0.1
   done
   [ -n "$wid" ] && sleep 0.5
@@ -85,26 +93,10 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
   install "$program" "$program"
   ini_before=$(md5sum < "$inst/Tavix.Ini")
   title=${titles[$program]}
-  # Xvfb now and then refuses a connection under load; that try does not count.
-  for attempt in 1 2 3; do
-    "$inst/$program" >"$inst/out.txt" 2>&1 &
-    pid=$!
-    wid=""
-    for _ in $(seq 100); do
-      wid=$(xdotool search --onlyvisible --name "^${title}\$" 2>/dev/null | head -1)
-      [ -n "$wid" ] && break
-      kill -0 $pid 2>/dev/null || break
-      sleep 0.1
-    done
-    [ -n "$wid" ] && break
-    grep -q "could not connect to display" "$inst/out.txt" || break
-    wait $pid 2>/dev/null
-    : >"$inst/Error.Log"
-  done
+  launch "$program" "$title"
   if [ -z "$wid" ]; then
     fail "$program" "no window titled $title"; cat "$inst/out.txt"; kill $pid 2>/dev/null; continue
   fi
-  sleep 0.5
   import -window "$wid" "$shots/$program.png" 2>/dev/null || fail "$program" "no screenshot"
   if [ "$program" = tavix ]; then
     # Live frames move; cmdPlayStop (top left) freezes one, which then stands still.
@@ -353,7 +345,7 @@ if [ -n "${TAVIX_WINDOW_NS:-}" ] && mount -t tmpfs -o size=64m tmpfs "$work/full
   [ -z "$stray" ] || fail full "temporary files left: $stray"
   rm -f "$inst/filler"
   launch tavix-still "画像表示プログラム"
-  [ -n "$wid" ] || fail full "no window at the next start"
+  [ -n "$wid" ] || fail full "no window at the next start: $(cat "$inst/out.txt")"
   close_and_wait full
   grep -q "JPEGQTY=85" "$inst/Tavix.Ini" || fail full "settings not written once there was room"
   umount "$work/full"
