@@ -10,7 +10,7 @@ packages=(
   googletest libgtest-dev
   qt6-image-formats-plugins qt6-translations-l10n
   xvfb xdotool x11-utils imagemagick
-  libjpeg-dev lintian clang-format
+  libjpeg-dev lintian clang-format ffmpeg
   fonts-ipafont-gothic libx11-dev libxcursor1
 )
 

@@ -198,10 +198,11 @@ close_and_wait measure
 # second recording is cut off by kill -9: the next start repairs it and says so once.
 install record tavix
 launch tavix "デジカメ画像表示プログラム"
-movie_seconds() { # file least most: the movie plays for that long
+movie_seconds() { # file least most: the movie plays for that long, and ffmpeg decodes it without a word
   read -r container width height seconds < <("$avicheck" "$1")
   [ "$container $width $height" = "video/x-msvideo 640 480" ] || fail record "$1: $container $width $height"
   awk -v s="${seconds:-0}" -v a="$2" -v b="$3" 'BEGIN { exit !(s >= a && s <= b) }' || fail record "$1: ${seconds:-?} s"
+  said=$(ffmpeg -nostdin -v error -i "$1" -f null - 2>&1) && [ -z "$said" ] || fail record "$1: ffmpeg says: $said"
 }
 record_3s() {
   click 154 34                     # save
