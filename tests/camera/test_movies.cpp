@@ -180,6 +180,61 @@ TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
     }
 }
 
+// Past 1 GiB the multiplexer starts a second part; a recording cut off there keeps both.
+TEST(AviRepair, AMovieOfTwoPartsKeepsBoth) {
+    QTemporaryDir dir(QStringLiteral("/var/tmp/tavix-avi.XXXXXX"));  // 1.2 GB: on a disk, not in RAM
+    const QString path = dir.filePath(QStringLiteral("big.avi"));
+    constexpr qint64 kChunk = 1920 * 1080 * 3 / 2 + 8, kCut = 1'200'000'000;
+    gst_init(nullptr, nullptr);
+    GstElement* pipeline = gst_parse_launch(
+        ("videotestsrc pattern=black ! video/x-raw,format=I420,width=1920,height=1080,framerate=30/1 ! avimux ! "
+         "filesink location=" +
+         QFile::encodeName(path))
+            .constData(),
+        nullptr);
+    ASSERT_TRUE(pipeline);
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    while (QFile(path).size() < kCut) QThread::msleep(2);
+    // Stopped without its end: the multiplexer leaves the file as a crash would.
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(pipeline);
+    const qint64 size = QFile(path).size();
+    const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(path);
+    EXPECT_EQ(r.error, 0);
+    EXPECT_TRUE(r.repaired);
+    // All but the frame being written, less the room the first part's indexes take.
+    EXPECT_GE(r.frames, size / kChunk - 2);
+    EXPECT_LE(r.frames, size / kChunk);
+    QProcess probe;
+    probe.start(QStringLiteral("ffprobe"),
+                {"-v", "error", "-count_packets", "-show_entries", "stream=nb_read_packets", "-of", "csv=p=0", path});
+    ASSERT_TRUE(probe.waitForFinished(60000));
+    EXPECT_EQ(probe.readAllStandardOutput().trimmed().toInt(), r.frames);
+    EXPECT_NEAR(Seconds(path), r.frames / 30.0, 1 / 30.0 + 1e-3);
+    // Seeking past the first part needs the index of indexes: each of its entries leads to a
+    // part's index, whose entries lead to that part's frames.
+    QFile movie(path);
+    ASSERT_TRUE(movie.open(QIODevice::ReadOnly));
+    const QByteArray head = movie.read(4096);
+    const qsizetype indx = head.indexOf("indx");
+    ASSERT_GT(indx, 0);
+    auto u32 = [](const QByteArray& b, qsizetype i) { return qFromLittleEndian<uint32_t>(b.constData() + i); };
+    ASSERT_EQ(u32(head, indx + 12), 2u);  // two parts
+    int indexed = 0;
+    for (int part = 0; part < 2; ++part) {
+        movie.seek(qFromLittleEndian<qint64>(head.constData() + indx + 32 + 16 * part));
+        const QByteArray ix = movie.read(32);
+        ASSERT_TRUE(ix.startsWith("ix00")) << part;
+        const qint64 base = qFromLittleEndian<qint64>(ix.constData() + 20);
+        movie.seek(movie.pos() + 8 * (u32(ix, 12) - 1));  // the part's last frame
+        const QByteArray lastEntry = movie.read(8);
+        movie.seek(base + u32(lastEntry, 0) - 8);
+        EXPECT_EQ(movie.read(8), "00db" + lastEntry.mid(4, 4)) << part;
+        indexed += int(u32(ix, 12));
+    }
+    EXPECT_EQ(indexed, r.frames);
+}
+
 TEST(AviRepair, FinishedOrForeignFilesAreLeftAlone) {
     QTemporaryDir dir;
     const Recorded rec = Record(dir.filePath("done.avi"));
