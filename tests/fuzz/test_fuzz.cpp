@@ -21,29 +21,11 @@
 
 namespace {
 
-const QByteArray kTokens[] = {"\r\n",
-                              "\n",
-                              "\r",
-                              ",",
-                              "\"",
-                              "=",
-                              "[",
-                              "]",
-                              ";",
-                              "@",
-                              "-1",
-                              "0",
-                              "1e308",
-                              "99999999999999999999",
-                              "\xEF\xBB\xBF",
-                              "\x82\xA0",
-                              "\xFF",
-                              QByteArray(1, '\0'),
-                              "control.",
-                              "width=",
-                              "rate=1/0",
-                              "BM",
-                              "\xFF\xD8\xFF"};
+// clang-format off
+const QByteArray kTokens[] = {"\r\n", "\n", "\r", ",", "\"", "=", "[", "]", ";", "@", "-1", "0", "1e308",
+                              "99999999999999999999", "\xEF\xBB\xBF", "\x82\xA0", "\xFF", QByteArray(1, '\0'),
+                              "control.", "width=", "rate=1/0", "BM", "\xFF\xD8\xFF"};
+// clang-format on
 
 class Mutator {
 public:
@@ -109,12 +91,12 @@ TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
         {"comment",
          "p.txt",
          3000,
-         [](const QString& path) { return vb::Trap([&] { vb::ReadTextLines(path); }) == 0; },
+         [](const QString& p) { return vb::Trap([&] { vb::ReadTextLines(p); }) == 0; },
          {"first line\r\nsecond\r\n", "\x82\xB1\x82\xF1\r\n\r\n"}},
         {"picture",
          "p.bmp",
          1500,
-         [](const QString& path) { return vb::Trap([&] { vb::LoadPicture(path); }) == 0; },
+         [](const QString& p) { return vb::Trap([&] { vb::LoadPicture(p); }) == 0; },
          {Encoded("BMP"), Encoded("JPEG"), Encoded("PNG")}},
         {"graph file",
          "Tavix.grf",
