@@ -99,6 +99,15 @@ TEST(MeasureConfigDialog, OpensWithTheSettings) {
         const Settings before = Settings::Now();
         w.Open(
             [&](frmMeasureConfig& d) {
+                // Captions come from the string table, but for the digits of the count and the shared buttons.
+                QStringList texts;
+                for (const auto& r : Var().StringTable) texts << r.Text;
+                for (const vb::Control* control : d.Controls) {
+                    const bool fixed = control == d.cmdOK || control == d.cmdCancel ||
+                                       control->Name() == QLatin1String("optCrossLineNum");
+                    EXPECT_TRUE(fixed || control->Caption().isEmpty() || texts.contains(control->Caption()))
+                        << control->Name().toStdString();
+                }
                 for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), before.colors[i]) << i;
                 EXPECT_TRUE(d.optCrossLineNum[c.crossLineNum - 1]->Value() &&
                             !d.optCrossLineNum[2 - c.crossLineNum]->Value());

@@ -226,6 +226,7 @@ TEST(FlexGridAlignment, CodesMapToCellAlignmentForTheirRows) {
         EXPECT_EQ(Qt::Alignment(t->item(0, 0)->textAlignment()), r.expected) << "fixed, code " << r.code;
         EXPECT_EQ(Qt::Alignment(t->item(2, 0)->textAlignment()), leftCentre) << r.code;
         EXPECT_EQ(Qt::Alignment(t->item(2, 1)->textAlignment()), r.expected) << "body, code " << r.code;
+        EXPECT_EQ(grid->ColAlignment(1), r.code);
         EXPECT_EQ(Qt::Alignment(t->item(0, 1)->textAlignment()), leftCentre) << r.code;
     }
     EXPECT_EQ(ErrorOf([&] { grid->SetColAlignment(0, 10); }), 380);
