@@ -31,7 +31,6 @@ TEST(IniRead, AcceptsOrStopsWithItsLogLine) {
         {"JPEGQTY below range", "JPEGQTY", "9", "FILE,JPEGQTY"},
         {"JPEGQTY above range", "JPEGQTY", "101", "FILE,JPEGQTY"},
         {"JPEGQTY overflows the byte", "JPEGQTY", "300", "FILE,JPEGQTY", 6},
-        {"negative JPEGQTY overflows", "JPEGQTY", "-1", "FILE,JPEGQTY", 6},
         {"JPEGQTY no number", "JPEGQTY", "high", "FILE,JPEGQTY", 13},
         {"CROSSLINENUM 0", "CROSSLINENUM", "0", "MEASURE,CROSSLINENUM"},
         {"CURRENTPROOFNO 9 is the last slot", "CURRENTPROOFNO", "9"},

@@ -206,11 +206,7 @@ TEST(FlexGridAlignment, CodesMapToCellAlignmentForTheirRows) {
     const struct {
         int code;
         Qt::Alignment expected;
-    } rows[] = {
-        {2, Qt::AlignLeft | Qt::AlignBottom},
-        {4, Qt::AlignHCenter | Qt::AlignVCenter},
-        {6, Qt::AlignRight | Qt::AlignTop},
-    };
+    } rows[] = {{2, Qt::AlignLeft | Qt::AlignBottom}, {4, Qt::AlignCenter}, {6, Qt::AlignRight | Qt::AlignTop}};
     Form form("frmGrid");
     auto* grid = new FlexGrid(form, &form, "grdA");
     grid->SetCols(2);

@@ -27,19 +27,18 @@ TEST(UntrappedError, EndsWithTheErrorNumberFromEveryKindOfEvent) {
     combo->OnClick = [] { vb::Raise(9); };
     form.OnQueryUnload = [](bool&, int) { vb::Raise(53); };
 
+    const auto mouseUp = [&] {
+        QMouseEvent up(QEvent::MouseButtonRelease, QPointF(5, 5), QPointF(5, 5), Qt::LeftButton, Qt::NoButton,
+                       Qt::NoModifier);
+        QCoreApplication::sendEvent(pic->ClientWidget(), &up);
+    };
     struct Case {
         const char* what;
         std::function<void()> act;
         int number;
     } cases[] = {
         {"button press", [&] { button->Click(); }, 13},
-        {"mouse up on a picture",
-         [&] {
-             QMouseEvent up(QEvent::MouseButtonRelease, QPointF(5, 5), QPointF(5, 5), Qt::LeftButton, Qt::NoButton,
-                            Qt::NoModifier);
-             QCoreApplication::sendEvent(pic->ClientWidget(), &up);
-         },
-         6},
+        {"mouse up on a picture", mouseUp, 6},
         {"close box", [&] { form.close(); }, 53},
     };
     for (const Case& c : cases) {
