@@ -33,8 +33,7 @@ struct Step {
 
 struct CommandCase {
     const char* what;
-    int16_t button;
-    int16_t twoPointMode, angleMode;
+    int16_t button, twoPointMode, angleMode;
     int firstGuidance;
     std::vector<Step> steps;
 };
