@@ -166,12 +166,10 @@ TEST(MeasureCommand, ClickSequences) {
                                         static_cast<float>(s.y));
             const std::string at = std::string(c.what) + " step " + std::to_string(i);
             EXPECT_EQ(w.host.Boxes.size(), boxes + (s.button == 'L' || s.button == 'R' ? 0 : 1)) << at;
-            EXPECT_EQ(int(f.CommandMode), s.mode) << at;
-            EXPECT_EQ(static_cast<int>(f.WorkPoints.size()) - 1, s.points) << at;
-            EXPECT_EQ(w.Guidance(), s.guidance) << at;
-            EXPECT_EQ(Loaded(f.linMeasure), s.lines) << at;
-            EXPECT_EQ(Loaded(f.shaMeasure), s.circles) << at;
-            EXPECT_EQ(f.ResultCount, s.results) << at;
+            EXPECT_EQ(std::tuple(int(f.CommandMode), int(f.WorkPoints.size()) - 1, w.Guidance(), Loaded(f.linMeasure),
+                                 Loaded(f.shaMeasure), int(f.ResultCount)),
+                      std::tuple(s.mode, s.points, s.guidance, std::string(s.lines), std::string(s.circles), s.results))
+                << at;
         }
         EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), vb::vbButtonFace) << c.what;
         EXPECT_TRUE(f.cmdPicLoad->Enabled()) << c.what;
