@@ -21,29 +21,11 @@
 
 namespace {
 
-const QByteArray kTokens[] = {"\r\n",
-                              "\n",
-                              "\r",
-                              ",",
-                              "\"",
-                              "=",
-                              "[",
-                              "]",
-                              ";",
-                              "@",
-                              "-1",
-                              "0",
-                              "1e308",
-                              "99999999999999999999",
-                              "\xEF\xBB\xBF",
-                              "\x82\xA0",
-                              "\xFF",
-                              QByteArray(1, '\0'),
-                              "control.",
-                              "width=",
-                              "rate=1/0",
-                              "BM",
-                              "\xFF\xD8\xFF"};
+// clang-format off
+const QByteArray kTokens[] = {"\r\n", "\n", "\r", ",", "\"", "=", "[", "]", ";", "@", "-1", "0", "1e308",
+                              "99999999999999999999", "\xEF\xBB\xBF", "\x82\xA0", "\xFF", QByteArray(1, '\0'),
+                              "control.", "width=", "rate=1/0", "BM", "\xFF\xD8\xFF"};
+// clang-format on
 
 class Mutator {
 public:
@@ -100,32 +82,25 @@ TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
     const QByteArray graphFile =
         "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=64\r\nheight=48\r\n"
         "format=\r\nrate=30/1\r\ncontrol.pattern=1\r\n";
+    const auto loadGraph = [](const QString& path) {
+        tavix::cam::FilterGraph graph;
+        tavix::cam::GraphFileStore store;
+        return vb::Trap([&] { store.LoadGraphFile(graph, path); }) == 0;
+    };
+    // clang-format off
     const Reader readers[] = {
         {"ini", "Tavix.Ini", 3000, [](const QString&) { return tavix::GetIniFileData(); }},
         {"string table", "StringTable.txt", 3000, [](const QString&) { return tavix::ReadStringTableData(); }},
         {"guidance", "Guidance.txt", 3000, [](const QString&) { return tavix::ReadGuidanceData(); }},
         {"calibrations", "Proof.txt", 3000, [](const QString&) { return tavix::ReadProofData(); }},
         // A comment file takes any bytes; only a crash would be wrong.
-        {"comment",
-         "p.txt",
-         3000,
-         [](const QString& path) { return vb::Trap([&] { vb::ReadTextLines(path); }) == 0; },
+        {"comment", "p.txt", 3000, [](const QString& p) { return vb::Trap([&] { vb::ReadTextLines(p); }) == 0; },
          {"first line\r\nsecond\r\n", "\x82\xB1\x82\xF1\r\n\r\n"}},
-        {"picture",
-         "p.bmp",
-         1500,
-         [](const QString& path) { return vb::Trap([&] { vb::LoadPicture(path); }) == 0; },
+        {"picture", "p.bmp", 1500, [](const QString& p) { return vb::Trap([&] { vb::LoadPicture(p); }) == 0; },
          {Encoded("BMP"), Encoded("JPEG"), Encoded("PNG")}},
-        {"graph file",
-         "Tavix.grf",
-         150,
-         [](const QString& path) {
-             tavix::cam::FilterGraph graph;
-             tavix::cam::GraphFileStore store;
-             return vb::Trap([&] { store.LoadGraphFile(graph, path); }) == 0;
-         },
-         {graphFile}},
+        {"graph file", "Tavix.grf", 150, loadGraph, {graphFile}},
     };
+    // clang-format on
     // The decoders' complaints about each spoiled picture are expected by the thousand.
     const QtMessageHandler previous =
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});

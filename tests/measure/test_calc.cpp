@@ -69,26 +69,12 @@ struct Out {
     double d = kUnset;
     Point2D p = kUnsetPoint;
 };
-Out Foot(Point2D l1, Point2D l2, Point2D p) {
-    Out o;
-    o.ok = tavix::PerpendicularFoot(l1, l2, p, o.p, o.d);
-    return o;
-}
-Out Circle(Point2D a, Point2D b, Point2D c) {
-    Out o;
-    o.ok = tavix::CircleFrom3Points(a, b, c, o.p, o.d);
-    return o;
-}
-Out Cross(Point2D a, Point2D b, Point2D c, Point2D d) {
-    Out o;
-    o.ok = tavix::LineIntersection(a, b, c, d, o.p);
-    return o;
-}
-Out Angle(Point2D a, Point2D v, Point2D b) {
-    Out o;
-    o.ok = tavix::VertexAngle(a, v, b, o.d);
-    return o;
-}
+// clang-format off
+Out Foot(Point2D l1, Point2D l2, Point2D p) { Out o; o.ok = tavix::PerpendicularFoot(l1, l2, p, o.p, o.d); return o; }
+Out Circle(Point2D a, Point2D b, Point2D c) { Out o; o.ok = tavix::CircleFrom3Points(a, b, c, o.p, o.d); return o; }
+Out Cross(Point2D a, Point2D b, Point2D c, Point2D d) { Out o; o.ok = tavix::LineIntersection(a, b, c, d, o.p); return o; }
+Out Angle(Point2D a, Point2D v, Point2D b) { Out o; o.ok = tavix::VertexAngle(a, v, b, o.d); return o; }
+// clang-format on
 // Slot 3 holds 0.5, the others 1. Corners go from element 1; garbage in element 0 must not count.
 Out Area(double zoom, int16_t proofNo, std::vector<Point2D> corners) {
     tavix::ResetVariableDefinition();
@@ -110,19 +96,16 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
         const char* what;
         Out got, want;
     } cases[] = {
+        // clang-format off
         {"foot: coinciding line points count as horizontal", Foot({3, 4}, {3, 4}, {1, 2}), {true, 2, {1, 4}}},
         {"foot: vertical", Foot({2, 0}, {2, 5}, {-1, 3}), {true, 3, {2, 3}}},
         {"foot: diagonal", Foot({0, 0}, {2, 2}, {2, 0}), {true, std::sqrt(2.0), {1, 1}}},
         {"foot beyond the segment", Foot({0, 0}, {2, 2}, {6, 4}), {true, std::sqrt(2.0), {5, 5}}},
         {"foot: distance overflows after the foot", Foot({0, 0}, {1, 1}, {1e308, -1e308}), {false, kUnset, {0, 0}}},
-        {"foot: horizontal distance overflow",
-         Foot({0, -1e308}, {1, -1e308}, {5, 1e308}),
-         {false, kUnset, {5, -1e308}}},
+        {"foot: horizontal distance overflow", Foot({0, -1e308}, {1, -1e308}, {5, 1e308}), {false, kUnset, {5, -1e308}}},
         {"foot: slope overflows", Foot({0, 0}, {1e-300, 1e300}, {1, 1}), no},
         {"foot: slope underflows to 0", Foot({0, 0}, {1e300, 1e-300}, {1, 1}), no},
-        {"foot: Y overflows after X",
-         Foot({-1e308, 1e308}, {-5e307, 1.5e308}, {1e308, 1.5e308}),
-         {false, kUnset, {2.5e307, kUnset}}},
+        {"foot: Y overflows after X", Foot({-1e308, 1e308}, {-5e307, 1.5e308}, {1e308, 1.5e308}), {false, kUnset, {2.5e307, kUnset}}},
         {"foot: NaN point", Foot({0, 0}, {1, 1}, {kNaN, 0}), no},
         {"foot: NaN point on a horizontal line", Foot({0, 1}, {5, 1}, {kNaN, 0}), no},
         {"foot: NaN line", Foot({0, kNaN}, {1, 1}, {0, 0}), no},
@@ -161,6 +144,7 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
         {"angle: right", Angle({1, 0}, {0, 0}, {0, 1}), {true, std::numbers::pi / 2}},
         {"angle: a distance overflows", Angle({1e200, 1e200}, {0, 0}, {1, 0}), no},
         {"angle: the product of the distances overflows", Angle({1e200, 0}, {0, 0}, {0, 1e200}), no},
+        // clang-format on
     };
     for (const auto& c : cases) {
         EXPECT_EQ(c.got.ok, c.want.ok) << c.what;

@@ -33,8 +33,7 @@ struct Step {
 
 struct CommandCase {
     const char* what;
-    int16_t button;
-    int16_t twoPointMode, angleMode;
+    int16_t button, twoPointMode, angleMode;
     int firstGuidance;
     std::vector<Step> steps;
 };
@@ -62,43 +61,28 @@ struct MeasureWindow : testing_support::StartedMain {
 };
 
 TEST(MeasureCommand, ClickSequences) {
+    // clang-format off
     const CommandCase cases[] = {
-        {"distance",
-         0,
-         0,
-         0,
-         32,
-         {{'L', 0, 0, 101, 1, 33, "1", "", 0},
+        {"distance", 0, 0, 0, 32, {
+          {'L', 0, 0, 101, 1, 33, "1", "", 0},
           {'R', 0, 0, 101, 0, 32, "", "", 0},
           {'L', 0, 0, 101, 1, 33, "1", "", 0},
           {'L', 30, 40, 0, 2, kHidden, "", "", 1}}},
-        {"distance to a parallel",
-         0,
-         1,
-         0,
-         57,
-         {{'L', 0, 0, 108, 1, 58, "1", "", 0},
+        {"distance to a parallel", 0, 1, 0, 57, {
+          {'L', 0, 0, 108, 1, 58, "1", "", 0},
           {'L', 100, 0, 108, 2, 59, "1,2,3", "", 0},
           {'R', 0, 0, 108, 1, 58, "1", "", 0},
           {'L', 100, 0, 108, 2, 59, "1,2,3", "", 0},
           {'B', 150, 20, 108, 2, 59, "1,2,3", "", 0},  // foot beyond the base line
           {'L', 50, 20, 0, 3, kHidden, "", "", 1}}},
-        {"circle",
-         1,
-         0,
-         0,
-         34,
-         {{'L', 0, 0, 102, 1, 35, "", "", 0},
+        {"circle", 1, 0, 0, 34, {
+          {'L', 0, 0, 102, 1, 35, "", "", 0},
           {'L', 10, 10, 102, 2, 36, "", "1", 0},
           {'R', 0, 0, 102, 1, 35, "", "", 0},
           {'R', 0, 0, 102, 0, 34, "", "", 0},
           {'R', 0, 0, 0, 0, kHidden, "", "", 0}}},
-        {"two circles",
-         2,
-         0,
-         0,
-         37,
-         {{'L', 0, 10, 103, 1, 38, "", "", 0},
+        {"two circles", 2, 0, 0, 37, {
+          {'L', 0, 10, 103, 1, 38, "", "", 0},
           {'L', 10, 0, 103, 2, 39, "", "1", 0},
           {'L', 0, -10, 103, 3, 40, "", "1", 0},
           {'L', 50, 10, 103, 4, 41, "", "1", 0},
@@ -112,12 +96,8 @@ TEST(MeasureCommand, ClickSequences) {
           {'L', 50, 10, 103, 4, 41, "", "1", 0},
           {'L', 60, 0, 103, 5, 42, "", "1,2", 0},
           {'L', 50, -10, 0, 6, kHidden, "", "", 3}}},
-        {"perpendicular",
-         3,
-         0,
-         0,
-         43,
-         {{'L', -100, 0, 104, 1, 44, "1", "", 0},
+        {"perpendicular", 3, 0, 0, 43, {
+          {'L', -100, 0, 104, 1, 44, "1", "", 0},
           {'L', 100, 0, 104, 2, 45, "1", "", 0},
           {'R', 0, 0, 104, 1, 44, "1", "", 0},  // line 1 stays; its end follows the pointer
           {'L', 100, 0, 104, 2, 45, "1", "", 0},
@@ -125,20 +105,12 @@ TEST(MeasureCommand, ClickSequences) {
           {'L', 20, -40, 104, 4, 46, "1,2,3", "", 0},
           {'L', 50, 10, 104, 5, 46, "1,2,3,4", "", 0},
           {'R', 0, 0, 0, 5, kHidden, "", "", 3}}},
-        {"perpendicular, two points alone give nothing",
-         3,
-         0,
-         0,
-         43,
-         {{'L', -100, 0, 104, 1, 44, "1", "", 0},
+        {"perpendicular, two points alone give nothing", 3, 0, 0, 43, {
+          {'L', -100, 0, 104, 1, 44, "1", "", 0},
           {'R', 0, 0, 104, 0, 43, "", "", 0},
           {'R', 0, 0, 0, 0, kHidden, "", "", 0}}},
-        {"area",
-         4,
-         0,
-         0,
-         50,
-         {{'L', 0, 0, 105, 1, 51, "1", "", 0},
+        {"area", 4, 0, 0, 50, {
+          {'L', 0, 0, 105, 1, 51, "1", "", 0},
           {'L', 100, 0, 105, 2, 51, "1,2", "", 0},
           {'L', 0.5, 1, 105, 3, 51, "1,2,3", "", 0},  // the third corner near the first does not ask
           {'R', 0, 0, 105, 2, 51, "1,2", "", 0},
@@ -146,24 +118,16 @@ TEST(MeasureCommand, ClickSequences) {
           {'N', 2.9, 0, 105, 3, 51, "1,2,3", "", 0},
           {'L', 0, 3.0, 105, 4, 51, "1,2,3,4", "", 0},
           {'Y', 0, 2, 0, 4, kHidden, "", "", 1}}},
-        {"angle by three points",
-         5,
-         0,
-         0,
-         47,
-         {{'L', 50, 0, 106, 1, 48, "1", "", 0},
+        {"angle by three points", 5, 0, 0, 47, {
+          {'L', 50, 0, 106, 1, 48, "1", "", 0},
           {'L', 0, 0, 106, 2, 49, "1,2", "", 0},
           {'R', 0, 0, 106, 1, 48, "1", "", 0},
           {'R', 0, 0, 106, 0, 47, "", "", 0},
           {'L', 50, 0, 106, 1, 48, "1", "", 0},
           {'L', 0, 0, 106, 2, 49, "1,2", "", 0},
           {'L', 0, 50, 0, 3, kHidden, "", "", 1}}},
-        {"angle by two lines",
-         5,
-         0,
-         1,
-         52,
-         {{'L', -50, 0, 107, 1, 53, "1", "", 0},
+        {"angle by two lines", 5, 0, 1, 52, {
+          {'L', -50, 0, 107, 1, 53, "1", "", 0},
           {'L', 50, 0, 107, 2, 54, "1", "", 0},
           {'L', 0, -50, 107, 3, 55, "1,2", "", 0},
           {'L', 0, 50, 107, 4, 56, "1,2", "", 0},
@@ -176,15 +140,12 @@ TEST(MeasureCommand, ClickSequences) {
           {'L', 0, -50, 107, 3, 55, "1,2", "", 0},
           {'L', 0, 50, 107, 4, 56, "1,2", "", 0},
           {'L', 10, 10, 0, 5, kHidden, "", "", 1}}},
-        {"count",
-         6,
-         0,
-         0,
-         30,
-         {{'L', 0, 0, 100, 1, 31, "", "", 0},
+        {"count", 6, 0, 0, 30, {
+          {'L', 0, 0, 100, 1, 31, "", "", 0},
           {'L', 10, 0, 100, 2, 31, "", "", 0},
           {'R', 0, 0, 0, 2, kHidden, "", "", 1}}},
     };
+    // clang-format on
     for (const CommandCase& c : cases) {
         MeasureWindow w;
         frmMain& f = w.f;
@@ -205,12 +166,10 @@ TEST(MeasureCommand, ClickSequences) {
                                         static_cast<float>(s.y));
             const std::string at = std::string(c.what) + " step " + std::to_string(i);
             EXPECT_EQ(w.host.Boxes.size(), boxes + (s.button == 'L' || s.button == 'R' ? 0 : 1)) << at;
-            EXPECT_EQ(int(f.CommandMode), s.mode) << at;
-            EXPECT_EQ(static_cast<int>(f.WorkPoints.size()) - 1, s.points) << at;
-            EXPECT_EQ(w.Guidance(), s.guidance) << at;
-            EXPECT_EQ(Loaded(f.linMeasure), s.lines) << at;
-            EXPECT_EQ(Loaded(f.shaMeasure), s.circles) << at;
-            EXPECT_EQ(f.ResultCount, s.results) << at;
+            EXPECT_EQ(std::tuple(int(f.CommandMode), int(f.WorkPoints.size()) - 1, w.Guidance(), Loaded(f.linMeasure),
+                                 Loaded(f.shaMeasure), int(f.ResultCount)),
+                      std::tuple(s.mode, s.points, s.guidance, std::string(s.lines), std::string(s.circles), s.results))
+                << at;
         }
         EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), vb::vbButtonFace) << c.what;
         EXPECT_TRUE(f.cmdPicLoad->Enabled()) << c.what;
@@ -323,75 +282,36 @@ struct MoveCase {
     std::vector<std::pair<double, double>> clicks;
     std::pair<double, double> move;
     std::vector<LineAt> lines;
-    int circle;  // shaMeasure element to check, 0 for none
-    bool circleVisible;
-    QRectF circleBox;
+    int circle = 0;  // shaMeasure element to check, 0 for none
+    bool circleVisible = false;
+    QRectF circleBox = {};
 };
 
 TEST(PointerFeedback, OverlayItemsAfterAMove) {
     auto measure = [](int16_t button) { return [button](frmMain& f) { tavix::cmdMeasure_Click(f, button); }; };
+    const auto parallel = [](frmMain& f) {
+        tavix::Var().TwoPointCommandMode = 1;
+        tavix::cmdMeasure_Click(f, 0);
+    };
+    const auto twoLines = [](frmMain& f) {
+        tavix::Var().AngleCommandMode = 1;
+        tavix::cmdMeasure_Click(f, 5);
+    };
+    // clang-format off
     const MoveCase cases[] = {
         {"distance: the free end", measure(0), {{0, 0}}, {30, 40}, {{1, 0, 0, 30, 40}}},
-        {"perpendicular after the base line: nothing moves",
-         measure(3),
-         {{0, 0}, {50, 0}},
-         {30, 40},
-         {{1, 0, 0, 50, 0}}},
-        {"circle through two points and the pointer",
-         measure(1),
-         {{-10, 0}, {10, 0}},
-         {0, 10},
-         {},
-         1,
-         true,
-         QRectF(-10, -10, 20, 20)},
+        {"perpendicular after the base line: nothing moves", measure(3), {{0, 0}, {50, 0}}, {30, 40}, {{1, 0, 0, 50, 0}}},
+        {"circle through two points and the pointer", measure(1), {{-10, 0}, {10, 0}}, {0, 10}, {}, 1, true, QRectF(-10, -10, 20, 20)},
         {"circle with the pointer on their line is hidden", measure(1), {{-10, 0}, {10, 0}}, {20, 0}, {}, 1, false},
-        {"two circles: the first stands still after its third point",
-         measure(2),
-         {{-10, 0}, {10, 0}, {0, 10}},
-         {0, 30},
-         {},
-         1,
-         false},
-        {"angle by two lines with two points: nothing moves",
-         [](frmMain& f) {
-             tavix::Var().AngleCommandMode = 1;
-             tavix::cmdMeasure_Click(f, 5);
-         },
-         {{0, 0}, {40, 0}},
-         {5, 5},
-         {{1, 0, 0, 40, 0}}},
-        {"angle by two lines: the second line",
-         [](frmMain& f) {
-             tavix::Var().AngleCommandMode = 1;
-             tavix::cmdMeasure_Click(f, 5);
-         },
-         {{0, 0}, {40, 0}, {10, 10}},
-         {20, 30},
-         {{1, 0, 0, 40, 0}, {2, 10, 10, 20, 30}}},
+        {"two circles: the first stands still after its third point", measure(2), {{-10, 0}, {10, 0}, {0, 10}}, {0, 30}, {}, 1, false},
+        {"angle by two lines with two points: nothing moves", twoLines, {{0, 0}, {40, 0}}, {5, 5}, {{1, 0, 0, 40, 0}}},
+        {"angle by two lines: the second line", twoLines, {{0, 0}, {40, 0}, {10, 10}}, {20, 30}, {{1, 0, 0, 40, 0}, {2, 10, 10, 20, 30}}},
         {"area: the last line", measure(4), {{0, 0}, {40, 0}}, {40, 40}, {{1, 0, 0, 40, 0}, {2, 40, 0, 40, 40}}},
-        {"parallel through the pointer",
-         [](frmMain& f) {
-             tavix::Var().TwoPointCommandMode = 1;
-             tavix::cmdMeasure_Click(f, 0);
-         },
-         {{0, 0}, {100, 0}},
-         {50, 20},
-         {{2, 0, 20, 100, 20}, {3, 50, 20, 50, 0}}},
-        {"parallel with the pointer on the base line",
-         [](frmMain& f) {
-             tavix::Var().TwoPointCommandMode = 1;
-             tavix::cmdMeasure_Click(f, 0);
-         },
-         {{0, 0}, {100, 0}},
-         {130, 0},
-         {{2, 0, 0, 100, 0}, {3, 130, 0, 130, 0}}},
-        {"calibration: the free end",
-         [](frmMain& f) { tavix::cmdProofConfig_Click(f); },
-         {{5, 5}},
-         {-20, 7},
-         {{1, 5, 5, -20, 7}}},
+        {"parallel through the pointer", parallel, {{0, 0}, {100, 0}}, {50, 20}, {{2, 0, 20, 100, 20}, {3, 50, 20, 50, 0}}},
+        {"parallel with the pointer on the base line", parallel, {{0, 0}, {100, 0}}, {130, 0}, {{2, 0, 0, 100, 0}, {3, 130, 0, 130, 0}}},
+        {"calibration: the free end", [](frmMain& f) { tavix::cmdProofConfig_Click(f); }, {{5, 5}}, {-20, 7}, {{1, 5, 5, -20, 7}}},
     };
+    // clang-format on
     for (const MoveCase& c : cases) {
         MeasureWindow w;
         frmMain& f = w.f;
@@ -411,8 +331,9 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
         if (c.circle == 0) continue;
         const vb::Shape* shape = f.shaMeasure[c.circle];
         EXPECT_EQ(shape->Visible(), c.circleVisible) << c.what;
-        if (c.circleVisible)
+        if (c.circleVisible) {
             EXPECT_EQ(QRectF(shape->Left(), shape->Top(), shape->Width(), shape->Height()), c.circleBox) << c.what;
+        }
     }
 }
 

@@ -74,8 +74,7 @@ TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
     const struct {
         const char* what;
         QByteArray file;
-        int error;
-        int slot;
+        int error, slot;
         QString name;
         double value;
         QString unit;
@@ -283,12 +282,9 @@ TEST(ProofDialog, RefusalsAndAFailedRewriteKeepTheDialogOpenAndChangeNothing) {
     enum { Name, Value, Unit, None };
     // A rewrite goes to fileName (made a folder when directory) and logs error; the user then retries.
     const struct {
-        const char* what;
-        const char* name;
-        const char* value;
+        const char *what, *name, *value;
         float apart;
-        int text;
-        int focus;
+        int text, focus;
         const char* fileName = nullptr;
         bool directory = false;
         int error = 0;

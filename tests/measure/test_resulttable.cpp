@@ -213,43 +213,17 @@ TEST(ResultTable, QuestionsFollowResultDirtyOverASession) {
         int title, count;
         bool dirty;
     } steps[] = {
+        // clang-format off
         {"three measured", [&] { t.Fill(3); }, {}, 0, 3, true},
         {"other calibration refused", otherProof, vb::vbNo, 11000, 3, true},
         {"saved", save, {}, 0, 3, false},
         {"removal after saving", [&] { remove(2); }, vb::vbYes, 11080, 2, true},
         {"other picture", load, vb::vbYes, 11020, 0, false},
-        {"two saved, other picture",
-         [&] {
-             t.Fill(2);
-             save();
-             load();
-         },
-         {},
-         0,
-         0,
-         false},
-        {"two saved, other calibration",
-         [&] {
-             t.Fill(2);
-             save();
-             otherProof();
-         },
-         {},
-         0,
-         0,
-         false},
-        {"one measured and removed",
-         [&] {
-             t.Fill(1);
-             remove(1);
-         },
-         vb::vbYes, 11080, 0, false},
-        {"two measured, cleared",
-         [&] {
-             t.Fill(2);
-             tavix::cmdResultClear_Click(f);
-         },
-         vb::vbYes, 11070, 0, false},
+        {"two saved, other picture", [&] { t.Fill(2); save(); load(); }, {}, 0, 0, false},
+        {"two saved, other calibration", [&] { t.Fill(2); save(); otherProof(); }, {}, 0, 0, false},
+        {"one measured and removed", [&] { t.Fill(1); remove(1); }, vb::vbYes, 11080, 0, false},
+        {"two measured, cleared", [&] { t.Fill(2); tavix::cmdResultClear_Click(f); }, vb::vbYes, 11070, 0, false},
+        // clang-format on
     };
     for (const auto& s : steps) {
         if (s.answer) t.host.AnswerMsgBox(*s.answer);

@@ -1,14 +1,18 @@
 // Controls: twip geometry in nested containers, own Enabled/Visible flags, Click from code,
-// list and grid bounds, control arrays and the common dialog's Cancel.
+// list and grid bounds, the slider, control arrays, the common dialog's Cancel, and errors
+// no handler trapped.
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QTableWidget>
 #include <QToolButton>
 #include <gtest/gtest.h>
 
+#include "App.h"
 #include "Controls.h"
+#include "PictureBox.h"
 #include "Form.h"
 #include "ScriptedDialogHost.h"
 
@@ -206,11 +210,7 @@ TEST(FlexGridAlignment, CodesMapToCellAlignmentForTheirRows) {
     const struct {
         int code;
         Qt::Alignment expected;
-    } rows[] = {
-        {2, Qt::AlignLeft | Qt::AlignBottom},
-        {4, Qt::AlignHCenter | Qt::AlignVCenter},
-        {6, Qt::AlignRight | Qt::AlignTop},
-    };
+    } rows[] = {{2, Qt::AlignLeft | Qt::AlignBottom}, {4, Qt::AlignCenter}, {6, Qt::AlignRight | Qt::AlignTop}};
     Form form("frmGrid");
     auto* grid = new FlexGrid(form, &form, "grdA");
     grid->SetCols(2);
@@ -226,6 +226,7 @@ TEST(FlexGridAlignment, CodesMapToCellAlignmentForTheirRows) {
         EXPECT_EQ(Qt::Alignment(t->item(0, 0)->textAlignment()), r.expected) << "fixed, code " << r.code;
         EXPECT_EQ(Qt::Alignment(t->item(2, 0)->textAlignment()), leftCentre) << r.code;
         EXPECT_EQ(Qt::Alignment(t->item(2, 1)->textAlignment()), r.expected) << "body, code " << r.code;
+        EXPECT_EQ(grid->ColAlignment(1), r.code);
         EXPECT_EQ(Qt::Alignment(t->item(0, 1)->textAlignment()), leftCentre) << r.code;
     }
     EXPECT_EQ(ErrorOf([&] { grid->SetColAlignment(0, 10); }), 380);
@@ -293,6 +294,77 @@ TEST(CommonDialogCancel, CancelErrorOrEmptyFileNameAndUnchangedColor) {
     host.AnswerColor(std::nullopt);
     dlg->ShowColor();
     EXPECT_EQ(dlg->Color, 0x00FFFFu);
+}
+
+// ---- the slider ----
+
+TEST(SliderValue, ChangeFiresOnceForEveryNewValueFromCodeOrUser) {
+    vb::Form form("frmSlider");
+    auto* slider = new vb::Slider(form, &form, "sldQuality");
+    slider->SetRange(10, 100);
+    int changes = 0;
+    int seen = 0;
+    slider->OnChange = [&] {
+        ++changes;
+        seen = slider->Value();
+    };
+    slider->SetValue(50);
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(seen, 50) << "the new value is there when Change runs";
+    slider->SetValue(50);
+    EXPECT_EQ(changes, 1) << "the same value is no change";
+    slider->SetLargeChange(10);
+    QKeyEvent page(QEvent::KeyPress, Qt::Key_PageUp, Qt::NoModifier);
+    QCoreApplication::sendEvent(slider->Widget(), &page);
+    EXPECT_EQ(slider->Value(), 60);
+    EXPECT_EQ(changes, 2) << "a user's move fires Change too";
+    EXPECT_EQ(vb::Trap([&] { slider->SetValue(101); }), 380);
+    EXPECT_EQ(vb::Trap([&] { slider->SetValue(9); }), 380);
+    EXPECT_EQ(slider->Value(), 60);
+}
+
+// ---- an error no handler trapped never crosses the event loop: it ends the program with a box ----
+
+TEST(UntrappedError, EndsWithTheErrorNumberFromEveryKindOfEvent) {
+    vb::Form form("frmEvents");
+    auto* button = new vb::CommandButton(form, &form, "cmdFail");
+    auto* pic = new vb::PictureBox(form, &form, "picFail", -1, true);
+    pic->Move(0, 3000, 3000, 3000);
+    auto* combo = new vb::ComboBox(form, &form, "cboFail");
+    combo->AddItem("a");
+    form.show();
+    button->OnClick = [] { vb::Raise(13); };
+    pic->OnMouseUp = [](int, int, float, float) { vb::Raise(6); };
+    combo->OnClick = [] { vb::Raise(9); };
+    form.OnQueryUnload = [](bool&, int) { vb::Raise(53); };
+
+    const auto mouseUp = [&] {
+        QMouseEvent up(QEvent::MouseButtonRelease, QPointF(5, 5), QPointF(5, 5), Qt::LeftButton, Qt::NoButton,
+                       Qt::NoModifier);
+        QCoreApplication::sendEvent(pic->ClientWidget(), &up);
+    };
+    struct Case {
+        const char* what;
+        std::function<void()> act;
+        int number;
+    } cases[] = {
+        {"button press", [&] { button->Click(); }, 13},
+        {"mouse up on a picture", mouseUp, 6},
+        {"close box", [&] { form.close(); }, 53},
+    };
+    for (const Case& c : cases) {
+        testing_support::ScriptedDialogHost host;
+        host.AnswerMsgBox(vb::vbOK);
+        c.act();
+        ASSERT_EQ(host.Boxes.size(), 1u) << c.what;
+        EXPECT_EQ(host.Boxes[0].Prompt, QStringLiteral("Run-time error '%1'").arg(c.number)) << c.what;
+        EXPECT_EQ(host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical) << c.what;
+        EXPECT_EQ(host.Boxes[0].Title, vb::App::Title()) << c.what;
+        EXPECT_EQ(host.Ends, 1) << c.what;
+    }
+    // Set from code, the error reaches the routine that set it, which traps it itself.
+    EXPECT_EQ(vb::Trap([&] { combo->SetListIndex(0); }), 9);
+    form.OnQueryUnload = nullptr;
 }
 
 }  // namespace

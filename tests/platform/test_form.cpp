@@ -113,13 +113,10 @@ TEST(FormLayout, AlignedAreasDockTopThenLeftAndRightBelowIt) {
     } rows[] = {
         {"design size", 14460, 9615, true, {0, 0, 14460, 1035}, {0, 1035, 3195, 8580}, {3225, 1035, 11235, 8580}},
         {"hidden left area takes no room", 14460, 9615, false, {0, 0, 14460, 1035}, {}, {3225, 1035, 11235, 8580}},
-        {"smaller than the areas: heights do not go negative",
-         6000,
-         600,
-         true,
-         {0, 0, 6000, 1035},
-         {0, 1035, 3195, 0},
+        // clang-format off
+        {"smaller than the areas: heights do not go negative", 6000, 600, true, {0, 0, 6000, 1035}, {0, 1035, 3195, 0},
          {-5235, 1035, 11235, 0}},
+        // clang-format on
     };
     for (const auto& row : rows) {
         DockedForm d;

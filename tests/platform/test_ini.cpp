@@ -12,12 +12,7 @@ namespace {
 class IniTest : public ::testing::Test {
 protected:
     QTemporaryDir dir;
-    QString path;
-
-    void SetUp() override {
-        ASSERT_TRUE(dir.isValid());
-        path = dir.filePath("Tavix.Ini");
-    }
+    QString path = dir.filePath("Tavix.Ini");
 
     void Put(const QByteArray& bytes) {
         QFile f(path);

@@ -39,9 +39,7 @@ TEST(DecodeText, PicksUtf8OrCp932) {
     } cases[] = {
         {"", ""},
         {"\xE3\x83\x86\xE3\x82\xB9\xE3\x83\x88", "テスト"},
-        {"\xEF\xBB\xBF"
-         "abc",
-         "abc"},
+        {QByteArray("\xEF\xBB\xBF") + "abc", "abc"},
         {"10,\x83\x65\x83\x58\x83\x67\r\n", "10,テスト\r\n"},
         {"\xB1\xB2", "ｱｲ"},  // half-width katakana, one byte each
         // A broken lead byte costs one character, not the line feed behind it.

@@ -84,36 +84,21 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveView) {
         int16_t type, pairs;
         std::vector<Step> steps;
     } cases[] = {
-        {"still, one pair: the still stays",
-         3,
-         1,
+        // clang-format off
+        {"still, one pair: the still stays", 3, 1,
          {{'C', 0, 0, 10, 1, 10, "0", 1}, {'L', 40, -30, 0, 1, kNone, "0", 1}, {'U', 0, 0, 0, 1, kNone, "", 0}}},
-        {"still, right click in 10 ends it all",
-         3,
-         1,
-         {{'C', 0, 0, 10, 1, 10, "0", 1}, {'R', 10, 10, 0, 1, kNone, "", 0}}},
-        {"still, two pairs, right click in 11 takes back the second",
-         3,
-         2,
-         {{'C', 0, 0, 10, 1, 11, "0", 1},
-          {'L', -50, 20, 11, 1, 12, "01", 1},
-          {'R', 5, 5, 10, 1, 11, "0", 1},
-          {'K', -60, 25, 11, 1, 12, "01", 1},
-          {'K', 70, -40, 0, 1, kNone, "01", 1},
-          {'U', 0, 0, 0, 1, kNone, "", 0},
+        {"still, right click in 10 ends it all", 3, 1, {{'C', 0, 0, 10, 1, 10, "0", 1}, {'R', 10, 10, 0, 1, kNone, "", 0}}},
+        {"still, two pairs, right click in 11 takes back the second", 3, 2,
+         {{'C', 0, 0, 10, 1, 11, "0", 1}, {'L', -50, 20, 11, 1, 12, "01", 1}, {'R', 5, 5, 10, 1, 11, "0", 1},
+          {'K', -60, 25, 11, 1, 12, "01", 1}, {'K', 70, -40, 0, 1, kNone, "01", 1}, {'U', 0, 0, 0, 1, kNone, "", 0},
           {'C', 0, 0, 10, 1, 11, "0", 1}}},
-        {"live, one pair: live again with the lines standing",
-         0,
-         1,
+        {"live, one pair: live again with the lines standing", 0, 1,
          {{'C', 0, 0, 10, 1, 10, "0", 1}, {'L', 30, 20, 0, 0, kNone, "0", 1}, {'U', 0, 0, 0, 0, kNone, "", 0}}},
-        {"live, right click in 10: live again, nothing standing",
-         0,
-         1,
+        {"live, right click in 10: live again, nothing standing", 0, 1,
          {{'C', 0, 0, 10, 1, 10, "0", 1}, {'R', 30, 20, 0, 0, kNone, "", 0}}},
-        {"live, unchecked while placing the second pair",
-         0,
-         2,
+        {"live, unchecked while placing the second pair", 0, 2,
          {{'C', 0, 0, 10, 1, 11, "0", 1}, {'L', 15, 15, 11, 1, 12, "01", 1}, {'U', 0, 0, 0, 0, kNone, "", 0}}},
+        // clang-format on
     };
     for (const auto& c : cases) {
         CrossWindow w(c.type, c.pairs);
@@ -137,9 +122,11 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveView) {
             EXPECT_EQ(f.chkCross->Enabled() + 2 * f.cmdPicLoad->Enabled(), placing ? 0 : 3) << where;
             EXPECT_EQ(f.picStillView->Visible(), s.viewMode == 1) << where;
             // A pair no longer following the pointer stands where it was clicked.
-            for (int k = 0; left && k < 2; ++k)
-                if (std::string(s.shown).find(char('0' + k)) != std::string::npos && s.mode != 10 + k)
+            for (int k = 0; left && k < 2; ++k) {
+                if (std::string(s.shown).find(char('0' + k)) != std::string::npos && s.mode != 10 + k) {
                     EXPECT_EQ(w.Crossing(k), placed[k]) << where << ", pair " << k;
+                }
+            }
         }
     }
 }
