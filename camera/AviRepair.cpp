@@ -198,34 +198,44 @@ AviRepair RepairUnfinishedAvi(const QString& path) {
     // Cut off in the narrow time between the first part's own indexes and the second part:
     // the part is made whole again as a movie of one part.
     if (parts.size() == 1 && parts[0].ix >= 0) pos = parts[0].ix, parts[0].ix = -1, parts[0].idx1End = -1;
-    const off_t end = std::min(pos, fileSize);
     // A part the multiplexer had left without its first part's "idx1" has no room for one.
     if (parts.size() > 1 && parts[0].idx1End < 0) return {vb::ErrTypeMismatch, false, 0};
     const size_t superEntries = size_t(std::max<qsizetype>(0, at.indxSize - 24) / 16);
     if (parts.size() > 1 && (at.indx < 0 || parts.size() > superEntries)) return {vb::ErrTypeMismatch, false, 0};
 
-    int total = 0;
-    for (const Part& p : parts) total += p.ix >= 0 ? int(p.ixFrames) : Frames(p);
     Part& last = parts.back();
+    const bool lastIndexed = last.ix >= 0;  // the multiplexer had finished it
 
     // First the indexes after the last whole frame, then the sizes and counts that make the
     // file finished, the main header's count last: stopped in between, the file still reads
-    // as unfinished and is taken up again.
+    // as unfinished and is taken up again. On a full disk the last frames make room.
+    off_t end = std::min(pos, fileSize);
     std::vector<char> tail;
-    if (parts.size() == 1) {
-        tail = {'i', 'd', 'x', '1'};
-        Append32(tail, uint32_t(16 * last.chunks.size()));
-        for (const Chunk& c : last.chunks) {
-            tail.insert(tail.end(), c.id, c.id + 4);
-            Append32(tail, kKeyFrame), Append32(tail, uint32_t(c.at)), Append32(tail, c.size);
+    for (;;) {
+        tail.clear();
+        if (parts.size() == 1) {
+            tail = {'i', 'd', 'x', '1'};
+            Append32(tail, uint32_t(16 * last.chunks.size()));
+            for (const Chunk& c : last.chunks) {
+                tail.insert(tail.end(), c.id, c.id + 4);
+                Append32(tail, kKeyFrame), Append32(tail, uint32_t(c.at)), Append32(tail, c.size);
+            }
+        } else if (!lastIndexed) {
+            tail = StandardIndex(last, last.riff);
+            last.ix = end, last.ixSize = uint32_t(tail.size() - 8), last.ixFrames = uint32_t(Frames(last));
         }
-    } else if (last.ix < 0) {
-        tail = StandardIndex(last, last.riff);
-        last.ix = end, last.ixSize = uint32_t(tail.size() - 8), last.ixFrames = uint32_t(Frames(last));
+        if (::ftruncate(file.fd, end) == 0 && WriteAt(file.fd, tail.data(), tail.size(), end) && ::fsync(file.fd) == 0)
+            break;
+        const bool full = errno == ENOSPC || errno == EFBIG || errno == EDQUOT;
+        if (!full || last.chunks.empty()) return {full ? vb::ErrDiskFull : vb::ErrDeviceIO, false, 0};
+        const off_t room = end - off_t(tail.size()) - 4096;  // a block to spare
+        auto chunkEnd = [](const Chunk& c) { return c.at + 8 + off_t(c.size) + (c.size & 1); };
+        while (!last.chunks.empty() && chunkEnd(last.chunks.back()) > room) last.chunks.pop_back();
+        end = last.chunks.empty() ? last.moviList + 12 : chunkEnd(last.chunks.back());
     }
-    if (::ftruncate(file.fd, end) != 0 || !WriteAt(file.fd, tail.data(), tail.size(), end) || ::fsync(file.fd) != 0)
-        return {vb::ErrDeviceIO, false, 0};
     const off_t fileEnd = end + off_t(tail.size());
+    int total = 0;
+    for (const Part& p : parts) total += p.ix >= 0 ? int(p.ixFrames) : Frames(p);
 
     bool ok = true;
     if (parts.size() == 1) {

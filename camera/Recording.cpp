@@ -15,6 +15,7 @@
 #include "Errors.h"
 #include "Graph.h"
 #include "Guidance.h"
+#include "AviRepair.h"
 #include "MovieJournal.h"
 
 namespace tavix {
@@ -128,6 +129,12 @@ void RecordingFailed(frmMain& f, const QString& where, int number, const QString
     const QFileInfo file(f.MovieFileName);
     // A file the writer made and never put a frame in is of no use to anybody.
     if (frames == 0 && file.exists() && file.lastModified() >= g_recordStart) QFile::remove(f.MovieFileName);
+    // A writer that failed (a full disk) left the movie without its index: it is given one,
+    // at the cost of its last frames where the disk has no room.
+    if (frames > 0 && file.exists()) {
+        if (const cam::AviRepair r = cam::RepairUnfinishedAvi(f.MovieFileName); r.repaired)
+            WriteLog(QStringLiteral("Unfinished Movie Repaired.(%1)").arg(r.frames));
+    }
     if (f.Unloaded()) return;
     vb::Host().MsgBox(GST(20036, reason), vb::vbOKOnly | vb::vbExclamation, GST(11150), &f);
 }

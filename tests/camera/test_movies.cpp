@@ -19,7 +19,10 @@
 #include "Recording.h"
 #include "StartedMain.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
+
+#include <csignal>
 
 namespace {
 
@@ -178,6 +181,29 @@ TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
         EXPECT_EQ(again.repaired, expected == 0);  // with no frame there is nothing to tell it finished
         EXPECT_EQ(Read(path), fixed);
     }
+}
+
+// A disk with no room for the index: the last frames give theirs.
+TEST(AviRepair, OnAFullDiskTheLastFramesMakeRoomForTheIndex) {
+    QTemporaryDir dir;
+    const QByteArray midway = Record(dir.filePath("live.avi")).midway;
+    Write(dir.filePath("roomy.avi"), midway);
+    const int whole = tavix::cam::RepairUnfinishedAvi(dir.filePath("roomy.avi")).frames;
+    const QString path = dir.filePath("full.avi");
+    Write(path, midway);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails instead
+    rlimit full = before;
+    full.rlim_cur = rlim_t(midway.size() - 2000);  // less than the file: no byte to spare
+    setrlimit(RLIMIT_FSIZE, &full);
+    const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(path);
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(r.error, 0);
+    EXPECT_TRUE(r.repaired);
+    EXPECT_GT(r.frames, 0);
+    EXPECT_LT(r.frames, whole);
+    EXPECT_NEAR(Seconds(path), r.frames / 30.0, 1 / 30.0 + 1e-3);
 }
 
 // Past 1 GiB the multiplexer starts a second part; a recording cut off there keeps both.

@@ -197,7 +197,7 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
         bool fileLeft;
     } rows[] = {
         {"the writer cannot open the file", {}, Act::RemoveFolder, "BuildRecordGraph Error.(5)", false, false},
-        {"the disk fills while recording", {.writerFailsAfter = 40}, Act::None, "tmrRec_Timer Error.(61)", false, true},
+        {"the disk fills while recording", {.writerFailsAfter = 40}, Act::None, "tmrRec_Timer Error.(61)", true, true},
         {"the disk is almost full", {}, Act::DiskAlmostFull, "tmrRec_Timer Error.(61)", true, true},
         {"the camera is lost while recording",
          {.cameraFailsAfter = 45},
