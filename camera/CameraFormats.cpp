@@ -227,7 +227,8 @@ void FilterGraph::SetFormat(FilterInfo& filter, const CameraFormat& format) {
     Impl& d = *d_;
     const auto offered = Formats(filter);
     if (std::find(offered.begin(), offered.end(), format) == offered.end()) vb::Raise(vb::ErrInvalidPropertyValue);
-    if (&filter != d.camera || !d.cameraOut || !d.displayIn) vb::Raise(vb::ErrInvalidCall);
+    // A recording's file takes one format from start to end.
+    if (&filter != d.camera || !d.cameraOut || !d.displayIn || d.record.Linked()) vb::Raise(vb::ErrInvalidCall);
     const CameraFormat before = d.format;
     if (format == before) return;
     // Streaming stops for the change, but the device stays open.

@@ -108,10 +108,21 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
     auto apply = [&](const CameraFormat* f) {
         if (!f || *f == graph.CurrentFormat()) return;
         if (const int err = vb::Trap([&] { graph.SetFormat(filter, *f); }); err != 0) {
-            WriteLog(QStringLiteral("ShowFilterProperties:Format Not Taken.(%1 %2 %3, %4)")
-                         .arg(f->Format, SizeText(*f), RateText(*f))
-                         .arg(err));
-            vb::Host().MsgBox(GST(20111, graph.LastErrorText()), vb::vbOKOnly | vb::vbExclamation, GST(11103), &form);
+            const QString asked = QStringLiteral("%1 %2 %3").arg(f->Format, SizeText(*f), RateText(*f));
+            WriteLog(QStringLiteral("ShowFilterProperties:Format Not Taken.(%1, %2, %3)")
+                         .arg(asked)
+                         .arg(err)
+                         .arg(graph.LastErrorText()));
+            vb::Host().MsgBox(GST(20111, asked), vb::vbOKOnly | vb::vbExclamation, GST(11103), &form);
+            // The combos show what the camera goes on with.
+            quiet = true;
+            const CameraFormat now = graph.CurrentFormat();
+            Select(*format, now.Format);
+            fillSizes();
+            Select(*size, SizeText(now));
+            fillRates();
+            Select(*rate, RateText(now));
+            quiet = false;
         }
     };
     if (!offered.empty()) {
