@@ -139,7 +139,6 @@ bool Reach(GstElement* pipeline, GstState state) {
 }  // namespace
 
 CameraFormat ChooseFormat(const CameraFormat& asked, const std::vector<CameraFormat>& offered) {
-    if (!asked.Format.isEmpty()) return asked;
     // Smooth first; then the larger, a raw format before JPEG, the faster; without smooth
     // ones the faster, the larger, raw.
     auto rank = [](const CameraFormat& f) {
@@ -149,11 +148,14 @@ CameraFormat ChooseFormat(const CameraFormat& asked, const std::vector<CameraFor
     };
     const CameraFormat* best = nullptr;
     for (const CameraFormat& f : offered) {
-        const bool fits = (!asked.Width || f.Width == asked.Width) && (!asked.Height || f.Height == asked.Height) &&
+        const bool fits = (asked.Format.isEmpty() || f.Format == asked.Format) &&
+                          (!asked.Width || f.Width == asked.Width) && (!asked.Height || f.Height == asked.Height) &&
                           (!asked.RateNum || std::abs(f.Rate() - asked.Rate()) < 0.01);
         if (fits && (!best || rank(f) > rank(*best))) best = &f;
     }
-    return best ? *best : asked;
+    if (best) return *best;
+    // A stored format this camera lacks (another model of the same name): as on a first start.
+    return offered.empty() || asked.Empty() ? asked : ChooseFormat({}, offered);
 }
 
 std::vector<CameraFormat> FormatsOfCaps(const GstCaps* caps) {

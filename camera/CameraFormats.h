@@ -7,11 +7,10 @@
 
 namespace tavix::cam {
 
-// The format to ask the camera for. An empty request (the first start) takes the largest size
-// that reaches 25 frames a second, in a raw format where one reaches it at that size, else
-// MJPG; with nothing that fast, the fastest. A request without a format takes the best offered
-// format of its size and rate. A request with a format, or one nothing offered matches,
-// stays as it is.
+// The format to ask the camera for: the best offered one that has what is asked (format,
+// size, rate; each where given). The best: the largest size that reaches 25 frames a second,
+// in a raw format where one reaches it at that size, else MJPG; with nothing that fast, the
+// fastest. Asked what it lacks, the camera gets the best of all; offering nothing, what was asked.
 CameraFormat ChooseFormat(const CameraFormat& asked, const std::vector<CameraFormat>& offered);
 
 // The formats of caps that the renderer can show (raw and JPEG), in the order

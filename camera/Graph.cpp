@@ -127,6 +127,7 @@ void Impl::RenderCamera(Filter& f) {
     if (f.kind == Kind::TestCamera) {
         if (!format.Width || !format.Height) format.Width = 640, format.Height = 480;
         if (!format.RateNum) format.RateNum = 30, format.RateDen = 1;
+        if (format.Format.isEmpty()) format.Format = QStringLiteral("YUY2");
     } else {
         // Unless told, the camera's best smooth format, and MJPG where it has no other.
         format = ChooseFormat(format, self->Formats(f));

@@ -330,11 +330,11 @@ TEST(CameraFormats, ChooseFormat) {
         {raw30, {}, {1280, 720, "YUY2", 30, 1}},
         {slow, {}, {1280, 720, "MJPG", 20, 1}},
         {ntsc, {}, {1920, 1080, "NV12", 30000, 1001}},
-        {kUvc, {1280, 720}, {1280, 720, "MJPG", 30, 1}},
+        {kUvc, {1280, 720, ""}, {1280, 720, "MJPG", 30, 1}},
         {kUvc, {1280, 720, "", 10, 1}, {1280, 720, "YUY2", 10, 1}},
-        {kUvc, {1920, 1080, "YUY2"}, {1920, 1080, "YUY2"}},
-        {kUvc, {800, 600}, {800, 600}},
-        {{}, {}, {}},
+        {kUvc, {1920, 1080, "YUY2"}, {1920, 1080, "YUY2", 5, 1}},
+        {kUvc, {800, 600, "YUY2"}, {1920, 1080, "MJPG", 30, 1}},
+        {{}, {800, 600, ""}, {800, 600, ""}},
     };
     for (const auto& c : cases)
         EXPECT_EQ(ChooseFormat(c.asked, c.offered), c.expected) << testing::PrintToString(c.asked);
