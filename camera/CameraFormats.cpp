@@ -102,7 +102,7 @@ bool Splice(GstElement* pipeline, GstElement* from, GstRef<GstElement> added) {
     if (!next) return false;
     gst_element_unlink(from, next);
     if (added) {
-        gst_bin_add(GST_BIN(pipeline), GST_ELEMENT(gst_object_ref(added.get())));
+        gst_bin_add(GST_BIN(pipeline), added.get());  // the bin takes a reference of its own
         gst_element_sync_state_with_parent(added.get());
         return gst_element_link_many(from, added.get(), next, nullptr);
     }
