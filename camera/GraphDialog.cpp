@@ -235,13 +235,7 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
     vb::Host().ShowModal(form, owner);
     // Cancel, or the window closed any other way: the camera gets back what it had.
     if (accepted) return;
-    if (!(graph.CurrentFormat() == openedFormat))
-        vb::Trap([&] {
-            for (const CameraFormat& f : offered)
-                if (f.Format == openedFormat.Format && SizeText(f) == SizeText(openedFormat) &&
-                    RateText(f) == RateText(openedFormat))
-                    graph.SetFormat(filter, f);
-        });
+    if (!(graph.CurrentFormat() == openedFormat)) vb::Trap([&] { graph.SetFormat(filter, openedFormat); });
     std::vector<std::pair<QString, int>> values;
     for (const CameraControl& c : opened) values.emplace_back(c.Id, c.Value);
     SetControls(graph, filter, values, false);
