@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <optional>
 
 #include "Errors.h"
 
@@ -68,11 +67,9 @@ public:
         }
         return out;
     }
-    // The value the camera took, which may be rounded to its step.
-    std::optional<int> Set(uint32_t id, int value) const {
+    bool Set(uint32_t id, int value) const {
         v4l2_control v{id, value};
-        if (fd_ < 0 || ::ioctl(fd_, VIDIOC_S_CTRL, &v) != 0) return std::nullopt;
-        return ::ioctl(fd_, VIDIOC_G_CTRL, &v) == 0 ? v.value : value;
+        return fd_ >= 0 && ::ioctl(fd_, VIDIOC_S_CTRL, &v) == 0;
     }
 
 private:
@@ -87,20 +84,19 @@ std::vector<CameraControl> V4l2Controls(const QString& device) {
     return out;
 }
 
-int SetV4l2Control(const QString& device, const QString& id, int value) {
+void SetV4l2Control(const QString& device, const QString& id, int value) {
     V4l2Device v4l2(device);
     for (const auto& [c, cid] : v4l2.Controls()) {
         if (c.Id != id) continue;
         if (value < c.Minimum || value > c.Maximum) vb::Raise(vb::ErrInvalidPropertyValue);
-        const auto took = v4l2.Set(cid, value);
-        if (!took) vb::Raise(vb::ErrDeviceIO);
-        return *took;
+        if (!v4l2.Set(cid, value)) vb::Raise(vb::ErrDeviceIO);
+        return;
     }
     vb::Raise(vb::ErrInvalidCall);
 }
 
-std::vector<QString> SetControls(FilterGraph& graph, FilterInfo& camera,
-                                 const std::vector<std::pair<QString, int>>& values, bool modesFirst) {
+void SetControls(FilterGraph& graph, FilterInfo& camera, const std::vector<std::pair<QString, int>>& values,
+                 bool modesFirst) {
     const auto controls = graph.Controls(camera);
     auto find = [&](const QString& id) {
         return std::find_if(controls.begin(), controls.end(), [&](const CameraControl& c) { return c.Id == id; });
@@ -121,11 +117,7 @@ std::vector<QString> SetControls(FilterGraph& graph, FilterInfo& camera,
     // A value its mode still governs is refused; it is tried again once the modes are set.
     set(modesFirst ? modes : governed, &failed);
     set(modesFirst ? governed : modes, &failed);
-    std::vector<std::pair<QString, int>> again;
-    set(failed, &again);
-    std::vector<QString> refused;
-    for (const auto& [id, value] : again) refused.push_back(id);
-    return refused;
+    set(failed, nullptr);
 }
 
 }  // namespace tavix::cam
