@@ -97,27 +97,36 @@ bool IsA(GstElement* e, const char* factory) {
 }
 
 // Puts `added` between `from` and what it feeds, or (added null) takes out what `from` feeds.
+// The links are not checked against caps: the chain fits the new caps only once all is done.
 bool Splice(GstElement* pipeline, GstElement* from, GstRef<GstElement> added) {
-    GstElement* next = Next(from);
-    if (!next) return false;
-    gst_element_unlink(from, next);
+    auto link = [](GstPad* a, GstPad* b) {
+        return a && b && gst_pad_link_full(a, b, GST_PAD_LINK_CHECK_NOTHING) == GST_PAD_LINK_OK;
+    };
+    GstRef<GstPad> out(gst_element_get_static_pad(from, "src"));
+    GstRef<GstPad> in(out ? gst_pad_get_peer(out.get()) : nullptr);
+    if (!in) return false;
+    gst_pad_unlink(out.get(), in.get());
     if (added) {
         gst_bin_add(GST_BIN(pipeline), added.get());  // the bin takes a reference of its own
         gst_element_sync_state_with_parent(added.get());
-        return gst_element_link_many(from, added.get(), next, nullptr);
+        GstRef<GstPad> sink(gst_element_get_static_pad(added.get(), "sink"));
+        GstRef<GstPad> src(gst_element_get_static_pad(added.get(), "src"));
+        return link(out.get(), sink.get()) && link(src.get(), in.get());
     }
-    GstElement* after = Next(next);
-    if (after) gst_element_unlink(next, after);
-    gst_element_set_state(next, GST_STATE_NULL);
-    gst_bin_remove(GST_BIN(pipeline), next);
-    return after && gst_element_link(from, after);
+    GstRef<GstElement> gone(gst_pad_get_parent_element(in.get()));
+    GstRef<GstPad> goneOut(gone ? gst_element_get_static_pad(gone.get(), "src") : nullptr);
+    GstRef<GstPad> after(goneOut ? gst_pad_get_peer(goneOut.get()) : nullptr);
+    if (!after) return false;
+    gst_pad_unlink(goneOut.get(), after.get());
+    gst_element_set_state(gone.get(), GST_STATE_NULL);
+    gst_bin_remove(GST_BIN(pipeline), gone.get());
+    return link(out.get(), after.get());
 }
 
 // The chain in the shape the format needs: the test camera's encoder before the caps, the
 // decoder after the renderer's queue.
 bool Replumb(FilterGraph::Impl& d, const CameraFormat& format) {
     const bool jpeg = IsJpeg(format);
-    // The caps first: links are checked against them.
     g_object_set(d.cameraOut, "caps", CapsOf(format).get(), nullptr);
     bool ok = true;
     GstElement* source = d.camera->element.get();

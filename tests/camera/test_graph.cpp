@@ -139,7 +139,12 @@ TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
 }
 
 TEST_F(GraphTest, EveryCameraFormatGivesTrue32BitPixels) {
-    for (const char* format : {"", "YUY2", "I420", "MJPG"}) {
+    // Each as stored, then another one on the running picture.
+    const std::pair<const char*, CameraFormat> cases[] = {{"", {640, 480, "MJPG", 30, 1}},
+                                                          {"YUY2", {1280, 720, "I420", 30, 1}},
+                                                          {"I420", {640, 480, "YUY2", 30, 1}},
+                                                          {"MJPG", {640, 480, "YUY2", 30, 1}}};
+    for (const auto& [format, then] : cases) {
         SCOPED_TRACE(format);
         FilterGraph g;
         Write("f.grf", QByteArray("TavixGraph 1\ncamera=Tavix Test Camera\nwidth=320\nheight=240\nrate=15/1\nformat=") +
@@ -150,6 +155,9 @@ TEST_F(GraphTest, EveryCameraFormatGivesTrue32BitPixels) {
         const QImage image = g.GetCurrentImage();
         EXPECT_EQ(image.size(), QSize(320, 240));
         EXPECT_TRUE(Near(image.pixel(160, 200), 255, 0, 0)) << std::hex << image.pixel(160, 200);
+        g.SetFormat(*g.FilterCollection().front(), then);
+        ASSERT_TRUE(WaitFor([&] { return g.GetCurrentImage().size() == QSize(then.Width, then.Height); }));
+        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(then.Width / 2, then.Height * 5 / 6), 255, 0, 0));
     }
 }
 
