@@ -11,13 +11,6 @@ namespace tavix::cam {
 
 enum class Kind { Device, TestCamera, Tee, AviMux, FileWriter };
 
-// The caps the camera is asked for; zero or empty means "whatever it offers".
-struct CameraFormat {
-    int Width = 0, Height = 0;
-    QString Format;  // a raw format name (YUY2, I420, …), MJPG, or empty
-    int RateNum = 0, RateDen = 1;
-};
-
 class Filter final : public FilterInfo {
 public:
     Filter(Kind filterKind, QString filterName, GstRef<GstElement> gstElement, std::vector<PinInfo> filterPins)

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "CameraFormats.h"
 #include "Errors.h"
 #include "GraphImpl.h"
 #include "TestCamera.h"
@@ -103,18 +104,7 @@ void Impl::ArmCameraFault() {
         FailTestCameraAfter(*camera, faults.cameraFailsAfter);
 }
 
-CapsRef Impl::CameraCaps() const {
-    if (!format.Width && !format.Height && format.Format.isEmpty() && !format.RateNum) return nullptr;
-    const bool jpeg = format.Format == QLatin1String("MJPG");
-    GstStructure* s = gst_structure_new_empty(jpeg ? "image/jpeg" : "video/x-raw");
-    if (!jpeg && !format.Format.isEmpty())
-        gst_structure_set(s, "format", G_TYPE_STRING, format.Format.toUtf8().constData(), nullptr);
-    if (format.Width > 0) gst_structure_set(s, "width", G_TYPE_INT, format.Width, nullptr);
-    if (format.Height > 0) gst_structure_set(s, "height", G_TYPE_INT, format.Height, nullptr);
-    if (format.RateNum > 0)
-        gst_structure_set(s, "framerate", GST_TYPE_FRACTION, format.RateNum, format.RateDen, nullptr);
-    return CapsRef(gst_caps_new_full(s, nullptr));
-}
+CapsRef Impl::CameraCaps() const { return CapsOf(format); }
 
 // Adds the elements after the first to the pipeline and links all in order; on failure
 // takes them out again.
@@ -137,6 +127,10 @@ void Impl::RenderCamera(Filter& f) {
     if (f.kind == Kind::TestCamera) {
         if (!format.Width || !format.Height) format.Width = 640, format.Height = 480;
         if (!format.RateNum) format.RateNum = 30, format.RateDen = 1;
+        if (format.Format.isEmpty()) format.Format = QStringLiteral("YUY2");
+    } else {
+        // Unless told, the camera's best smooth format, and MJPG where it has no other.
+        format = ChooseFormat(format, self->Formats(f));
     }
     const bool jpeg = format.Format == QLatin1String("MJPG");
     std::vector<GstRef<GstElement>> owned;
@@ -147,11 +141,10 @@ void Impl::RenderCamera(Filter& f) {
     std::vector<GstElement*> chain{f.element.get()};
     // The test camera sends JPEG as a camera would when asked for it.
     if (f.kind == Kind::TestCamera && jpeg) chain.push_back(make("jpegenc"));
-    if (CapsRef caps = CameraCaps()) {
-        GstElement* cf = make("capsfilter");
-        if (cf) g_object_set(cf, "caps", caps.get(), nullptr);
-        chain.push_back(cf);
-    }
+    // Always there, so that a change of format has its caps to change.
+    GstElement* cf = make("capsfilter");
+    if (cf) g_object_set(cf, "caps", CameraCaps().get(), nullptr);
+    chain.push_back(cf);
     const size_t rendererAt = chain.size();
     chain.push_back(make("queue"));
     if (jpeg) chain.push_back(make("jpegdec"));

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class QWidget;
@@ -61,7 +62,19 @@ struct CameraControl {
     QString Label;  // what the user reads
     enum Kind { Integer, Boolean, Menu } kind = Integer;
     int Minimum = 0, Maximum = 0, Step = 1, Default = 0, Value = 0;
-    std::vector<QString> MenuItems;  // for Menu: the item of each value from Minimum on
+    std::vector<std::pair<int, QString>> MenuItems;  // for Menu: value and name of each entry
+    bool Inactive = false;                           // governed by an automatic mode now
+    bool ReadOnly = false;
+};
+
+// A format the camera sends, as it is asked for: zero or empty means "whatever it offers".
+struct CameraFormat {
+    int Width = 0, Height = 0;
+    QString Format;  // a raw format name (YUY2, I420, …), MJPG, or empty
+    int RateNum = 0, RateDen = 1;
+    bool operator==(const CameraFormat&) const = default;
+    bool Empty() const { return !Width && !Height && Format.isEmpty() && !RateNum; }
+    double Rate() const { return RateNum > 0 && RateDen > 0 ? double(RateNum) / RateDen : 0; }
 };
 
 class FilterGraph {
@@ -112,6 +125,16 @@ public:
     // The camera's controls with their current values, and setting one on the running camera.
     std::vector<CameraControl> Controls(const FilterInfo& filter) const;
     void SetControl(FilterInfo& filter, const QString& id, int value);
+
+    // The formats the camera offers, each size at each rate: raw formats first, then MJPG;
+    // larger sizes and higher rates first. Only what the renderer can show.
+    std::vector<CameraFormat> Formats(const FilterInfo& filter) const;
+    // The format the camera sends (asked for, or negotiated where it has started).
+    CameraFormat CurrentFormat() const;
+    // Asks the rendered camera for one of its formats; a running picture goes on in it, the
+    // device kept open. Errors: 380 a format the camera does not offer, 5 no rendered camera,
+    // 57 the camera refused it (it then goes on in the format it had).
+    void SetFormat(FilterInfo& filter, const CameraFormat& format);
 
     // Called on the UI thread when the stream fails (camera unplugged, device error):
     // the error number and the reason.

@@ -2,9 +2,11 @@
 // size, format and rate, and the values of its controls.
 #include <algorithm>
 
+#include "CommonModule.h"
 #include "Errors.h"
 #include "GraphImpl.h"
 #include "TextFile.h"
+#include "V4l2Controls.h"
 
 namespace tavix::cam {
 
@@ -61,12 +63,6 @@ GraphFile Parse(const QStringList& lines) {
     return g;
 }
 
-// The format name of negotiated caps, as the graph file keeps it.
-QString FormatName(const GstStructure* s) {
-    if (gst_structure_has_name(s, "image/jpeg")) return QStringLiteral("MJPG");
-    return Utf8(gst_structure_get_string(s, "format"));
-}
-
 }  // namespace
 
 using Impl = FilterGraph::Impl;
@@ -86,28 +82,20 @@ void GraphFileStore::LoadGraphFile(FilterGraph& graph, const QString& path) {
     if (!camera) return;
     d.format = g.format;
     graph.Render(*camera, camera->Pins().front());
-    const auto controls = graph.Controls(*camera);
-    for (const auto& [id, value] : g.controls) {
-        auto c = std::find_if(controls.begin(), controls.end(), [&](const CameraControl& x) { return x.Id == id; });
-        // A control this camera no longer has is passed over; a value out of its range is brought in.
-        if (c != controls.end())
-            vb::Trap([&] { graph.SetControl(*camera, id, std::clamp(value, c->Minimum, c->Maximum)); });
-    }
+    // Automatic modes first, so that a value stored in manual mode is not refused.
+    SetControls(graph, *camera, g.controls, true);
+    // Read back: what the camera did not take is logged, and the file gets what it has.
+    for (const CameraControl& c : graph.Controls(*camera))
+        for (const auto& [id, value] : g.controls)
+            if (id == c.Id && value != c.Value)
+                WriteLog(
+                    QStringLiteral("LoadGraphFile:Control Not Taken.(%1=%2, now %3)").arg(id).arg(value).arg(c.Value));
 }
 
 void GraphFileStore::SaveGraphFile(FilterGraph& graph, const QString& path) {
     Impl& d = *graph.d_;
     if (!d.camera) vb::Raise(vb::ErrInvalidCall);
-    CameraFormat format = d.format;
-    // What the camera really sends, where it has started.
-    GstRef<GstPad> pad(gst_element_get_static_pad(d.cameraOut, "src"));
-    if (CapsRef caps{pad ? gst_pad_get_current_caps(pad.get()) : nullptr}; caps && gst_caps_get_size(caps.get()) > 0) {
-        const GstStructure* s = gst_caps_get_structure(caps.get(), 0);
-        gst_structure_get_int(s, "width", &format.Width);
-        gst_structure_get_int(s, "height", &format.Height);
-        gst_structure_get_fraction(s, "framerate", &format.RateNum, &format.RateDen);
-        format.Format = FormatName(s);
-    }
+    const CameraFormat format = graph.CurrentFormat();
     QStringList lines{kHeader,
                       QStringLiteral("camera=") + d.camera->name,
                       QStringLiteral("device=") + d.camera->device,

@@ -55,7 +55,7 @@ std::vector<CameraControl> TestCameraControls(const Filter& camera) {
         out.push_back(std::move(c));
     };
     add("pattern", "パターン", CameraControl::Menu, 0, kPatternCount - 1, 0);
-    for (const char* p : kPatternLabels) out.back().MenuItems.push_back(FormText(p));
+    for (int i = 0; i < kPatternCount; ++i) out.back().MenuItems.emplace_back(i, FormText(kPatternLabels[i]));
     add("horizontal-speed", "横の速さ", CameraControl::Integer, -20, 20, 0);
     if (camera.clock) add("clock", "時計を表示", CameraControl::Boolean, 0, 1, 1);
     for (CameraControl& c : out) {
@@ -77,6 +77,14 @@ void SetTestCameraControl(Filter& camera, const QString& id, int value) {
     else
         g_object_set(camera.clock, "silent", value == 0, nullptr);
     camera.values[id] = value;
+}
+
+std::vector<CameraFormat> TestCameraFormats() {
+    std::vector<CameraFormat> out;
+    for (const char* format : {"YUY2", "I420", "MJPG"})
+        for (const auto& [width, height] : {std::pair(1280, 720), std::pair(640, 480), std::pair(320, 240)})
+            for (const int rate : {30, 15}) out.push_back({width, height, QString::fromLatin1(format), rate, 1});
+    return out;
 }
 
 void FailTestCameraAfter(const Filter& camera, int frames) {

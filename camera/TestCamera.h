@@ -13,6 +13,8 @@ GstRef<GstElement> MakeTestCamera(GstElement*& pattern, GstElement*& clock);
 std::vector<CameraControl> TestCameraControls(const Filter& camera);
 // Errors: 5 no such control, 380 a value out of its range.
 void SetTestCameraControl(Filter& camera, const QString& id, int value);
+// Whatever a camera might send: two raw formats and MJPG, three sizes, two rates.
+std::vector<CameraFormat> TestCameraFormats();
 // For tests: the camera reports a read error after this many more frames.
 void FailTestCameraAfter(const Filter& camera, int frames);
 

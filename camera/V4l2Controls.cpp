@@ -44,17 +44,20 @@ public:
             c.Label = QString::fromLatin1(reinterpret_cast<const char*>(q.name));
             c.Minimum = q.minimum, c.Maximum = q.maximum, c.Step = std::max(1, int(q.step));
             c.Default = q.default_value;
+            c.Inactive = q.flags & V4L2_CTRL_FLAG_INACTIVE;
+            c.ReadOnly = q.flags & (V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_GRABBED);
             if (q.type == V4L2_CTRL_TYPE_BOOLEAN) {
                 c.kind = CameraControl::Boolean;
             } else if (q.type == V4L2_CTRL_TYPE_MENU) {
                 c.kind = CameraControl::Menu;
+                // Drivers leave gaps: an index they refuse is no entry.
                 for (int i = q.minimum; i <= q.maximum; ++i) {
                     v4l2_querymenu m{};
                     m.id = id, m.index = uint32_t(i);
-                    c.MenuItems.push_back(::ioctl(fd_, VIDIOC_QUERYMENU, &m) == 0
-                                              ? QString::fromLatin1(reinterpret_cast<const char*>(m.name))
-                                              : QString::number(i));
+                    if (::ioctl(fd_, VIDIOC_QUERYMENU, &m) == 0)
+                        c.MenuItems.emplace_back(i, QString::fromLatin1(reinterpret_cast<const char*>(m.name)));
                 }
+                if (c.MenuItems.empty()) continue;
             } else if (q.type != V4L2_CTRL_TYPE_INTEGER) {
                 continue;  // buttons, strings and classes have no value to keep
             }
@@ -90,6 +93,31 @@ void SetV4l2Control(const QString& device, const QString& id, int value) {
         return;
     }
     vb::Raise(vb::ErrInvalidCall);
+}
+
+void SetControls(FilterGraph& graph, FilterInfo& camera, const std::vector<std::pair<QString, int>>& values,
+                 bool modesFirst) {
+    const auto controls = graph.Controls(camera);
+    auto find = [&](const QString& id) {
+        return std::find_if(controls.begin(), controls.end(), [&](const CameraControl& c) { return c.Id == id; });
+    };
+    // Automatic modes are the booleans and menus; the values they govern are integers.
+    std::vector<std::pair<QString, int>> modes, governed, failed;
+    for (const auto& [id, value] : values) {
+        const auto c = find(id);
+        if (c == controls.end() || c->ReadOnly) continue;  // a control this camera lacks, or may not set
+        (c->kind == CameraControl::Integer ? governed : modes)
+            .emplace_back(id, std::clamp(value, c->Minimum, c->Maximum));
+    }
+    auto set = [&](const std::vector<std::pair<QString, int>>& list, std::vector<std::pair<QString, int>>* refused) {
+        for (const auto& [id, value] : list)
+            if (vb::Trap([&] { graph.SetControl(camera, id, value); }) != 0 && refused)
+                refused->emplace_back(id, value);
+    };
+    // A value its mode still governs is refused; it is tried again once the modes are set.
+    set(modesFirst ? modes : governed, &failed);
+    set(modesFirst ? governed : modes, &failed);
+    set(failed, nullptr);
 }
 
 }  // namespace tavix::cam

@@ -22,6 +22,11 @@ const struct {
     {"キャンセル", "Cancel"},
     {"設定１", "Setting 1"},
     {"エラーが発生したためプログラムを終了します。", "An error has occurred. The program ends."},
+    // The camera settings dialog.
+    {"形式", "Format"},
+    {"サイズ", "Size"},
+    {"フレームレート", "Frame rate"},
+    {"既定値に戻す", "Defaults"},
     // The test camera's settings.
     {"パターン", "Pattern"},
     {"横の速さ", "Horizontal speed"},

@@ -12,6 +12,7 @@
 #include <map>
 #include <tuple>
 
+#include "CameraFormats.h"
 #include "Errors.h"
 #include "FakeCamera.h"
 #include "StartedMain.h"
@@ -21,6 +22,12 @@
 #include "ScriptedDialogHost.h"
 
 using namespace tavix::cam;
+
+namespace tavix::cam {
+void PrintTo(const CameraFormat& f, std::ostream* os) {
+    *os << f.Format.toStdString() << ' ' << f.Width << 'x' << f.Height << '@' << f.RateNum << '/' << f.RateDen;
+}
+}  // namespace tavix::cam
 
 namespace {
 
@@ -132,7 +139,12 @@ TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
 }
 
 TEST_F(GraphTest, EveryCameraFormatGivesTrue32BitPixels) {
-    for (const char* format : {"", "YUY2", "I420", "MJPG"}) {
+    // Each as stored, then another one on the running picture.
+    const std::pair<const char*, CameraFormat> cases[] = {{"", {640, 480, "MJPG", 30, 1}},
+                                                          {"YUY2", {1280, 720, "I420", 30, 1}},
+                                                          {"I420", {640, 480, "YUY2", 30, 1}},
+                                                          {"MJPG", {640, 480, "YUY2", 30, 1}}};
+    for (const auto& [format, then] : cases) {
         SCOPED_TRACE(format);
         FilterGraph g;
         Write("f.grf", QByteArray("TavixGraph 1\ncamera=Tavix Test Camera\nwidth=320\nheight=240\nrate=15/1\nformat=") +
@@ -143,6 +155,9 @@ TEST_F(GraphTest, EveryCameraFormatGivesTrue32BitPixels) {
         const QImage image = g.GetCurrentImage();
         EXPECT_EQ(image.size(), QSize(320, 240));
         EXPECT_TRUE(Near(image.pixel(160, 200), 255, 0, 0)) << std::hex << image.pixel(160, 200);
+        g.SetFormat(*g.FilterCollection().front(), then);
+        ASSERT_TRUE(WaitFor([&] { return g.GetCurrentImage().size() == QSize(then.Width, then.Height); }));
+        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(then.Width / 2, then.Height * 5 / 6), 255, 0, 0));
     }
 }
 
@@ -260,17 +275,18 @@ TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
         const char* id;
         K kind;
         int min, max, def;
-        std::map<int, QString> named;  // menu items by value
+        bool inactive, readOnly;
+        std::vector<std::pair<int, QString>> named;  // menu entries, gaps left out
     } rows[] = {
-        {"brightness", K::Integer, -64, 64, 0, {}},
-        {"contrast", K::Integer, 0, 95, 32, {}},
-        {"saturation", K::Integer, 0, 100, 64, {}},
-        {"white_balance__automatic", K::Boolean, 0, 1, 1, {}},
-        {"power_line_frequency", K::Menu, 0, 2, 1, {{0, "Disabled"}, {1, "50 Hz"}, {2, "60 Hz"}}},
-        {"white_balance_temperature", K::Integer, 2800, 6500, 4600, {}},
-        {"auto_exposure", K::Menu, 0, 3, 3, {{1, "Manual Mode"}, {3, "Aperture Priority Mode"}}},
-        {"exposure_time__absolute", K::Integer, 3, 2047, 250, {}},
-        {"privacy", K::Boolean, 0, 1, 0, {}},
+        {"brightness", K::Integer, -64, 64, 0, false, false, {}},
+        {"contrast", K::Integer, 0, 95, 32, false, false, {}},
+        {"saturation", K::Integer, 0, 100, 64, false, false, {}},
+        {"white_balance__automatic", K::Boolean, 0, 1, 1, false, false, {}},
+        {"power_line_frequency", K::Menu, 0, 2, 1, false, false, {{0, "Disabled"}, {1, "50 Hz"}, {2, "60 Hz"}}},
+        {"white_balance_temperature", K::Integer, 2800, 6500, 4600, true, false, {}},
+        {"auto_exposure", K::Menu, 0, 3, 3, false, false, {{1, "Manual Mode"}, {3, "Aperture Priority Mode"}}},
+        {"exposure_time__absolute", K::Integer, 3, 2047, 250, true, false, {}},
+        {"privacy", K::Boolean, 0, 1, 0, false, true, {}},
     };
     const auto controls = graph.Controls(*cam);
     ASSERT_EQ(controls.size(), std::size(rows)) << "the control classes are no controls";
@@ -279,12 +295,9 @@ TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
         SCOPED_TRACE(c.Id.toStdString());
         EXPECT_EQ(c.Id, rows[i].id);
         EXPECT_EQ(c.kind, rows[i].kind);
-        EXPECT_EQ(std::tuple(c.Minimum, c.Maximum, c.Default, c.Value),
-                  std::tuple(rows[i].min, rows[i].max, rows[i].def, rows[i].def));
-        if (c.kind == K::Menu) {
-            EXPECT_EQ(int(c.MenuItems.size()), c.Maximum - c.Minimum + 1);
-        }
-        for (const auto& [value, item] : rows[i].named) EXPECT_EQ(c.MenuItems.at(value), item);
+        EXPECT_EQ(std::tuple(c.Minimum, c.Maximum, c.Default, c.Value, c.Inactive, c.ReadOnly),
+                  std::tuple(rows[i].min, rows[i].max, rows[i].def, rows[i].def, rows[i].inactive, rows[i].readOnly));
+        EXPECT_EQ(c.MenuItems, rows[i].named);
     }
 
     // In order: each reaches the camera, or the camera's refusal is an error.
@@ -303,6 +316,146 @@ TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
         SCOPED_TRACE(s.id);
         EXPECT_EQ(vb::Trap([&] { graph.SetControl(*cam, s.id, s.value); }), s.error);
         EXPECT_EQ(ValueOf(graph, *cam, s.id), s.after);
+    }
+    fakecam_plug(FakeCamNone);
+}
+
+const std::vector<CameraFormat> kUvc{{1920, 1080, "YUY2", 5, 1}, {1280, 720, "YUY2", 10, 1},
+                                     {640, 480, "YUY2", 30, 1},  {1920, 1080, "MJPG", 30, 1},
+                                     {1280, 720, "MJPG", 30, 1}, {640, 480, "MJPG", 30, 1}};
+
+TEST(CameraFormats, ChooseFormat) {
+    const std::vector<CameraFormat> raw30{
+        {1280, 720, "MJPG", 30, 1}, {1280, 720, "YUY2", 30, 1}, {640, 480, "MJPG", 60, 1}};
+    const std::vector<CameraFormat> slow{
+        {640, 480, "YUY2", 15, 1}, {1280, 720, "YUY2", 10, 1}, {1280, 720, "MJPG", 20, 1}};
+    const std::vector<CameraFormat> ntsc{{1920, 1080, "MJPG", 30, 1}, {1920, 1080, "NV12", 30000, 1001}};
+    const struct {
+        std::vector<CameraFormat> offered;
+        CameraFormat asked, expected;
+    } cases[] = {
+        {kUvc, {}, {1920, 1080, "MJPG", 30, 1}},
+        {raw30, {}, {1280, 720, "YUY2", 30, 1}},
+        {slow, {}, {1280, 720, "MJPG", 20, 1}},
+        {ntsc, {}, {1920, 1080, "NV12", 30000, 1001}},
+        {kUvc, {1280, 720, ""}, {1280, 720, "MJPG", 30, 1}},
+        {kUvc, {1280, 720, "", 10, 1}, {1280, 720, "YUY2", 10, 1}},
+        {kUvc, {1920, 1080, "YUY2"}, {1920, 1080, "YUY2", 5, 1}},
+        {kUvc, {800, 600, "YUY2"}, {1920, 1080, "MJPG", 30, 1}},
+        {{}, {800, 600, ""}, {800, 600, ""}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ChooseFormat(c.asked, c.offered), c.expected) << testing::PrintToString(c.asked);
+}
+
+// A fresh camera of each variant: what it offers, and what a first start takes of it.
+TEST_F(GraphTest, FirstStartOfTheFakeCameraTakesMjpegAtFullSize) {
+    for (const auto variant : {FakeCamUvc, FakeCamMjpegOnly}) {
+        SCOPED_TRACE(variant);
+        fakecam_plug(variant);
+        FilterGraph g;
+        FilterInfo* cam = AddByName(g, FAKECAM_NAME);
+        ASSERT_NE(cam, nullptr);
+        EXPECT_EQ(g.Formats(*cam), variant == FakeCamUvc ? kUvc : std::vector(kUvc.begin() + 3, kUvc.end()));
+        g.Render(*cam, cam->Pins().front());
+        g.Run();
+        ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
+        EXPECT_EQ(g.GetVideoSize(), QSize(1920, 1080));
+        EXPECT_EQ(g.CurrentFormat(), CameraFormat({1920, 1080, "MJPG", 30, 1}));
+        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(400, 300), 255, 0, 0));
+    }
+    fakecam_plug(FakeCamNone);
+}
+
+// Stored in the file's order, the exposure would be refused while the mode is still automatic.
+TEST_F(GraphTest, StoredControlsOfTheFakeCameraComeBackAfterTheirModes) {
+    fakecam_plug(FakeCamUvc);
+    Write("uvc.grf", "TavixGraph 1\ncamera=" FAKECAM_NAME
+                     "\nwidth=1280\nheight=720\ncontrol.exposure_time__absolute=100\n"
+                     "control.white_balance_temperature=5000\ncontrol.auto_exposure=1\n"
+                     "control.white_balance__automatic=0\ncontrol.privacy=1\n");
+    GraphFileStore().LoadGraphFile(graph, File("uvc.grf"));
+    ASSERT_EQ(graph.FilterCollection().size(), 1u);
+    const std::map<QString, int> expected{{"exposure_time__absolute", 100},
+                                          {"auto_exposure", 1},
+                                          {"white_balance_temperature", 5000},
+                                          {"white_balance__automatic", 0},
+                                          {"privacy", 0}};
+    for (const auto& [id, value] : expected) EXPECT_EQ(ValueOf(graph, Camera(), id), value) << id.toStdString();
+    // A size without a format: the smooth one.
+    EXPECT_EQ(graph.CurrentFormat(), CameraFormat({1280, 720, "MJPG", 30, 1}));
+    fakecam_plug(FakeCamNone);
+}
+
+// The dialog on a real camera's controls and formats; Cancel takes back all it did.
+TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
+    for (const bool ok : {false, true}) {
+        SCOPED_TRACE(ok);
+        fakecam_plug(FakeCamUvc);
+        FilterGraph g;
+        FilterInfo* cam = AddByName(g, FAKECAM_NAME);
+        ASSERT_NE(cam, nullptr);
+        g.Render(*cam, cam->Pins().front());
+        g.SetOwner(box);
+        std::vector<QSize> placed;
+        g.OnVideoSize = [&](QSize size) { placed.push_back(size); };
+        g.Run();
+        ASSERT_TRUE(WaitFor([&] { return !placed.empty(); }));
+        testing_support::ScriptedDialogHost host;
+        host.AnswerModal([&](vb::Form& form) {
+            auto find = [&](const char* name, int i) { return form.FindControl(name, i); };
+            auto* exposureMode = dynamic_cast<vb::ComboBox*>(find("cboControl", 6));
+            auto* exposure = dynamic_cast<vb::Slider*>(find("sldControl", 7));
+            auto* defaults = dynamic_cast<vb::CommandButton*>(find("cmdDefaults", -1));
+            ASSERT_TRUE(exposureMode && exposure && defaults && find("chkControl", 8));
+            QStringList entries;
+            for (int i = 0; i < exposureMode->ListCount(); ++i) entries << exposureMode->List(i);
+            EXPECT_EQ(entries, QStringList({"Manual Mode", "Aperture Priority Mode"}));
+            EXPECT_EQ(exposureMode->ListIndex(), 1);
+            EXPECT_FALSE(find("chkControl", 8)->Enabled()) << "read-only";
+            auto manualAt = [&](int value) {
+                EXPECT_FALSE(exposure->Enabled());
+                exposureMode->SetListIndex(0);
+                EXPECT_TRUE(exposure->Enabled());
+                exposure->SetValue(value);
+                EXPECT_EQ(find("lblValue", 7)->Caption(), QString::number(value));
+            };
+            manualAt(100);
+            dynamic_cast<vb::Slider*>(find("sldControl", 0))->SetValue(20);
+            defaults->Click();
+            EXPECT_EQ(ValueOf(g, *cam, "brightness"), 0);
+            EXPECT_EQ(ValueOf(g, *cam, "exposure_time__absolute"), 250);
+            EXPECT_EQ(exposureMode->ListIndex(), 1);
+            manualAt(100);
+
+            // Format, then size: the rates follow, and the running picture takes each.
+            auto* format = dynamic_cast<vb::ComboBox*>(find("cboFormat", 0));
+            auto* size = dynamic_cast<vb::ComboBox*>(find("cboFormat", 1));
+            auto* rate = dynamic_cast<vb::ComboBox*>(find("cboFormat", 2));
+            ASSERT_TRUE(format && size && rate);
+            EXPECT_EQ(std::tuple(format->Text(), size->Text(), rate->Text()),
+                      std::tuple(QString("MJPG"), QString("1920 x 1080"), QString("30 fps")));
+            format->SetListIndex(0);
+            EXPECT_EQ(std::tuple(format->Text(), size->ListCount(), rate->Text()),
+                      std::tuple(QString("YUY2"), 3, QString("5 fps")));
+            size->SetListIndex(2);
+            EXPECT_EQ(g.CurrentFormat(), CameraFormat({640, 480, "YUY2", 30, 1}));
+            EXPECT_TRUE(WaitFor([&] { return placed.back() == QSize(640, 480); })) << "the box is placed anew";
+            EXPECT_TRUE(Near(g.GetCurrentImage().pixel(100, 100), 255, 0, 0));
+            dynamic_cast<vb::CommandButton*>(find(ok ? "cmdOK" : "cmdCancel", -1))->Click();
+        });
+        GraphFileStore().ShowFilterProperties(g, *cam, nullptr, "Camera");
+        EXPECT_EQ(ValueOf(g, *cam, "exposure_time__absolute"), ok ? 100 : 250);
+        EXPECT_EQ(ValueOf(g, *cam, "auto_exposure"), ok ? 1 : 3);
+        const CameraFormat now = ok ? CameraFormat{640, 480, "YUY2", 30, 1} : CameraFormat{1920, 1080, "MJPG", 30, 1};
+        EXPECT_EQ(g.CurrentFormat(), now);
+        EXPECT_TRUE(WaitFor([&] { return g.GetVideoSize() == QSize(now.Width, now.Height); }));
+        GraphFileStore().SaveGraphFile(g, File("uvc.grf"));
+        EXPECT_TRUE(Read("uvc.grf").contains(QStringLiteral("width=%1\r\nheight=%2\r\nformat=%3\r\n")
+                                                 .arg(now.Width)
+                                                 .arg(now.Height)
+                                                 .arg(now.Format)
+                                                 .toUtf8()));
     }
     fakecam_plug(FakeCamNone);
 }
