@@ -111,6 +111,7 @@ enum { MaxFd = 4096 };
 static struct Handle* handles[MaxFd];
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
 static int refuse, rate;
+static int opens;  // successful opens since the last plug
 
 struct Jpeg {
     unsigned char* data;
@@ -549,6 +550,7 @@ static int open_node(int node, int flags) {
         struct Handle* h = calloc(1, sizeof *h);
         h->refs = 1, h->dev = node, h->generation = devices[node].generation, h->timer = fd, h->memfd = -1;
         handles[fd] = h;
+        opens++;
     }
     pthread_mutex_unlock(&lock);
     return fd;
@@ -725,7 +727,7 @@ void fakecam_plug(enum FakeCamVariant variant) {
         d->bus = n == 0 ? "usb-0000:00:14.0-1" : "usb-0000:00:14.0-2";
         for (int i = 0; i < ControlCount; ++i) d->values[i] = controls[i].def;
     }
-    refuse = 0, rate = 0;
+    refuse = 0, rate = 0, opens = 0;
     pthread_mutex_unlock(&lock);
 }
 
@@ -742,4 +744,11 @@ void fakecam_set_rate(int fps) {
         if (handles[fd] && handles[fd]->timer == fd && handles[fd]->streaming)
             arm(handles[fd], fps_of(&devices[handles[fd]->dev]));
     pthread_mutex_unlock(&lock);
+}
+
+int fakecam_opens(void) {
+    pthread_mutex_lock(&lock);
+    const int n = opens;
+    pthread_mutex_unlock(&lock);
+    return n;
 }

@@ -28,6 +28,8 @@ void fakecam_plug(enum FakeCamVariant variant);
 void fakecam_refuse_open(int refuse);
 // Frames come at this rate from now on, running streams included; 0 for each format's own.
 void fakecam_set_rate(int fps);
+// Successful opens of the cameras' nodes since the last plug, by anybody.
+int fakecam_opens(void);
 
 #ifdef __cplusplus
 }
