@@ -212,7 +212,7 @@ bool RunCase(const Case& c, int seconds) {
         "pipeline (goal: within 1.3x)\n",
         ours.Fps(), ours.CpuPerFrameMs(), ours.CpuPerFrameMs() / bare.CpuPerFrameMs());
 
-    const int opens = fakecam_opens();
+    const int opens = fakecam_stream_opens();
     TimeToNextFrame("window resize", f, counter, [&](int i) {
         const auto t0 = Clock::now();
         f.SetWidth(f.Width() + (i % 2 ? -600 : 600));
@@ -231,7 +231,7 @@ bool RunCase(const Case& c, int seconds) {
         SelectZoom(f, i % 2 ? "x 1.0" : "x 0.5");
         return t0;
     });
-    std::printf("  camera opened %d times in these 63 steps\n", fakecam_opens() - opens);
+    std::printf("  camera opened %d times in these 63 steps\n", fakecam_stream_opens() - opens);
     return true;
 }
 
