@@ -4,7 +4,8 @@
 // v4l2src pipeline on the same camera in the same run; then the time from a window resize,
 // an unfreeze and a zoom change to the next live frame shown.
 //
-//   bench_livecam [seconds]   each live measurement that long (default 60)
+//   bench_livecam [seconds [MJPG|YUYV]]   each live measurement that long (default 60), one
+//                                        format only if named
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>
 
@@ -43,9 +44,16 @@ constexpr int kRate = 30;
 
 template <class F>
 bool WaitFor(int timeoutMs, F&& done) {
+    if (done()) return true;
+    QEventLoop loop;
     QElapsedTimer t;
     t.start();
-    while (!done() && t.elapsed() < timeoutMs) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1);
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (done() || t.elapsed() > timeoutMs) loop.quit();
+    });
+    poll.start(1);
+    loop.exec();
     return done();
 }
 
@@ -242,7 +250,8 @@ int main(int argc, char** argv) {
     const int seconds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 60;
     gst_init(nullptr, nullptr);
     bool ok = true;
-    for (const Case& c : kCases) ok = RunCase(c, seconds) && ok;
+    for (const Case& c : kCases)
+        if (argc < 3 || QByteArray(c.name).startsWith(argv[2])) ok = RunCase(c, seconds) && ok;
     fakecam_plug(FakeCamNone);
     return ok ? 0 : 1;
 }
