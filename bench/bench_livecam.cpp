@@ -177,8 +177,8 @@ void TimeToNextFrame(const char* what, tavix::frmMain& f, FrameCounter& counter,
     for (int i = 0; i < 21; ++i) {
         int before = counter.Frames();
         if (!WaitFor(3000, [&] { return counter.Frames() >= before + 2; })) break;
-        const Clock::time_point t0 = action(i);
         before = counter.Frames();
+        const Clock::time_point t0 = action(i);
         if (!WaitFor(3000, [&] { return counter.Frames() > before; })) {
             ++missed;
             continue;

@@ -48,7 +48,9 @@ LiveRenderer::~LiveRenderer() { ui_.reset(); }
 
 void LiveRenderer::Attach(GstElement* appsink) {
     CapsRef bgrx(gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "BGRx", nullptr));
-    g_object_set(appsink, "caps", bgrx.get(), "max-buffers", 1u, "drop", TRUE, "sync", FALSE, nullptr);
+    // Not waiting for a frame to change state: a Run after a Stop returns at once, and the
+    // picture comes with the camera's next frame.
+    g_object_set(appsink, "caps", bgrx.get(), "max-buffers", 1u, "drop", TRUE, "sync", FALSE, "async", FALSE, nullptr);
     GstAppSinkCallbacks callbacks{};
     callbacks.new_sample = &LiveRenderer::NewSample;
     gst_app_sink_set_callbacks(GST_APP_SINK(appsink), &callbacks, this, nullptr);
