@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QTimer>
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 
 #include "CameraFormats.h"
@@ -40,6 +42,31 @@ int ErrorNumber(const GError* error) {
     return vb::ErrDeviceIO;
 }
 
+// A frame still on its way from the camera would meet the links that a recording takes
+// apart; once it is handed on, the paused camera sends nothing until the next Run.
+void WaitIdle(GstElement* cameraOut) {
+    if (!cameraOut) return;
+    struct Idle {
+        std::mutex mutex;
+        std::condition_variable cv;
+        bool idle = false;
+    };
+    auto idle = std::make_shared<Idle>();
+    GstRef<GstPad> out(gst_element_get_static_pad(cameraOut, "src"));
+    gst_pad_add_probe(
+        out.get(), GST_PAD_PROBE_TYPE_IDLE,
+        [](GstPad*, GstPadProbeInfo*, gpointer data) {
+            Idle& i = **static_cast<std::shared_ptr<Idle>*>(data);
+            std::lock_guard lock(i.mutex);
+            i.idle = true;
+            i.cv.notify_all();
+            return GST_PAD_PROBE_REMOVE;
+        },
+        new std::shared_ptr<Idle>(idle), [](gpointer p) { delete static_cast<std::shared_ptr<Idle>*>(p); });
+    std::unique_lock lock(idle->mutex);
+    idle->cv.wait_for(lock, std::chrono::seconds(2), [&] { return idle->idle; });
+}
+
 // The tee always offers one free output more.
 void GrowTee(Filter& tee) { tee.pins.push_back({QStringLiteral("src_%1").arg(tee.pins.size() - 1), 1}); }
 
@@ -61,7 +88,9 @@ void Impl::PollBus() {
 }
 
 void Impl::OnMessage(GstMessage* message) {
-    if (GST_MESSAGE_TYPE(message) != GST_MESSAGE_ERROR || !active) return;
+    if (GST_MESSAGE_TYPE(message) != GST_MESSAGE_ERROR) return;
+    // A camera that fails while stopped is closed; the next Run opens it afresh and says why.
+    if (!active) return (void)gst_element_set_state(pipeline.get(), GST_STATE_NULL);
     GError* error = nullptr;
     gst_message_parse_error(message, &error, nullptr);
     const QString reason = error ? Utf8(error->message) : QString();
@@ -368,8 +397,16 @@ void FilterGraph::Pause() {
 void FilterGraph::Stop() {
     // A recording's file gets its index and header before the graph stops.
     d_->FinishFile(10000);
-    gst_element_set_state(d_->pipeline.get(), GST_STATE_NULL);
     d_->active = false;
+    // Stopped, the camera stays open with its format and buffers: closing it would cost a USB
+    // camera a gap without picture and a new settling of its exposure at each Run. It is
+    // closed only when the graph goes or the camera fails.
+    GstElement* pipeline = d_->pipeline.get();
+    if (GST_STATE(pipeline) == GST_STATE_NULL && GST_STATE_PENDING(pipeline) == GST_STATE_VOID_PENDING) return;
+    if (gst_element_set_state(pipeline, GST_STATE_PAUSED) == GST_STATE_CHANGE_FAILURE)
+        gst_element_set_state(pipeline, GST_STATE_NULL);
+    else
+        WaitIdle(d_->cameraOut);
 }
 
 QSize FilterGraph::GetVideoSize() const { return d_->renderer.VideoSize(); }

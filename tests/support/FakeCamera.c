@@ -106,11 +106,13 @@ struct Handle {
     unsigned char* mem;
     uint32_t sequence;
     int queue[32], queued;  // buffer indexes in queueing order
+    int streamed;
 };
 enum { MaxFd = 4096 };
 static struct Handle* handles[MaxFd];
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
 static int refuse, rate;
+static int streamedOpens;  // handles that began to stream since the last plug
 
 struct Jpeg {
     unsigned char* data;
@@ -493,6 +495,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     case VIDIOC_STREAMON:
         if (!h->count) return fail(EINVAL);
         if (!h->streaming) h->streaming = 1, h->sequence = 0, arm(h, fps_of(d));
+        if (!h->streamed) h->streamed = 1, streamedOpens++;
         return 0;
     case VIDIOC_STREAMOFF:
         h->streaming = 0, h->queued = 0;
@@ -725,7 +728,7 @@ void fakecam_plug(enum FakeCamVariant variant) {
         d->bus = n == 0 ? "usb-0000:00:14.0-1" : "usb-0000:00:14.0-2";
         for (int i = 0; i < ControlCount; ++i) d->values[i] = controls[i].def;
     }
-    refuse = 0, rate = 0;
+    refuse = 0, rate = 0, streamedOpens = 0;
     pthread_mutex_unlock(&lock);
 }
 
@@ -742,4 +745,11 @@ void fakecam_set_rate(int fps) {
         if (handles[fd] && handles[fd]->timer == fd && handles[fd]->streaming)
             arm(handles[fd], fps_of(&devices[handles[fd]->dev]));
     pthread_mutex_unlock(&lock);
+}
+
+int fakecam_stream_opens(void) {
+    pthread_mutex_lock(&lock);
+    const int n = streamedOpens;
+    pthread_mutex_unlock(&lock);
+    return n;
 }

@@ -28,6 +28,9 @@ void fakecam_plug(enum FakeCamVariant variant);
 void fakecam_refuse_open(int refuse);
 // Frames come at this rate from now on, running streams included; 0 for each format's own.
 void fakecam_set_rate(int fps);
+// Opens of the cameras' nodes that went on to stream, since the last plug: a camera closed
+// and opened again for its picture counts once more; a look at its formats does not.
+int fakecam_stream_opens(void);
 
 #ifdef __cplusplus
 }
