@@ -265,4 +265,78 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
     }
 }
 
+int Brightness(const char* device) {
+    for (const auto& c : tavix::cam::V4l2Controls(QString::fromLatin1(device)))
+        if (c.Id == QLatin1String("brightness")) return c.Value;
+    return -1000;
+}
+
+TEST(CameraFaults, ARefusedCameraIsNamedWithTheVideoGroupAtStart) {
+    CameraMain m([](Sandbox& box, ScriptedDialogHost& host) {
+        FakeCamera(FakeCamUvc, "device=/fakecam/video0\r\n")(box, host);
+        fakecam_refuse_open(1);
+        host.AnswerMsgBox(vb::vbOK);
+    });
+    EXPECT_FALSE(m.started);
+    ASSERT_EQ(m.host.Boxes.size(), 1u);
+    EXPECT_EQ(m.host.Boxes[0].Prompt,
+              GST(20104) + u'\n' + GST(20105) + u'\n' + GST(20199, QStringLiteral("/fakecam/video0")));
+    EXPECT_TRUE(m.Logged(QStringLiteral("Camera Permission Denied.(/fakecam/video0)")));
+    EXPECT_TRUE(m.Logged(QStringLiteral("Camera Filter Error.")));
+    fakecam_plug(FakeCamNone);
+}
+
+// Of two cameras of one name, the stored one; lost in the live view and brought back by the
+// play button with its format and settings.
+TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
+    CameraMain m(FakeCamera(FakeCamTwins,
+                            "device=/fakecam/video2\r\nwidth=1280\r\nheight=720\r\nformat=MJPG\r\n"
+                            "control.brightness=10\r\n"));
+    ASSERT_TRUE(m.started && m.WaitFrame());
+    EXPECT_EQ(std::pair(Brightness("/fakecam/video0"), Brightness("/fakecam/video2")), std::pair(0, 10));
+    const QString lost = GST(20108, QString());
+    const struct {
+        const char* name;
+        std::function<void()> act;
+        bool click;
+        QString box;  // the box's text, or the start of it
+        QString log;
+        bool live;
+    } steps[] = {
+        {"the camera cannot allocate its buffers",
+         [&] {
+             GstElement* cam = static_cast<tavix::cam::Filter*>(m.f.CameraFilter)->element.get();
+             GST_ELEMENT_ERROR(cam, RESOURCE, NO_SPACE_LEFT, ("Failed to allocate a buffer"), (nullptr));
+         },
+         false, lost, "Camera Stream Error.(57)", false},
+        {"play brings it back", [] {}, true, {}, {}, true},
+        {"the camera is pulled out", [] { fakecam_plug(FakeCamNone); }, false, lost, "Camera Stream Error.(57)", false},
+        {"play while it is out", [] {}, true, GST(20104) + u'\n' + GST(20198), "Camera Reopen Error.(0)", false},
+        {"plugged in where the user may not open it", [] { fakecam_plug(FakeCamTwins), fakecam_refuse_open(1); }, true,
+         GST(20104) + u'\n' + GST(20199, QStringLiteral("/fakecam/video2")),
+         "Camera Permission Denied.(/fakecam/video2)", false},
+        {"plugged in", [] { fakecam_plug(FakeCamTwins); }, true, {}, {}, true},
+    };
+    for (const auto& s : steps) {
+        SCOPED_TRACE(s.name);
+        m.host.Boxes.clear();
+        if (!s.box.isEmpty()) m.host.AnswerMsgBox(vb::vbOK);
+        s.act();
+        if (s.click) m.f.cmdPlayStop->Click();
+        if (!s.box.isEmpty()) {
+            ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }));
+            EXPECT_TRUE(m.host.Boxes[0].Prompt.startsWith(s.box)) << m.host.Boxes[0].Prompt.toStdString();
+        }
+        if (!s.log.isEmpty()) EXPECT_TRUE(m.Logged(s.log)) << m.box.LogTexts().join(u'\n').toStdString();
+        EXPECT_EQ(m.f.ViewMode == tavix::ViewMode::Live, s.live);
+        if (!s.live) continue;
+        const QImage shown = m.f.FilterGraph->GetCurrentImage();
+        ASSERT_TRUE(m.WaitFor([&] { return m.f.FilterGraph->GetCurrentImage() != shown; })) << "frames again";
+        EXPECT_EQ(m.f.FilterGraph->GetVideoSize(), QSize(1280, 720));
+        EXPECT_EQ(std::pair(Brightness("/fakecam/video0"), Brightness("/fakecam/video2")), std::pair(0, 10));
+    }
+    EXPECT_TRUE(m.host.Boxes.empty());
+    fakecam_plug(FakeCamNone);
+}
+
 }  // namespace
