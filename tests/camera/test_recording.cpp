@@ -339,4 +339,66 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
     fakecam_plug(FakeCamNone);
 }
 
+// What GStreamer's PipeWire plugin lists for a V4L2 camera: its own device with the node
+// behind it in the properties, and an element that cannot reach the camera's controls.
+struct PwDevice {
+    GstDevice parent;
+};
+struct PwDeviceClass {
+    GstDeviceClass parent;
+};
+G_DEFINE_TYPE(PwDevice, pw_device, GST_TYPE_DEVICE)
+void pw_device_init(PwDevice*) {}
+void pw_device_class_init(PwDeviceClass* k) {
+    GST_DEVICE_CLASS(k)->create_element = [](GstDevice*, const gchar* name) {
+        return gst_element_factory_make("videotestsrc", name);
+    };
+}
+
+struct PwProvider {
+    GstDeviceProvider parent;
+};
+struct PwProviderClass {
+    GstDeviceProviderClass parent;
+};
+G_DEFINE_TYPE(PwProvider, pw_provider, GST_TYPE_DEVICE_PROVIDER)
+void pw_provider_init(PwProvider*) {}
+void pw_provider_class_init(PwProviderClass* k) {
+    gst_device_provider_class_set_static_metadata(GST_DEVICE_PROVIDER_CLASS(k), "PipeWire", "Source/Video", "test",
+                                                  "Tavix");
+    GST_DEVICE_PROVIDER_CLASS(k)->probe = [](GstDeviceProvider*) {
+        GstStructure* props =
+            gst_structure_new("pipewire-proplist", "device.api", G_TYPE_STRING, "v4l2", "api.v4l2.path", G_TYPE_STRING,
+                              "/fakecam/video0", "object.path", G_TYPE_STRING, "v4l2:/fakecam/video0", nullptr);
+        GstCaps* caps = gst_caps_from_string("video/x-raw; image/jpeg");
+        gpointer device = g_object_new(pw_device_get_type(), "display-name", FAKECAM_NAME, "device-class",
+                                       "Video/Source", "caps", caps, "properties", props, nullptr);
+        gst_caps_unref(caps);
+        gst_structure_free(props);
+        return g_list_append(nullptr, gst_object_ref_sink(device));
+    };
+}
+
+TEST(CameraFaults, ACameraPipeWireListsTooIsListedOnceWithItsControls) {
+    fakecam_plug(FakeCamUvc);
+    tavix::cam::FilterGraph graph;  // GStreamer is ready from here on
+    ASSERT_TRUE(gst_device_provider_register(nullptr, "tavixtestpipewire", GST_RANK_PRIMARY, pw_provider_get_type()));
+    GstDeviceProvider* pipewire = gst_device_provider_factory_get_by_name("tavixtestpipewire");
+    for (const bool hidesV4l2 : {false, true}) {
+        SCOPED_TRACE(hidesV4l2 ? "only PipeWire's entry" : "both entries");
+        if (hidesV4l2) gst_device_provider_hide_provider(pipewire, "v4l2deviceprovider");
+        tavix::cam::FilterGraph g;
+        tavix::cam::FilterInfo* camera = nullptr;
+        int listed = 0;
+        for (const auto& reg : g.RegFilterCollection())
+            if (reg.Name == QLatin1String(FAKECAM_NAME) && ++listed == 1) camera = reg.Filter();
+        EXPECT_EQ(listed, 1);
+        ASSERT_NE(camera, nullptr);
+        EXPECT_EQ(vb::Trap([&] { g.SetControl(*camera, QStringLiteral("brightness"), 20 + hidesV4l2); }), 0);
+        EXPECT_EQ(Brightness("/fakecam/video0"), 20 + hidesV4l2);
+    }
+    gst_object_unref(pipewire);
+    fakecam_plug(FakeCamNone);
+}
+
 }  // namespace
