@@ -38,6 +38,14 @@ QString DevicePath(GstDevice* device, GstElement* element) {
     return Property(device, {"device.path", "api.v4l2.path", "object.path"});
 }
 
+// The V4L2 node behind another provider's entry (PipeWire's), empty when there is none.
+QString V4l2NodeBehind(GstDevice* device) {
+    const QString node = Property(device, {"api.v4l2.path"});
+    const QString object = Property(device, {"object.path"});
+    if (node.isEmpty() && object.startsWith(QLatin1String("v4l2:"))) return object.mid(5).section(u':', 0, 0);
+    return node;
+}
+
 bool FromV4l2Provider(GstDevice* device) { return g_strcmp0(G_OBJECT_TYPE_NAME(device), "GstV4l2Device") == 0; }
 
 bool CanOpen(const QString& device) {
@@ -70,7 +78,7 @@ std::vector<FilterGraph::Impl::Entry> FilterGraph::Impl::Catalogue() {
     struct Source {
         QString name, path;
         std::shared_ptr<GstDevice> device;
-        bool v4l2;  // v4l2src on path rather than the provider's own element
+        bool behind;  // another provider's entry, opened by v4l2src on the node behind it
     };
     std::vector<Source> sources;
     GstRef<GstDeviceMonitor> monitor(gst_device_monitor_new());
@@ -82,9 +90,8 @@ std::vector<FilterGraph::Impl::Entry> FilterGraph::Impl::Catalogue() {
         std::shared_ptr<GstDevice> owned(device, ObjectUnref());
         // PipeWire offers a V4L2 camera again under its own provider: it is the same device
         // node, and its controls are only reachable there.
-        const QString node = FromV4l2Provider(device) ? QString() : Property(device, {"api.v4l2.path"});
-        sources.push_back({Utf8(name), node.isEmpty() ? DevicePath(device, nullptr) : node, owned,
-                           FromV4l2Provider(device) || !node.isEmpty()});
+        const QString node = FromV4l2Provider(device) ? QString() : V4l2NodeBehind(device);
+        sources.push_back({Utf8(name), node.isEmpty() ? DevicePath(device, nullptr) : node, owned, !node.isEmpty()});
         g_free(name);
     }
     g_list_free(devices);
@@ -95,9 +102,7 @@ std::vector<FilterGraph::Impl::Entry> FilterGraph::Impl::Catalogue() {
     QStringList v4l2Nodes;
     for (const Source& s : sources)
         if (FromV4l2Provider(s.device.get())) v4l2Nodes << s.path;
-    std::erase_if(sources, [&](const Source& s) {
-        return s.v4l2 && !FromV4l2Provider(s.device.get()) && v4l2Nodes.contains(s.path);
-    });
+    std::erase_if(sources, [&](const Source& s) { return s.behind && v4l2Nodes.contains(s.path); });
 
     Impl* d = this;
     std::vector<Entry> out;
@@ -105,9 +110,9 @@ std::vector<FilterGraph::Impl::Entry> FilterGraph::Impl::Catalogue() {
         out.push_back({{s.name,
                         [d, s]() -> FilterInfo* {
                             GstElement* e = nullptr;
-                            if (s.v4l2 && !FromV4l2Provider(s.device.get())) {
+                            if (s.behind) {
                                 e = gst_element_factory_make("v4l2src", nullptr);
-                                if (e) g_object_set(e, "device", s.path.toUtf8().constData(), nullptr);
+                                if (e) g_object_set(e, "device", QFile::encodeName(s.path).constData(), nullptr);
                             } else {
                                 e = gst_device_create_element(s.device.get(), nullptr);
                             }
