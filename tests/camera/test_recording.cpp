@@ -320,6 +320,7 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
     for (const auto& s : steps) {
         SCOPED_TRACE(s.name);
         m.host.Boxes.clear();
+        const qsizetype logged = m.box.LogTexts().size();
         if (!s.box.isEmpty()) m.host.AnswerMsgBox(vb::vbOK);
         s.act();
         if (s.click) m.f.cmdPlayStop->Click();
@@ -327,7 +328,7 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
             ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }));
             EXPECT_TRUE(m.host.Boxes[0].Prompt.startsWith(s.box)) << m.host.Boxes[0].Prompt.toStdString();
         }
-        if (!s.log.isEmpty()) EXPECT_TRUE(m.Logged(s.log)) << m.box.LogTexts().join(u'\n').toStdString();
+        if (!s.log.isEmpty()) EXPECT_TRUE(m.box.LogTexts().mid(logged).contains(s.log));
         EXPECT_EQ(m.f.ViewMode == tavix::ViewMode::Live, s.live);
         if (!s.live) continue;
         const QImage shown = m.f.FilterGraph->GetCurrentImage();
@@ -335,7 +336,6 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
         EXPECT_EQ(m.f.FilterGraph->GetVideoSize(), QSize(1280, 720));
         EXPECT_EQ(std::pair(Brightness("/fakecam/video0"), Brightness("/fakecam/video2")), std::pair(0, 10));
     }
-    EXPECT_TRUE(m.host.Boxes.empty());
     fakecam_plug(FakeCamNone);
 }
 
