@@ -8,6 +8,7 @@
 #include "CrossLines.h"
 #include "DataFolder.h"
 #include "DialogHost.h"
+#include "Graph.h"
 #include "JpegQty.h"
 #include "Layout.h"
 #include "MeasureConfig.h"
@@ -63,6 +64,7 @@ void WireMain(frmMain& f) {
     f.chkScale->OnClick = [&f] { chkScale_Click(f); };
     f.OnResize = [&f] { Form_Resize(f); };
     f.Hooks.OpenCameraGraph = [](frmMain& form) { return OpenCameraGraph(form); };
+    f.Hooks.RefusedCamera = [](frmMain&) { return cam::RefusedCameraDevice(GrfFilePath()); };
     f.Hooks.FitCameraView = [](frmMain& form) { FitCameraView(form); };
     f.Hooks.CaptureFrame = [](frmMain& form) { CaptureFrame(form); };
     f.Hooks.SwitchViewMode = [](frmMain& form, bool capture) { SwitchViewMode(form, capture); };

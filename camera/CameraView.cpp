@@ -3,6 +3,7 @@
 #include <QFileInfo>
 #include <QTimer>
 #include <cmath>
+#include <tuple>
 
 #include "App.h"
 #include "CommandArea.h"
@@ -187,6 +188,35 @@ void SwitchViewMode(frmMain& f, bool blnCaptureFlg) {
     f.chkMeasureSave->SetEnabled(true);
 }
 
+namespace {
+
+// The graph whose camera was lost; the live picture comes back through a graph opened afresh.
+std::weak_ptr<cam::FilterGraph> g_lostGraph;
+
+// A camera node this user may not open, logged; empty when none is.
+QString RefusedCamera() {
+    const QString refused = cam::RefusedCameraDevice(GrfFilePath());
+    if (!refused.isEmpty()) WriteLog(QStringLiteral("Camera Permission Denied.(%1)").arg(refused));
+    return refused;
+}
+
+// Opens the graph anew from the graph file: the device again, with its format and settings.
+// When the camera is still missing, the lost graph stays and the box says why.
+bool ReopenCamera(frmMain& f) {
+    const auto lost = std::tuple(f.FilterGraph, f.GraphFileStore, f.CameraFilter, f.CameraOutputPin);
+    bool ready = false;
+    const int err = vb::Trap([&] { ready = OpenCameraGraph(f) == SubsystemHooks::GraphResult::Ready; });
+    if (ready) return true;
+    std::tie(f.FilterGraph, f.GraphFileStore, f.CameraFilter, f.CameraOutputPin) = lost;
+    WriteLog(QStringLiteral("Camera Reopen Error.(%1)").arg(err));
+    const QString refused = RefusedCamera();
+    vb::Host().MsgBox(GST(20104) + QLatin1Char('\n') + (refused.isEmpty() ? GST(20198) : GST(20199, refused)),
+                      vb::vbOKOnly | vb::vbExclamation, GST(11103), &f);
+    return false;
+}
+
+}  // namespace
+
 void cmdPlayStop_Click(frmMain& f) {
     if (f.CommandMode == CommandMode::MovieArmed) return StartRecording(f);
     if (f.CommandMode == CommandMode::Recording) return StopRecording(f);
@@ -194,6 +224,8 @@ void cmdPlayStop_Click(frmMain& f) {
         if (f.ResultDirty && !AskYesNo(&f, 20040, 11041)) return;
         if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
     }
+    if (f.ViewMode == ViewMode::Still && f.FilterGraph && f.FilterGraph == g_lostGraph.lock() && !ReopenCamera(f))
+        return;
     SwitchViewMode(f, true);
 }
 
@@ -225,7 +257,11 @@ void CameraStreamError(frmMain& f, int number, const QString& reason) {
         f.CommandMode != CommandMode::Recording)
         SwitchViewMode(f, true);
     if (f.FilterGraph) vb::Trap([&] { f.FilterGraph->Stop(); });
-    vb::Host().MsgBox(GST(20108, reason), vb::vbOKOnly | vb::vbExclamation, GST(11103), &f);
+    g_lostGraph = f.FilterGraph;
+    const QString refused = RefusedCamera();
+    const QString text = GST(20108, reason);
+    vb::Host().MsgBox(refused.isEmpty() ? text : text + QLatin1Char('\n') + GST(20199, refused),
+                      vb::vbOKOnly | vb::vbExclamation, GST(11103), &f);
 }
 
 }  // namespace tavix

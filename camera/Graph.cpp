@@ -4,6 +4,8 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QTimer>
+#include <gst/base/gstbasesink.h>
+
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
@@ -30,15 +32,18 @@ bool IsV4l2(const Filter& f) {
     return factory && g_strcmp0(GST_OBJECT_NAME(factory), "v4l2src") == 0;
 }
 
-// The error number a failure reports: a full disk, a file that cannot be written, else
-// a device error.
-int ErrorNumber(const GError* error) {
-    if (error && error->domain == GST_RESOURCE_ERROR) {
+// The error number a failure reports. Only the file writer's "no space" is a full disk: a
+// camera that cannot allocate its buffers says the same.
+int ErrorNumber(const GError* error, bool writer, const Filter* camera) {
+    if (error && error->domain == GST_RESOURCE_ERROR && writer) {
         if (error->code == GST_RESOURCE_ERROR_NO_SPACE_LEFT) return vb::ErrDiskFull;
         if (error->code == GST_RESOURCE_ERROR_OPEN_WRITE || error->code == GST_RESOURCE_ERROR_WRITE ||
             error->code == GST_RESOURCE_ERROR_OPEN_READ_WRITE)
             return vb::ErrPathFileAccess;
     }
+    if (error && error->domain == GST_RESOURCE_ERROR && error->code == GST_RESOURCE_ERROR_OPEN_READ_WRITE && camera &&
+        DeviceRefused(camera->device))
+        return vb::ErrPermissionDenied;
     return vb::ErrDeviceIO;
 }
 
@@ -94,11 +99,12 @@ void Impl::OnMessage(GstMessage* message) {
     GError* error = nullptr;
     gst_message_parse_error(message, &error, nullptr);
     const QString reason = error ? Utf8(error->message) : QString();
-    const int number = ErrorNumber(error);
+    const bool writer = record.Contains(GST_MESSAGE_SRC(message));
+    const int number = ErrorNumber(error, writer && GST_IS_BASE_SINK(GST_MESSAGE_SRC(message)), camera);
     g_clear_error(&error);
     lastError = reason;
     // A camera that fails while recording still lets the file be finished.
-    if (!record.Contains(GST_MESSAGE_SRC(message))) FinishFile(3000);
+    if (!writer) FinishFile(3000);
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
     active = false;
     // Reported from the event loop, so a handler that drops the graph is safe.

@@ -36,6 +36,10 @@ class FilterGraph;
 // needs a few more than a real one. Empty when nothing is missing.
 QStringList MissingElements(bool testCamera);
 
+// A camera node this user may not open (not in the group that owns it, usually "video"):
+// the device the graph file names, else the first /dev/video* refused; empty when none is.
+QString RefusedCameraDevice(const QString& graphFile);
+
 struct PinInfo {
     QString Name;
     int Direction = 0;  // 0 input, 1 output

@@ -15,6 +15,9 @@ class QTimer;
 
 namespace tavix::cam {
 
+// Whether opening the device node fails for want of permission.
+bool DeviceRefused(const QString& device);
+
 struct FilterGraph::Impl {
     explicit Impl(FilterGraph& graph);
     ~Impl();

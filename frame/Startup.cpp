@@ -169,9 +169,16 @@ bool Form_Load(frmMain& f, int16_t programType) {
             using GraphResult = SubsystemHooks::GraphResult;
             // Without the camera subsystem the camera variants start with no graph.
             const GraphResult graph = f.Hooks.OpenCameraGraph ? f.Hooks.OpenCameraGraph(f) : GraphResult::Ready;
-            if (graph == GraphResult::NoCameraFilter)
-                return fail(
-                    {QStringLiteral("Camera Filter Error."), GST(20104) + QLatin1Char('\n') + GST(20105), GST(11103)});
+            if (graph == GraphResult::NoCameraFilter) {
+                // A camera the user may not open is not listed at all: say why.
+                const QString refused = f.Hooks.RefusedCamera ? f.Hooks.RefusedCamera(f) : QString();
+                QString text = GST(20104) + QLatin1Char('\n') + GST(20105);
+                if (!refused.isEmpty()) {
+                    WriteLog(QStringLiteral("Camera Permission Denied.(%1)").arg(refused));
+                    text += QLatin1Char('\n') + GST(20199, refused);
+                }
+                return fail({QStringLiteral("Camera Filter Error."), text, GST(11103)});
+            }
             if (graph == GraphResult::NoOutputPin)
                 return fail({QStringLiteral("Camera OutputPIN Error."), GST(20106) + QLatin1Char('\n') + GST(20107),
                              GST(11104)});

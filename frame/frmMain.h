@@ -31,6 +31,8 @@ struct SubsystemHooks {
     // Loads the camera graph from its file, or builds and saves it.
     enum class GraphResult { Ready, NoCameraFilter, NoOutputPin };
     std::function<GraphResult(frmMain&)> OpenCameraGraph;
+    // The camera node this user may not open (not in its group); empty when none is.
+    std::function<QString(frmMain&)> RefusedCamera;
     // Sizes the live picture and runs the graph.
     std::function<void(frmMain&)> FitCameraView;
     // Repaints the still at the current size (used by the layout).
