@@ -466,6 +466,10 @@ private:
 };
 
 // The file and colour dialogs, run through the dialog host.
+// The ending of the first pattern of the filter's index-th type (from 1), ".bmp" of
+// "Bitmap|*.bmp;*.dib"; empty when that pattern has no fixed ending ("*.*", "*").
+QString FilterEnding(const QString& filter, int index);
+
 class CommonDialog : public Control {
 public:
     CommonDialog(Form& form, ContainerBase* container, const QString& name, int index = -1);

@@ -78,13 +78,11 @@ QImage VisiblePart(frmMain& f) {
 // Writes the picture by the ending of name; true when a picture file was written.
 bool WritePicture(frmMain& f, const QImage& source, const QString& name, WriteFailure& failure) {
     const VariableDefinition& v = Var();
-    const QString ending = name.right(4);
-    if (ending == QLatin1String(".bmp")) {
+    if (name.endsWith(QLatin1String(".bmp"))) {
         const int err = vb::Trap([&] { vb::SavePicture(source, name); });
         if (err != 0) failure.Note(err, name);
         return err == 0;
     }
-    if (ending != QLatin1String(".jpg")) return false;
 
     // The JPEG is made from the written bitmap, read back. Only this program reads that file,
     // so it need not be replaced atomically.
@@ -213,6 +211,15 @@ void cmdPicSave_Click(frmMain& f) {
         // Without a camera there is nothing to record.
         if (stillVariant) return Refuse(f, 20035, 11033);
         return ArmMovie(f, name, startView);
+    }
+    const QString ending = name.right(4);
+    if (ending != QLatin1String(".bmp") && ending != QLatin1String(".jpg")) {
+        // Nothing at all is written: the side file's name, cut by four characters, could hit
+        // an unrelated file.
+        const QString accepted = stillVariant ? QStringLiteral(".bmp .jpg") : QStringLiteral(".bmp .jpg .avi");
+        vb::Host().MsgBox(GST(20038, accepted), vb::vbOKOnly | vb::vbExclamation, GST(11035), &f);
+        if (startView == ViewMode::Live) SwitchView(f);
+        return;
     }
     SaveStill(f, name, startView);
 }
