@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QDir>
 #include <QImageReader>
+#include <QLoggingCategory>
 #include <QtEndian>
 
 #include <algorithm>
@@ -172,6 +173,35 @@ QImage ReadPlainBmp(QFile& file, const BmpHeader& bmp) {
     return image;
 }
 
+// Qt's JPEG reader hands back a cut-off or damaged file as a whole picture, the missing part
+// grey; only its decoder's warnings tell. They come on the decoding thread, within read().
+thread_local bool t_watchingJpeg = false;
+thread_local bool t_jpegDamaged = false;
+QtMessageHandler g_previousHandler = nullptr;
+
+void NoteJpegDamage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    if (t_watchingJpeg && type == QtWarningMsg && context.category &&
+        qstrcmp(context.category, "qt.gui.imageio.jpeg") == 0 &&
+        (message.startsWith(QLatin1String("Corrupt JPEG data")) ||
+         message.startsWith(QLatin1String("Premature end of JPEG file")))) {
+        t_jpegDamaged = true;
+        return;  // told to the user as a picture that cannot be opened
+    }
+    if (g_previousHandler) g_previousHandler(type, context, message);
+}
+
+// Reads the image, false when it failed or came out of a damaged JPEG.
+bool ReadWhole(QImageReader& reader, QImage& image) {
+    if (reader.format() != "jpeg") return reader.read(&image);
+    t_jpegDamaged = false;
+    t_watchingJpeg = true;
+    g_previousHandler = qInstallMessageHandler(NoteJpegDamage);
+    const bool read = reader.read(&image);
+    qInstallMessageHandler(g_previousHandler);
+    t_watchingJpeg = false;
+    return read && !t_jpegDamaged;
+}
+
 QImage Decode(QFile& file) {
     BmpHeader bmp;
     const int bmpError = CheckBmp(file, bmp);
@@ -187,7 +217,7 @@ QImage Decode(QFile& file) {
     if (size.isValid() && TooLarge(size)) Raise(ErrOutOfMemory);
     if (bmpError) Raise(bmpError);
     QImage image;
-    if (!reader.read(&image) || image.isNull()) {
+    if (!ReadWhole(reader, image) || image.isNull()) {
         // A failed allocation reads as a failed decode; tell the two apart.
         if (size.isValid() && QImage(size, QImage::Format_RGB32).isNull()) Raise(ErrOutOfMemory);
         Raise(ErrInvalidPicture);
