@@ -1,5 +1,7 @@
 #include "Controls.h"
 
+#include <QFileInfo>
+
 #include <QApplication>
 #include <QComboBox>
 #include <QFontMetrics>
@@ -697,7 +699,9 @@ void CommonDialog::ShowSave() {
     if (Host().ShowSave(*this, &form_)) {
         // A typed name without an ending gets the one of the chosen type, as users expect.
         const QString base = FileName.section(QLatin1Char('/'), -1);
-        if (!base.isEmpty() && !base.contains(QLatin1Char('.'))) FileName += FilterEnding(Filter, FilterIndex);
+        // A folder's name is a name already, which writing then refuses.
+        if (!base.isEmpty() && !base.contains(QLatin1Char('.')) && !QFileInfo(FileName).isDir())
+            FileName += FilterEnding(Filter, FilterIndex);
         return;
     }
     FileName.clear();
