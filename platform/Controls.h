@@ -456,6 +456,10 @@ private:
     void CheckCol(int col) const;
     void CheckCell(int row, int col) const;
     void ApplyAlignment(int row, int col);
+    // Widens the column to its widest text (never below the width set); grows only if grow.
+    void FitColumn(int col);
+    int TextWidth(const QString& text) const;
+    int BorderAt(int x) const;
     QTableWidget* table_;
     QObject* input_;
     int fixedRows_ = 1;
@@ -463,6 +467,7 @@ private:
     std::vector<int> fixedAlign_;
     std::vector<double> colWidth_;
     int row_ = 1, rowSel_ = 1, col_ = 0, colSel_ = 0;
+    int resizing_ = -1;  // the column whose right border the user drags
 };
 
 // The file and colour dialogs, run through the dialog host.
