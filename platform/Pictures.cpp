@@ -226,6 +226,9 @@ QImage Decode(QFile& file) {
     return Opaque(image);
 }
 
+// Qt's writer puts 72 dpi where the image has no resolution.
+int BmpDotsPerMeter(int dotsPerMeter) { return dotsPerMeter ? dotsPerMeter : 2834; }
+
 // One RGB32 row to B, G, R bytes, four pixels into three words.
 void PackRow24(const QRgb* in, uchar* out, int width) {
     int x = 0;
@@ -261,9 +264,8 @@ bool WriteBmp(const QImage& rgb, QIODevice& out) {
     qToLittleEndian<quint16>(1, p + 26);
     qToLittleEndian<quint16>(24, p + 28);
     qToLittleEndian<quint32>(static_cast<quint32>(fileSize - kBmpHeadersSize), p + 34);
-    // Qt's writer puts 72 dpi where the image has no resolution.
-    qToLittleEndian<qint32>(rgb.dotsPerMeterX() ? rgb.dotsPerMeterX() : 2834, p + 38);
-    qToLittleEndian<qint32>(rgb.dotsPerMeterY() ? rgb.dotsPerMeterY() : 2834, p + 42);
+    qToLittleEndian<qint32>(BmpDotsPerMeter(rgb.dotsPerMeterX()), p + 38);
+    qToLittleEndian<qint32>(BmpDotsPerMeter(rgb.dotsPerMeterY()), p + 42);
     if (out.write(h) != h.size()) return false;
 
     const int rowsPerChunk = static_cast<int>(std::max<qsizetype>(1, kChunkBytes / stride));
@@ -301,6 +303,18 @@ QImage LoadPicture(const QString& path) {
     if (!file.open(QIODevice::ReadOnly)) Raise(ErrPathFileAccess);
     try {
         return Decode(file);
+    } catch (const std::bad_alloc&) {
+        Raise(ErrOutOfMemory);
+    }
+}
+
+QImage AsReadBack(const QImage& image) {
+    if (image.isNull()) Raise(ErrInvalidPicture);
+    try {
+        QImage out = Opaque(image);
+        out.setDotsPerMeterX(BmpDotsPerMeter(out.dotsPerMeterX()));
+        out.setDotsPerMeterY(BmpDotsPerMeter(out.dotsPerMeterY()));
+        return out;
     } catch (const std::bad_alloc&) {
         Raise(ErrOutOfMemory);
     }

@@ -11,6 +11,7 @@
 #include "Ini.h"
 #include "JpegQty.h"
 #include "OpenImage.h"
+#include "Pictures.h"
 #include "SaveImage.h"
 #include "StartedMain.h"
 
@@ -154,7 +155,12 @@ TEST(SavePicture, JpegQualityTellsInTheFileSize) {
     tavix::Var().Still1xSave = 1;
     for (const int q : {10, 100}) {
         tavix::Var().JpegQty = q;
-        w.Save(w.box.File(QStringLiteral("q%1.jpg").arg(q)));
+        const QString name = QStringLiteral("q%1.jpg").arg(q);
+        w.Save(w.box.File(name));
+        // The same bytes as when made from the temporary bitmap read back.
+        const QString fromBitmap = w.box.File("from-bitmap.jpg");
+        ASSERT_EQ(tavix::SaveJpeg(vb::LoadPicture(w.box.File("TempBitmap.bmp")), fromBitmap, q), 0);
+        EXPECT_EQ(w.box.Read(name), w.box.Read("from-bitmap.jpg")) << q;
     }
     EXPECT_LT(2 * QFileInfo(w.box.File("q10.jpg")).size(), QFileInfo(w.box.File("q100.jpg")).size());
 }
