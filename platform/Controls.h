@@ -456,7 +456,7 @@ private:
     void CheckCol(int col) const;
     void CheckCell(int row, int col) const;
     void ApplyAlignment(int row, int col);
-    // Widens the column to its widest text (never below the width set); grows only if grow.
+    // Widens the column to its widest text, never below the width set by code.
     void FitColumn(int col);
     int TextWidth(const QString& text) const;
     int BorderAt(int x) const;
@@ -470,11 +470,11 @@ private:
     int resizing_ = -1;  // the column whose right border the user drags
 };
 
-// The file and colour dialogs, run through the dialog host.
 // The ending of the first pattern of the filter's index-th type (from 1), ".bmp" of
 // "Bitmap|*.bmp;*.dib"; empty when that pattern has no fixed ending ("*.*", "*").
 QString FilterEnding(const QString& filter, int index);
 
+// The file and colour dialogs, run through the dialog host.
 class CommonDialog : public Control {
 public:
     CommonDialog(Form& form, ContainerBase* container, const QString& name, int index = -1);

@@ -7,7 +7,6 @@
 #include <QFileInfo>
 #include <QDir>
 #include <QImageReader>
-#include <QLoggingCategory>
 #include <QtEndian>
 
 #include <algorithm>
@@ -196,10 +195,13 @@ bool ReadWhole(QImageReader& reader, QImage& image) {
     t_jpegDamaged = false;
     t_watchingJpeg = true;
     g_previousHandler = qInstallMessageHandler(NoteJpegDamage);
-    const bool read = reader.read(&image);
-    qInstallMessageHandler(g_previousHandler);
-    t_watchingJpeg = false;
-    return read && !t_jpegDamaged;
+    struct Restore {
+        ~Restore() {
+            qInstallMessageHandler(g_previousHandler);
+            t_watchingJpeg = false;
+        }
+    } restore;
+    return reader.read(&image) && !t_jpegDamaged;
 }
 
 QImage Decode(QFile& file) {
