@@ -68,9 +68,9 @@ int main(int argc, char** argv) {
     });
     if (QFileInfo(pictures.filePath(QStringLiteral("ours.jpg"))).size() == 0) bench::Stop("no JPEG written");
     std::printf(
-        "cmdPicSave_Click 4000x3000 JPEG q90 (over the temporary BMP): median %.2f ms; bare QImageWriter: "
-        "median %.2f ms; ratio %.2f (goal: within 1.5x); bare and synced: median %.2f ms, ratio %.2f\n",
-        jpeg, bareJpeg, jpeg / bareJpeg, syncedJpeg, jpeg / syncedJpeg);
+        "cmdPicSave_Click 4000x3000 JPEG q90 (temporary BMP included): median %.2f ms; bare QImageWriter: "
+        "median %.2f ms; ratio %.2f (goal: within 1.5x: %s); bare and synced: median %.2f ms, ratio %.2f\n",
+        jpeg, bareJpeg, jpeg / bareJpeg, jpeg / bareJpeg <= 1.5 ? "met" : "NOT met", syncedJpeg, jpeg / syncedJpeg);
 
     const double bmp = save(QStringLiteral("ours.bmp"));
     const double bareBmp = MedianMs(runs, [&] {

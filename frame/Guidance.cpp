@@ -39,6 +39,8 @@ void ShowGuidance(frmMain& f, int16_t number, const std::optional<QString>& seco
         box->SetEnabled(true);
     }
     if (second) f.txtComment[1]->SetText(*second);
+    // The whole text, should a line still be wider than its field in some font.
+    for (vb::TextBox* box : f.txtComment) box->Widget()->setToolTip(box->Text());
 }
 
 }  // namespace
@@ -56,6 +58,7 @@ void HideGuidance(frmMain& f) {
         box->SetText(f.SavedComment[i]);
         box->SetBackColor(vb::vbWindowBackground);
         box->SetLocked(false);
+        box->Widget()->setToolTip({});
     }
 }
 

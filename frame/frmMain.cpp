@@ -142,6 +142,8 @@ frmMain::frmMain() : vb::Form(QStringLiteral("frmMain")) {
     chkCross->SetPicture(Icon("cross1"));
     chkCross->Tag = QStringLiteral("NoDisable");
     cboProof = AreaControl(new vb::ComboBox(*this, panel, QStringLiteral("cboProof")), 180, 3780, 2055, 345);
+    lblProofValue = AreaControl(new vb::Label(*this, panel, QStringLiteral("lblProofValue")), 840, 3495, 2220, 225);
+    lblProofValue->SetAlignment(1);
     cmdProofConfig = AreaControl(new vb::CommandButton(*this, panel, QStringLiteral("cmdProofConfig")), 2280, 3795, 735,
                                  315, QStringLiteral("設定"));
     cmdResultSave = IconButton(*this, panel, QStringLiteral("cmdResultSave"), -1, 120, 4620, 855, 795,

@@ -84,6 +84,7 @@ public:
     vb::CheckBox* chkScale;
     vb::CheckBox* chkCross;
     vb::ComboBox* cboProof;
+    vb::Label* lblProofValue;  // what one pixel of the calibration in use measures
     vb::CommandButton* cmdProofConfig;
     vb::CommandButton* cmdResultSave;
     vb::CommandButton* cmdResultRemove;

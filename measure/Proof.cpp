@@ -1,7 +1,9 @@
 #include "Proof.h"
 
 #include <QRegularExpression>
+#include <algorithm>
 #include <array>
+#include <cmath>
 
 #include "App.h"
 #include "CalcModule.h"
@@ -30,11 +32,38 @@ double NumberItem(const QString& item) {
     return vb::Val(item);
 }
 
+// Four significant digits without an exponent, trailing zeros dropped: "0.5", "0.0001235".
+QString ShortNumber(double value) {
+    if (value == 0 || !std::isfinite(value)) return vb::CStr(value);
+    const int decimals = std::clamp(3 - static_cast<int>(std::floor(std::log10(std::abs(value)))), 0, 9);
+    QString text = QString::number(value, 'f', decimals);
+    if (text.contains(QLatin1Char('.'))) {
+        while (text.endsWith(QLatin1Char('0'))) text.chop(1);
+        if (text.endsWith(QLatin1Char('.'))) text.chop(1);
+    }
+    return text;
+}
+
 QString Quoted(const QString& text) { return QLatin1Char('"') + text + QLatin1Char('"'); }
 
 int SelectedSlot(const frmMain& f) {
     const int i = f.cboProof->ListIndex();
     return i >= 0 && i < ProofTableSize ? i : Var().CurrentProofNo;
+}
+
+// The calibration in use changed: its value is shown and a scale bar follows at once.
+void ShowProof(frmMain& f) {
+    const ProofRecord& proof = Var().ProofTable[Var().CurrentProofNo];
+    const QString text = GST(10202, ShortNumber(proof.Value) + QLatin1Char(' ') + proof.Unit);
+    f.lblProofValue->SetCaption(text);
+    f.lblProofValue->Widget()->setToolTip(text);
+    if (f.chkScale->Value() != 1) return;
+    if (f.ViewMode == ViewMode::Live) {
+        if (f.Hooks.DrawScale) f.Hooks.DrawScale(f);
+        return;
+    }
+    DispImage(f, false);
+    if (f.ResultCount > 0 && f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
 }
 
 // Second point taken: the dialog, then back to idle with the outcome applied.
@@ -50,7 +79,9 @@ void ConfigureFromPoints(frmMain& f) {
             break;
         }
     }
-    dlg.txtValue->Tag = vb::CStr(PointDistance(f.WorkPoints[1], f.WorkPoints[2]));
+    const double distance = PointDistance(f.WorkPoints[1], f.WorkPoints[2]);
+    dlg.txtValue->Tag = vb::CStr(distance);
+    dlg.lblMeasured->SetCaption(GST(14004, QString::number(distance / v.ZoomFactor, 'f', 1)));
     // A dialog that ended some other way counts as cancelled.
     v.DialogResult = false;
     vb::Host().ShowModal(dlg, &f);
@@ -64,6 +95,7 @@ void ConfigureFromPoints(frmMain& f) {
     }
     for (int i = 0; i < ProofTableSize && i < f.cboProof->ListCount(); ++i)
         f.cboProof->SetList(i, v.ProofTable[i].Name);
+    if (v.DialogResult) ShowProof(f);
     EndMeasureCommand(f);
 }
 
@@ -109,6 +141,7 @@ void cboProof_Click(frmMain& f) {
         if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
     }
     Var().CurrentProofNo = static_cast<int16_t>(f.cboProof->ListIndex());
+    ShowProof(f);
 }
 
 void cmdProofConfig_Click(frmMain& f) {

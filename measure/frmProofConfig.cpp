@@ -45,7 +45,7 @@ double NewValue(double known, const QString& tag, double zoom) {
 frmProofConfig::frmProofConfig() : vb::Form(QStringLiteral("frmProofConfig")) {
     setWindowFlags(kDialogFlags);
     SetCaption(QStringLiteral("校正値設定"));
-    SetClientSize(4680, 1560);
+    SetClientSize(4680, 1860);
     setFixedSize(size());
 
     const char* captions[3] = {"設定名称", "基準長", "単位"};
@@ -53,6 +53,7 @@ frmProofConfig::frmProofConfig() : vb::Form(QStringLiteral("frmProofConfig")) {
         Label1[i] = Design(new vb::Label(*this, this, QStringLiteral("Label1"), i), 120, 180 + 450 * i, 1095, 255);
         Label1[i]->SetCaption(QString::fromUtf8(captions[i]));
     }
+    lblMeasured = Design(new vb::Label(*this, this, QStringLiteral("lblMeasured")), 120, 1500, 4440, 255);
     // Labels take no focus; the five fields go in this tab order.
     txtName = Design(new vb::TextBox(*this, this, QStringLiteral("txtName")), 1320, 120, 1815, 345);
     txtName->SetMaxLength(8);

@@ -18,6 +18,7 @@ public:
     vb::CommandButton* cmdOK;
     vb::CommandButton* cmdCancel;
     std::array<vb::Label*, 3> Label1{};
+    vb::Label* lblMeasured;  // the reference's length in pixels of the picture
 
     // Captions and the unit list; the caller runs it before touching the controls.
     void Form_Load();

@@ -1,5 +1,7 @@
 #include "Controls.h"
 
+#include <QFileInfo>
+
 #include <QApplication>
 #include <QComboBox>
 #include <QFontMetrics>
@@ -681,8 +683,27 @@ void CommonDialog::ShowOpen() {
     if (CancelError) Raise(ErrCancel);
 }
 
+QString FilterEnding(const QString& filter, int index) {
+    const QStringList parts = filter.split(QLatin1Char('|'));
+    const qsizetype at = 2 * qsizetype(index - 1) + 1;
+    if (index < 1 || at >= parts.size()) return {};
+    const QString first = parts[at].section(QLatin1Char(';'), 0, 0).trimmed();
+    const QString ending = first.mid(1);
+    if (!first.startsWith(QLatin1String("*.")) || ending.size() < 2 || ending.contains(QLatin1Char('*')) ||
+        ending.contains(QLatin1Char('?')))
+        return {};
+    return ending;
+}
+
 void CommonDialog::ShowSave() {
-    if (Host().ShowSave(*this, &form_)) return;
+    if (Host().ShowSave(*this, &form_)) {
+        // A typed name without an ending gets the one of the chosen type, as users expect.
+        const QString base = FileName.section(QLatin1Char('/'), -1);
+        // A folder's name is a name already, which writing then refuses.
+        if (!base.isEmpty() && !base.contains(QLatin1Char('.')) && !QFileInfo(FileName).isDir())
+            FileName += FilterEnding(Filter, FilterIndex);
+        return;
+    }
     FileName.clear();
     if (CancelError) Raise(ErrCancel);
 }

@@ -456,6 +456,10 @@ private:
     void CheckCol(int col) const;
     void CheckCell(int row, int col) const;
     void ApplyAlignment(int row, int col);
+    // Widens the column to its widest text, never below the width set by code.
+    void FitColumn(int col);
+    int TextWidth(const QString& text) const;
+    int BorderAt(int x) const;
     QTableWidget* table_;
     QObject* input_;
     int fixedRows_ = 1;
@@ -463,7 +467,12 @@ private:
     std::vector<int> fixedAlign_;
     std::vector<double> colWidth_;
     int row_ = 1, rowSel_ = 1, col_ = 0, colSel_ = 0;
+    int resizing_ = -1;  // the column whose right border the user drags
 };
+
+// The ending of the first pattern of the filter's index-th type (from 1), ".bmp" of
+// "Bitmap|*.bmp;*.dib"; empty when that pattern has no fixed ending ("*.*", "*").
+QString FilterEnding(const QString& filter, int index);
 
 // The file and colour dialogs, run through the dialog host.
 class CommonDialog : public Control {

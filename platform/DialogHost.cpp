@@ -95,6 +95,15 @@ bool RunFileDialog(CommonDialog& dlg, QWidget* owner, bool save) {
         d.setNameFilters(filters);
         const int i = dlg.FilterIndex - 1;
         d.selectNameFilter(filters.value(i >= 0 && i < filters.size() ? i : 0));
+        if (save) {
+            // A typed name without an ending takes the chosen type's before the overwrite
+            // question, so that question is asked about the file really written.
+            const auto takeEnding = [&d, &dlg, filters](const QString& chosen) {
+                d.setDefaultSuffix(FilterEnding(dlg.Filter, static_cast<int>(filters.indexOf(chosen)) + 1).mid(1));
+            };
+            takeEnding(d.selectedNameFilter());
+            QObject::connect(&d, &QFileDialog::filterSelected, &d, takeEnding);
+        }
     }
     if (!dlg.FileName.isEmpty()) d.selectFile(dlg.FileName);
     if (d.exec() != QDialog::Accepted || d.selectedFiles().isEmpty()) return false;

@@ -5,6 +5,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QStyle>
 #include <QTableWidget>
 
 #include "ControlSupport.h"
@@ -67,6 +68,7 @@ FlexGrid::FlexGrid(Form& form, ContainerBase* container, const QString& name, in
     input_ = new GridInput(this);
     table_->installEventFilter(input_);
     table_->viewport()->installEventFilter(input_);
+    table_->viewport()->setMouseTracking(true);  // for the cursor over a column border
     table_->setWordWrap(false);
     table_->setCornerButtonEnabled(false);
     SetCols(2);
@@ -123,6 +125,8 @@ void FlexGrid::SetTextMatrix(int row, int col, const QString& text) {
     CheckCell(row, col);
     ApplyAlignment(row, col);
     table_->item(row, col)->setText(text);
+    // A value or unit is never cut: its column grows.
+    if (const int need = TextWidth(text); need > table_->columnWidth(col)) table_->setColumnWidth(col, need);
     // General alignment depends on the text.
     if ((row < fixedRows_ ? fixedAlign_ : colAlign_)[static_cast<size_t>(col)] == AlignGeneral)
         ApplyAlignment(row, col);
@@ -138,7 +142,31 @@ void FlexGrid::SetColWidth(int col, double twips) {
     if (twips < -1) Raise(ErrInvalidPropertyValue);
     if (twips < 0) twips = DefaultColWidthTwips;  // -1 is the default width
     colWidth_[static_cast<size_t>(col)] = twips;
-    table_->setColumnWidth(col, qRound(twips / 15.0));
+    FitColumn(col);
+}
+
+int FlexGrid::TextWidth(const QString& text) const {
+    if (text.isEmpty()) return 0;
+    // The style's margins either side of a cell's text, and the grid line.
+    const int margin = table_->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, table_) + 1;
+    return QFontMetrics(table_->font()).horizontalAdvance(text) + 2 * margin + 1;
+}
+
+void FlexGrid::FitColumn(int col) {
+    int width = qRound(colWidth_[static_cast<size_t>(col)] / 15.0);
+    for (int r = 0; r < Rows(); ++r)
+        if (const QTableWidgetItem* item = table_->item(r, col)) width = std::max(width, TextWidth(item->text()));
+    table_->setColumnWidth(col, width);
+}
+
+// The column whose right border lies within a few pixels of x, or -1.
+int FlexGrid::BorderAt(int x) const {
+    constexpr int kGrip = 3;
+    for (int c = 0; c < Cols(); ++c) {
+        const int right = table_->columnViewportPosition(c) + table_->columnWidth(c);
+        if (std::abs(x - right) <= kGrip) return c;
+    }
+    return -1;
 }
 
 int FlexGrid::ColAlignment(int col) const {
@@ -170,6 +198,7 @@ void FlexGrid::ApplyFont() {
     const int h = std::max(16, QFontMetrics(font_).height() + 3);
     table_->verticalHeader()->setMinimumSectionSize(h);
     table_->verticalHeader()->setDefaultSectionSize(h);
+    for (int c = 0; c < Cols(); ++c) FitColumn(c);
 }
 
 // Makes sure the cell has an item and gives it the look of its row: fixed rows are grey
@@ -243,9 +272,32 @@ bool FlexGrid::HandleInput(QObject* watched, QEvent* event) {
     const int first = fixedRows_, last = Rows() - 1;
     if (last < first) return false;
     if (watched == table_->viewport()) {
-        if (event->type() != QEvent::MouseButtonPress && event->type() != QEvent::MouseMove) return false;
+        const QEvent::Type type = event->type();
+        if (type != QEvent::MouseButtonPress && type != QEvent::MouseMove && type != QEvent::MouseButtonRelease)
+            return false;
         auto* mouse = static_cast<QMouseEvent*>(event);
-        if (!(mouse->buttons() & Qt::LeftButton)) return false;
+        // A column border is dragged to widen or narrow the column, as in any table.
+        const int x = mouse->position().toPoint().x();
+        if (resizing_ >= 0) {
+            if (type == QEvent::MouseButtonRelease)
+                resizing_ = -1;
+            else
+                table_->setColumnWidth(resizing_, std::max(4, x - table_->columnViewportPosition(resizing_)));
+            return true;
+        }
+        const int border = BorderAt(x);
+        if (!(mouse->buttons() & Qt::LeftButton)) {
+            if (border >= 0)
+                table_->viewport()->setCursor(Qt::SplitHCursor);
+            else
+                table_->viewport()->unsetCursor();
+            return false;
+        }
+        if (type == QEvent::MouseButtonPress && border >= 0) {
+            resizing_ = border;
+            return true;
+        }
+        if (type == QEvent::MouseButtonRelease) return false;
         const QPoint at = mouse->position().toPoint();
         int row = table_->rowAt(at.y());
         if (row < 0) row = at.y() < 0 ? first : last;

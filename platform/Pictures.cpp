@@ -172,6 +172,38 @@ QImage ReadPlainBmp(QFile& file, const BmpHeader& bmp) {
     return image;
 }
 
+// Qt's JPEG reader hands back a cut-off or damaged file as a whole picture, the missing part
+// grey; only its decoder's warnings tell. They come on the decoding thread, within read().
+thread_local bool t_watchingJpeg = false;
+thread_local bool t_jpegDamaged = false;
+QtMessageHandler g_previousHandler = nullptr;
+
+void NoteJpegDamage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    if (t_watchingJpeg && type == QtWarningMsg && context.category &&
+        qstrcmp(context.category, "qt.gui.imageio.jpeg") == 0 &&
+        (message.startsWith(QLatin1String("Corrupt JPEG data")) ||
+         message.startsWith(QLatin1String("Premature end of JPEG file")))) {
+        t_jpegDamaged = true;
+        return;  // told to the user as a picture that cannot be opened
+    }
+    if (g_previousHandler) g_previousHandler(type, context, message);
+}
+
+// Reads the image, false when it failed or came out of a damaged JPEG.
+bool ReadWhole(QImageReader& reader, QImage& image) {
+    if (reader.format() != "jpeg") return reader.read(&image);
+    t_jpegDamaged = false;
+    t_watchingJpeg = true;
+    g_previousHandler = qInstallMessageHandler(NoteJpegDamage);
+    struct Restore {
+        ~Restore() {
+            qInstallMessageHandler(g_previousHandler);
+            t_watchingJpeg = false;
+        }
+    } restore;
+    return reader.read(&image) && !t_jpegDamaged;
+}
+
 QImage Decode(QFile& file) {
     BmpHeader bmp;
     const int bmpError = CheckBmp(file, bmp);
@@ -187,7 +219,7 @@ QImage Decode(QFile& file) {
     if (size.isValid() && TooLarge(size)) Raise(ErrOutOfMemory);
     if (bmpError) Raise(bmpError);
     QImage image;
-    if (!reader.read(&image) || image.isNull()) {
+    if (!ReadWhole(reader, image) || image.isNull()) {
         // A failed allocation reads as a failed decode; tell the two apart.
         if (size.isValid() && QImage(size, QImage::Format_RGB32).isNull()) Raise(ErrOutOfMemory);
         Raise(ErrInvalidPicture);
@@ -195,6 +227,9 @@ QImage Decode(QFile& file) {
     if (TooLarge(image.size())) Raise(ErrOutOfMemory);
     return Opaque(image);
 }
+
+// Qt's writer puts 72 dpi where the image has no resolution.
+int BmpDotsPerMeter(int dotsPerMeter) { return dotsPerMeter ? dotsPerMeter : 2834; }
 
 // One RGB32 row to B, G, R bytes, four pixels into three words.
 void PackRow24(const QRgb* in, uchar* out, int width) {
@@ -231,9 +266,8 @@ bool WriteBmp(const QImage& rgb, QIODevice& out) {
     qToLittleEndian<quint16>(1, p + 26);
     qToLittleEndian<quint16>(24, p + 28);
     qToLittleEndian<quint32>(static_cast<quint32>(fileSize - kBmpHeadersSize), p + 34);
-    // Qt's writer puts 72 dpi where the image has no resolution.
-    qToLittleEndian<qint32>(rgb.dotsPerMeterX() ? rgb.dotsPerMeterX() : 2834, p + 38);
-    qToLittleEndian<qint32>(rgb.dotsPerMeterY() ? rgb.dotsPerMeterY() : 2834, p + 42);
+    qToLittleEndian<qint32>(BmpDotsPerMeter(rgb.dotsPerMeterX()), p + 38);
+    qToLittleEndian<qint32>(BmpDotsPerMeter(rgb.dotsPerMeterY()), p + 42);
     if (out.write(h) != h.size()) return false;
 
     const int rowsPerChunk = static_cast<int>(std::max<qsizetype>(1, kChunkBytes / stride));
@@ -271,6 +305,18 @@ QImage LoadPicture(const QString& path) {
     if (!file.open(QIODevice::ReadOnly)) Raise(ErrPathFileAccess);
     try {
         return Decode(file);
+    } catch (const std::bad_alloc&) {
+        Raise(ErrOutOfMemory);
+    }
+}
+
+QImage AsReadBack(const QImage& image) {
+    if (image.isNull()) Raise(ErrInvalidPicture);
+    try {
+        QImage out = Opaque(image);
+        out.setDotsPerMeterX(BmpDotsPerMeter(out.dotsPerMeterX()));
+        out.setDotsPerMeterY(BmpDotsPerMeter(out.dotsPerMeterY()));
+        return out;
     } catch (const std::bad_alloc&) {
         Raise(ErrOutOfMemory);
     }

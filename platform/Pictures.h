@@ -20,4 +20,8 @@ QImage LoadPicture(const QString& path);
 // image (nothing to save), 61 disk full, 75 not writable, 76 missing folder, 57 any other.
 void SavePicture(const QImage& image, const QString& path, bool scratch = false);
 
+// The image exactly as LoadPicture reads back what SavePicture wrote of it: opaque RGB32 with
+// the resolution of the file's header, so that what is made from either is the same.
+QImage AsReadBack(const QImage& image);
+
 }  // namespace vb

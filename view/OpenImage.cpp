@@ -45,7 +45,8 @@ void cmdPicLoad_Click(frmMain& f) {
     const QString path = f.cdlFile->FileName;
     if (path.isEmpty()) return;
 
-    if (f.ViewMode == ViewMode::Live && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+    const bool fromLive = f.ViewMode == ViewMode::Live;
+    if (fromLive && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
     if (v.ProgramType == 3 && !f.cmdPicSave->Enabled()) {
         // The first picture of a still measure run opens the measure panel.
         EnableCommandArea(f, *f.picMeasureCommandArea);
@@ -67,6 +68,8 @@ void cmdPicLoad_Click(frmMain& f) {
         DispImage(f, false);
         if (f.ResultCount > 0 && f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
         vb::Host().MsgBox(GST(20022, path), vb::vbOKOnly | vb::vbExclamation, GST(11022), &f);
+        // The frame frozen for the picture is not wanted: the camera runs on.
+        if (fromLive && f.ViewMode == ViewMode::Still && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
         return;
     }
     f.picTempView->Cls();

@@ -3,6 +3,8 @@
 #include <QImageWriter>
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <thread>
 
 #include "App.h"
 #include "CommandArea.h"
@@ -45,6 +47,26 @@ bool IsBlank(const QString& text) {
     return std::all_of(text.begin(), text.end(), [](QChar c) { return c == u' '; });
 }
 
+// SaveJpeg, which puts the file in place only if mayCommit, asked once the picture is
+// encoded, agrees; otherwise the target stays as it was and 0 is given.
+int32_t WriteJpeg(const QImage& picture, const QString& fileName, uint8_t quality,
+                  const std::function<bool()>& mayCommit) {
+    if (picture.isNull()) return vb::ErrTypeMismatch;
+    vb::SafeFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly)) return file.ErrorNumber();
+    QImageWriter writer(&file, "jpeg");
+    writer.setQuality(std::min<int>(quality, 100));
+    if (!writer.write(picture)) {
+        file.cancel();
+        return file.ErrorNumber() != 0 ? file.ErrorNumber() : kJpegEncoderFailed;
+    }
+    if (!mayCommit()) {
+        file.cancel();
+        return 0;
+    }
+    return file.commit() ? 0 : file.ErrorNumber();
+}
+
 // The first file that could not be written; the user hears of that one.
 struct WriteFailure {
     int Number = 0;
@@ -78,28 +100,41 @@ QImage VisiblePart(frmMain& f) {
 // Writes the picture by the ending of name; true when a picture file was written.
 bool WritePicture(frmMain& f, const QImage& source, const QString& name, WriteFailure& failure) {
     const VariableDefinition& v = Var();
-    const QString ending = name.right(4);
-    if (ending == QLatin1String(".bmp")) {
+    if (name.endsWith(QLatin1String(".bmp"))) {
         const int err = vb::Trap([&] { vb::SavePicture(source, name); });
         if (err != 0) failure.Note(err, name);
         return err == 0;
     }
-    if (ending != QLatin1String(".jpg")) return false;
 
-    // The JPEG is made from the written bitmap, read back. Only this program reads that file,
-    // so it need not be replaced atomically.
+    // The JPEG is made from the pixels the temporary bitmap holds, as it would be from the
+    // bitmap read back; the bitmap is written meanwhile. Only this program reads that file, so
+    // it need not be synced.
     const QString temp = vb::AppPathJoin(v.TempBitmapFile);
-    const int err = vb::Trap([&] {
-        vb::SavePicture(source, temp, true);
-        f.picJpegConv->SetPicture(vb::LoadPicture(temp));
-    });
-    if (err != 0) {
+    QImage picture;
+    if (const int err = vb::Trap([&] { picture = vb::AsReadBack(source); }); err != 0) {
         failure.Note(err, temp);
         return false;
     }
-    const int32_t status = SaveJpeg(f.picJpegConv->GetPicture(), name, v.JpegQty);
+    int bitmapError = 0;
+    std::thread bitmap([&] { bitmapError = vb::Trap([&] { vb::SavePicture(picture, temp, true); }); });
+    const auto bitmapWritten = [&] {
+        if (bitmap.joinable()) bitmap.join();
+        return bitmapError == 0;
+    };
+    struct Join {
+        const std::function<bool()> wait;
+        ~Join() { wait(); }
+    } join{bitmapWritten};
+    f.picJpegConv->SetPicture(picture);
+    const int32_t status = WriteJpeg(f.picJpegConv->GetPicture(), name, v.JpegQty, bitmapWritten);
+    bitmapWritten();
     // The picture is only held while it is encoded.
     f.picJpegConv->SetPicture(QImage());
+    if (bitmapError != 0) {
+        // As if the bitmap had come first: without it there is no JPEG.
+        failure.Note(bitmapError, temp);
+        return false;
+    }
     // An encoder that refuses the picture passes quietly; a file that cannot be written does not.
     if (status != 0 && status != kJpegEncoderFailed && status != vb::ErrTypeMismatch) failure.Note(status, name);
     return status == 0;
@@ -181,16 +216,7 @@ void ArmMovie(frmMain& f, const QString& name, ViewMode startView) {
 }  // namespace
 
 int32_t SaveJpeg(const QImage& picture, const QString& fileName, uint8_t quality) {
-    if (picture.isNull()) return vb::ErrTypeMismatch;
-    vb::SafeFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly)) return file.ErrorNumber();
-    QImageWriter writer(&file, "jpeg");
-    writer.setQuality(std::min<int>(quality, 100));
-    if (!writer.write(picture)) {
-        file.cancel();
-        return file.ErrorNumber() != 0 ? file.ErrorNumber() : kJpegEncoderFailed;
-    }
-    return file.commit() ? 0 : file.ErrorNumber();
+    return WriteJpeg(picture, fileName, quality, [] { return true; });
 }
 
 void cmdPicSave_Click(frmMain& f) {
@@ -213,6 +239,15 @@ void cmdPicSave_Click(frmMain& f) {
         // Without a camera there is nothing to record.
         if (stillVariant) return Refuse(f, 20035, 11033);
         return ArmMovie(f, name, startView);
+    }
+    const QString ending = name.right(4);
+    if (ending != QLatin1String(".bmp") && ending != QLatin1String(".jpg")) {
+        // Nothing at all is written: the side file's name, cut by four characters, could hit
+        // an unrelated file.
+        const QString accepted = stillVariant ? QStringLiteral(".bmp .jpg") : QStringLiteral(".bmp .jpg .avi");
+        vb::Host().MsgBox(GST(20038, accepted), vb::vbOKOnly | vb::vbExclamation, GST(11035), &f);
+        if (startView == ViewMode::Live) SwitchView(f);
+        return;
     }
     SaveStill(f, name, startView);
 }

@@ -1,4 +1,5 @@
 // The guidance file and the two comment lines that show it.
+#include <QLineEdit>
 #include <gtest/gtest.h>
 
 #include "CommandArea.h"
@@ -127,6 +128,31 @@ TEST(Guidance, SecondLineReplacedAndEmptyNumbers) {
     EXPECT_TRUE(w.host.Boxes.empty());
     tavix::HideGuidance(f);
     w.ExpectComment();
+}
+
+TEST(Guidance, EveryLineOfBothDeploymentsFitsItsFieldAndItsTooltipHoldsIt) {
+    for (const char* language : {"ja", "en"}) {
+        testing_support::StartedMain w(3, QString::fromLatin1(language));
+        const auto& table = tavix::Var().GuidanceTable;
+        // The numbered lines, and the second lines a recording writes in (at their longest).
+        std::vector<std::pair<int16_t, QString>> shown;
+        for (int16_t n = 0; n < tavix::GuidanceTableSize; ++n)
+            if (!table[n][0].isEmpty()) shown.emplace_back(n, table[n][1]);
+        shown.emplace_back(2, tavix::GST(20033, QStringLiteral("900")));
+        shown.emplace_back(2, tavix::GST(29010, QStringLiteral("900")));
+        ASSERT_GT(shown.size(), 30u) << language;
+        for (const auto& [n, second] : shown) {
+            tavix::DispGuidance(w.f, n, second);
+            for (vb::TextBox* box : w.f.txtComment) {
+                auto* edit = static_cast<QLineEdit*>(box->Widget());
+                const int room = edit->contentsRect().width() - edit->textMargins().left() -
+                                 edit->textMargins().right() - 4;  // the line edit's own margins
+                EXPECT_LE(edit->fontMetrics().horizontalAdvance(box->Text()), room)
+                    << language << " " << n << ": " << box->Text().toStdString();
+                EXPECT_EQ(edit->toolTip(), box->Text());
+            }
+        }
+    }
 }
 
 }  // namespace

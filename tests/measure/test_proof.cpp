@@ -152,8 +152,16 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         ProofWindow w(c.results, c.dirty);
+        int scales = 0;
+        w.f.Hooks.DrawScale = [&](tavix::frmMain&) { ++scales; };
+        const auto click = std::exchange(w.f.chkScale->OnClick, nullptr);  // checked without its dialog
+        w.f.chkScale->SetValue(1);
+        w.f.chkScale->OnClick = click;
+        Var().ProofTable[4] = {QStringLiteral("s4"), 0.000123456, QStringLiteral("mm")};
         if (c.answer) w.host.AnswerMsgBox(c.answer);
         w.f.cboProof->SetListIndex(4);  // fires the wired Click; a second box would fail the test
+        EXPECT_EQ(scales > 0, c.moves) << "the scale bar follows at once";
+        EXPECT_EQ(w.f.lblProofValue->Caption() == GST(10202, QStringLiteral("0.0001235 mm")), c.moves);
         ASSERT_EQ(w.host.Boxes.size(), c.answer ? 1u : 0u);
         if (c.answer) ExpectBox(w.host.Boxes[0], 20000, 11000, kQuestion);
         EXPECT_EQ(Var().CurrentProofNo, c.moves ? 4 : 0);
@@ -234,6 +242,7 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
             EXPECT_EQ(QStringList({d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
                       QStringList({"slot5", "1", QString::number(c.apart)}));
             EXPECT_TRUE(d.cboUnit->ListCount() == 3 && d.cboUnit->ListIndex() == c.shown);
+            EXPECT_EQ(d.lblMeasured->Caption(), GST(14004, QStringLiteral("100.0"))) << "in pixels of the picture";
             EXPECT_TRUE(w.f.linMeasure.Exists(1) && w.f.linMeasure[1]->Visible()) << "rubber line stays";
             d.setParent(&w.f, d.windowFlags() | Qt::Dialog);  // as the program's dialog host does
             EXPECT_FALSE(d.windowFlags() &
@@ -271,6 +280,7 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
         // OK stores the unit that was shown.
         EXPECT_TRUE(slot.Value == 0.1 && slot.Unit == units[c.shown]) << slot.Value;
         EXPECT_EQ(w.f.cboProof->List(5), QStringLiteral("新しい "));
+        EXPECT_EQ(w.f.lblProofValue->Caption(), GST(10202, QStringLiteral("0.1 ") + units[c.shown]));
         const QStringList lines =
             QString::fromUtf8(w.box.Read(kProof)).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
         ASSERT_EQ(lines.size(), 10);

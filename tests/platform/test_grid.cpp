@@ -86,4 +86,36 @@ TEST(GridSelection, DraggingUpAndShiftKeysExtendWholeRows) {
     EXPECT_EQ(g.Shown(), (std::vector<int>{19}));
 }
 
+TEST(GridColumns, NoTextIsCutAndTheUserDragsABorder) {
+    Grid g;
+    FlexGrid& grid = *g.grid;
+    const double widths[4] = {375, 1005, 1020, 340};  // as the result list sets them
+    for (int col = 0; col < 4; ++col) grid.SetColWidth(col, widths[col]);
+    QTableWidget& table = *grid.Table();
+    // Values of 0 to 8 decimals, and the units that came out as "..." before.
+    for (int d = 0; d <= 8; ++d) {
+        grid.SetTextMatrix(d + 1, 2, QString::number(-12345678.12345678, 'f', d));
+        grid.SetTextMatrix(d + 1, 3, QString::fromUtf8(d % 2 ? "μ2" : "pcs"));
+    }
+    grid.SetFontSize(12);  // a larger font refits what is there
+    for (int row = 1; row <= 9; ++row)
+        for (int col : {2, 3}) {
+            const QString text = grid.TextMatrix(row, col);
+            EXPECT_LE(table.fontMetrics().horizontalAdvance(text) + 6, table.columnWidth(col)) << text.toStdString();
+        }
+    EXPECT_EQ(table.columnWidth(1), 67) << "a column with room keeps its width";
+
+    const int before = table.columnWidth(1), border = table.columnViewportPosition(2);
+    for (const auto& [type, x] : {std::pair{QEvent::MouseButtonPress, border},
+                                  {QEvent::MouseMove, border + 40},
+                                  {QEvent::MouseButtonRelease, border + 40}}) {
+        const QPointF at(x, 10);
+        QMouseEvent e(type, at, table.viewport()->mapToGlobal(at), Qt::LeftButton,
+                      type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(table.viewport(), &e);
+    }
+    EXPECT_EQ(table.columnWidth(1), before + 40);
+    EXPECT_EQ(g.changes, 0) << "dragging a border selects nothing";
+}
+
 }  // namespace

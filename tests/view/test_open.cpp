@@ -1,8 +1,10 @@
 // Opening a picture file with its comment, and every way it can go otherwise.
+#include <QBuffer>
 #include <QFile>
 #include <gtest/gtest.h>
 
 #include "CommonModule.h"
+#include "Graph.h"
 #include "OpenImage.h"
 #include "StartedMain.h"
 
@@ -90,6 +92,18 @@ TEST(OpenPicture, SideFileCases) {
     }
 }
 
+// A JPEG of a gradient, cut to half: Qt's reader would fill the rest with grey.
+QByteArray CutJpeg() {
+    QImage picture(400, 300, QImage::Format_RGB32);
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) picture.setPixel(x, y, qRgb(x, y, x ^ y));
+    QByteArray bytes;
+    QBuffer out(&bytes);
+    out.open(QIODevice::WriteOnly);
+    EXPECT_TRUE(picture.save(&out, "jpeg", 90));
+    return bytes.left(bytes.size() / 2);
+}
+
 TEST(OpenPicture, UndecodableFilesLeaveEverythingAsItWas) {
     const struct {
         const char* what;
@@ -100,6 +114,7 @@ TEST(OpenPicture, UndecodableFilesLeaveEverythingAsItWas) {
         {"not a picture", "x.bmp", "this is text, not a bitmap", 481},
         {"a 0-byte file", "y.jpg", "", 481},
         {"a file that vanished", "gone.bmp", {}, 53},
+        {"a cut JPEG", "cut.jpg", CutJpeg(), 481},
     };
     for (const auto& c : cases) {
         OpenWindow w;
@@ -127,6 +142,15 @@ TEST(OpenPicture, UndecodableFilesLeaveEverythingAsItWas) {
         EXPECT_DOUBLE_EQ(tavix::Var().ResultTable[1].Points[1].X, 10) << "points follow the zoom";
         w.ExpectComment("kept", "too", c.what);
     }
+}
+
+TEST(OpenPicture, FailedFromTheLiveViewBackToLive) {
+    OpenWindow w(1);
+    ASSERT_TRUE(testing_support::WaitFor([&] { return !w.f.FilterGraph->GetCurrentImage().isNull(); }));
+    w.box.Write("bad.jpg", CutJpeg());
+    w.host.AnswerMsgBox(vb::vbOK);
+    w.Open(w.box.File("bad.jpg"));
+    EXPECT_TRUE(w.host.Boxes.size() == 1 && w.f.ViewMode == tavix::ViewMode::Live);
 }
 
 TEST(OpenPicture, NoAndCancelChangeNothing) {

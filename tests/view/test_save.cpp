@@ -11,6 +11,7 @@
 #include "Ini.h"
 #include "JpegQty.h"
 #include "OpenImage.h"
+#include "Pictures.h"
 #include "SaveImage.h"
 #include "StartedMain.h"
 
@@ -61,27 +62,38 @@ struct SaveWindow : testing_support::StartedMain {
 
 TEST(SavePicture, ByTheEndingExactlyWithTheCommentBeside) {
     const QByteArray comment = " \r\nsecond line\r\n", old = "old\r\n";
-    // Only lower-case endings pick the format; an empty comment leaves an old side file.
+    // Only lower-case endings pick the format, a bare name takes the chosen type's; any other
+    // ending is refused with nothing written. An empty comment leaves an old side file.
     const struct {
+        const char* typed;
         const char* name;
-        const char* side;
         QByteArray magic;
         bool commented;
+        int box;
     } cases[] = {
-        {"p.bmp", "p.txt", "BM", true}, {"p.jpg", "p.txt", "\xFF\xD8", true}, {"p.BMP", "p.txt", {}, true},
-        {"p.JPG", "p.txt", {}, true},   {"p.jpeg", "p..txt", {}, true},       {"p.bmp", "p.txt", "BM", false},
+        {"p.bmp", "p.bmp", "BM", true, 0},   {"p.jpg", "p.jpg", "\xFF\xD8", true, 0},
+        {"p", "p.bmp", "BM", true, 0},       {"p.BMP", "p.BMP", {}, true, 20038},
+        {"p.JPG", "p.JPG", {}, true, 20038}, {"p.jpeg", "p.jpeg", {}, true, 20038},
+        {"p.avi", "p.avi", {}, true, 20035}, {"x.AVI", "x.AVI", {}, true, 20035},
+        {"p.bmp", "p.bmp", "BM", false, 0},
     };
     for (const auto& c : cases) {
         SaveWindow w;
         w.Open(QuarterPicture(120, 80));
-        w.box.Write(c.side, old);
+        w.box.Write("p.txt", old);
         w.Comment(c.commented ? " " : "  ", c.commented ? "second line" : "");
-        w.Save(w.box.File(c.name));
-        EXPECT_TRUE(w.f.cdlFile->Filter == GST(11031) && w.f.cdlFile->Flags == 34818) << c.name;
-        EXPECT_EQ(w.box.Read(c.name).left(2), c.magic) << c.name;
-        EXPECT_EQ(w.box.Read(c.side), c.commented ? comment : old) << c.name;
-        EXPECT_EQ(QFileInfo::exists(w.box.File("TempBitmap.bmp")), c.magic == "\xFF\xD8") << c.name;
-        EXPECT_TRUE(w.host.Boxes.empty() && w.host.BusyDepth == 0) << c.name;
+        if (c.box) w.host.AnswerMsgBox(vb::vbOK);
+        w.Save(w.box.File(c.typed));
+        EXPECT_TRUE(w.f.cdlFile->Filter == GST(11031) && w.f.cdlFile->Flags == 34818) << c.typed;
+        EXPECT_EQ(w.box.Read(c.name).left(2), c.magic) << c.typed;
+        EXPECT_EQ(w.box.Read("p.txt"), c.commented && !c.box ? comment : old) << c.typed;
+        EXPECT_FALSE(QFileInfo::exists(w.box.File("p..txt")) || QFileInfo::exists(w.box.File("x.txt"))) << c.typed;
+        EXPECT_EQ(QFileInfo::exists(w.box.File("TempBitmap.bmp")), c.magic == "\xFF\xD8") << c.typed;
+        if (c.box == 20038)
+            w.ExpectBox(20038, 11035, QStringLiteral(".bmp .jpg"));
+        else if (c.box)
+            w.ExpectBox(c.box, 11033);
+        EXPECT_TRUE((c.box != 0 || w.host.Boxes.empty()) && w.host.BusyDepth == 0) << c.typed;
     }
 }
 
@@ -143,7 +155,12 @@ TEST(SavePicture, JpegQualityTellsInTheFileSize) {
     tavix::Var().Still1xSave = 1;
     for (const int q : {10, 100}) {
         tavix::Var().JpegQty = q;
-        w.Save(w.box.File(QStringLiteral("q%1.jpg").arg(q)));
+        const QString name = QStringLiteral("q%1.jpg").arg(q);
+        w.Save(w.box.File(name));
+        // The same bytes as when made from the temporary bitmap read back.
+        const QString fromBitmap = w.box.File("from-bitmap.jpg");
+        ASSERT_EQ(tavix::SaveJpeg(vb::LoadPicture(w.box.File("TempBitmap.bmp")), fromBitmap, q), 0);
+        EXPECT_EQ(w.box.Read(name), w.box.Read("from-bitmap.jpg")) << q;
     }
     EXPECT_LT(2 * QFileInfo(w.box.File("q10.jpg")).size(), QFileInfo(w.box.File("q100.jpg")).size());
 }
@@ -164,7 +181,6 @@ TEST(SavePicture, FilesThatCannotBeWrittenAreReported) {
         {"gone/p.bmp", nullptr, "gone/p.bmp"},
         {"file/p.jpg", nullptr, "file/p.jpg"},  // no folder, a file
         {"old.jpg", "\\gone\\t.bmp", "gone/t.bmp"},
-        {"gone/p.png", nullptr, "gone/p.txt"},  // temporary bitmap, side file
     };
     for (const auto& c : cases) {
         SaveWindow w;
