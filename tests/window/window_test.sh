@@ -37,16 +37,29 @@ fail() { echo "FAIL $1: $2"; failures=$((failures + 1)); }
 # A copy of the deployment with one program in $work/$1; sets inst.
 install() { inst="$work/$1"; mkdir -p "$inst"; cp "$src"/deploy/ja/* "$inst"/; cp "$bin/$2" "$inst"/; }
 # Starts $inst/$1 and waits for its window titled $2; sets pid and wid (empty when none came).
-# Xvfb now and then refuses a connection under load; that try does not count.
-launch() {
+launch() { launch_until "$1" wait_window "$2"; }
+# Starts $inst/$1 and runs the rest until it sets wid. Xvfb now and then refuses a connection
+# under load (Qt then aborts at once); that try does not count.
+launch_until() {
+  local program=$1
+  shift
   for _ in 1 2 3; do
-    "$inst/$1" >"$inst/out.txt" 2>&1 &
+    "$inst/$program" >"$inst/out.txt" 2>&1 &
     pid=$!
-    wait_window "$2"
+    "$@"
     [ -n "$wid" ] && return
-    grep -q "could not connect to display" "$inst/out.txt" || return
+    grep -q "could not connect to display" "$inst/out.txt" || { cat "$inst/out.txt"; return; }
     wait $pid 2>/dev/null
-    [ -f "$inst/Error.Log" ] && : >"$inst/Error.Log"
+  done
+}
+# Waits for a window of class $1 (a box before the main window) while the program runs.
+wait_box() {
+  wid=""
+  for _ in $(seq 100); do
+    wid=$(xdotool search --onlyvisible --class "$1" 2>/dev/null | head -1)
+    [ -n "$wid" ] && break
+    kill -0 "$pid" 2>/dev/null || break
+    sleep 0.1
   done
 }
 # Waits for the window titled $1 while the program runs; sets wid (empty when none came).
@@ -222,18 +235,11 @@ else
   [ "$(grep -c . "$inst/Error.Log")" = 1 ] || fail record "log: $(cat "$inst/Error.Log")"
   record_3s crash.avi
   kill -9 $pid; wait $pid 2>/dev/null
-  "$inst/tavix" >"$inst/out.txt" 2>&1 &
-  pid=$!
-  box=""
-  for _ in $(seq 100); do
-    box=$(xdotool search --onlyvisible --class tavix 2>/dev/null | head -1)
-    [ -n "$box" ] && break
-    sleep 0.1
-  done
-  if [ -z "$box" ]; then fail record "no box at the start after kill -9"; else
+  launch_until tavix wait_box tavix
+  if [ -z "$wid" ]; then fail record "no box at the start after kill -9"; else
     sleep 0.3
-    import -window "$box" "$shots/repaired-movie-box.png" 2>/dev/null
-    xdotool key --window "$box" Return
+    import -window "$wid" "$shots/repaired-movie-box.png" 2>/dev/null
+    xdotool key --window "$wid" Return
   fi
   wait_window "デジカメ画像表示プログラム"
   movie_seconds "$inst/crash.avi" 2.0 4.5  # at most the last second lost
@@ -286,14 +292,8 @@ decimals=$(sed -n 's/^NUMBEROFDECIMALS=\([0-9]*\).*/\1/p' "$inst/Tavix.Ini")
 install broken tavix-still
 printf 'abc,text\r\n' >"$inst/StringTable.txt"
 ini_before=$(md5sum < "$inst/Tavix.Ini")
-"$inst/tavix-still" >"$inst/out.txt" 2>&1 &
-pid=$!
-box=""
-for _ in $(seq 100); do
-  box=$(xdotool search --onlyvisible --class tavix-still 2>/dev/null | head -1)
-  [ -n "$box" ] && break
-  sleep 0.1
-done
+launch_until tavix-still wait_box tavix-still
+box=$wid
 if [ -z "$box" ]; then
   fail broken "no message box"
 else
