@@ -8,6 +8,7 @@
 #include "CrossLines.h"
 #include "DataFolder.h"
 #include "DialogHost.h"
+#include "Handling.h"
 #include "JpegQty.h"
 #include "Layout.h"
 #include "MeasureConfig.h"
@@ -22,6 +23,7 @@
 #include "ScaleOverlay.h"
 #include "Startup.h"
 #include "StillDisplay.h"
+#include "ViewPan.h"
 #include "frmMain.h"
 
 static void InitIconResources() { Q_INIT_RESOURCE(icons); }
@@ -70,6 +72,8 @@ void WireMain(frmMain& f) {
     f.cmdPinProp->OnClick = [&f] { cmdPinProp_Click(f); };
     f.tmrLiveIcon->OnTimer = [&f] { tmrLiveIcon_Timer(f); };
     f.tmrRec->OnTimer = [&f] { tmrRec_Timer(f); };
+    WirePanning(f);
+    WireDesktopHabits(f);
 }
 
 int RunProgram(int16_t programType, int argc, char** argv) {

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QFileInfo>
 #include <QFontMetrics>
 #include <QGroupBox>
 #include <QLabel>
@@ -675,14 +676,24 @@ void Timer::Restart() {
 CommonDialog::CommonDialog(Form& form, ContainerBase* container, const QString& name, int index)
     : Control(form, container, name, index) {}
 
+// Without a folder of the caller's the dialog starts where the user last chose a file.
+bool CommonDialog::RunFileDialog(bool save) {
+    const QString own = InitDir;
+    if (own.isEmpty()) InitDir = LastFolder();
+    const bool chosen = save ? Host().ShowSave(*this, &form_) : Host().ShowOpen(*this, &form_);
+    InitDir = own;
+    if (chosen && !FileName.isEmpty()) SetLastFolder(QFileInfo(FileName).absolutePath());
+    return chosen;
+}
+
 void CommonDialog::ShowOpen() {
-    if (Host().ShowOpen(*this, &form_)) return;
+    if (RunFileDialog(false)) return;
     FileName.clear();
     if (CancelError) Raise(ErrCancel);
 }
 
 void CommonDialog::ShowSave() {
-    if (Host().ShowSave(*this, &form_)) return;
+    if (RunFileDialog(true)) return;
     FileName.clear();
     if (CancelError) Raise(ErrCancel);
 }
