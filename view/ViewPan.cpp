@@ -47,6 +47,10 @@ public:
             });
             (o == Qt::Horizontal ? h_ : v_) = bar;
         }
+        // Where the two bars meet: a plain square, as beside any pair of scroll bars.
+        corner_ = new QWidget(area);
+        corner_->setAutoFillBackground(true);
+        corner_->hide();
         area->installEventFilter(this);
         f.picStillView->ClientWidget()->installEventFilter(this);
         f.picStillView->Widget()->installEventFilter(this);
@@ -66,6 +70,9 @@ public:
         const int t = BarThickness(), w = area->width(), hgt = area->height();
         Set(h_, h, x, offsetX, QRect(0, hgt - t, w - (v ? t : 0), t), w);
         Set(v_, v, y, offsetY, QRect(w - t, 0, t, hgt - (h ? t : 0)), hgt);
+        corner_->setGeometry(w - t, hgt - t, t, t);
+        corner_->setVisible(h && v);
+        corner_->raise();
         placing_ = false;
     }
 
@@ -148,6 +155,7 @@ private:
     frmMain& f_;
     QScrollBar* h_ = nullptr;
     QScrollBar* v_ = nullptr;
+    QWidget* corner_ = nullptr;
     bool placing_ = false;
     bool dragging_ = false;
     QPointF last_;
