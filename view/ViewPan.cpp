@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QPalette>
 #include <QScrollBar>
 #include <QWheelEvent>
 #include <algorithm>
@@ -49,6 +50,9 @@ public:
         }
         // Where the two bars meet: a plain square, as beside any pair of scroll bars.
         corner_ = new QWidget(area);
+        QPalette face = corner_->palette();
+        face.setColor(QPalette::Window, QApplication::palette().color(QPalette::Button));
+        corner_->setPalette(face);
         corner_->setAutoFillBackground(true);
         corner_->hide();
         area->installEventFilter(this);
