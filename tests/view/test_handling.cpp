@@ -5,10 +5,12 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDir>
+#include <QHelpEvent>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QToolTip>
 #include <QUrl>
 #include <QWheelEvent>
 #include <cmath>
@@ -195,6 +197,22 @@ TEST(Handling, KeysAndTheWheelReachTheirHandlersOnlyWhereTheButtonsWork) {
             EXPECT_TRUE(w.f.PressKey(QKeySequence(QLatin1String(row.key))));
         if (row.check) row.check(w);
     }
+}
+
+TEST(Handling, EveryPictureButtonShowsItsCaptionAndKeyAsTooltip) {
+    Window w;
+    int buttons = 0;
+    for (vb::Control* c : w.f.Controls) {
+        auto* b = dynamic_cast<vb::CommandButton*>(c);
+        if (!b || !b->Graphical()) continue;
+        ++buttons;
+        QHelpEvent help(QEvent::ToolTip, QPoint(2, 2), b->Widget()->mapToGlobal(QPoint(2, 2)));
+        QApplication::sendEvent(b->Widget(), &help);
+        EXPECT_TRUE(QToolTip::text().startsWith(b->Caption())) << b->Name().toStdString();
+        const bool keyed = b == w.f.cmdPicLoad || b == w.f.cmdPicSave || b == w.f.cmdResultRemove;
+        EXPECT_EQ(QToolTip::text().endsWith(QLatin1Char(')')), keyed) << b->Name().toStdString();
+    }
+    EXPECT_EQ(buttons, 17);
 }
 
 TEST(Handling, ADroppedFileOpensThroughTheOpenButtonsStepsWhereOpeningIsAllowed) {
