@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QMouseEvent>
 #include <QPalette>
+#include <QPointer>
 #include <QScrollBar>
 #include <QWheelEvent>
 #include <algorithm>
@@ -57,7 +58,8 @@ public:
         corner_->hide();
         area->installEventFilter(this);
         f.picStillView->ClientWidget()->installEventFilter(this);
-        f.picStillView->Widget()->installEventFilter(this);
+        stillFrame_ = f.picStillView->Widget();
+        stillFrame_->installEventFilter(this);
     }
 
     static Panner* Of(frmMain& f) {
@@ -70,7 +72,7 @@ public:
     // Shows the bars the picture needs, over the right and bottom edges of the view.
     void Show(bool h, bool v, const Reach& x, const Reach& y, double offsetX, double offsetY) {
         placing_ = true;
-        QWidget* area = f_.picViewArea->ClientWidget();
+        auto* area = static_cast<QWidget*>(parent());
         const int t = BarThickness(), w = area->width(), hgt = area->height();
         Set(h_, h, x, offsetX, QRect(0, hgt - t, w - (v ? t : 0), t), w);
         Set(v_, v, y, offsetY, QRect(w - t, 0, t, hgt - (h ? t : 0)), hgt);
@@ -86,7 +88,8 @@ protected:
         case QEvent::Show:
         case QEvent::Hide:
             // The bars belong to the still; the live view has none.
-            if (watched == f_.picStillView->Widget() && !f_.picStillView->Visible()) Show(false, false, {}, {}, 0, 0);
+            // Only the widget is asked: this also runs while the window is taken down.
+            if (watched == stillFrame_ && stillFrame_->isHidden()) Show(false, false, {}, {}, 0, 0);
             return false;
         case QEvent::MouseButtonPress:
         case QEvent::MouseMove:
@@ -160,6 +163,7 @@ private:
     QScrollBar* h_ = nullptr;
     QScrollBar* v_ = nullptr;
     QWidget* corner_ = nullptr;
+    QPointer<QWidget> stillFrame_;
     bool placing_ = false;
     bool dragging_ = false;
     QPointF last_;
