@@ -78,6 +78,12 @@ struct Window : testing_support::StartedMain {
     }
 };
 
+QImage Plain(int width, int height) {
+    QImage picture(width, height, QImage::Format_RGB32);
+    picture.fill(Qt::darkGray);
+    return picture;
+}
+
 QImage MarkedPicture() {
     QImage picture(4000, 3000, QImage::Format_RGB32);
     picture.fill(QColor(60, 60, 60));
@@ -188,7 +194,7 @@ TEST(Handling, KeysAndTheWheelReachTheirHandlersOnlyWhereTheButtonsWork) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.key);
         Window w;
-        w.Open(QImage(400, 300, QImage::Format_RGB32));
+        w.Open(Plain(400, 300));
         QApplication::clipboard()->clear();
         if (row.prepare) row.prepare(w);
         if (QLatin1String(row.key) == QLatin1String("Ctrl+Wheel"))
@@ -235,10 +241,10 @@ TEST(Handling, ADroppedFileOpensThroughTheOpenButtonsStepsWhereOpeningIsAllowed)
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         Window w;
-        w.Open(QImage(400, 300, QImage::Format_RGB32));
+        w.Open(Plain(400, 300));
         const QString file = w.box.File(row.picture ? QStringLiteral("drop.bmp") : QStringLiteral("drop.txt"));
         if (row.picture)
-            QImage(321, 123, QImage::Format_RGB32).save(file);
+            Plain(321, 123).save(file);
         else
             w.box.Write(QStringLiteral("drop.txt"), "text");
         if (row.prepare) row.prepare(w);
@@ -272,7 +278,7 @@ struct StartFolder : vb::AnsweredOpen {
 TEST(Handling, TheDialogsStartInTheFolderLastUsedAlsoAfterARestart) {
     Window w;
     QDir(w.box.Path()).mkdir(QStringLiteral("pics"));
-    w.Open(QImage(40, 30, QImage::Format_RGB32), QStringLiteral("pics/a.bmp"));
+    w.Open(Plain(40, 30), QStringLiteral("pics/a.bmp"));
     bool cancel = false;
     tavix::Form_Unload(w.f, cancel);
     vb::SetLastFolder(QString());
