@@ -3,6 +3,8 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QHelpEvent>
+#include <QKeyEvent>
+#include <QTableWidget>
 #include <QKeySequence>
 #include <QToolTip>
 #include <algorithm>
@@ -66,6 +68,17 @@ private:
     frmMain& f_;
 };
 
+// The grid's own Ctrl+C would copy one cell: the window's key is left to do it.
+class GridCopyKey : public QObject {
+public:
+    using QObject::QObject;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        return event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy);
+    }
+};
+
 }  // namespace
 
 QString ToolTipOf(const frmMain& f, const vb::CommandButton& button) {
@@ -102,6 +115,7 @@ void WireDesktopHabits(frmMain& f) {
             }
         });
     }
+    f.grdResult->Table()->installEventFilter(new GridCopyKey(&f));
     auto* tips = new ToolTips(f);
     for (vb::Control* c : f.Controls)
         if (auto* b = dynamic_cast<vb::CommandButton*>(c); b && b->Graphical()) b->Widget()->installEventFilter(tips);
