@@ -125,17 +125,19 @@ private:
         const bool middle = e->button() == Qt::MiddleButton;
         if (e->type() == QEvent::MouseButtonPress) {
             if (!middle) return false;
+            if (!dragging_) QApplication::setOverrideCursor(Qt::ClosedHandCursor);
             dragging_ = true;
             last_ = e->globalPosition();
-            QApplication::setOverrideCursor(Qt::ClosedHandCursor);
             return true;
         }
         if (!dragging_) return false;
-        if (e->type() == QEvent::MouseButtonRelease) {
-            if (!middle) return false;
+        // A release that went elsewhere ends the drag too.
+        const bool lost = e->type() == QEvent::MouseMove && !(e->buttons() & Qt::MiddleButton);
+        if (e->type() == QEvent::MouseButtonRelease || lost) {
+            if (!middle && !lost) return false;
             dragging_ = false;
             QApplication::restoreOverrideCursor();
-            return true;
+            return !lost;
         }
         const QPointF d = e->globalPosition() - last_;
         last_ = e->globalPosition();
