@@ -9,6 +9,7 @@
 #include "DataFolder.h"
 #include "DialogHost.h"
 #include "Graph.h"
+#include "Handling.h"
 #include "JpegQty.h"
 #include "Layout.h"
 #include "MeasureConfig.h"
@@ -23,6 +24,7 @@
 #include "ScaleOverlay.h"
 #include "Startup.h"
 #include "StillDisplay.h"
+#include "ViewPan.h"
 #include "frmMain.h"
 
 static void InitIconResources() { Q_INIT_RESOURCE(icons); }
@@ -72,6 +74,8 @@ void WireMain(frmMain& f) {
     f.cmdPinProp->OnClick = [&f] { cmdPinProp_Click(f); };
     f.tmrLiveIcon->OnTimer = [&f] { tmrLiveIcon_Timer(f); };
     f.tmrRec->OnTimer = [&f] { tmrRec_Timer(f); };
+    WirePanning(f);
+    WireDesktopHabits(f);
 }
 
 int RunProgram(int16_t programType, int argc, char** argv) {

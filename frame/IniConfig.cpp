@@ -1,11 +1,13 @@
 #include "IniConfig.h"
 
+#include <QDir>
 #include <functional>
 #include <optional>
 
 #include "App.h"
 #include "CommonModule.h"
 #include "Convert.h"
+#include "DialogHost.h"
 #include "Errors.h"
 #include "Ini.h"
 #include "Language.h"
@@ -16,6 +18,7 @@ namespace tavix {
 namespace {
 
 constexpr int kBufferSize = 255;
+const QString kLastFolderKey = QStringLiteral("LASTFOLDER");
 
 struct IniKey {
     const char* Section;
@@ -100,6 +103,13 @@ std::vector<IniKey> Keys() {
         {"MEASURE", "2POINTCOMMANDMODE", Int16(&VariableDefinition::TwoPointCommandMode, 0, 1)},
     };
     keys.insert(keys.end(), rest.begin(), rest.end());
+    // Our own key: a folder that has gone since is forgotten.
+    keys.push_back({"FILE", kLastFolderKey,
+                    [](const QString& s) {
+                        if (QDir(s).exists()) vb::SetLastFolder(s);
+                        return true;
+                    },
+                    true});
     return keys;
 }
 
@@ -110,6 +120,7 @@ QString IniFilePath() { return vb::App::Path() + QStringLiteral("/Tavix.Ini"); }
 bool GetIniFileData() {
     const QString file = IniFilePath();
     Var().Language = QStringLiteral("ja");  // installations from before the key are Japanese
+    vb::SetLastFolder({});
     for (const IniKey& key : Keys()) {
         const QString section = QString::fromLatin1(key.Section);
         int copied = 0;
@@ -132,6 +143,12 @@ bool GetIniFileData() {
         return false;
     }
     return true;
+}
+
+bool WriteLastFolder() {
+    const QString folder = vb::LastFolder();
+    if (folder.isEmpty()) return true;
+    return WriteIniFileData(QStringLiteral("FILE"), kLastFolderKey, folder);
 }
 
 bool WriteIniFileData(const QString& section, const QString& key, const QString& value) {

@@ -13,4 +13,7 @@ bool GetIniFileData();
 // Writes one setting back; false (with a log line) when it could not.
 bool WriteIniFileData(const QString& section, const QString& key, const QString& value);
 
+// Keeps the folder the file dialogs last used for the next start; nothing when none was used.
+bool WriteLastFolder();
+
 }  // namespace tavix

@@ -283,6 +283,7 @@ void Form_Unload(frmMain& f, bool& /*cancel*/) {
     WriteIniFileData(measure, QStringLiteral("MEASUREFONTSIZE"), number(v.MeasureFontSize));
     WriteIniFileData(measure, QStringLiteral("ANGLECOMMANDMODE"), number(v.AngleCommandMode));
     WriteIniFileData(measure, QStringLiteral("2POINTCOMMANDMODE"), number(v.TwoPointCommandMode));
+    WriteLastFolder();
     WriteLog(v.ProgramTitle + QStringLiteral(" End"));
 }
 

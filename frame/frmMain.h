@@ -125,6 +125,12 @@ public:
     std::array<QString, 2> SavedComment{};
     QString MovieFileName;
     int16_t RecordSecondsLeft = 0;
+    // The picture point at the centre of the view, in picture pixels from the picture's
+    // centre; 0, 0 is the picture centred. A picture of another size starts centred.
+    struct PanState {
+        double X = 0, Y = 0;
+        double PictureWidth = 0, PictureHeight = 0;
+    } Pan;
 
     // The camera graph (camera variants only). The filter and pin belong to the graph.
     std::shared_ptr<cam::FilterGraph> FilterGraph;

@@ -1,9 +1,8 @@
 #include "Controls.h"
 
-#include <QFileInfo>
-
 #include <QApplication>
 #include <QComboBox>
+#include <QFileInfo>
 #include <QFontMetrics>
 #include <QGroupBox>
 #include <QLabel>
@@ -677,8 +676,18 @@ void Timer::Restart() {
 CommonDialog::CommonDialog(Form& form, ContainerBase* container, const QString& name, int index)
     : Control(form, container, name, index) {}
 
+// Without a folder of the caller's the dialog starts where the user last chose a file.
+bool CommonDialog::RunFileDialog(bool save) {
+    const QString own = InitDir;
+    if (own.isEmpty()) InitDir = LastFolder();
+    const bool chosen = save ? Host().ShowSave(*this, &form_) : Host().ShowOpen(*this, &form_);
+    InitDir = own;
+    if (chosen && !FileName.isEmpty()) SetLastFolder(QFileInfo(FileName).absolutePath());
+    return chosen;
+}
+
 void CommonDialog::ShowOpen() {
-    if (Host().ShowOpen(*this, &form_)) return;
+    if (RunFileDialog(false)) return;
     FileName.clear();
     if (CancelError) Raise(ErrCancel);
 }
@@ -696,7 +705,7 @@ QString FilterEnding(const QString& filter, int index) {
 }
 
 void CommonDialog::ShowSave() {
-    if (Host().ShowSave(*this, &form_)) {
+    if (RunFileDialog(true)) {
         // A typed name without an ending gets the one of the chosen type, as users expect.
         const QString base = FileName.section(QLatin1Char('/'), -1);
         // A folder's name is a name already, which writing then refuses.

@@ -494,6 +494,9 @@ public:
     void ShowOpen();
     void ShowSave();
     void ShowColor();
+
+private:
+    bool RunFileDialog(bool save);
 };
 
 // Elements of a control array that can be loaded and unloaded at run time (index 0 from the design).

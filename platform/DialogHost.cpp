@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <utility>
 
 #include "App.h"
 #include "Controls.h"
@@ -120,6 +121,34 @@ DialogHost& Host() {
 }
 
 void SetHost(DialogHost* host) { g_host = host; }
+
+namespace {
+QString g_lastFolder;
+}
+
+QString LastFolder() { return g_lastFolder; }
+
+void SetLastFolder(const QString& folder) { g_lastFolder = folder; }
+
+AnsweredOpen::AnsweredOpen(const QString& path) : previous_(Host()), path_(path) { SetHost(this); }
+
+AnsweredOpen::~AnsweredOpen() { SetHost(&previous_); }
+
+int AnsweredOpen::MsgBox(const QString& prompt, int buttons, const QString& title, QWidget* owner) {
+    return previous_.MsgBox(prompt, buttons, title, owner);
+}
+
+bool AnsweredOpen::ShowOpen(CommonDialog& dlg, QWidget* owner) {
+    if (path_.isEmpty()) return previous_.ShowOpen(dlg, owner);
+    dlg.FileName = std::exchange(path_, QString());
+    return true;
+}
+
+bool AnsweredOpen::ShowSave(CommonDialog& dlg, QWidget* owner) { return previous_.ShowSave(dlg, owner); }
+bool AnsweredOpen::ShowColor(CommonDialog& dlg, QWidget* owner) { return previous_.ShowColor(dlg, owner); }
+void AnsweredOpen::ShowModal(Form& form, QWidget* owner) { previous_.ShowModal(form, owner); }
+void AnsweredOpen::SetBusy(bool busy) { previous_.SetBusy(busy); }
+void AnsweredOpen::End(int code) { previous_.End(code); }
 
 QString QtFilterFromPlatform(const QString& filter) {
     const QStringList parts = filter.split(QLatin1Char('|'));

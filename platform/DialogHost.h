@@ -62,6 +62,32 @@ void RunEvent(const std::function<void()>& handler);
 DialogHost& Host();
 void SetHost(DialogHost* host);
 
+// The folder the file dialogs start in when the caller gives none: the one of the file last
+// chosen in any of them. Empty until a file was chosen or a folder was kept from before.
+QString LastFolder();
+void SetLastFolder(const QString& folder);
+
+// While it lives, the next open dialog is answered with path, as a dropped file answers it;
+// everything else still goes to the host in use.
+class AnsweredOpen : public DialogHost {
+public:
+    explicit AnsweredOpen(const QString& path);
+    ~AnsweredOpen() override;
+    AnsweredOpen(const AnsweredOpen&) = delete;
+    AnsweredOpen& operator=(const AnsweredOpen&) = delete;
+    int MsgBox(const QString& prompt, int buttons, const QString& title, QWidget* owner) override;
+    bool ShowOpen(CommonDialog& dlg, QWidget* owner) override;
+    bool ShowSave(CommonDialog& dlg, QWidget* owner) override;
+    bool ShowColor(CommonDialog& dlg, QWidget* owner) override;
+    void ShowModal(Form& form, QWidget* owner) override;
+    void SetBusy(bool busy) override;
+    void End(int code) override;
+
+private:
+    DialogHost& previous_;
+    QString path_;
+};
+
 // The host of the running program: Qt's boxes and dialogs, and _Exit.
 class QtDialogHost : public DialogHost {
 public:

@@ -4,6 +4,10 @@
 #include <QKeyEvent>
 
 #include <QCloseEvent>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QShortcut>
+#include <QTimer>
 #include <QResizeEvent>
 #include <QShowEvent>
 #include <algorithm>
@@ -276,6 +280,60 @@ void Form::keyPressEvent(QKeyEvent* event) {
         return;
     }
     QWidget::keyPressEvent(event);
+}
+
+void Form::AddKey(const QKeySequence& key, std::function<void()> handler) {
+    auto* shortcut = new QShortcut(key, this);
+    shortcut->setContext(Qt::WindowShortcut);
+    QObject::connect(shortcut, &QShortcut::activated, this, [this, key] { PressKey(key); });
+    keys_.emplace_back(key, std::move(handler));
+}
+
+bool Form::PressKey(const QKeySequence& key) {
+    for (const auto& [k, handler] : keys_) {
+        if (k != key) continue;
+        RunEvent(handler);
+        return true;
+    }
+    return false;
+}
+
+void Form::AcceptFileDrops(std::function<bool()> allowed, std::function<void(const QString& path)> open) {
+    dropAllowed_ = std::move(allowed);
+    dropOpen_ = std::move(open);
+    setAcceptDrops(true);
+}
+
+QString Form::DroppableFile(const QMimeData* mime) const {
+    if (!mime || !dropOpen_ || !mime->hasUrls() || mime->urls().size() != 1) return {};
+    const QUrl url = mime->urls().first();
+    if (!url.isLocalFile()) return {};
+    if (dropAllowed_ && !dropAllowed_()) return {};
+    return url.toLocalFile();
+}
+
+bool Form::DropFile(const QMimeData* mime) {
+    const QString path = DroppableFile(mime);
+    if (path.isEmpty()) return false;
+    RunEvent([&] { dropOpen_(path); });
+    return true;
+}
+
+void Form::dragEnterEvent(QDragEnterEvent* event) {
+    if (!DroppableFile(event->mimeData()).isEmpty()) event->acceptProposedAction();
+}
+
+void Form::dragMoveEvent(QDragMoveEvent* event) {
+    if (!DroppableFile(event->mimeData()).isEmpty()) event->acceptProposedAction();
+}
+
+void Form::dropEvent(QDropEvent* event) {
+    const QString path = DroppableFile(event->mimeData());
+    if (path.isEmpty()) return;
+    event->acceptProposedAction();
+    // Opened once the drop has ended, so the program the file came from is not kept
+    // waiting behind a question box.
+    QTimer::singleShot(0, this, [this, path] { RunEvent([&] { dropOpen_(path); }); });
 }
 
 }  // namespace vb

@@ -1,9 +1,12 @@
 #pragma once
 // A top-level form: client area in twips, the list of its controls in design order,
 // docking of aligned picture boxes, window state, and the Load/Resize/QueryUnload/Unload events.
+#include <QKeySequence>
 #include <QWidget>
 #include <functional>
 #include <vector>
+
+class QMimeData;
 
 #include "Controls.h"
 
@@ -67,6 +70,18 @@ public:
     // Without a control box the close box does nothing; the dialog's own buttons end it.
     void SetControlBox(bool on) { controlBox_ = on; }
 
+    // A key of the window: fires handler wherever the focus is in the window, unless the
+    // focused control uses the key itself (a text box its Delete and Ctrl+C).
+    void AddKey(const QKeySequence& key, std::function<void()> handler);
+    // Fires what key fires; false when the window has no such key.
+    bool PressKey(const QKeySequence& key);
+    // Files dropped on the window: allowed says whether a drop is taken now, open takes it.
+    void AcceptFileDrops(std::function<bool()> allowed, std::function<void(const QString& path)> open);
+    // The file a drop of mime would bring, when it is one local file and the window takes it now.
+    QString DroppableFile(const QMimeData* mime) const;
+    // Takes a drop of mime as the window does; false when it is refused.
+    bool DropFile(const QMimeData* mime);
+
     // Lays out the aligned areas: top strip full width, then left and right panels below it.
     void LayoutAligned();
     // Fires Resize now when the client size differs from the last one reported.
@@ -78,6 +93,9 @@ protected:
     void changeEvent(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     bool RunUnload(int mode);
@@ -94,6 +112,9 @@ private:
     bool controlBox_ = true;
     CommandButton* defaultButton_ = nullptr;
     CommandButton* cancelButton_ = nullptr;
+    std::vector<std::pair<QKeySequence, std::function<void()>>> keys_;
+    std::function<bool()> dropAllowed_;
+    std::function<void(const QString&)> dropOpen_;
 };
 
 }  // namespace vb

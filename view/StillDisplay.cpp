@@ -3,6 +3,7 @@
 #include "CommonModule.h"
 #include "Convert.h"
 #include "DialogHost.h"
+#include "ViewPan.h"
 #include "frmMain.h"
 
 namespace tavix {
@@ -16,8 +17,7 @@ void DispImage(frmMain& f, bool blnCaptureFlg) {
     still.SetHeight(static_cast<float>(temp.Height() * zoom));
     still.SetScaleLeft(0);
     still.SetScaleTop(0);
-    still.SetLeft(f.picViewArea->ScaleWidth() / 2 - still.Width() / 2);
-    still.SetTop(f.picViewArea->ScaleHeight() / 2 - still.Height() / 2);
+    PlaceStill(f);
     still.Cls();
 
     // From here a failure of the paint is ours to handle.

@@ -4,7 +4,7 @@ namespace tavix {
 
 class frmMain;
 
-// Repaints the still from picTempView at ZoomFactor, centred in the view, with the scale bar
+// Repaints the still from picTempView at ZoomFactor, centred in the view (moved by the pan), with the scale bar
 // when it is switched on. blnCaptureFlg: take a new frame from the camera first.
 void DispImage(frmMain& f, bool blnCaptureFlg);
 

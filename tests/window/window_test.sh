@@ -32,6 +32,8 @@ declare -A titles=(
   [tavix-still-measure]="画像表示／計測プログラム"
 )
 failures=0
+pixel() { convert "$1" -format "%[pixel:p{$2,$3}]" info:; }
+red=$(convert xc:red -format '%[pixel:p{0,0}]' info:)
 fail() { echo "FAIL $1: $2"; failures=$((failures + 1)); }
 
 # A copy of the deployment with one program in $work/$1; sets inst.
@@ -207,6 +209,35 @@ fi
 close_and_wait measure
 [ $failures -eq 0 ] && echo "ok measure: distance and circle measured with the mouse and saved"
 
+# A still larger than the view: dragged with the middle button, zoomed with Ctrl+wheel, and
+# a measure ended with Escape, after which the open button works again.
+install pan tavix-still-measure
+convert -size 1500x1000 xc:red \( -size 1500x1000 xc:lime \) +append \
+  \( -size 1500x1000 xc:blue -size 1500x1000 xc:white +append \) -append "BMP3:$inst/big.bmp"
+launch tavix-still-measure "画像表示／計測プログラム"
+if [ -z "$wid" ]; then
+  fail pan "no window"
+else
+  click 34 34                      # open
+  answer_dialog "$inst/big.bmp" tavix-still-measure
+  read -r ww wh < <(xwininfo -id "$wid" | awk '/Width:/{w=$2} /Height:/{h=$2} END{print w, h}')
+  cx=$(((ww - 213) / 2 + 213)) cy=$(((wh - 69) / 2 + 69))
+  xdotool mousemove --window "$wid" "$cx" "$cy" mousedown 2 mousemove --window "$wid" $((cx + 300)) $((cy + 300)) \
+    mouseup 2; sleep 0.5
+  import -window "$wid" "$shots/pan-dragged.png" 2>/dev/null
+  [ "$(pixel "$shots/pan-dragged.png" $((cx + 150)) $((cy + 150)))" = "$red" ] ||
+    fail pan "the drag did not bring the top left quarter under the pointer"
+  xdotool mousemove --window "$wid" "$cx" "$cy" keydown ctrl click 4 keyup ctrl; sleep 0.5
+  click 36 131                     # distance
+  click "$cx" "$cy"
+  xdotool key Escape Escape; sleep 0.3
+  click 34 34                      # open: works again once the command has ended
+  if [ -n "$(dialog_of tavix-still-measure)" ]; then xdotool key Escape; sleep 0.5; else fail pan "Escape did not end the measure"; fi
+fi
+close_and_wait pan
+grep -q "^DEFAULTSCALE=6"$'\r'"\?\$" "$inst/Tavix.Ini" || fail pan "Ctrl+wheel did not step to x 1.1: $(grep DEFAULTSCALE "$inst/Tavix.Ini")"
+[ $failures -eq 0 ] && echo "ok pan: dragged, zoomed with Ctrl+wheel, a measure ended with Escape"
+
 # Movies with the real buttons: save as AVI arms, the play button records 3 s and stops. A
 # second recording is cut off by kill -9: the next start repairs it and says so once.
 install record tavix
@@ -252,8 +283,6 @@ close_and_wait record
 # Scale bar, cross lines and a setting with the real mouse and keys in tavix-camera-measure.
 install overlay tavix-camera-measure
 launch tavix-camera-measure "デジカメ画像表示／計測プログラム"
-pixel() { convert "$1" -format "%[pixel:p{$2,$3}]" info:; }
-red=$(convert xc:red -format '%[pixel:p{0,0}]' info:)
 if [ -z "$wid" ]; then
   fail overlay "no window"
 else
