@@ -123,7 +123,7 @@ Filter* Impl::Add(Kind kind, const QString& name, GstRef<GstElement> element, st
     // Sources join the pipeline now; recording elements only once something links them,
     // since an unlinked file writer would keep the pipeline from starting.
     if (kind == Kind::Device || kind == Kind::TestCamera)
-        gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(f->element.get())));
+        gst_bin_add(GST_BIN(pipeline.get()), f->element.get());  // the bin takes a reference of its own
     return f;
 }
 
@@ -144,8 +144,7 @@ CapsRef Impl::CameraCaps() const { return CapsOf(format); }
 // Adds the elements after the first to the pipeline and links all in order; on failure
 // takes them out again.
 bool Impl::AddChain(const std::vector<GstElement*>& chain) {
-    for (size_t i = 1; i < chain.size(); ++i)
-        gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(chain[i])));
+    for (size_t i = 1; i < chain.size(); ++i) gst_bin_add(GST_BIN(pipeline.get()), chain[i]);
     bool ok = true;
     for (size_t i = 1; ok && i < chain.size(); ++i) ok = gst_element_link(chain[i - 1], chain[i]);
     if (!ok)
@@ -215,7 +214,7 @@ void Impl::RenderCameraAgain(Filter& cam) {
         cam.Link(cam.pins.front(), rendererIn);
         return;
     }
-    gst_bin_add(GST_BIN(pipeline.get()), GST_ELEMENT(gst_object_ref(tee->element.get())));
+    gst_bin_add(GST_BIN(pipeline.get()), tee->element.get());
     GstRef<GstPad> teeOut(gst_element_request_pad_simple(tee->element.get(), "src_%u"));
     GstRef<GstPad> rendererPad(gst_element_get_static_pad(displayIn, "sink"));
     if (!gst_element_link(cameraOut, tee->element.get()) || !teeOut ||

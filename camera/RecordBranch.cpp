@@ -81,7 +81,7 @@ bool RecordBranch::Link(GstElement* pipeline, GstElement* tee, GstElement* mux, 
     // up, so the movie lasts as long as the recording did. Not from before the first frame.
     g_object_set(rate.get(), "skip-to-first", TRUE, nullptr);
     for (GstElement* e : {queue.get(), rate.get(), mux, writer})
-        gst_bin_add(GST_BIN(pipeline), GST_ELEMENT(gst_object_ref(e)));
+        gst_bin_add(GST_BIN(pipeline), e);  // the bin takes a reference of its own
     // Pads by name: the multiplexer would take a stream of any caps on its audio input.
     GstRef<GstPad> teeOut(gst_element_request_pad_simple(tee, "src_%u"));
     GstRef<GstPad> muxIn(gst_element_request_pad_simple(mux, "video_%u"));
