@@ -328,7 +328,9 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
             ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }));
             EXPECT_TRUE(m.host.Boxes[0].Prompt.startsWith(s.box)) << m.host.Boxes[0].Prompt.toStdString();
         }
-        if (!s.log.isEmpty()) EXPECT_TRUE(m.box.LogTexts().mid(logged).contains(s.log));
+        if (!s.log.isEmpty()) {
+            EXPECT_TRUE(m.box.LogTexts().mid(logged).contains(s.log));
+        }
         EXPECT_EQ(m.f.ViewMode == tavix::ViewMode::Live, s.live);
         if (!s.live) continue;
         const QImage shown = m.f.FilterGraph->GetCurrentImage();

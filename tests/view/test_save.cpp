@@ -238,8 +238,9 @@ struct MovieWindow : SaveWindow {
     std::optional<double> free = 100 * kGiB;
     int clears = 0;
     explicit MovieWindow(int16_t type = 0) : SaveWindow(type) {
-        if (f.FilterGraph)
+        if (f.FilterGraph) {
             EXPECT_TRUE(testing_support::WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); }));
+        }
         vb::SetDriveProbe([this] { return mounts; }, [this](const QString&) { return free; });
         f.Hooks.ClearResults = [this](frmMain&) { ++clears; };
     }
