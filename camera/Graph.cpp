@@ -393,6 +393,7 @@ void FilterGraph::Run() {
     if (!d_->active) d_->record.ResetCounts();
     d_->renderer.Hold(false);
     d_->ChangeState(GST_STATE_PLAYING);
+    d_->record.Started();
 }
 
 void FilterGraph::Pause() {

@@ -44,8 +44,23 @@ GstPadProbeReturn RecordBranch::CountCamera(GstPad*, GstPadProbeInfo*, gpointer 
 // and the backlog never holds up the camera or a stop.
 GstPadProbeReturn RecordBranch::Leaving(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
     auto* b = static_cast<RecordBranch*>(data);
-    guint64 backlog = 0;
     GstRef<GstElement> queue(gst_pad_get_parent_element(pad));
+    // The first frame stands from the moment the recording started, not from when the camera
+    // next sent one (up to a frame later).
+    if (const gint64 started = b->runAt_.exchange(0); started != 0) {
+        GstRef<GstClock> clock{gst_element_get_clock(queue.get())};
+        GstBuffer* first = GST_PAD_PROBE_INFO_BUFFER(info);
+        if (clock && GST_BUFFER_PTS_IS_VALID(first)) {
+            const GstClockTime now = gst_clock_get_time(clock.get()) - gst_element_get_base_time(queue.get());
+            const GstClockTime ago = GstClockTime(g_get_monotonic_time() - started) * GST_USECOND;
+            if (now > ago && now - ago < GST_BUFFER_PTS(first)) {
+                first = gst_buffer_make_writable(first);
+                GST_BUFFER_PTS(first) = now - ago;
+                GST_PAD_PROBE_INFO_DATA(info) = first;
+            }
+        }
+    }
+    guint64 backlog = 0;
     g_object_get(queue.get(), "current-level-time", &backlog, nullptr);
     const gint64 deadline = b->finishBy_.load(std::memory_order_relaxed);
     if (backlog <= kBacklog && (deadline == 0 || g_get_monotonic_time() < deadline)) {
@@ -158,6 +173,10 @@ bool RecordBranch::Contains(GstObject* source) const {
     for (GstElement* e : {fileQueue_, fileRate_, fileMux_, fileWriter_})
         if (e && source && (source == GST_OBJECT(e) || gst_object_has_as_ancestor(source, GST_OBJECT(e)))) return true;
     return false;
+}
+
+void RecordBranch::Started() {
+    if (Linked()) runAt_ = g_get_monotonic_time();
 }
 
 void RecordBranch::ResetCounts() { cameraFrames_ = 0, recordedFrames_ = 0; }

@@ -32,6 +32,8 @@ public:
     // Whether a message's source is in the branch.
     bool Contains(GstObject* source) const;
 
+    // The graph runs: a linked branch's movie starts now.
+    void Started();
     void ResetCounts();
     uint64_t CameraFrames() const;
     // Frames written whole; the others of CameraFrames went into the movie as repeats of the
@@ -60,7 +62,9 @@ private:
     std::atomic<uint64_t> framesAtCut_{0};  // camera frames when the branch was cut off
     std::atomic<bool> cut_{false}, cutRequested_{false};
     static constexpr gint64 kFinishWrites = 300;  // ms a stop lets the disk write what waits
-    std::atomic<gint64> finishBy_{0};             // monotonic µs; 0 while recording
+    std::atomic<gint64> finishBy_{0};
+    std::atomic<gint64> runAt_{
+        0};  // monotonic µs of the run that started the recording, until its first frame             // monotonic µs; 0 while recording
 };
 
 }  // namespace tavix::cam
