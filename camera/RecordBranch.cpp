@@ -138,7 +138,8 @@ bool RecordBranch::Finish(int timeoutMs) {
     }
     // What still waits in the queue when the disk has had its time goes out as empty chunks,
     // so the stop never waits long on the disk.
-    finishBy_ = g_get_monotonic_time() + kFinishWrites * G_TIME_SPAN_MILLISECOND;
+    stopAt_ = g_get_monotonic_time();
+    finishBy_ = stopAt_ + kFinishWrites * G_TIME_SPAN_MILLISECOND;
     // The camera's streaming thread cuts the branch off before its next frame enters the
     // tee, so every frame counted went to the file too. A camera that sends nothing more
     // leaves it to this thread.
@@ -159,10 +160,14 @@ void RecordBranch::Cut() {
     framesAtCut_ = cameraFrames_.load();
     GstRef<GstPad> in(gst_element_get_static_pad(fileQueue_, "sink"));
     gst_pad_unlink(fileTeePad_.get(), in.get());
-    // The last frame stands until now: the rate keeper repeats it up to the stop.
+    // The last frame stands until the stop was asked for: the rate keeper repeats it up to an
+    // empty frame of that moment, which shows it once more.
     if (GstRef<GstClock> clock{gst_element_get_clock(fileQueue_)}) {
         const GstClockTime now = gst_clock_get_time(clock.get()) - gst_element_get_base_time(fileQueue_);
-        gst_pad_send_event(in.get(), gst_event_new_gap(now, 0));
+        const GstClockTime ago = GstClockTime(g_get_monotonic_time() - stopAt_.load()) * GST_USECOND;
+        GstBuffer* last = gst_buffer_new();
+        GST_BUFFER_PTS(last) = now > ago ? now - ago : now;
+        gst_pad_chain(in.get(), last);
     }
     gst_pad_send_event(in.get(), gst_event_new_eos());
     std::lock_guard lock(eosMutex_);

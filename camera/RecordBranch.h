@@ -62,9 +62,9 @@ private:
     std::atomic<uint64_t> framesAtCut_{0};  // camera frames when the branch was cut off
     std::atomic<bool> cut_{false}, cutRequested_{false};
     static constexpr gint64 kFinishWrites = 300;  // ms a stop lets the disk write what waits
-    std::atomic<gint64> finishBy_{0};
-    std::atomic<gint64> runAt_{
-        0};  // monotonic µs of the run that started the recording, until its first frame             // monotonic µs; 0 while recording
+    // Monotonic µs: when a stop lets the disk go (0 while recording), when the stop was asked
+    // for, and when the run that started the recording began (0 once its first frame came).
+    std::atomic<gint64> finishBy_{0}, stopAt_{0}, runAt_{0};
 };
 
 }  // namespace tavix::cam

@@ -121,9 +121,8 @@ TEST(Movie, LastsAsLongAsTheRecordingWhateverIsDropped) {
             EXPECT_GT(n.toInt(), 10);
             EXPECT_TRUE(m.Logged(QStringLiteral("StopRecording Frames Not Written.(%1)").arg(n)));
         }
-        // Measured: 0.04 s off at full rate and on the slow disk, 0.10 s at 15 fps, the camera's
-        // start after the graph's stop and run included.
-        EXPECT_NEAR(Seconds(m.f.MovieFileName), seconds, 0.15);
+        // Within one frame (measured 0 to +0.033 s); a second one for a machine under load.
+        EXPECT_NEAR(Seconds(m.f.MovieFileName), seconds, 2 / 30.0 + 0.002);
     }
     fakecam_set_rate(0);
     fakecam_plug(FakeCamNone);
