@@ -2,6 +2,7 @@
 // A main window started for a benchmark as the program starts it, in a temporary copy of
 // deploy/ja, without the test support library. Any dialog but the file-open one stops the run.
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
 #include <QDir>
@@ -46,6 +47,22 @@ inline bool MakeJpeg(const QString& path) {
 [[noreturn]] inline void Stop(const char* what, const QString& text = {}) {
     std::printf("unexpected %s %s\n", what, qPrintable(text));
     std::exit(1);
+}
+
+// Runs the event loop until done() holds or the time is up; whether it holds.
+template <class F>
+bool WaitFor(int timeoutMs, F&& done) {
+    if (done()) return true;
+    QEventLoop loop;
+    QElapsedTimer t;
+    t.start();
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (done() || t.elapsed() > timeoutMs) loop.quit();
+    });
+    poll.start(1);
+    loop.exec();
+    return done();
 }
 
 // Runs the event loop for that long.

@@ -37,21 +37,6 @@ using Clock = std::chrono::steady_clock;
 constexpr int kWidth = 1280, kHeight = 720, kRate = 30;
 
 // Runs the event loop (sleeping between events) until done() or the time is up; true when done.
-template <class F>
-bool WaitFor(int timeoutMs, F&& done) {
-    if (done()) return true;
-    QEventLoop loop;
-    QElapsedTimer t;
-    t.start();
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (done() || t.elapsed() > timeoutMs) loop.quit();
-    });
-    poll.start(1);
-    loop.exec();
-    return done();
-}
-
 // The graph file of the test camera at the benchmark's size and rate.
 bool WriteGraphFile(const QString& folder) {
     QFile file(folder + QStringLiteral("/Tavix.grf"));
@@ -184,7 +169,7 @@ bool BarePipeline(int seconds, bool clock, LiveFigures& out) {
 int StartupChild(Clock::time_point mainStart) {
     CameraWindow w;
     FrameCounter counter(w.f);
-    if (!WaitFor(10000, [&] { return counter.HasFirst(); })) {
+    if (!bench::WaitFor(10000, [&] { return counter.HasFirst(); })) {
         std::printf("no live frame within 10 s\n");
         return 1;
     }
@@ -216,7 +201,7 @@ int main(int argc, char** argv) {
     tavix::frmMain& f = w->f;
     w->SizeView(kWidth + 40, kHeight + 40);
     FrameCounter counter(f);
-    if (!WaitFor(5000, [&] { return counter.Frames() >= 3; })) {
+    if (!bench::WaitFor(5000, [&] { return counter.Frames() >= 3; })) {
         std::printf("setup: no live frame shown within 5 s\n");
         return 1;
     }
@@ -244,7 +229,7 @@ int main(int argc, char** argv) {
     int bad = 0;
     for (int i = 0; i < 21; ++i) {
         const int before = counter.Frames();
-        if (!WaitFor(3000, [&] { return counter.Frames() >= before + 3; })) {
+        if (!bench::WaitFor(3000, [&] { return counter.Frames() >= before + 3; })) {
             std::printf("freeze %d: no fresh live frames\n", i);
             break;
         }
@@ -253,7 +238,7 @@ int main(int argc, char** argv) {
         tavix::cmdPlayStop_Click(f);
         QCoreApplication::processEvents();
         // Where that pass did not paint the still yet, the time runs on to its repaint.
-        if (!WaitFor(1000, [&] { return still.Paints() > stillPaints; })) ++bad;
+        if (!bench::WaitFor(1000, [&] { return still.Paints() > stillPaints; })) ++bad;
         freezes.push_back(std::chrono::duration<double, std::milli>(Clock::now() - t0).count());
         if (f.ViewMode != tavix::ViewMode::Still || !f.picStillView->Visible() || f.picStillView->GetImage().isNull())
             ++bad;

@@ -42,21 +42,6 @@ const Case kCases[] = {
 };
 constexpr int kRate = 30;
 
-template <class F>
-bool WaitFor(int timeoutMs, F&& done) {
-    if (done()) return true;
-    QEventLoop loop;
-    QElapsedTimer t;
-    t.start();
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (done() || t.elapsed() > timeoutMs) loop.quit();
-    });
-    poll.start(1);
-    loop.exec();
-    return done();
-}
-
 double Median(std::vector<double> v) {
     std::sort(v.begin(), v.end());
     return v.empty() ? 0 : v[v.size() / 2];
@@ -182,10 +167,10 @@ void TimeToNextFrame(const char* what, tavix::frmMain& f, FrameCounter& counter,
     int missed = 0;
     for (int i = 0; i < 21; ++i) {
         int before = counter.Frames();
-        if (!WaitFor(3000, [&] { return counter.Frames() >= before + 2; })) break;
+        if (!bench::WaitFor(3000, [&] { return counter.Frames() >= before + 2; })) break;
         before = counter.Frames();
         const Clock::time_point t0 = action(i);
-        if (!WaitFor(3000, [&] { return counter.Frames() > before; })) {
+        if (!bench::WaitFor(3000, [&] { return counter.Frames() > before; })) {
             ++missed;
             continue;
         }
@@ -207,7 +192,8 @@ bool RunCase(const Case& c, int seconds) {
     SelectZoom(f, "x 1.0");
     w->SizeView(c.width + 40, c.height + 40);
     FrameCounter counter(f);
-    if (!WaitFor(5000, [&] { return counter.Frames() >= 3; })) return std::printf("  no live frame in 5 s\n"), false;
+    if (!bench::WaitFor(5000, [&] { return counter.Frames() >= 3; }))
+        return std::printf("  no live frame in 5 s\n"), false;
     if (f.FilterGraph->GetVideoSize() != QSize(c.width, c.height)) return std::printf("  wrong size\n"), false;
 
     // In turns of up to 10 s, so that both see the same load of a shared machine.
