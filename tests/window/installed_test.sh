@@ -8,8 +8,8 @@ mkdir -p "$shots"
 work=$(mktemp -d)
 trap 'kill ${xvfb_pid:-0} 2>/dev/null; [ -n "${KEEP:-}" ] || rm -rf "$work"' EXIT
 chmod 755 "$work"
-failures=0
-fail() { echo "FAIL $1: $2"; failures=$((failures + 1)); }
+out=$work/out.txt
+source "$(dirname "$0")/x11.sh"
 
 cpack --config "$build/CPackConfig.cmake" -B "$work/pkg" >"$work/cpack.log" 2>&1 || { cat "$work/cpack.log"; exit 1; }
 deb=$(ls "$work"/pkg/tavix_*.deb)
@@ -36,14 +36,7 @@ prefix="$work/root"
 dpkg-deb -x "$deb" "$prefix"
 stamp=$(find "$prefix" -printf '%p %s %T@\n' | sort | md5sum)
 
-if [ -z "${DISPLAY:-}" ] || [ "${QT_QPA_PLATFORM:-}" = offscreen ]; then
-  exec 3>"$work/displayfd"
-  Xvfb -displayfd 3 -screen 0 1600x1000x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
-  xvfb_pid=$!
-  for _ in $(seq 50); do [ -s "$work/displayfd" ] && break; sleep 0.1; done
-  export DISPLAY=":$(head -1 "$work/displayfd")"
-fi
-unset QT_QPA_PLATFORM
+start_display
 
 # Root (as in CI) runs the programs as nobody, who cannot write the root-owned prefix.
 home="$work/home"
@@ -54,47 +47,19 @@ if [ "$(id -u)" -eq 0 ]; then
   as_user=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
 fi
 # A bare session: an English locale, no XDG_CONFIG_HOME.
-launch() {
+start() {
   "${as_user[@]}" env -i HOME="$home" DISPLAY="$DISPLAY" LC_ALL=C.UTF-8 PATH=/usr/bin:/bin \
-    "$prefix/usr/bin/$1" >"$work/out.txt" 2>&1 &
+    "$prefix/usr/bin/$1" >"$out" 2>&1 &
   pid=$!
-  wid=""
-  for _ in $(seq 100); do
-    wid=$(xdotool search --onlyvisible --name '^Tavix$' 2>/dev/null | head -1)
-    [ -n "$wid" ] && break
-    kill -0 $pid 2>/dev/null || break
-    sleep 0.1
-  done
-  [ -n "$wid" ] && sleep 0.5
 }
 # The shared libraries the running program has mapped.
 loaded() { awk '$6 ~ /\.so/ {print $6}' "/proc/$pid/maps" | sort -u >>"$work/loaded.txt"; }
-answer_dialog() {
-  local dialog=""
-  for _ in $(seq 50); do
-    dialog=$(xdotool search --onlyvisible --class "$2" 2>/dev/null | grep -vx "$wid" | head -1)
-    [ -n "$dialog" ] && break
-    sleep 0.1
-  done
-  [ -n "$dialog" ] || { fail "$2" "no file dialog for $1"; return 1; }
-  sleep 0.5
-  xdotool type --delay 20 "$1"
-  xdotool key Return
-  sleep 1
-}
-close_and_wait() {
-  [ -n "$wid" ] && "$xclose" "$wid"
-  for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
-  kill -0 $pid 2>/dev/null && { fail "$1" "still running"; kill $pid; }
-  wait $pid || fail "$1" "exit status $?"
-}
-
 # A TIFF, so the image format plugins are loaded as a user's pictures would load them.
 convert -size 320x240 xc:orange "$home/picture.tif"
 chown -R --reference="$home" "$home"
-launch tavix-still-measure
+launch tavix-still-measure Tavix
 if [ -z "$wid" ]; then
-  fail still "no window"; cat "$work/out.txt"
+  fail still "no window"; cat "$out"
 else
   xdotool mousemove --window "$wid" 34 34 click 1        # open
   answer_dialog "$home/picture.tif" tavix-still-measure
@@ -116,8 +81,8 @@ Tavix End" ] || fail still "log: $(cat "$config/Error.Log")"
 [ "$(find "$config" -newer "$config/StringTable.txt" -name Tavix.Ini)" ] || fail still "settings not written back"
 
 # The camera variant on the test camera loads the GStreamer plugins.
-launch tavix
-if [ -z "$wid" ]; then fail camera "no window"; cat "$work/out.txt"; else sleep 1; loaded; fi
+launch tavix Tavix
+if [ -z "$wid" ]; then fail camera "no window"; cat "$out"; else sleep 1; loaded; fi
 close_and_wait camera
 [ -f "$config/Tavix.grf" ] || fail camera "no graph file in the user folder"
 [ "$(find "$prefix" -printf '%p %s %T@\n' | sort | md5sum)" = "$stamp" ] || fail prefix "written under the prefix"

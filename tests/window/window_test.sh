@@ -14,14 +14,10 @@ mkdir -p "$shots"
 work=$(mktemp -d /var/tmp/tavix-window.XXXXXX)
 trap 'kill ${xvfb_pid:-0} 2>/dev/null; rm -rf "$work"' EXIT
 
-if [ -z "${DISPLAY:-}" ] || [ "${QT_QPA_PLATFORM:-}" = offscreen ]; then
-  exec 3>"$work/displayfd"
-  Xvfb -displayfd 3 -screen 0 1600x1000x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
-  xvfb_pid=$!
-  for _ in $(seq 50); do [ -s "$work/displayfd" ] && break; sleep 0.1; done
-  export DISPLAY=":$(head -1 "$work/displayfd")"
-fi
-unset QT_QPA_PLATFORM
+out=$work/out.txt
+start() { "$inst/$1" >"$out" 2>&1 & pid=$!; }
+source "$(dirname "$0")/x11.sh"
+start_display
 # xdotool matches the Japanese titles only in a UTF-8 locale.
 export LC_ALL=C.UTF-8
 
@@ -31,78 +27,11 @@ declare -A titles=(
   [tavix-still]="画像表示プログラム"
   [tavix-still-measure]="画像表示／計測プログラム"
 )
-failures=0
 pixel() { convert "$1" -format "%[pixel:p{$2,$3}]" info:; }
 red=$(convert xc:red -format '%[pixel:p{0,0}]' info:)
-fail() { echo "FAIL $1: $2"; failures=$((failures + 1)); }
 
 # A copy of the deployment with one program in $work/$1; sets inst.
 install() { inst="$work/$1"; mkdir -p "$inst"; cp "$src"/deploy/ja/* "$inst"/; cp "$bin/$2" "$inst"/; }
-# Starts $inst/$1 and waits for its window titled $2; sets pid and wid (empty when none came).
-launch() { launch_until "$1" wait_window "$2"; }
-# Starts $inst/$1 and runs the rest until it sets wid. Xvfb now and then refuses a connection
-# under load (Qt then aborts at once); that try does not count.
-launch_until() {
-  local program=$1
-  shift
-  for _ in 1 2 3; do
-    "$inst/$program" >"$inst/out.txt" 2>&1 &
-    pid=$!
-    "$@"
-    [ -n "$wid" ] && return
-    grep -q "could not connect to display" "$inst/out.txt" || { cat "$inst/out.txt"; return; }
-    wait $pid 2>/dev/null
-  done
-}
-# Waits for a window of class $1 (a box before the main window) while the program runs.
-wait_box() {
-  wid=""
-  for _ in $(seq 100); do
-    wid=$(xdotool search --onlyvisible --class "$1" 2>/dev/null | head -1)
-    [ -n "$wid" ] && break
-    kill -0 "$pid" 2>/dev/null || break
-    sleep 0.1
-  done
-}
-# Waits for the window titled $1 while the program runs; sets wid (empty when none came).
-wait_window() {
-  wid=""
-  for _ in $(seq 300); do
-    wid=$(xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -1)
-    [ -n "$wid" ] && break
-    kill -0 "$pid" 2>/dev/null || break
-    sleep 0.1
-  done
-  [ -n "$wid" ] && sleep 0.5
-}
-# A window of the program other than the main one: the modal dialog just opened.
-dialog_of() {
-  local d=""
-  for _ in $(seq 50); do
-    d=$(xdotool search --onlyvisible --class "$1" 2>/dev/null | grep -vx "$wid" | head -1)
-    [ -n "$d" ] && break
-    sleep 0.1
-  done
-  echo "$d"
-}
-# Types a path into the file dialog of program $2 that the click before opened.
-answer_dialog() {
-  local dialog
-  dialog=$(dialog_of "$2")
-  [ -n "$dialog" ] || { fail "$2" "no file dialog for $1"; return 1; }
-  sleep 0.5
-  [ -n "${3:-}" ] && import -window "$dialog" "$3" 2>/dev/null
-  xdotool type --delay 20 "$1"
-  xdotool key Return
-  sleep 0.7
-}
-# Closes the window and checks that the program ends.
-close_and_wait() {
-  [ -n "$wid" ] && "$xclose" "$wid"
-  for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
-  kill -0 $pid 2>/dev/null && { fail "$1" "still running"; import -window root "$shots/$1-stuck.png" 2>/dev/null; kill $pid; }
-  wait $pid 2>/dev/null
-}
 
 for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
   install "$program" "$program"
@@ -110,7 +39,7 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
   title=${titles[$program]}
   launch "$program" "$title"
   if [ -z "$wid" ]; then
-    fail "$program" "no window titled $title"; cat "$inst/out.txt"; kill $pid 2>/dev/null; continue
+    fail "$program" "no window titled $title"; cat "$out"; kill $pid 2>/dev/null; continue
   fi
   import -window "$wid" "$shots/$program.png" 2>/dev/null || fail "$program" "no screenshot"
   if [ "$program" = tavix ]; then
@@ -354,7 +283,7 @@ if [ -n "${TAVIX_WINDOW_NS:-}" ] && mount -t tmpfs -o size=64m tmpfs "$work/full
   ini_before=$(md5sum <"$inst/Tavix.Ini")
   launch tavix-still "画像表示プログラム"
   if [ -z "$wid" ]; then
-    fail full "no window: $(cat "$inst/out.txt")"
+    fail full "no window: $(cat "$out")"
   else
     click 34 34                    # open
     answer_dialog "$work/orange.bmp" tavix-still
@@ -375,7 +304,7 @@ if [ -n "${TAVIX_WINDOW_NS:-}" ] && mount -t tmpfs -o size=64m tmpfs "$work/full
   [ -z "$stray" ] || fail full "temporary files left: $stray"
   rm -f "$inst/filler"
   launch tavix-still "画像表示プログラム"
-  [ -n "$wid" ] || fail full "no window at the next start: $(cat "$inst/out.txt")"
+  [ -n "$wid" ] || fail full "no window at the next start: $(cat "$out")"
   close_and_wait full
   grep -q "JPEGQTY=85" "$inst/Tavix.Ini" || fail full "settings not written once there was room"
   umount "$work/full"
