@@ -1,5 +1,6 @@
 #include "RecordBranch.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace tavix::cam {
@@ -161,12 +162,18 @@ void RecordBranch::Cut() {
     GstRef<GstPad> in(gst_element_get_static_pad(fileQueue_, "sink"));
     gst_pad_unlink(fileTeePad_.get(), in.get());
     // The last frame stands until the stop was asked for: the rate keeper repeats it up to an
-    // empty frame of that moment, which shows it once more.
+    // empty frame half a frame before that moment, which shows it once more, so the movie's
+    // length is the time recorded rounded to whole frames.
     if (GstRef<GstClock> clock{gst_element_get_clock(fileQueue_)}) {
         const GstClockTime now = gst_clock_get_time(clock.get()) - gst_element_get_base_time(fileQueue_);
-        const GstClockTime ago = GstClockTime(g_get_monotonic_time() - stopAt_.load()) * GST_USECOND;
+        GstClockTime stop = now - std::min(now, GstClockTime(g_get_monotonic_time() - stopAt_.load()) * GST_USECOND);
+        int num = 0, den = 1;
+        if (CapsRef caps{gst_pad_get_current_caps(in.get())};
+            caps && gst_caps_get_size(caps.get()) > 0 &&
+            gst_structure_get_fraction(gst_caps_get_structure(caps.get(), 0), "framerate", &num, &den) && num > 0)
+            stop -= std::min(stop, gst_util_uint64_scale(GST_SECOND / 2, GstClockTime(den), GstClockTime(num)));
         GstBuffer* last = gst_buffer_new();
-        GST_BUFFER_PTS(last) = now > ago ? now - ago : now;
+        GST_BUFFER_PTS(last) = stop;
         gst_pad_chain(in.get(), last);
     }
     gst_pad_send_event(in.get(), gst_event_new_eos());
