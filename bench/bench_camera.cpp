@@ -25,6 +25,7 @@
 #include <memory>
 #include <vector>
 
+#include "BareSink.h"
 #include "BenchUtil.h"
 #include "BenchWindow.h"
 #include "CameraView.h"
@@ -146,17 +147,9 @@ bool BarePipeline(int seconds, bool clock, LiveFigures& out) {
         if (pipeline) gst_object_unref(pipeline);
         return false;
     }
-    GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline), "sink");
     static std::atomic<int> frames;
     frames = 0;
-    GstAppSinkCallbacks callbacks{};
-    callbacks.new_sample = [](GstAppSink* s, gpointer) {
-        if (GstSample* sample = gst_app_sink_pull_sample(s)) gst_sample_unref(sample);
-        ++frames;
-        return GST_FLOW_OK;
-    };
-    gst_app_sink_set_callbacks(GST_APP_SINK(sink), &callbacks, nullptr, nullptr);
-    gst_object_unref(sink);
+    bench::CountFramesAtSink(pipeline, &frames);
     const bool ok = gst_element_set_state(pipeline, GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE;
     if (ok) out = MeasureLive(seconds, [] { return frames.load(); });
     gst_element_set_state(pipeline, GST_STATE_NULL);

@@ -19,6 +19,7 @@
 #include <memory>
 #include <vector>
 
+#include "BareSink.h"
 #include "BenchUtil.h"
 #include "BenchWindow.h"
 #include "CameraView.h"
@@ -112,15 +113,7 @@ struct BarePipeline {
         if (error) std::printf("bare pipeline: %s\n", error->message);
         g_clear_error(&error);
         if (!pipeline) return;
-        GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline), "sink");
-        GstAppSinkCallbacks callbacks{};
-        callbacks.new_sample = [](GstAppSink* s, gpointer) {
-            if (GstSample* sample = gst_app_sink_pull_sample(s)) gst_sample_unref(sample);
-            ++frames;
-            return GST_FLOW_OK;
-        };
-        gst_app_sink_set_callbacks(GST_APP_SINK(sink), &callbacks, nullptr, nullptr);
-        gst_object_unref(sink);
+        bench::CountFramesAtSink(pipeline, &frames);
     }
     ~BarePipeline() {
         if (!pipeline) return;
