@@ -25,6 +25,12 @@ GstPadProbeReturn SlowWrites(GstPad*, GstPadProbeInfo* info, gpointer bytesPerSe
     return GST_PAD_PROBE_OK;
 }
 
+// The pipeline's running time now, as the camera's timestamps count it; none without a clock.
+GstClockTime RunningTimeNow(GstElement* element) {
+    GstRef<GstClock> clock{gst_element_get_clock(element)};
+    return clock ? gst_clock_get_time(clock.get()) - gst_element_get_base_time(element) : GST_CLOCK_TIME_NONE;
+}
+
 }  // namespace
 
 void RecordBranch::CountCameraFramesAt(GstPad* pad) {
@@ -43,26 +49,23 @@ GstPadProbeReturn RecordBranch::CountCamera(GstPad*, GstPadProbeInfo*, gpointer 
 // A frame leaving the queue while the disk is behind (or once a stop has waited for it) is written
 // as an empty chunk: players show the frame before it again, so the movie keeps its length
 // and the backlog never holds up the camera or a stop.
-GstPadProbeReturn RecordBranch::Leaving(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
+GstPadProbeReturn RecordBranch::Leaving(GstPad*, GstPadProbeInfo* info, gpointer data) {
     auto* b = static_cast<RecordBranch*>(data);
-    GstRef<GstElement> queue(gst_pad_get_parent_element(pad));
     // The first frame stands from the moment the recording started, not from when the camera
     // next sent one (up to a frame later).
     if (const gint64 started = b->runAt_.exchange(0); started != 0) {
-        GstRef<GstClock> clock{gst_element_get_clock(queue.get())};
         GstBuffer* first = GST_PAD_PROBE_INFO_BUFFER(info);
-        if (clock && GST_BUFFER_PTS_IS_VALID(first)) {
-            const GstClockTime now = gst_clock_get_time(clock.get()) - gst_element_get_base_time(queue.get());
-            const GstClockTime ago = GstClockTime(g_get_monotonic_time() - started) * GST_USECOND;
-            if (now > ago && now - ago < GST_BUFFER_PTS(first)) {
-                first = gst_buffer_make_writable(first);
-                GST_BUFFER_PTS(first) = now - ago;
-                GST_PAD_PROBE_INFO_DATA(info) = first;
-            }
+        const GstClockTime now = RunningTimeNow(b->fileQueue_);
+        const GstClockTime ago = GstClockTime(g_get_monotonic_time() - started) * GST_USECOND;
+        if (now != GST_CLOCK_TIME_NONE && GST_BUFFER_PTS_IS_VALID(first) && now > ago &&
+            now - ago < GST_BUFFER_PTS(first)) {
+            first = gst_buffer_make_writable(first);
+            GST_BUFFER_PTS(first) = now - ago;
+            GST_PAD_PROBE_INFO_DATA(info) = first;
         }
     }
     guint64 backlog = 0;
-    g_object_get(queue.get(), "current-level-time", &backlog, nullptr);
+    g_object_get(b->fileQueue_, "current-level-time", &backlog, nullptr);
     const gint64 deadline = b->finishBy_.load(std::memory_order_relaxed);
     if (backlog <= kBacklog && (deadline == 0 || g_get_monotonic_time() < deadline)) {
         b->recordedFrames_.fetch_add(1, std::memory_order_relaxed);
@@ -164,8 +167,7 @@ void RecordBranch::Cut() {
     // The last frame stands until the stop was asked for: the rate keeper repeats it up to an
     // empty frame half a frame before that moment, which shows it once more, so the movie's
     // length is the time recorded rounded to whole frames.
-    if (GstRef<GstClock> clock{gst_element_get_clock(fileQueue_)}) {
-        const GstClockTime now = gst_clock_get_time(clock.get()) - gst_element_get_base_time(fileQueue_);
+    if (const GstClockTime now = RunningTimeNow(fileQueue_); now != GST_CLOCK_TIME_NONE) {
         GstClockTime stop = now - std::min(now, GstClockTime(g_get_monotonic_time() - stopAt_.load()) * GST_USECOND);
         int num = 0, den = 1;
         if (CapsRef caps{gst_pad_get_current_caps(in.get())};
