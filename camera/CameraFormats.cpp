@@ -123,8 +123,8 @@ bool Splice(GstElement* pipeline, GstElement* from, GstRef<GstElement> added) {
     return link(out.get(), after.get());
 }
 
-// The chain in the shape the format needs: the test camera's encoder before the caps, the
-// decoder after the renderer's queue.
+// The chain in the shape the format needs: the test camera's encoder before the caps, and
+// for raw frames the converter after the renderer's queue.
 bool Replumb(FilterGraph::Impl& d, const CameraFormat& format) {
     const bool jpeg = IsJpeg(format);
     g_object_set(d.cameraOut, "caps", CapsOf(format).get(), nullptr);
@@ -133,8 +133,9 @@ bool Replumb(FilterGraph::Impl& d, const CameraFormat& format) {
     const bool encodes = Next(source) != d.cameraOut;
     if (d.camera->kind == Kind::TestCamera && encodes != jpeg)
         ok = Splice(d.pipeline.get(), source, jpeg ? Make("jpegenc") : nullptr);
-    const bool decodes = IsA(Next(d.displayIn), "jpegdec");
-    if (ok && decodes != jpeg) ok = Splice(d.pipeline.get(), d.displayIn, jpeg ? Make("jpegdec") : nullptr);
+    const bool converts = IsA(Next(d.displayIn), "videoconvert");
+    if (ok && converts == jpeg)
+        ok = Splice(d.pipeline.get(), d.displayIn, jpeg ? nullptr : LiveRenderer::MakeConverter());
     return ok;
 }
 

@@ -155,8 +155,8 @@ bool Impl::AddChain(const std::vector<GstElement*>& chain) {
     return ok;
 }
 
-// The camera's first path: camera, [encoder], [caps], then the renderer, which begins
-// with a queue so that it can hang off a tee later.
+// The camera's first path: camera, [encoder], caps, then the renderer, which begins with a
+// queue so that it can hang off a tee later, and converts raw frames.
 void Impl::RenderCamera(Filter& f) {
     if (f.kind == Kind::TestCamera) {
         if (!format.Width || !format.Height) format.Width = 640, format.Height = 480;
@@ -181,8 +181,11 @@ void Impl::RenderCamera(Filter& f) {
     chain.push_back(cf);
     const size_t rendererAt = chain.size();
     chain.push_back(make("queue"));
-    if (jpeg) chain.push_back(make("jpegdec"));
-    chain.push_back(make("videoconvert"));
+    // JPEG frames go to the renderer as they are: it decodes them itself.
+    if (!jpeg) {
+        owned.push_back(LiveRenderer::MakeConverter());
+        chain.push_back(owned.back().get());
+    }
     GstElement* appsink = make("appsink");
     chain.push_back(appsink);
     if (std::find(chain.begin(), chain.end(), nullptr) != chain.end() || !AddChain(chain))
@@ -301,7 +304,6 @@ QStringList MissingElements(bool testCamera) {
         {"videotestsrc", "gstreamer1.0-plugins-base", true},
         {"timeoverlay", "gstreamer1.0-x", true},
         {"jpegenc", "gstreamer1.0-plugins-good", true},
-        {"jpegdec", "gstreamer1.0-plugins-good", false},
         {"videoconvert", "gstreamer1.0-plugins-base", false},
         {"appsink", "gstreamer1.0-plugins-base", false},
         {"avimux", "gstreamer1.0-plugins-good", false},

@@ -47,29 +47,49 @@ LiveRenderer::LiveRenderer(FilterGraph& graph) : graph_(graph), ui_(std::make_un
 LiveRenderer::~LiveRenderer() { ui_.reset(); }
 
 void LiveRenderer::Attach(GstElement* appsink) {
-    CapsRef bgrx(gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "BGRx", nullptr));
+    CapsRef caps(gst_caps_from_string("video/x-raw,format=BGRx;image/jpeg"));
     // Not waiting for a frame to change state: a Run after a Stop returns at once, and the
     // picture comes with the camera's next frame.
-    g_object_set(appsink, "caps", bgrx.get(), "max-buffers", 1u, "drop", TRUE, "sync", FALSE, "async", FALSE, nullptr);
+    g_object_set(appsink, "caps", caps.get(), "max-buffers", 1u, "drop", TRUE, "sync", FALSE, "async", FALSE, nullptr);
     GstAppSinkCallbacks callbacks{};
     callbacks.new_sample = &LiveRenderer::NewSample;
     gst_app_sink_set_callbacks(GST_APP_SINK(appsink), &callbacks, this, nullptr);
-    // The converter before it takes each chroma sample as it comes, as GStreamer's own I420
-    // path does anyway: a YUYV camera's frames then convert in little more than half the time.
-    GstRef<GstPad> in(gst_element_get_static_pad(appsink, "sink"));
-    GstRef<GstPad> out(in ? gst_pad_get_peer(in.get()) : nullptr);
-    GstRef<GstElement> convert(out ? gst_pad_get_parent_element(out.get()) : nullptr);
+}
+
+GstRef<GstElement> LiveRenderer::MakeConverter() {
+    GstRef<GstElement> convert = Make("videoconvert");
+    // Each chroma sample taken as it comes, as GStreamer's own I420 path does anyway: a YUYV
+    // camera's frames then convert in little more than half the time.
     if (convert && g_object_class_find_property(G_OBJECT_GET_CLASS(convert.get()), "chroma-mode"))
         gst_util_set_object_arg(G_OBJECT(convert.get()), "chroma-mode", "none");
+    return convert;
+}
+
+QImage LiveRenderer::Picture(SampleRef sample) {
+    GstCaps* caps = gst_sample_get_caps(sample.get());
+    const GstStructure* s = caps && gst_caps_get_size(caps) ? gst_caps_get_structure(caps, 0) : nullptr;
+    if (!s || !gst_structure_has_name(s, "image/jpeg")) return Wrap(std::move(sample));
+    GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+    GstMapInfo map;
+    if (!buffer || !gst_buffer_map(buffer, &map, GST_MAP_READ)) return {};
+    QImage picture = jpeg_.Decode(map.data, map.size);
+    gst_buffer_unmap(buffer, &map);
+    return picture;
 }
 
 GstFlowReturn LiveRenderer::NewSample(GstAppSink* appsink, gpointer data) {
     auto* r = static_cast<LiveRenderer*>(data);
     SampleRef sample(gst_app_sink_pull_sample(appsink));
     if (!sample) return GST_FLOW_OK;
+    {
+        std::lock_guard lock(r->mutex_);
+        if (r->held_) return GST_FLOW_OK;
+    }
+    QImage picture = r->Picture(std::move(sample));  // outside the lock: decoding takes a while
+    if (picture.isNull()) return GST_FLOW_OK;
     std::lock_guard lock(r->mutex_);
     if (r->held_) return GST_FLOW_OK;
-    r->newest_ = std::move(sample);
+    r->newest_ = std::move(picture);
     if (!r->repaintPending_) {
         r->repaintPending_ = true;
         QMetaObject::invokeMethod(
@@ -83,20 +103,18 @@ void LiveRenderer::Hold(bool on) {
     held_ = on;
 }
 
-SampleRef LiveRenderer::Newest() const {
+QImage LiveRenderer::Newest() const {
     std::lock_guard lock(mutex_);
-    return SampleRef(newest_ ? gst_sample_ref(newest_.get()) : nullptr);
+    return newest_;
 }
 
 void LiveRenderer::ShowNewest() {
-    SampleRef sample;
+    QImage frame;
     {
         std::lock_guard lock(mutex_);
         repaintPending_ = false;
-        if (newest_) sample.reset(gst_sample_ref(newest_.get()));
+        frame = newest_;
     }
-    if (!sample) return;
-    const QImage frame = Wrap(std::move(sample));
     if (frame.isNull()) return;
     if (frame.size() != shownSize_) {
         shownSize_ = frame.size();
@@ -114,19 +132,11 @@ void LiveRenderer::SetOwner(vb::PictureBox* owner) {
     ownerWidget_ = owner ? owner->Widget() : nullptr;
 }
 
-QSize LiveRenderer::VideoSize() const {
-    SampleRef sample = Newest();
-    GstVideoInfo info;
-    if (!sample || !gst_sample_get_caps(sample.get()) ||
-        !gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get())))
-        return {0, 0};
-    return {GST_VIDEO_INFO_WIDTH(&info), GST_VIDEO_INFO_HEIGHT(&info)};
-}
+QSize LiveRenderer::VideoSize() const { return Newest().size(); }
 
 QImage LiveRenderer::CurrentImage() const {
-    SampleRef sample = Newest();
     // A copy of its own, so the frame goes back to the camera at once.
-    return sample ? Wrap(std::move(sample)).copy() : QImage();
+    return Newest().copy();
 }
 
 }  // namespace tavix::cam

@@ -1,7 +1,7 @@
 #pragma once
 // The live picture: the camera's appsink hands each new frame over on its streaming thread,
-// which only keeps a reference to the newest and posts to the UI thread; the frame is drawn
-// there, in the owner's picture box.
+// which makes it a picture (raw frames as they are, JPEG frames decoded), keeps only the
+// newest and posts to the UI thread; the frame is drawn there, in the owner's picture box.
 #include <gst/app/gstappsink.h>
 
 #include <QImage>
@@ -11,6 +11,7 @@
 #include <mutex>
 
 #include "GstHandles.h"
+#include "JpegFrames.h"
 
 class QObject;
 class QWidget;
@@ -30,8 +31,10 @@ public:
     LiveRenderer(const LiveRenderer&) = delete;
     LiveRenderer& operator=(const LiveRenderer&) = delete;
 
-    // Takes the frames of this appsink, converted to BGRx; only the newest is kept.
+    // Takes the frames of this appsink, BGRx or JPEG; only the newest is kept.
     void Attach(GstElement* appsink);
+    // The converter that brings raw camera frames to BGRx before the appsink.
+    static GstRef<GstElement> MakeConverter();
     // While held, a frame still in flight does not replace the one being frozen.
     void Hold(bool on);
     void SetOwner(vb::PictureBox* owner);
@@ -41,7 +44,8 @@ public:
 
 private:
     static GstFlowReturn NewSample(GstAppSink* appsink, gpointer data);
-    SampleRef Newest() const;
+    QImage Picture(SampleRef sample);
+    QImage Newest() const;
     void ShowNewest();
 
     FilterGraph& graph_;
@@ -49,10 +53,11 @@ private:
     QPointer<QWidget> ownerWidget_;
     vb::PictureBox* owner_ = nullptr;
     QSize shownSize_;  // of the last frame handed to the owner
+    JpegFrames jpeg_;  // used on the streaming thread only
 
     // Shared with the streaming thread.
     mutable std::mutex mutex_;
-    SampleRef newest_;
+    QImage newest_;
     bool repaintPending_ = false;
     bool held_ = false;
 };

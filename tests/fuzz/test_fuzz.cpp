@@ -3,6 +3,7 @@
 // a read past a buffer counts as a crash too. The seed is fixed, so a failure comes back.
 #include <QBuffer>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QImage>
 #include <functional>
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include "Guidance.h"
 #include "Ini.h"
 #include "IniConfig.h"
+#include "JpegFrames.h"
 #include "Pictures.h"
 #include "Proof.h"
 #include "Sandbox.h"
@@ -99,6 +101,11 @@ TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
         {"picture", "p.bmp", 1500, [](const QString& p) { return vb::Trap([&] { vb::LoadPicture(p); }) == 0; },
          {Encoded("BMP"), Encoded("JPEG"), Encoded("PNG")}},
         {"graph file", "Tavix.grf", 150, loadGraph, {graphFile}},
+        {"camera frame", "f.jpg", 3000, [](const QString& p) {
+             QFile file(p);
+             const QByteArray frame = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+             return !tavix::cam::JpegFrames().Decode(reinterpret_cast<const uchar*>(frame.data()), frame.size()).isNull();
+         }, {Encoded("JPEG")}},
     };
     // clang-format on
     // The decoders' complaints about each spoiled picture are expected by the thousand.
