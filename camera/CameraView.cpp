@@ -14,6 +14,7 @@
 #include "MovieJournal.h"
 #include "Recording.h"
 #include "StillDisplay.h"
+#include "ViewGeometry.h"
 
 namespace tavix {
 
@@ -25,13 +26,10 @@ namespace {
 // Steps of the fit that follow the camera's size: the box at the zoom, centred, as owner.
 void PlaceCameraView(frmMain& f, QSize size) {
     const double zoom = Var().ZoomFactor;
-    const int w = ZoomedPixels(size.width(), zoom);
-    const int h = ZoomedPixels(size.height(), zoom);
     vb::PictureBox& view = *f.picCameraView;
-    view.SetWidth(w * vb::Screen::TwipsPerPixelX);
-    view.SetHeight(h * vb::Screen::TwipsPerPixelY);
-    view.SetLeft(f.picViewArea->ScaleWidth() / 2 - view.Width() / 2);
-    view.SetTop(f.picViewArea->ScaleHeight() / 2 - view.Height() / 2);
+    geometry::SetPixelSize(view, geometry::ZoomedPixels(size.width(), zoom),
+                           geometry::ZoomedPixels(size.height(), zoom));
+    geometry::Centre(*f.picViewArea, view);
     f.FilterGraph->SetOwner(&view);
     if (f.chkScale->Value() == 1 && f.Hooks.DrawScale) f.Hooks.DrawScale(f);
 }
@@ -124,8 +122,6 @@ cam::FilterInfo* AddFilter(cam::FilterGraph& grp, const QString& filterName) {
     return nullptr;
 }
 
-int ZoomedPixels(int pixels, double zoom) { return static_cast<int>(std::nearbyint(pixels * zoom)); }
-
 void FitCameraView(frmMain& f) {
     if (!f.FilterGraph) return;
     // A running recording is never cut: the picture is only placed anew.
@@ -153,8 +149,7 @@ void CaptureFrame(frmMain& f) {
     if (frame.size() != size) frame = frame.copy(QRect(QPoint(), size));
     vb::PictureBox& temp = *f.picTempView;
     temp.SetPicture(QImage());
-    temp.SetWidth(vb::Screen::TwipsPerPixelX * size.width());
-    temp.SetHeight(vb::Screen::TwipsPerPixelY * size.height());
+    geometry::SetPixelSize(temp, size.width(), size.height());
     temp.Cls();
     temp.SetPicture(frame);
 }

@@ -22,9 +22,6 @@ void FindOutputPin(frmMain& f);
 // Puts the registered filter of that name (exact, in case) into the graph; nullptr if none.
 cam::FilterInfo* AddFilter(cam::FilterGraph& grp, const QString& filterName);
 
-// pixels × zoom to the nearest integer, a half to the even neighbour.
-int ZoomedPixels(int pixels, double zoom);
-
 // Sizes and centres the live picture at the zoom and runs the graph.
 void FitCameraView(frmMain& f);
 // Takes the newest frame into picTempView at the camera's own size.

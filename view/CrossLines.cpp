@@ -4,6 +4,7 @@
 #include "CommandArea.h"
 #include "Guidance.h"
 #include "frmMain.h"
+#include "ViewGeometry.h"
 
 namespace tavix {
 
@@ -23,11 +24,9 @@ void FinishPlacing(frmMain& f) {
 }  // namespace
 
 void PlaceCrossLine(frmMain& f, int k, double X, double Y) {
-    // picStillView is centred in picViewArea, so the picture's origin is the area's middle.
-    constexpr double tx = vb::Screen::TwipsPerPixelX;
-    constexpr double ty = vb::Screen::TwipsPerPixelY;
-    f.picCrossLineV[k]->SetLeft((f.picViewArea->ScaleWidth() / tx / 2 + X) * tx);
-    f.picCrossLineH[k]->SetTop((f.picViewArea->ScaleHeight() / ty / 2 + Y) * ty);
+    // The lines stand in the view area, at the still's point under the pointer.
+    f.picCrossLineV[k]->SetLeft(geometry::AreaXOfStill(f, X));
+    f.picCrossLineH[k]->SetTop(geometry::AreaYOfStill(f, Y));
 }
 
 void chkCross_Click(frmMain& f) {

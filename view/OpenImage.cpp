@@ -7,6 +7,7 @@
 #include "StillDisplay.h"
 #include "TextFile.h"
 #include "frmMain.h"
+#include "ViewGeometry.h"
 
 namespace tavix {
 
@@ -54,7 +55,7 @@ void cmdPicLoad_Click(frmMain& f) {
     }
 
     // The zoom first, so that selecting its item finds nothing to rescale.
-    const double oldZoom = v.ZoomFactor > 0 ? v.ZoomFactor : 1.0;
+    const double oldZoom = geometry::Zoom();
     v.ZoomFactor = 1.0;
     SelectZoomOne(f);
 

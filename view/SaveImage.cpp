@@ -17,6 +17,7 @@
 #include "StillDisplay.h"
 #include "TextFile.h"
 #include "frmMain.h"
+#include "ViewGeometry.h"
 
 namespace tavix {
 
@@ -90,8 +91,8 @@ QImage VisiblePart(frmMain& f) {
     // The still's image holds only its part inside the view area, so its source origin is
     // counted from where that part begins.
     const QRect canvas = still.CanvasRect();
-    const double sx = -std::round(still.Left() / vb::Screen::TwipsPerPixelX) - canvas.x();
-    const double sy = -std::round(still.Top() / vb::Screen::TwipsPerPixelY) - canvas.y();
+    const double sx = -std::round(geometry::PixelsX(still.Left())) - canvas.x();
+    const double sy = -std::round(geometry::PixelsY(still.Top())) - canvas.y();
     save.PaintPicture(still.GetImage(), 0, 0, save.ScaleWidth(), save.ScaleHeight(), sx, sy, save.ScaleWidth(),
                       save.ScaleHeight());
     return save.GetImage();

@@ -9,6 +9,7 @@
 #include "VariableDefinition.h"
 #include "frmMain.h"
 #include "frmScale.h"
+#include "ViewGeometry.h"
 
 namespace tavix {
 
@@ -126,16 +127,10 @@ void DrawLive(frmMain& f, double lenX, double lenY) {
 
 void DrawStill(frmMain& f, double lenX, double lenY) {
     const VariableDefinition& v = Var();
-    const vb::PictureBox& area = *f.picViewArea;
     vb::PictureBox& still = *f.picStillView;
-    // The origin is the picture's centre, which is also the view's; only the size is needed.
-    const double width = Screen::TwipsPerPixelX * still.ScaleWidth() < area.ScaleWidth()
-                             ? still.ScaleWidth()
-                             : area.ScaleWidth() / Screen::TwipsPerPixelX;
-    const double height = Screen::TwipsPerPixelY * still.ScaleHeight() < area.ScaleHeight()
-                              ? still.ScaleHeight()
-                              : area.ScaleHeight() / Screen::TwipsPerPixelY;
-    const Visible view{-width / 2, -height / 2, width, height};
+    // The bar keeps to the view's corner wherever the pan has moved the picture.
+    const QRectF shown = geometry::VisibleStill(f);
+    const Visible view{shown.left(), shown.top(), shown.width(), shown.height()};
     const Anchor a = AnchorAt(v.ScalePosition, view, lenX, lenY, kStillMargin, kStillMargin);
 
     const uint32_t color = v.ScaleColor;
@@ -168,9 +163,7 @@ void DrawScale(frmMain& f) {
     double lenX = v.ScaleX / pixel * v.ZoomFactor;
     double lenY = v.ScaleType == 0 ? 0 : v.ScaleY / pixel * v.ZoomFactor;
     if (f.ViewMode == ViewMode::Live) {
-        lenX *= Screen::TwipsPerPixelX;
-        lenY *= Screen::TwipsPerPixelY;
-        DrawLive(f, lenX, lenY);
+        DrawLive(f, geometry::TwipsX(lenX), geometry::TwipsY(lenY));
     } else {
         DrawStill(f, lenX, lenY);
     }

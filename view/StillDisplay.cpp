@@ -5,6 +5,7 @@
 #include "DialogHost.h"
 #include "ViewPan.h"
 #include "frmMain.h"
+#include "ViewGeometry.h"
 
 namespace tavix {
 
@@ -67,7 +68,7 @@ void RescaleResults(frmMain& f, double ratio) {
 
 void cboScale_Click(frmMain& f) {
     VariableDefinition& v = Var();
-    const double old = v.ZoomFactor > 0 ? v.ZoomFactor : 1.0;
+    const double old = geometry::Zoom();
     v.ZoomFactor = vb::Val(f.cboScale->Text().right(3));
     if (old == v.ZoomFactor) return;
     RescaleResults(f, v.ZoomFactor / old);

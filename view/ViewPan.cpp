@@ -13,12 +13,12 @@
 #include "StillDisplay.h"
 #include "VariableDefinition.h"
 #include "frmMain.h"
+#include "ViewGeometry.h"
 
 namespace tavix {
 
 namespace {
 
-constexpr double kTpp = vb::Screen::TwipsPerPixelX;
 // One notch of the wheel, and how far it moves the view.
 constexpr int kNotch = 120;
 constexpr double kWheelPixels = 60;
@@ -105,18 +105,17 @@ private:
             bar->hide();
             return;
         }
-        bar->setRange(qRound(r.low / kTpp), qRound(r.high / kTpp));
+        bar->setRange(qRound(geometry::PixelsX(r.low)), qRound(geometry::PixelsX(r.high)));
         bar->setPageStep(page);
         bar->setSingleStep(static_cast<int>(kWheelPixels / 3));
-        bar->setValue(qRound(offset / kTpp));
+        bar->setValue(qRound(geometry::PixelsX(offset)));
         bar->setGeometry(place);
         bar->show();
         bar->raise();
     }
 
     void ScrollTo(Qt::Orientation o, int value) {
-        const double zoom = Var().ZoomFactor > 0 ? Var().ZoomFactor : 1.0;
-        const double current = (o == Qt::Horizontal ? f_.Pan.X : f_.Pan.Y) * zoom;
+        const double current = (o == Qt::Horizontal ? f_.Pan.X : f_.Pan.Y) * geometry::Zoom();
         PanBy(f_, o == Qt::Horizontal ? value - current : 0, o == Qt::Vertical ? value - current : 0);
     }
 
@@ -177,30 +176,29 @@ private:
 void PlaceStill(frmMain& f) {
     vb::PictureBox& still = *f.picStillView;
     const vb::PictureBox& view = *f.picViewArea;
-    const double zoom = Var().ZoomFactor > 0 ? Var().ZoomFactor : 1.0;
+    const double zoom = geometry::Zoom();
     // Another picture starts centred.
     const double pw = f.picTempView->Width(), ph = f.picTempView->Height();
     if (pw != f.Pan.PictureWidth || ph != f.Pan.PictureHeight) f.Pan = {0, 0, pw, ph};
 
     Panner* panner = Panner::Of(f);
-    const double bar = panner ? panner->BarThickness() * kTpp : 0;
+    const double bar = panner ? geometry::TwipsX(panner->BarThickness()) : 0;
     const double vw = view.ScaleWidth(), vh = view.ScaleHeight();
     const double sw = still.Width(), sh = still.Height();
     const bool h = panner && sw > vw, v = panner && sh > vh;
     const Reach x = ReachOf(sw, vw, v ? bar : 0), y = ReachOf(sh, vh, h ? bar : 0);
     // The pan is kept in picture pixels, so the same point stays in the middle at any zoom.
-    const double offsetX = std::clamp(f.Pan.X * zoom * kTpp, x.low, x.high);
-    const double offsetY = std::clamp(f.Pan.Y * zoom * kTpp, y.low, y.high);
-    f.Pan.X = offsetX / (zoom * kTpp);
-    f.Pan.Y = offsetY / (zoom * kTpp);
-    still.SetLeft(vw / 2 - sw / 2 - offsetX);
-    still.SetTop(vh / 2 - sh / 2 - offsetY);
+    const double offsetX = std::clamp(geometry::TwipsX(f.Pan.X * zoom), x.low, x.high);
+    const double offsetY = std::clamp(geometry::TwipsY(f.Pan.Y * zoom), y.low, y.high);
+    f.Pan.X = geometry::PixelsX(offsetX) / zoom;
+    f.Pan.Y = geometry::PixelsY(offsetY) / zoom;
+    geometry::Centre(view, still, offsetX, offsetY);
     if (panner) panner->Show(h, v, x, y, offsetX, offsetY);
 }
 
 void PanBy(frmMain& f, double dx, double dy) {
     if (f.ViewMode == ViewMode::Live || (dx == 0 && dy == 0)) return;
-    const double zoom = Var().ZoomFactor > 0 ? Var().ZoomFactor : 1.0;
+    const double zoom = geometry::Zoom();
     f.Pan.X += dx / zoom;
     f.Pan.Y += dy / zoom;
     DispImage(f, false);

@@ -14,6 +14,7 @@
 #include "StartedMain.h"
 #include "Startup.h"
 #include "Wiring.h"
+#include "ViewGeometry.h"
 
 using tavix::GST;
 using testing_support::CameraMain;
@@ -59,7 +60,7 @@ TEST(CameraView, ZoomRoundsHalfToEven) {
         {645, 0.5, 322}, {647, 0.5, 324}, {215, 1.5, 322}, {640, 1.5, 960}, {3, 0.5, 2}, {1, 0.5, 0},
     };
     for (const auto& r : rows)
-        EXPECT_EQ(tavix::ZoomedPixels(r.pixels, r.zoom), r.expected) << r.pixels << " x " << r.zoom;
+        EXPECT_EQ(tavix::geometry::ZoomedPixels(r.pixels, r.zoom), r.expected) << r.pixels << " x " << r.zoom;
 }
 
 TEST(CameraView, OpeningReplacesUnusableGraphFilesSilently) {
