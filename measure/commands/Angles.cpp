@@ -136,29 +136,29 @@ Listed TwoLineList(frmMain& f, const Calibrated&) {
 }  // namespace
 
 const MeasureCommand ThreePointAngleCommand{
-    CommandMode::ThreePointAngle,
-    47,
-    1,
-    ThreePointClick,
-    ThreePointBack,
-    Follow,
-    [](int upper) { return upper >= 3 ? 1 : 0; },
-    ThreePointList,
-    3,
-    Draw,
+    .mode = CommandMode::ThreePointAngle,
+    .startGuidance = 47,
+    .startRows = 1,
+    .click = ThreePointClick,
+    .back = ThreePointBack,
+    .follow = Follow,
+    .rows = [](int upper) { return upper >= 3 ? 1 : 0; },
+    .list = ThreePointList,
+    .lastPoint = 3,
+    .draw = Draw,
 };
 
 const MeasureCommand TwoLineAngleCommand{
-    CommandMode::TwoLineAngle,
-    52,
-    1,
-    TwoLineClick,
-    TwoLineBack,
-    TwoLineFollow,
-    [](int upper) { return upper >= 5 ? 1 : 0; },
-    TwoLineList,
-    -1,  // stored as an angle by three points
-    nullptr,
+    .mode = CommandMode::TwoLineAngle,
+    .startGuidance = 52,
+    .startRows = 1,
+    .click = TwoLineClick,
+    .back = TwoLineBack,
+    .follow = TwoLineFollow,
+    .rows = [](int upper) { return upper >= 5 ? 1 : 0; },
+    .list = TwoLineList,
+    .lastPoint = -1,  // stored as an angle by three points
+    .draw = nullptr,
 };
 
 }  // namespace tavix

@@ -56,7 +56,16 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 }  // namespace
 
 const MeasureCommand AreaCommand{
-    CommandMode::Area, 50, 1, Click, Back, Follow, [](int upper) { return upper >= 1 ? 1 : 0; }, List, 1, Draw,
+    .mode = CommandMode::Area,
+    .startGuidance = 50,
+    .startRows = 1,
+    .click = Click,
+    .back = Back,
+    .follow = Follow,
+    .rows = [](int upper) { return upper >= 1 ? 1 : 0; },
+    .list = List,
+    .lastPoint = 1,
+    .draw = Draw,
 };
 
 }  // namespace tavix

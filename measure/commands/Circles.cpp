@@ -108,29 +108,29 @@ Listed TwoCirclesList(frmMain& f, const Calibrated& c) {
 }  // namespace
 
 const MeasureCommand CircleCommand{
-    CommandMode::Circle,
-    34,
-    1,
-    CircleClick,
-    CircleBack,
-    CircleFollow,
-    [](int upper) { return upper >= 3 ? 1 : 0; },
-    CircleList,
-    2,
-    DrawCircle,
+    .mode = CommandMode::Circle,
+    .startGuidance = 34,
+    .startRows = 1,
+    .click = CircleClick,
+    .back = CircleBack,
+    .follow = CircleFollow,
+    .rows = [](int upper) { return upper >= 3 ? 1 : 0; },
+    .list = CircleList,
+    .lastPoint = 2,
+    .draw = DrawCircle,
 };
 
 const MeasureCommand TwoCirclesCommand{
-    CommandMode::TwoCircles,
-    37,
-    3,
-    TwoCirclesClick,
-    TwoCirclesBack,
-    TwoCirclesFollow,
-    [](int upper) { return upper >= 6 ? 3 : 0; },
-    TwoCirclesList,
-    2,
-    DrawCircle,
+    .mode = CommandMode::TwoCircles,
+    .startGuidance = 37,
+    .startRows = 3,
+    .click = TwoCirclesClick,
+    .back = TwoCirclesBack,
+    .follow = TwoCirclesFollow,
+    .rows = [](int upper) { return upper >= 6 ? 3 : 0; },
+    .list = TwoCirclesList,
+    .lastPoint = 2,
+    .draw = DrawCircle,
 };
 
 }  // namespace tavix

@@ -38,16 +38,16 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 }  // namespace
 
 const MeasureCommand CountCommand{
-    CommandMode::Count,
-    30,
-    1,
-    Click,
-    [](frmMain& f, int) { FinishCommand(f); },
-    nullptr,
-    [](int upper) { return upper >= 0 ? 1 : 0; },
-    List,
-    0,  // as many marks as there are points
-    Draw,
+    .mode = CommandMode::Count,
+    .startGuidance = 30,
+    .startRows = 1,
+    .click = Click,
+    .back = [](frmMain& f, int) { FinishCommand(f); },
+    .follow = nullptr,
+    .rows = [](int upper) { return upper >= 0 ? 1 : 0; },
+    .list = List,
+    .lastPoint = 0,  // as many marks as there are points
+    .draw = Draw,
 };
 
 }  // namespace tavix

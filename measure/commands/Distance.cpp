@@ -19,6 +19,8 @@ void Click(frmMain& f, int n, double x, double y) {
     }
 }
 
+void Back(frmMain& f, int) { StepBack(f, {32, 0, 1}); }
+
 void Follow(frmMain& f, int n, const Point2D& p) {
     if (n == 1) MoveLineEnd(f, 1, p.X, p.Y);
 }
@@ -39,18 +41,16 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 }  // namespace
 
 const MeasureCommand DistanceCommand{
-    CommandMode::Distance,
-    32,
-    1,
-    Click,
-    [](frmMain& f, int) {
-        StepBack(f, {32, 0, 1});
-    },
-    Follow,
-    [](int upper) { return upper >= 2 ? 1 : 0; },
-    List,
-    2,
-    Draw,
+    .mode = CommandMode::Distance,
+    .startGuidance = 32,
+    .startRows = 1,
+    .click = Click,
+    .back = Back,
+    .follow = Follow,
+    .rows = [](int upper) { return upper >= 2 ? 1 : 0; },
+    .list = List,
+    .lastPoint = 2,
+    .draw = Draw,
 };
 
 }  // namespace tavix

@@ -93,16 +93,16 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 }  // namespace
 
 const MeasureCommand ParallelDistanceCommand{
-    CommandMode::ParallelDistance,
-    57,
-    1,
-    Click,
-    Back,
-    Follow,
-    [](int upper) { return upper >= 3 ? 1 : 0; },
-    List,
-    6,
-    Draw,
+    .mode = CommandMode::ParallelDistance,
+    .startGuidance = 57,
+    .startRows = 1,
+    .click = Click,
+    .back = Back,
+    .follow = Follow,
+    .rows = [](int upper) { return upper >= 3 ? 1 : 0; },
+    .list = List,
+    .lastPoint = 6,
+    .draw = Draw,
 };
 
 }  // namespace tavix

@@ -88,16 +88,16 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 }  // namespace
 
 const MeasureCommand PerpendicularCommand{
-    CommandMode::Perpendicular,
-    43,
-    1,
-    Click,
-    Back,
-    Follow,
-    [](int upper) { return upper >= 3 ? upper - 2 : 0; },
-    List,
-    4,
-    Draw,
+    .mode = CommandMode::Perpendicular,
+    .startGuidance = 43,
+    .startRows = 1,
+    .click = Click,
+    .back = Back,
+    .follow = Follow,
+    .rows = [](int upper) { return upper >= 3 ? upper - 2 : 0; },
+    .list = List,
+    .lastPoint = 4,
+    .draw = Draw,
 };
 
 }  // namespace tavix
