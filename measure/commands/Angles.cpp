@@ -138,7 +138,6 @@ Listed TwoLineList(frmMain& f, const Calibrated&) {
 const MeasureCommand ThreePointAngleCommand{
     .mode = CommandMode::ThreePointAngle,
     .startGuidance = 47,
-    .startRows = 1,
     .click = ThreePointClick,
     .back = ThreePointBack,
     .follow = Follow,
@@ -151,14 +150,11 @@ const MeasureCommand ThreePointAngleCommand{
 const MeasureCommand TwoLineAngleCommand{
     .mode = CommandMode::TwoLineAngle,
     .startGuidance = 52,
-    .startRows = 1,
     .click = TwoLineClick,
     .back = TwoLineBack,
     .follow = TwoLineFollow,
     .rows = [](int upper) { return upper >= 5 ? 1 : 0; },
-    .list = TwoLineList,
-    .lastPoint = -1,  // stored as an angle by three points
-    .draw = nullptr,
+    .list = TwoLineList,  // stored as an angle by three points
 };
 
 }  // namespace tavix

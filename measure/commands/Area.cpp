@@ -58,7 +58,6 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 const MeasureCommand AreaCommand{
     .mode = CommandMode::Area,
     .startGuidance = 50,
-    .startRows = 1,
     .click = Click,
     .back = Back,
     .follow = Follow,

@@ -110,7 +110,6 @@ Listed TwoCirclesList(frmMain& f, const Calibrated& c) {
 const MeasureCommand CircleCommand{
     .mode = CommandMode::Circle,
     .startGuidance = 34,
-    .startRows = 1,
     .click = CircleClick,
     .back = CircleBack,
     .follow = CircleFollow,

@@ -40,10 +40,8 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 const MeasureCommand CountCommand{
     .mode = CommandMode::Count,
     .startGuidance = 30,
-    .startRows = 1,
     .click = Click,
     .back = [](frmMain& f, int) { FinishCommand(f); },
-    .follow = nullptr,
     .rows = [](int upper) { return upper >= 0 ? 1 : 0; },
     .list = List,
     .lastPoint = 0,  // as many marks as there are points

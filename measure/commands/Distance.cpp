@@ -43,7 +43,6 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 const MeasureCommand DistanceCommand{
     .mode = CommandMode::Distance,
     .startGuidance = 32,
-    .startRows = 1,
     .click = Click,
     .back = Back,
     .follow = Follow,

@@ -43,21 +43,22 @@ struct ResultPen {
 struct MeasureCommand {
     CommandMode mode;
     int16_t startGuidance;
-    int16_t startRows;  // rows of grdResult it needs to start (a perpendicular: for its first point)
+    int16_t startRows = 1;  // rows of grdResult it needs to start (a perpendicular: for its first point)
     // Left click; the n-th point is already in WorkPoints.
     void (*click)(frmMain& f, int n, double x, double y);
     // Right click with n > 0 points: one click back, or the end.
     void (*back)(frmMain& f, int n);
     // The pointer moved to p with n points; null when nothing follows it.
-    void (*follow)(frmMain& f, int n, const Point2D& p);
+    void (*follow)(frmMain& f, int n, const Point2D& p) = nullptr;
     // Rows the finished command adds from WorkPoints(0 to upper); 0 for too few points.
     int (*rows)(int upper);
     // Stores its records and grid rows from slot ResultCount on.
     Listed (*list)(frmMain& f, const Calibrated& c);
-    // The highest point a stored record of this kind reads; -1 for a kind never stored.
-    int lastPoint;
-    // Draws a stored record of this kind; where its value text goes, none for no text.
-    std::optional<Point2D> (*draw)(const ResultPen& pen);
+    // The highest point a stored record of this kind reads.
+    int lastPoint = 0;
+    // Draws a stored record of this kind; where its value text goes, none for no text. Null for
+    // a kind never stored.
+    std::optional<Point2D> (*draw)(const ResultPen& pen) = nullptr;
 };
 
 // The command of that mode or result kind; null for anything that is no measure.

@@ -95,7 +95,6 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 const MeasureCommand ParallelDistanceCommand{
     .mode = CommandMode::ParallelDistance,
     .startGuidance = 57,
-    .startRows = 1,
     .click = Click,
     .back = Back,
     .follow = Follow,

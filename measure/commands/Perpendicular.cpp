@@ -90,7 +90,6 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 const MeasureCommand PerpendicularCommand{
     .mode = CommandMode::Perpendicular,
     .startGuidance = 43,
-    .startRows = 1,
     .click = Click,
     .back = Back,
     .follow = Follow,
