@@ -135,7 +135,7 @@ Listed TwoLineList(frmMain& f, const Calibrated&) {
 
 }  // namespace
 
-const MeasureCommand ThreePointAngleCommand{
+constinit const MeasureCommand ThreePointAngleCommand{
     .mode = CommandMode::ThreePointAngle,
     .startGuidance = 47,
     .click = ThreePointClick,
@@ -147,7 +147,7 @@ const MeasureCommand ThreePointAngleCommand{
     .draw = Draw,
 };
 
-const MeasureCommand TwoLineAngleCommand{
+constinit const MeasureCommand TwoLineAngleCommand{
     .mode = CommandMode::TwoLineAngle,
     .startGuidance = 52,
     .click = TwoLineClick,

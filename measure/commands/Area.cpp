@@ -55,7 +55,7 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 
 }  // namespace
 
-const MeasureCommand AreaCommand{
+constinit const MeasureCommand AreaCommand{
     .mode = CommandMode::Area,
     .startGuidance = 50,
     .click = Click,

@@ -107,7 +107,7 @@ Listed TwoCirclesList(frmMain& f, const Calibrated& c) {
 
 }  // namespace
 
-const MeasureCommand CircleCommand{
+constinit const MeasureCommand CircleCommand{
     .mode = CommandMode::Circle,
     .startGuidance = 34,
     .click = CircleClick,
@@ -119,7 +119,7 @@ const MeasureCommand CircleCommand{
     .draw = DrawCircle,
 };
 
-const MeasureCommand TwoCirclesCommand{
+constinit const MeasureCommand TwoCirclesCommand{
     .mode = CommandMode::TwoCircles,
     .startGuidance = 37,
     .startRows = 3,

@@ -37,7 +37,7 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 
 }  // namespace
 
-const MeasureCommand CountCommand{
+constinit const MeasureCommand CountCommand{
     .mode = CommandMode::Count,
     .startGuidance = 30,
     .click = Click,

@@ -40,7 +40,7 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 
 }  // namespace
 
-const MeasureCommand DistanceCommand{
+constinit const MeasureCommand DistanceCommand{
     .mode = CommandMode::Distance,
     .startGuidance = 32,
     .click = Click,

@@ -64,6 +64,7 @@ struct MeasureCommand {
 // The command of that mode or result kind; null for anything that is no measure.
 const MeasureCommand* FindMeasure(CommandMode mode);
 
+// Constant data (constinit), there before any static constructor runs.
 extern const MeasureCommand CountCommand, DistanceCommand, CircleCommand, TwoCirclesCommand, PerpendicularCommand,
     AreaCommand, ThreePointAngleCommand, TwoLineAngleCommand, ParallelDistanceCommand;
 

@@ -92,7 +92,7 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 
 }  // namespace
 
-const MeasureCommand ParallelDistanceCommand{
+constinit const MeasureCommand ParallelDistanceCommand{
     .mode = CommandMode::ParallelDistance,
     .startGuidance = 57,
     .click = Click,

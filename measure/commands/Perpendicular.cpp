@@ -87,7 +87,7 @@ std::optional<Point2D> Draw(const ResultPen& pen) {
 
 }  // namespace
 
-const MeasureCommand PerpendicularCommand{
+constinit const MeasureCommand PerpendicularCommand{
     .mode = CommandMode::Perpendicular,
     .startGuidance = 43,
     .click = Click,
