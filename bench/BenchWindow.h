@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "App.h"
+#include "BenchUtil.h"
 #include "CommandArea.h"
 #include "DialogHost.h"
 #include "Startup.h"
@@ -107,6 +108,35 @@ inline QImage GradientPicture(int w, int h) {
 inline void SendMouseMove(QWidget* widget, QPointF at) {
     QMouseEvent e(QEvent::MouseMove, at, widget->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
     QApplication::sendEvent(widget, &e);
+}
+
+// The pointer benchmarks' path over a 1920x1080 view: one point a call, never the same twice running.
+struct PointerPath {
+    int i = 0;
+    QPointF operator()() {
+        ++i;
+        return QPointF(200 + i % 1500, 100 + (i * 7) % 900);
+    }
+};
+
+// Median microseconds of one move along path over widget: the handler alone, then with the
+// screen update it causes; between, if given, runs between the two (to watch the second).
+struct MoveTimes {
+    double handler, withUpdate;
+};
+inline MoveTimes TimeMouseMoves(QWidget* widget, int runs, PointerPath& path,
+                                const std::function<void()>& between = {}) {
+    MoveTimes t{};
+    t.handler = MedianMs(runs, [&] { SendMouseMove(widget, path()); }) * 1000;
+    QCoreApplication::processEvents();
+    if (between) between();
+    t.withUpdate = MedianMs(runs,
+                            [&] {
+                                SendMouseMove(widget, path());
+                                QCoreApplication::processEvents();
+                            }) *
+                   1000;
+    return t;
 }
 
 // Answers the file dialog with Path; without one, the dialog stops the run too.

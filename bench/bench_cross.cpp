@@ -67,22 +67,10 @@ int main(int argc, char** argv) {
     const QImage before = w.f.picStillView->GetImage();
 
     const int runs = 2001;
-    int i = 0;
-    auto next = [&] {
-        ++i;
-        return QPointF(200 + i % 1500, 100 + (i * 7) % 900);
-    };
-    const double handler = MedianMs(runs, [&] { bench::SendMouseMove(still, next()); }) * 1000;
-    QCoreApplication::processEvents();
-
+    bench::PointerPath next;
     PaintCounter counter;
-    still->installEventFilter(&counter);
-    const double withPaint = MedianMs(runs,
-                                      [&] {
-                                          bench::SendMouseMove(still, next());
-                                          QCoreApplication::processEvents();
-                                      }) *
-                             1000;
+    const auto [handler, withPaint] =
+        bench::TimeMouseMoves(still, runs, next, [&] { still->installEventFilter(&counter); });
     still->removeEventFilter(&counter);
     const double barePaint = MedianMs(runs,
                                       [&] {

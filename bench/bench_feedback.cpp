@@ -44,20 +44,9 @@ int main(int argc, char** argv) {
     QCoreApplication::processEvents();
 
     const int runs = 2001;
-    int i = 0;
-    auto next = [&] {
-        ++i;
-        return QPointF(200 + i % 1500, 100 + (i * 7) % 900);
-    };
-    const double handler = MedianMs(runs, [&] { bench::SendMouseMove(still, next()); }) * 1000;
-    QCoreApplication::processEvents();
+    bench::PointerPath next;
     // With the repaint the move asks for: only the strip the line sweeps.
-    const double withPaint = MedianMs(runs,
-                                      [&] {
-                                          bench::SendMouseMove(still, next());
-                                          QCoreApplication::processEvents();
-                                      }) *
-                             1000;
+    const auto [handler, withPaint] = bench::TimeMouseMoves(still, runs, next);
     const double barePaint = MedianMs(runs,
                                       [&] {
                                           const QLineF old = bare.line;

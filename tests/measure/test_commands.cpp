@@ -35,7 +35,10 @@ struct CommandCase {
     const char* what;
     int16_t button, twoPointMode, angleMode;
     int firstGuidance;
+    int backTo;  // up to this many points a right click takes the last one back
     std::vector<Step> steps;
+    int32_t boxText = 0, boxTitle = 0;  // of every box the steps meet
+    int boxButtons = 0;
 };
 
 template <class T>
@@ -61,55 +64,40 @@ struct MeasureWindow : testing_support::StartedMain {
 };
 
 TEST(MeasureCommand, ClickSequences) {
+    // After every left click of a running command a right click must give back the state before
+    // it, and the same left click again the state after it.
+    constexpr int kAll = 99;
     // clang-format off
     const CommandCase cases[] = {
-        {"distance", 0, 0, 0, 32, {
-          {'L', 0, 0, 101, 1, 33, "1", "", 0},
-          {'R', 0, 0, 101, 0, 32, "", "", 0},
+        {"distance", 0, 0, 0, 32, kAll, {
           {'L', 0, 0, 101, 1, 33, "1", "", 0},
           {'L', 30, 40, 0, 2, kHidden, "", "", 1}}},
-        {"distance to a parallel", 0, 1, 0, 57, {
+        {"distance to a parallel", 0, 1, 0, 57, kAll, {
           {'L', 0, 0, 108, 1, 58, "1", "", 0},
           {'L', 100, 0, 108, 2, 59, "1,2,3", "", 0},
-          {'R', 0, 0, 108, 1, 58, "1", "", 0},
-          {'L', 100, 0, 108, 2, 59, "1,2,3", "", 0},
           {'B', 150, 20, 108, 2, 59, "1,2,3", "", 0},  // foot beyond the base line
-          {'L', 50, 20, 0, 3, kHidden, "", "", 1}}},
-        {"circle", 1, 0, 0, 34, {
+          {'B', -1.5, 30, 108, 2, 59, "1,2,3", "", 0},  // beyond by more than 1 pixel
+          {'L', -0.4, 30, 0, 3, kHidden, "", "", 1}},  // within 1 pixel the foot still counts as between
+         20134, 11134, vb::vbOKOnly | vb::vbCritical},
+        {"circle", 1, 0, 0, 34, kAll, {
           {'L', 0, 0, 102, 1, 35, "", "", 0},
           {'L', 10, 10, 102, 2, 36, "", "1", 0},
-          {'R', 0, 0, 102, 1, 35, "", "", 0},
-          {'R', 0, 0, 102, 0, 34, "", "", 0},
-          {'R', 0, 0, 0, 0, kHidden, "", "", 0}}},
-        {"two circles", 2, 0, 0, 37, {
+          {'L', 20, 0, 0, 3, kHidden, "", "", 1}}},
+        {"two circles", 2, 0, 0, 37, kAll, {
           {'L', 0, 10, 103, 1, 38, "", "", 0},
           {'L', 10, 0, 103, 2, 39, "", "1", 0},
           {'L', 0, -10, 103, 3, 40, "", "1", 0},
           {'L', 50, 10, 103, 4, 41, "", "1", 0},
           {'L', 60, 0, 103, 5, 42, "", "1,2", 0},
-          {'R', 0, 0, 103, 4, 41, "", "1", 0},
-          {'R', 0, 0, 103, 3, 40, "", "1", 0},
-          {'R', 0, 0, 103, 2, 39, "", "1", 0},
-          {'R', 0, 0, 103, 1, 38, "", "", 0},
-          {'L', 10, 0, 103, 2, 39, "", "1", 0},
-          {'L', 0, -10, 103, 3, 40, "", "1", 0},
-          {'L', 50, 10, 103, 4, 41, "", "1", 0},
-          {'L', 60, 0, 103, 5, 42, "", "1,2", 0},
           {'L', 50, -10, 0, 6, kHidden, "", "", 3}}},
-        {"perpendicular", 3, 0, 0, 43, {
+        {"perpendicular", 3, 0, 0, 43, 2, {
           {'L', -100, 0, 104, 1, 44, "1", "", 0},
-          {'L', 100, 0, 104, 2, 45, "1", "", 0},
-          {'R', 0, 0, 104, 1, 44, "1", "", 0},  // line 1 stays; its end follows the pointer
-          {'L', 100, 0, 104, 2, 45, "1", "", 0},
+          {'L', 100, 0, 104, 2, 45, "1", "", 0},  // back from here, line 1 stays: its end follows the pointer
           {'L', 0, 30, 104, 3, 46, "1,2", "", 0},
           {'L', 20, -40, 104, 4, 46, "1,2,3", "", 0},
           {'L', 50, 10, 104, 5, 46, "1,2,3,4", "", 0},
           {'R', 0, 0, 0, 5, kHidden, "", "", 3}}},
-        {"perpendicular, two points alone give nothing", 3, 0, 0, 43, {
-          {'L', -100, 0, 104, 1, 44, "1", "", 0},
-          {'R', 0, 0, 104, 0, 43, "", "", 0},
-          {'R', 0, 0, 0, 0, kHidden, "", "", 0}}},
-        {"area", 4, 0, 0, 50, {
+        {"area", 4, 0, 0, 50, kAll, {
           {'L', 0, 0, 105, 1, 51, "1", "", 0},
           {'L', 100, 0, 105, 2, 51, "1,2", "", 0},
           {'L', 0.5, 1, 105, 3, 51, "1,2,3", "", 0},  // the third corner near the first does not ask
@@ -117,30 +105,19 @@ TEST(MeasureCommand, ClickSequences) {
           {'L', 100, 100, 105, 3, 51, "1,2,3", "", 0},
           {'N', 2.9, 0, 105, 3, 51, "1,2,3", "", 0},
           {'L', 0, 3.0, 105, 4, 51, "1,2,3,4", "", 0},
-          {'Y', 0, 2, 0, 4, kHidden, "", "", 1}}},
-        {"angle by three points", 5, 0, 0, 47, {
-          {'L', 50, 0, 106, 1, 48, "1", "", 0},
-          {'L', 0, 0, 106, 2, 49, "1,2", "", 0},
-          {'R', 0, 0, 106, 1, 48, "1", "", 0},
-          {'R', 0, 0, 106, 0, 47, "", "", 0},
+          {'Y', 0, 2, 0, 4, kHidden, "", "", 1}},
+         20120, 11120, vb::vbYesNo | vb::vbQuestion},
+        {"angle by three points", 5, 0, 0, 47, kAll, {
           {'L', 50, 0, 106, 1, 48, "1", "", 0},
           {'L', 0, 0, 106, 2, 49, "1,2", "", 0},
           {'L', 0, 50, 0, 3, kHidden, "", "", 1}}},
-        {"angle by two lines", 5, 0, 1, 52, {
-          {'L', -50, 0, 107, 1, 53, "1", "", 0},
-          {'L', 50, 0, 107, 2, 54, "1", "", 0},
-          {'L', 0, -50, 107, 3, 55, "1,2", "", 0},
-          {'L', 0, 50, 107, 4, 56, "1,2", "", 0},
-          {'R', 0, 0, 107, 3, 55, "1,2", "", 0},
-          {'R', 0, 0, 107, 2, 54, "1", "", 0},
-          {'R', 0, 0, 107, 1, 53, "1", "", 0},
-          {'R', 0, 0, 107, 0, 52, "", "", 0},
+        {"angle by two lines", 5, 0, 1, 52, kAll, {
           {'L', -50, 0, 107, 1, 53, "1", "", 0},
           {'L', 50, 0, 107, 2, 54, "1", "", 0},
           {'L', 0, -50, 107, 3, 55, "1,2", "", 0},
           {'L', 0, 50, 107, 4, 56, "1,2", "", 0},
           {'L', 10, 10, 0, 5, kHidden, "", "", 1}}},
-        {"count", 6, 0, 0, 30, {
+        {"count", 6, 0, 0, 30, 0, {
           {'L', 0, 0, 100, 1, 31, "", "", 0},
           {'L', 10, 0, 100, 2, 31, "", "", 0},
           {'R', 0, 0, 0, 2, kHidden, "", "", 1}}},
@@ -156,44 +133,43 @@ TEST(MeasureCommand, ClickSequences) {
         EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), 0x0080FFFFu) << c.what;
         EXPECT_FALSE(f.cmdPicLoad->Enabled()) << c.what;
         EXPECT_FALSE(f.chkScale->Enabled()) << c.what;
+        const auto state = [&] {
+            return std::tuple(int(f.CommandMode), int(f.WorkPoints.size()) - 1, w.Guidance(), Loaded(f.linMeasure),
+                              Loaded(f.shaMeasure), int(f.ResultCount));
+        };
+        const auto press = [&](int16_t button, double x, double y, size_t boxes, const std::string& at) {
+            const size_t before = w.host.Boxes.size();
+            tavix::picStillView_MouseUp(f, button, 0, static_cast<float>(x), static_cast<float>(y));
+            EXPECT_EQ(w.host.Boxes.size(), before + boxes) << at;
+            if (boxes == 0) return;
+            const auto& box = w.host.Boxes.back();
+            EXPECT_EQ(std::tuple(box.Prompt, box.Title, box.Buttons),
+                      std::tuple(tavix::GST(c.boxText), tavix::GST(c.boxTitle), c.boxButtons))
+                << at;
+        };
+        auto previous = state();
         int i = 0;
         for (const Step& s : c.steps) {
-            ++i;
+            const std::string at = std::string(c.what) + " step " + std::to_string(++i);
             if (s.button == 'Y' || s.button == 'N') w.host.AnswerMsgBox(s.button == 'Y' ? vb::vbYes : vb::vbNo);
             if (s.button == 'B') w.host.AnswerMsgBox(vb::vbOK);
-            const size_t boxes = w.host.Boxes.size();
-            tavix::picStillView_MouseUp(f, s.button == 'R' ? 2 : 1, 0, static_cast<float>(s.x),
-                                        static_cast<float>(s.y));
-            const std::string at = std::string(c.what) + " step " + std::to_string(i);
-            EXPECT_EQ(w.host.Boxes.size(), boxes + (s.button == 'L' || s.button == 'R' ? 0 : 1)) << at;
-            EXPECT_EQ(std::tuple(int(f.CommandMode), int(f.WorkPoints.size()) - 1, w.Guidance(), Loaded(f.linMeasure),
-                                 Loaded(f.shaMeasure), int(f.ResultCount)),
-                      std::tuple(s.mode, s.points, s.guidance, std::string(s.lines), std::string(s.circles), s.results))
-                << at;
+            const bool plain = s.button == 'L' || s.button == 'R';
+            press(s.button == 'R' ? 2 : 1, s.x, s.y, plain ? 0 : 1, at);
+            const auto expected =
+                std::tuple(s.mode, s.points, s.guidance, std::string(s.lines), std::string(s.circles), s.results);
+            EXPECT_EQ(state(), expected) << at;
+            if (s.button == 'L' && s.mode != 0 && s.points <= c.backTo) {
+                press(2, 0, 0, 0, at + " back");
+                EXPECT_EQ(state(), previous) << at << " back";
+                press(1, s.x, s.y, 0, at + " again");
+                EXPECT_EQ(state(), expected) << at << " again";
+            }
+            previous = state();
         }
         EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), vb::vbButtonFace) << c.what;
         EXPECT_TRUE(f.cmdPicLoad->Enabled()) << c.what;
         EXPECT_TRUE(f.chkScale->Enabled()) << c.what;
     }
-}
-
-TEST(MeasureCommand, BoxesOfThePerpendicularAndTheParallel) {
-    MeasureWindow w;
-    frmMain& f = w.f;
-    tavix::Var().TwoPointCommandMode = 1;
-    tavix::cmdMeasure_Click(f, 0);
-    for (const auto& p : {std::pair{0.0, 0.0}, std::pair{100.0, 0.0}})
-        tavix::picStillView_MouseUp(f, 1, 0, p.first, p.second);
-    // Within the tolerance of 1 pixel a foot just beyond the end still counts as between.
-    w.host.AnswerMsgBox(vb::vbOK);
-    tavix::picStillView_MouseUp(f, 1, 0, -1.5, 30);
-    ASSERT_EQ(w.host.Boxes.size(), 1u);
-    EXPECT_EQ(w.host.Boxes[0].Prompt, tavix::GST(20134));
-    EXPECT_EQ(w.host.Boxes[0].Title, tavix::GST(11134));
-    EXPECT_EQ(w.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical);
-    tavix::picStillView_MouseUp(f, 1, 0, -0.4f, 30);
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
-    EXPECT_EQ(f.ResultCount, 1);
 }
 
 TEST(MeasureCommand, NothingHappensOutsideACommandOrWithOtherButtons) {
@@ -301,7 +277,7 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
     const MoveCase cases[] = {
         {"distance: the free end", measure(0), {{0, 0}}, {30, 40}, {{1, 0, 0, 30, 40}}},
         {"perpendicular after the base line: nothing moves", measure(3), {{0, 0}, {50, 0}}, {30, 40}, {{1, 0, 0, 50, 0}}},
-        {"circle through two points and the pointer", measure(1), {{-10, 0}, {10, 0}}, {0, 10}, {}, 1, true, QRectF(-10, -10, 20, 20)},
+        {"circle: hidden with the pointer on the line, back through it", measure(1), {{-10, 0}, {10, 0}}, {0, 10}, {}, 1, true, QRectF(-10, -10, 20, 20)},
         {"circle with the pointer on their line is hidden", measure(1), {{-10, 0}, {10, 0}}, {20, 0}, {}, 1, false},
         {"two circles: the first stands still after its third point", measure(2), {{-10, 0}, {10, 0}, {0, 10}}, {0, 30}, {}, 1, false},
         {"angle by two lines with two points: nothing moves", twoLines, {{0, 0}, {40, 0}}, {5, 5}, {{1, 0, 0, 40, 0}}},
@@ -309,6 +285,7 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
         {"area: the last line", measure(4), {{0, 0}, {40, 0}}, {40, 40}, {{1, 0, 0, 40, 0}, {2, 40, 0, 40, 40}}},
         {"parallel through the pointer", parallel, {{0, 0}, {100, 0}}, {50, 20}, {{2, 0, 20, 100, 20}, {3, 50, 20, 50, 0}}},
         {"parallel with the pointer on the base line", parallel, {{0, 0}, {100, 0}}, {130, 0}, {{2, 0, 0, 100, 0}, {3, 130, 0, 130, 0}}},
+        {"count: nothing follows", measure(6), {{0, 0}}, {20, 20}, {}},
         {"calibration: the free end", [](frmMain& f) { tavix::cmdProofConfig_Click(f); }, {{5, 5}}, {-20, 7}, {{1, 5, 5, -20, 7}}},
     };
     // clang-format on
@@ -319,8 +296,8 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
         for (const auto& [x, y] : c.clicks)
             tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(x), static_cast<float>(y));
         const qint64 canvas = f.picStillView->GetImage().cacheKey();
-        // With or without a button held, the same.
-        tavix::picStillView_MouseMove(f, 1, 0, 3, 3);
+        // With or without a button held, the same; (3, 0) lies on the line of the circles' first points.
+        tavix::picStillView_MouseMove(f, 1, 0, 3, 0);
         tavix::picStillView_MouseMove(f, 0, 0, static_cast<float>(c.move.first), static_cast<float>(c.move.second));
         EXPECT_EQ(f.picStillView->GetImage().cacheKey(), canvas) << c.what << ": the still is not repainted";
         for (const LineAt& l : c.lines) {
@@ -328,6 +305,7 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
             EXPECT_EQ(QLineF(line->X1(), line->Y1(), line->X2(), line->Y2()), QLineF(l.x1, l.y1, l.x2, l.y2))
                 << c.what << ", line " << l.k;
         }
+        if (c.lines.empty() && c.circle == 0) EXPECT_EQ(Loaded(f.linMeasure) + Loaded(f.shaMeasure), "") << c.what;
         if (c.circle == 0) continue;
         const vb::Shape* shape = f.shaMeasure[c.circle];
         EXPECT_EQ(shape->Visible(), c.circleVisible) << c.what;
@@ -335,25 +313,6 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
             EXPECT_EQ(QRectF(shape->Left(), shape->Top(), shape->Width(), shape->Height()), c.circleBox) << c.what;
         }
     }
-}
-
-TEST(PointerFeedback, HiddenCircleComesBackAndACountShowsNothing) {
-    MeasureWindow w;
-    frmMain& f = w.f;
-    tavix::cmdMeasure_Click(f, 1);
-    tavix::picStillView_MouseUp(f, 1, 0, -10, 0);
-    tavix::picStillView_MouseUp(f, 1, 0, 10, 0);
-    tavix::picStillView_MouseMove(f, 0, 0, 0, 0);
-    EXPECT_FALSE(f.shaMeasure[1]->Visible());
-    tavix::picStillView_MouseMove(f, 0, 0, 0, -10);
-    EXPECT_TRUE(f.shaMeasure[1]->Visible());
-    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
-    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
-    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
-    tavix::cmdMeasure_Click(f, 6);
-    tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
-    tavix::picStillView_MouseMove(f, 0, 0, 20, 20);
-    EXPECT_EQ(Loaded(f.linMeasure) + Loaded(f.shaMeasure), "");
 }
 
 // ---- A measure as a user makes it: real mouse events on the real widgets ----
