@@ -305,7 +305,9 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
             EXPECT_EQ(QLineF(line->X1(), line->Y1(), line->X2(), line->Y2()), QLineF(l.x1, l.y1, l.x2, l.y2))
                 << c.what << ", line " << l.k;
         }
-        if (c.lines.empty() && c.circle == 0) EXPECT_EQ(Loaded(f.linMeasure) + Loaded(f.shaMeasure), "") << c.what;
+        if (c.lines.empty() && c.circle == 0) {
+            EXPECT_EQ(Loaded(f.linMeasure) + Loaded(f.shaMeasure), "") << c.what;
+        }
         if (c.circle == 0) continue;
         const vb::Shape* shape = f.shaMeasure[c.circle];
         EXPECT_EQ(shape->Visible(), c.circleVisible) << c.what;
