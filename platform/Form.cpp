@@ -1,5 +1,5 @@
 #include "Form.h"
-#include "Controls.h"
+#include "CommandButton.h"
 
 #include <QKeyEvent>
 
