@@ -166,14 +166,12 @@ TEST(FileDialogFilter, PlatformFiltersBecomeQtNameFilters) {
 
 // ---- Modal forms ----
 
-TEST(ModalForm, TheQtHostShowsItCentredOnItsOwnerAndReturnsOnceItUnloads) {
+TEST(ModalForm, TheQtHostCentresItOnItsOwnerAndReturnsOnceItUnloads) {
     Form owner("frmOwner");
     owner.setGeometry(120, 90, 600, 400);
     owner.show();
     Dialog dialog("frmDialog");
     dialog.SetDialogSize(3000, 2000);
-    int unloads = 0;
-    dialog.OnUnload = [&](bool&) { ++unloads; };
     bool shownModal = false;
     QTimer::singleShot(0, &owner, [&] {
         shownModal = dialog.isVisible() && dialog.isModal() && dialog.isWindow();
@@ -183,7 +181,6 @@ TEST(ModalForm, TheQtHostShowsItCentredOnItsOwnerAndReturnsOnceItUnloads) {
     QtDialogHost host;
     host.ShowModal(dialog, &owner);
     EXPECT_TRUE(shownModal);
-    EXPECT_EQ(unloads, 1);
     EXPECT_FALSE(dialog.isVisible());
 }
 
