@@ -16,7 +16,7 @@
 
 #include "BenchUtil.h"
 #include "BenchWindow.h"
-#include "MeasureConfig.h"
+#include "frmMeasureConfig.h"
 #include "StillDisplay.h"
 #include "VariableDefinition.h"
 #include "frmMain.h"

@@ -12,20 +12,6 @@ namespace tavix {
 
 namespace {
 
-const QString kFont = QStringLiteral("ＭＳ Ｐゴシック");
-
-// No close, minimize or maximize box: the dialog ends only through OK or Cancel.
-constexpr Qt::WindowFlags kDialogFlags =
-    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::MSWindowsFixedSizeDialogHint;
-
-template <class T>
-T* Design(T* control, double left, double top, double width, double height) {
-    control->Move(left, top, width, height);
-    control->SetFontName(kFont);
-    control->SetFontSize(9);
-    return control;
-}
-
 QString TrimBlanks(const QString& text) {
     qsizetype a = 0, b = text.size();
     while (a < b && text[a] == u' ') ++a;
@@ -42,39 +28,35 @@ double NewValue(double known, const QString& tag, double zoom) {
 
 }  // namespace
 
-frmProofConfig::frmProofConfig() : vb::Form(QStringLiteral("frmProofConfig")) {
-    setWindowFlags(kDialogFlags);
+frmProofConfig::frmProofConfig() : vb::Dialog(QStringLiteral("frmProofConfig")) {
     SetCaption(QStringLiteral("校正値設定"));
-    SetClientSize(4680, 1860);
-    setFixedSize(size());
+    SetDialogSize(4680, 1860);
 
     const char* captions[3] = {"設定名称", "基準長", "単位"};
     for (int i = 0; i < 3; ++i) {
-        Label1[i] = Design(new vb::Label(*this, this, QStringLiteral("Label1"), i), 120, 180 + 450 * i, 1095, 255);
+        Label1[i] = Place(new vb::Label(*this, this, QStringLiteral("Label1"), i), 120, 180 + 450 * i, 1095, 255);
         Label1[i]->SetCaption(QString::fromUtf8(captions[i]));
     }
-    lblMeasured = Design(new vb::Label(*this, this, QStringLiteral("lblMeasured")), 120, 1500, 4440, 255);
+    lblMeasured = Place(new vb::Label(*this, this, QStringLiteral("lblMeasured")), 120, 1500, 4440, 255);
     // Labels take no focus; the five fields go in this tab order.
-    txtName = Design(new vb::TextBox(*this, this, QStringLiteral("txtName")), 1320, 120, 1815, 345);
+    txtName = Place(new vb::TextBox(*this, this, QStringLiteral("txtName")), 1320, 120, 1815, 345);
     txtName->SetMaxLength(8);
     txtName->SetText(FormText("設定１"));
-    txtValue = Design(new vb::TextBox(*this, this, QStringLiteral("txtValue")), 1320, 570, 1215, 345);
+    txtValue = Place(new vb::TextBox(*this, this, QStringLiteral("txtValue")), 1320, 570, 1215, 345);
     txtValue->SetMaxLength(8);
     txtValue->SetText(QStringLiteral("1"));
-    cboUnit = Design(new vb::ComboBox(*this, this, QStringLiteral("cboUnit")), 1320, 1020, 975, 315);
-    cmdOK = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 3420, 120, 1095, 375);
+    cboUnit = Place(new vb::ComboBox(*this, this, QStringLiteral("cboUnit")), 1320, 1020, 975, 315);
+    cmdOK = Place(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 3420, 120, 1095, 375);
     cmdOK->SetCaption(QStringLiteral("&OK"));
-    cmdCancel = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 3420, 600, 1095, 375);
+    cmdCancel = Place(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 3420, 600, 1095, 375);
     cmdCancel->SetCaption(FormText("キャンセル"));
     setTabOrder(txtName->Widget(), txtValue->Widget());
     setTabOrder(txtValue->Widget(), cboUnit->Widget());
     setTabOrder(cboUnit->Widget(), cmdOK->Widget());
     setTabOrder(cmdOK->Widget(), cmdCancel->Widget());
 
-    cmdOK->OnClick = [this] { cmdOK_Click(); };
-    cmdCancel->OnClick = [this] { cmdCancel_Click(); };
-    SetDialogButtons(cmdOK, cmdCancel);
-    SetControlBox(false);
+    SetDefaultButton(cmdOK, [this] { cmdOK_Click(); });
+    SetCancelButton(cmdCancel, [this] { cmdCancel_Click(); });
 }
 
 void frmProofConfig::Form_Load() {

@@ -3,11 +3,11 @@
 #include <array>
 
 #include "Controls.h"
-#include "Form.h"
+#include "Dialog.h"
 
 namespace tavix {
 
-class frmProofConfig : public vb::Form {
+class frmProofConfig : public vb::Dialog {
 public:
     frmProofConfig();
 

@@ -4,7 +4,7 @@
 #include <QWidget>
 #include <algorithm>
 
-#include "Controls.h"
+#include "Control.h"
 #include "Form.h"
 
 namespace vb::detail {

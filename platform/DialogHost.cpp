@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "App.h"
-#include "Controls.h"
+#include "CommonDialog.h"
 #include "Errors.h"
 #include "Form.h"
 

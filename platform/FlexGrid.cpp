@@ -1,5 +1,5 @@
 // The result grid.
-#include "Controls.h"
+#include "FlexGrid.h"
 
 #include <QGuiApplication>
 #include <QHeaderView>

@@ -1,7 +1,4 @@
 #include "Form.h"
-#include "Controls.h"
-
-#include <QKeyEvent>
 
 #include <QCloseEvent>
 #include <QDropEvent>
@@ -258,28 +255,6 @@ bool Form::Unload() {
     else
         window()->close();
     return true;
-}
-
-void Form::SetDialogButtons(CommandButton* defaultButton, CommandButton* cancelButton) {
-    defaultButton_ = defaultButton;
-    cancelButton_ = cancelButton;
-}
-
-void Form::keyPressEvent(QKeyEvent* event) {
-    const int key = event->key();
-    if ((key == Qt::Key_Return || key == Qt::Key_Enter) && defaultButton_) {
-        CommandButton* pressed = defaultButton_;
-        for (Control* c : Controls)
-            if (auto* button = dynamic_cast<CommandButton*>(c); button && button->Widget() == focusWidget())
-                pressed = button;
-        pressed->Click();
-        return;
-    }
-    if (key == Qt::Key_Escape && cancelButton_) {
-        cancelButton_->Click();
-        return;
-    }
-    QWidget::keyPressEvent(event);
 }
 
 void Form::AddKey(const QKeySequence& key, std::function<void()> handler) {

@@ -18,8 +18,6 @@ class PictureBox;
 constexpr int vbFormControlMenu = 0;
 constexpr int vbFormCode = 1;
 
-class CommandButton;
-
 class Form : public QWidget, public ContainerBase {
 public:
     explicit Form(const QString& name, QWidget* parent = nullptr);
@@ -64,9 +62,6 @@ public:
     bool Unload();
     bool Unloaded() const { return unloaded_; }
 
-    // A dialog's buttons: Enter presses the button that has the focus or else the default
-    // one, Escape the cancel one.
-    void SetDialogButtons(CommandButton* defaultButton, CommandButton* cancelButton);
     // Without a control box the close box does nothing; the dialog's own buttons end it.
     void SetControlBox(bool on) { controlBox_ = on; }
 
@@ -92,7 +87,6 @@ protected:
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -110,8 +104,6 @@ private:
     bool shown_ = false;
     bool inLayout_ = false;
     bool controlBox_ = true;
-    CommandButton* defaultButton_ = nullptr;
-    CommandButton* cancelButton_ = nullptr;
     std::vector<std::pair<QKeySequence, std::function<void()>>> keys_;
     std::function<bool()> dropAllowed_;
     std::function<void(const QString&)> dropOpen_;

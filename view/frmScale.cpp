@@ -10,50 +10,34 @@ namespace tavix {
 
 namespace {
 
-const QString kFont = QStringLiteral("ＭＳ Ｐゴシック");
 constexpr int kLengthChars = 6;
-
-// No close, minimize or maximize box: the dialog ends only through OK or Cancel.
-constexpr Qt::WindowFlags kDialogFlags =
-    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::MSWindowsFixedSizeDialogHint;
-
-template <class T>
-T* Design(T* control, double left, double top, double width, double height, const char* caption = nullptr) {
-    control->Move(left, top, width, height);
-    control->SetFontName(kFont);
-    control->SetFontSize(9);
-    if (caption) control->SetCaption(QString::fromUtf8(caption));
-    return control;
-}
 
 }  // namespace
 
-frmScale::frmScale() : vb::Form(QStringLiteral("frmScale")) {
-    setWindowFlags(kDialogFlags);
+frmScale::frmScale() : vb::Dialog(QStringLiteral("frmScale")) {
     SetCaption(QStringLiteral("スケール"));
-    SetClientSize(3675, 2910);
-    setFixedSize(size());
+    SetDialogSize(3675, 2910);
 
     const QString label1 = QStringLiteral("Label1"), len = QStringLiteral("txtScaleLen"),
                   unit = QStringLiteral("lblUnit");
-    Label1[0] = Design(new vb::Label(*this, this, label1, 0), 180, 240, 135, 225, "X");
-    txtScaleLen[0] = Design(new vb::TextBox(*this, this, len, 0), 420, 180, 795, 330);
-    lblUnit[0] = Design(new vb::Label(*this, this, unit, 0), 1260, 240, 555, 225, "μ");
-    Label1[1] = Design(new vb::Label(*this, this, label1, 1), 1920, 240, 135, 225, "Y");
-    txtScaleLen[1] = Design(new vb::TextBox(*this, this, len, 1), 2160, 180, 795, 330);
-    lblUnit[1] = Design(new vb::Label(*this, this, unit, 1), 3000, 240, 555, 225, "μ");
+    Label1[0] = Place(new vb::Label(*this, this, label1, 0), 180, 240, 135, 225, "X");
+    txtScaleLen[0] = Place(new vb::TextBox(*this, this, len, 0), 420, 180, 795, 330);
+    lblUnit[0] = Place(new vb::Label(*this, this, unit, 0), 1260, 240, 555, 225, "μ");
+    Label1[1] = Place(new vb::Label(*this, this, label1, 1), 1920, 240, 135, 225, "Y");
+    txtScaleLen[1] = Place(new vb::TextBox(*this, this, len, 1), 2160, 180, 795, 330);
+    lblUnit[1] = Place(new vb::Label(*this, this, unit, 1), 3000, 240, 555, 225, "μ");
     for (vb::TextBox* box : txtScaleLen) box->SetMaxLength(kLengthChars);
 
-    Frame1 = Design(new vb::Frame(*this, this, QStringLiteral("Frame1")), 180, 780, 3315, 675, "スタイル");
+    Frame1 = Place(new vb::Frame(*this, this, QStringLiteral("Frame1")), 180, 780, 3315, 675, "スタイル");
     optAxis[0] =
-        Design(new vb::OptionButton(*this, Frame1, QStringLiteral("optAxis"), 0), 180, 300, 1515, 255, "X軸のみ");
+        Place(new vb::OptionButton(*this, Frame1, QStringLiteral("optAxis"), 0), 180, 300, 1515, 255, "X軸のみ");
     optAxis[1] =
-        Design(new vb::OptionButton(*this, Frame1, QStringLiteral("optAxis"), 1), 1740, 300, 1515, 255, "X軸＋Y軸");
-    Label2 = Design(new vb::Label(*this, this, QStringLiteral("Label2")), 240, 1740, 450, 225, "位置");
-    cboPosition = Design(new vb::ComboBox(*this, this, QStringLiteral("cboPosition")), 1320, 1680, 2175, 315);
-    cmdOK = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 180, 2340, 1575, 435, "&OK");
+        Place(new vb::OptionButton(*this, Frame1, QStringLiteral("optAxis"), 1), 1740, 300, 1515, 255, "X軸＋Y軸");
+    Label2 = Place(new vb::Label(*this, this, QStringLiteral("Label2")), 240, 1740, 450, 225, "位置");
+    cboPosition = Place(new vb::ComboBox(*this, this, QStringLiteral("cboPosition")), 1320, 1680, 2175, 315);
+    cmdOK = Place(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 180, 2340, 1575, 435, "&OK");
     cmdCancel =
-        Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 1980, 2340, 1515, 435, "キャンセル");
+        Place(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 1980, 2340, 1515, 435, "キャンセル");
 
     // Labels and the frame take no focus; the X length comes first.
     setTabOrder(txtScaleLen[0]->Widget(), txtScaleLen[1]->Widget());
@@ -64,10 +48,8 @@ frmScale::frmScale() : vb::Form(QStringLiteral("frmScale")) {
     setTabOrder(cmdOK->Widget(), cmdCancel->Widget());
 
     for (int i = 0; i < 2; ++i) optAxis[i]->OnClick = [this, i] { optAxis_Click(i); };
-    cmdOK->OnClick = [this] { cmdOK_Click(); };
-    cmdCancel->OnClick = [this] { cmdCancel_Click(); };
-    SetDialogButtons(cmdOK, cmdCancel);
-    SetControlBox(false);
+    SetDefaultButton(cmdOK, [this] { cmdOK_Click(); });
+    SetCancelButton(cmdCancel, [this] { cmdCancel_Click(); });
 }
 
 void frmScale::Form_Load() {

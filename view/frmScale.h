@@ -3,11 +3,11 @@
 #include <array>
 
 #include "Controls.h"
-#include "Form.h"
+#include "Dialog.h"
 
 namespace tavix {
 
-class frmScale : public vb::Form {
+class frmScale : public vb::Dialog {
 public:
     frmScale();
 

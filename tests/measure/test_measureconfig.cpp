@@ -10,7 +10,7 @@
 #include "Convert.h"
 #include "CrossLines.h"
 #include "MeasureCommands.h"
-#include "MeasureConfig.h"
+#include "frmMeasureConfig.h"
 #include "StartedMain.h"
 #include "Startup.h"
 #include "StillDisplay.h"

@@ -1,10 +1,11 @@
 // Forms: Resize inside the statement that sizes the window, the unload events and their
-// modes, docking of aligned areas, modal forms and the file dialog filters.
+// modes, docking of aligned areas, modal dialogs and the file dialog filters.
 #include <QApplication>
 #include <QCloseEvent>
 #include <QTimer>
 #include <gtest/gtest.h>
 
+#include "Dialog.h"
 #include "DialogHost.h"
 #include "Form.h"
 #include "PictureBox.h"
@@ -165,22 +166,21 @@ TEST(FileDialogFilter, PlatformFiltersBecomeQtNameFilters) {
 
 // ---- Modal forms ----
 
-TEST(ModalForm, TheQtHostReturnsOnceTheFormUnloads) {
+TEST(ModalForm, TheQtHostCentresItOnItsOwnerAndReturnsOnceItUnloads) {
     Form owner("frmOwner");
+    owner.setGeometry(120, 90, 600, 400);
     owner.show();
-    Form dialog("frmDialog");
-    dialog.SetClientSize(3000, 2000);
-    int unloads = 0;
-    dialog.OnUnload = [&](bool&) { ++unloads; };
+    Dialog dialog("frmDialog");
+    dialog.SetDialogSize(3000, 2000);
     bool shownModal = false;
     QTimer::singleShot(0, &owner, [&] {
         shownModal = dialog.isVisible() && dialog.isModal() && dialog.isWindow();
+        EXPECT_EQ(dialog.geometry().center(), owner.geometry().center());
         dialog.Unload();
     });
     QtDialogHost host;
     host.ShowModal(dialog, &owner);
     EXPECT_TRUE(shownModal);
-    EXPECT_EQ(unloads, 1);
     EXPECT_FALSE(dialog.isVisible());
 }
 

@@ -9,7 +9,7 @@
 #include "Drive.h"
 #include "Graph.h"
 #include "Ini.h"
-#include "JpegQty.h"
+#include "frmJpegQty.h"
 #include "OpenImage.h"
 #include "Pictures.h"
 #include "SaveImage.h"

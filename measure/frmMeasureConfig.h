@@ -6,13 +6,13 @@
 #include <cstdint>
 
 #include "Controls.h"
-#include "Form.h"
+#include "Dialog.h"
 
 namespace tavix {
 
 class frmMain;
 
-class frmMeasureConfig : public vb::Form {
+class frmMeasureConfig : public vb::Dialog {
 public:
     frmMeasureConfig();
 

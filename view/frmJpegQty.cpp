@@ -1,4 +1,4 @@
-#include "JpegQty.h"
+#include "frmJpegQty.h"
 
 #include <algorithm>
 
@@ -13,32 +13,17 @@ namespace tavix {
 
 namespace {
 
-const QString kFont = QStringLiteral("ＭＳ Ｐゴシック");
 constexpr int kLowest = 10;
 constexpr int kHighest = 100;
 
-// No close, minimize or maximize box: the dialog ends only through OK or Cancel.
-constexpr Qt::WindowFlags kDialogFlags =
-    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::MSWindowsFixedSizeDialogHint;
-
-template <class T>
-T* Design(T* control, double left, double top, double width, double height) {
-    control->Move(left, top, width, height);
-    control->SetFontName(kFont);
-    control->SetFontSize(9);
-    return control;
-}
-
 }  // namespace
 
-frmJpegQty::frmJpegQty() : vb::Form(QStringLiteral("frmJpegQty")) {
-    setWindowFlags(kDialogFlags);
+frmJpegQty::frmJpegQty() : vb::Dialog(QStringLiteral("frmJpegQty")) {
     SetCaption(QStringLiteral("JPEG画質設定"));
-    SetClientSize(4365, 1335);
-    setFixedSize(size());
+    SetDialogSize(4365, 1335);
 
-    Frame1 = Design(new vb::Frame(*this, this, QStringLiteral("Frame1")), 120, 60, 2895, 1155);
-    sldJpegQty = Design(new vb::Slider(*this, Frame1, QStringLiteral("sldJpegQty")), 120, 240, 2655, 495);
+    Frame1 = Place(new vb::Frame(*this, this, QStringLiteral("Frame1")), 120, 60, 2895, 1155);
+    sldJpegQty = Place(new vb::Slider(*this, Frame1, QStringLiteral("sldJpegQty")), 120, 240, 2655, 495);
     sldJpegQty->SetRange(kLowest, kHighest);
     sldJpegQty->SetTickFrequency(10);
     sldJpegQty->SetLargeChange(10);
@@ -48,21 +33,19 @@ frmJpegQty::frmJpegQty() : vb::Form(QStringLiteral("frmJpegQty")) {
         int align;
     } marks[3] = {{"10", 120, 0}, {"50", 1155, 2}, {"100", 2175, 1}};
     for (int i = 0; i < 3; ++i) {
-        Label1[i] = Design(new vb::Label(*this, Frame1, QStringLiteral("Label1"), i), marks[i].left, 780, 600, 255);
+        Label1[i] = Place(new vb::Label(*this, Frame1, QStringLiteral("Label1"), i), marks[i].left, 780, 600, 255);
         Label1[i]->SetCaption(QString::fromLatin1(marks[i].text));
         Label1[i]->SetAlignment(marks[i].align);
     }
-    cmdOK = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 3150, 120, 1095, 375);
+    cmdOK = Place(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), 3150, 120, 1095, 375);
     cmdOK->SetCaption(QStringLiteral("&OK"));
-    cmdCancel = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 3150, 600, 1095, 375);
+    cmdCancel = Place(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), 3150, 600, 1095, 375);
     cmdCancel->SetCaption(FormText("キャンセル"));
     setTabOrder(sldJpegQty->Widget(), cmdOK->Widget());
     setTabOrder(cmdOK->Widget(), cmdCancel->Widget());
 
-    cmdOK->OnClick = [this] { cmdOK_Click(); };
-    cmdCancel->OnClick = [this] { cmdCancel_Click(); };
-    SetDialogButtons(cmdOK, cmdCancel);
-    SetControlBox(false);
+    SetDefaultButton(cmdOK, [this] { cmdOK_Click(); });
+    SetCancelButton(cmdCancel, [this] { cmdCancel_Click(); });
 }
 
 void frmJpegQty::Form_Load() {

@@ -3,13 +3,13 @@
 #include <array>
 
 #include "Controls.h"
-#include "Form.h"
+#include "Dialog.h"
 
 namespace tavix {
 
 class frmMain;
 
-class frmJpegQty : public vb::Form {
+class frmJpegQty : public vb::Dialog {
 public:
     frmJpegQty();
 

@@ -1,4 +1,4 @@
-#include "MeasureConfig.h"
+#include "frmMeasureConfig.h"
 
 #include "CommonModule.h"
 #include "Language.h"
@@ -12,12 +12,6 @@
 namespace tavix {
 
 namespace {
-
-const QString kFont = QStringLiteral("ＭＳ Ｐゴシック");
-
-// No close, minimize or maximize box: the dialog ends only through OK or Cancel.
-constexpr Qt::WindowFlags kDialogFlags =
-    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::MSWindowsFixedSizeDialogHint;
 
 constexpr const char* kFontSizes[] = {"8", "9", "10", "11", "12", "14", "16", "18", "20"};
 
@@ -50,14 +44,6 @@ constexpr struct {
     {1, {2280, 1740, 675, 285}}, {2, {2280, 660, 675, 285}}, {2, {2280, 1020, 675, 285}},
 };
 
-template <class T>
-T* Design(T* control, const Placed& at) {
-    control->Move(at.left, at.top, at.width, at.height);
-    control->SetFontName(kFont);
-    control->SetFontSize(9);
-    return control;
-}
-
 // The variables the swatches edit, in swatch order.
 std::array<uint32_t*, 7> SwatchColors(VariableDefinition& v) {
     return {&v.MeasureLineColor[1], &v.MeasureValueColor[1], &v.MeasureLineColor[2], &v.MeasureValueColor[2],
@@ -68,57 +54,58 @@ int16_t IntOf(const QString& text) { return static_cast<int16_t>(vb::Val(text));
 
 }  // namespace
 
-frmMeasureConfig::frmMeasureConfig() : vb::Form(QStringLiteral("frmMeasureConfig")) {
-    setWindowFlags(kDialogFlags);
+frmMeasureConfig::frmMeasureConfig() : vb::Dialog(QStringLiteral("frmMeasureConfig")) {
     SetCaption(QStringLiteral("計測機能設定"));
-    SetClientSize(6480, 3975);
-    setFixedSize(size());
+    SetDialogSize(6480, 3975);
+    const auto put = [this](auto* control, const Placed& at) {
+        return Place(control, at.left, at.top, at.width, at.height);
+    };
 
-    Frame1 = Design(new vb::Frame(*this, this, QStringLiteral("Frame1")), {120, 120, 3135, 2175});
+    Frame1 = put(new vb::Frame(*this, this, QStringLiteral("Frame1")), {120, 120, 3135, 2175});
     Frame1->SetCaption(QStringLiteral("計測線・計測値の色"));
-    Frame2 = Design(new vb::Frame(*this, this, QStringLiteral("Frame2")), {120, 2400, 3135, 1455});
+    Frame2 = put(new vb::Frame(*this, this, QStringLiteral("Frame2")), {120, 2400, 3135, 1455});
     Frame2->SetCaption(QStringLiteral("十字線・スケール"));
-    Frame3 = Design(new vb::Frame(*this, this, QStringLiteral("Frame3")), {3375, 120, 2985, 2655});
+    Frame3 = put(new vb::Frame(*this, this, QStringLiteral("Frame3")), {3375, 120, 2985, 2655});
     Frame3->SetCaption(QStringLiteral("その他"));
     // Borderless: they only keep the two pairs of options in separate groups.
     for (int i = 0; i < 2; ++i)
-        Frame4[i] = Design(new vb::Frame(*this, Frame3, QStringLiteral("Frame4"), i, false),
-                           {180, i == 0 ? 1440.0 : 2160.0, 2655, 375});
+        Frame4[i] = put(new vb::Frame(*this, Frame3, QStringLiteral("Frame4"), i, false),
+                        {180, i == 0 ? 1440.0 : 2160.0, 2655, 375});
 
     for (int i = 0; i < 12; ++i) {
         vb::Frame* frame = i < 5 ? Frame1 : i < 8 ? Frame2 : Frame3;
-        lblCaption[i] = Design(new vb::Label(*this, frame, QStringLiteral("lblCaption"), i), kCaptions[i].at);
+        lblCaption[i] = put(new vb::Label(*this, frame, QStringLiteral("lblCaption"), i), kCaptions[i].at);
         lblCaption[i]->SetCaption(QString::fromUtf8(kCaptions[i].text));
     }
     for (int i = 0; i < 7; ++i) {
         vb::Frame* frame = kSwatches[i].frame == 1 ? Frame1 : Frame2;
-        lblColor[i] = Design(new vb::Label(*this, frame, QStringLiteral("lblColor"), i), kSwatches[i].at);
+        lblColor[i] = put(new vb::Label(*this, frame, QStringLiteral("lblColor"), i), kSwatches[i].at);
         lblColor[i]->SetBorderStyle(1);
         lblColor[i]->SetBackColor(0xFFFFFF);
         lblColor[i]->OnClick = [this, i] { lblColor_Click(i); };
     }
 
     for (int i = 0; i < 2; ++i) {
-        optCrossLineNum[i] = Design(new vb::OptionButton(*this, Frame2, QStringLiteral("optCrossLineNum"), i),
-                                    {1800.0 + 600 * i, 300, 555, 285});
+        optCrossLineNum[i] = put(new vb::OptionButton(*this, Frame2, QStringLiteral("optCrossLineNum"), i),
+                                 {1800.0 + 600 * i, 300, 555, 285});
         optCrossLineNum[i]->SetCaption(QString::number(i + 1));
     }
-    cboDec = Design(new vb::ComboBox(*this, Frame3, QStringLiteral("cboDec")), {1800, 270, 1035, 315});
-    cboFontSize = Design(new vb::ComboBox(*this, Frame3, QStringLiteral("cboFontSize")), {1800, 690, 1035, 315});
+    cboDec = put(new vb::ComboBox(*this, Frame3, QStringLiteral("cboDec")), {1800, 270, 1035, 315});
+    cboFontSize = put(new vb::ComboBox(*this, Frame3, QStringLiteral("cboFontSize")), {1800, 690, 1035, 315});
     const char* angle[2] = {"3点", "4点"};
     const char* twoPoint[2] = {"2点", "3点"};
     for (int i = 0; i < 2; ++i) {
         const Placed at{120.0 + 1260 * i, 60, 1095, 255};
-        optAngleCommand[i] = Design(new vb::OptionButton(*this, Frame4[0], QStringLiteral("optAngleCommand"), i), at);
+        optAngleCommand[i] = put(new vb::OptionButton(*this, Frame4[0], QStringLiteral("optAngleCommand"), i), at);
         optAngleCommand[i]->SetCaption(QString::fromUtf8(angle[i]));
-        opt2PointCommand[i] = Design(new vb::OptionButton(*this, Frame4[1], QStringLiteral("opt2PointCommand"), i), at);
+        opt2PointCommand[i] = put(new vb::OptionButton(*this, Frame4[1], QStringLiteral("opt2PointCommand"), i), at);
         opt2PointCommand[i]->SetCaption(QString::fromUtf8(twoPoint[i]));
     }
     cdlColor = new vb::CommonDialog(*this, this, QStringLiteral("cdlColor"));
 
-    cmdOK = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), {3375, 3420, 1395, 435});
+    cmdOK = put(new vb::CommandButton(*this, this, QStringLiteral("cmdOK")), {3375, 3420, 1395, 435});
     cmdOK->SetCaption(QStringLiteral("&OK"));
-    cmdCancel = Design(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), {4965, 3420, 1395, 435});
+    cmdCancel = put(new vb::CommandButton(*this, this, QStringLiteral("cmdCancel")), {4965, 3420, 1395, 435});
     cmdCancel->SetCaption(FormText("キャンセル"));
 
     // Swatches are labels and take no focus; the rest go top to bottom, left column first.
@@ -127,10 +114,8 @@ frmMeasureConfig::frmMeasureConfig() : vb::Form(QStringLiteral("frmMeasureConfig
         opt2PointCommand[0], opt2PointCommand[1], cmdOK,  cmdCancel};
     for (size_t i = 1; i < std::size(order); ++i) setTabOrder(order[i - 1]->Widget(), order[i]->Widget());
 
-    cmdOK->OnClick = [this] { cmdOK_Click(); };
-    cmdCancel->OnClick = [this] { cmdCancel_Click(); };
-    SetDialogButtons(cmdOK, cmdCancel);
-    SetControlBox(false);
+    SetDefaultButton(cmdOK, [this] { cmdOK_Click(); });
+    SetCancelButton(cmdCancel, [this] { cmdCancel_Click(); });
 }
 
 void frmMeasureConfig::Form_Load() {

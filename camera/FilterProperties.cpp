@@ -5,7 +5,7 @@
 #include "CommonModule.h"
 #include "DialogHost.h"
 #include "Errors.h"
-#include "Form.h"
+#include "Dialog.h"
 #include "Graph.h"
 #include "Language.h"
 #include "V4l2Controls.h"
@@ -44,8 +44,7 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
     const std::vector<CameraControl> opened = graph.Controls(filter);
     const std::vector<CameraFormat> offered = graph.Formats(filter);
     const CameraFormat openedFormat = graph.CurrentFormat();
-    vb::Form form(QStringLiteral("frmCameraProperties"));
-    form.setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
+    vb::Dialog form(QStringLiteral("frmCameraProperties"), vb::Dialog::Style::Closable);
     form.SetCaption(caption);
     // While the rows are brought up to date, their events do not act on the camera.
     bool quiet = false;
@@ -129,11 +128,10 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
         const char* captions[] = {"形式", "サイズ", "フレームレート"};
         vb::ComboBox** combos[] = {&format, &size, &rate};
         for (int i = 0; i < 3; ++i, top += kRow) {
-            auto* label = new vb::Label(form, &form, QStringLiteral("lblFormat"), i);
-            label->Move(kMargin, top + 60, kLabelWidth, 255);
-            label->SetCaption(FormText(captions[i]));
-            *combos[i] = new vb::ComboBox(form, &form, QStringLiteral("cboFormat"), i);
-            (*combos[i])->Move(kFieldLeft, top, kFieldWidth, 315);
+            form.Place(new vb::Label(form, &form, QStringLiteral("lblFormat"), i), kMargin, top + 60, kLabelWidth, 255)
+                ->SetCaption(FormText(captions[i]));
+            *combos[i] = form.Place(new vb::ComboBox(form, &form, QStringLiteral("cboFormat"), i), kFieldLeft, top,
+                                    kFieldWidth, 315);
         }
         quiet = true;
         fill(
@@ -168,32 +166,32 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
     for (int i = 0; i < int(opened.size()); ++i, top += kRow) {
         Row r{opened[i]};
         const CameraControl& c = r.c;
-        r.label = new vb::Label(form, &form, QStringLiteral("lblControl"), i);
-        r.label->Move(kMargin, top + 60, kLabelWidth, 255);
+        r.label = form.Place(new vb::Label(form, &form, QStringLiteral("lblControl"), i), kMargin, top + 60,
+                             kLabelWidth, 255);
         r.label->SetCaption(c.Label);
         const QString id = c.Id;
         switch (c.kind) {
         case CameraControl::Integer: {
-            auto* slider = r.slider = new vb::Slider(form, &form, QStringLiteral("sldControl"), i);
-            slider->Move(kFieldLeft, top, kFieldWidth, 375);
+            auto* slider = r.slider = form.Place(new vb::Slider(form, &form, QStringLiteral("sldControl"), i),
+                                                 kFieldLeft, top, kFieldWidth, 375);
             slider->SetRange(c.Minimum, c.Maximum);
             slider->SetTickFrequency(std::max(c.Step, (c.Maximum - c.Minimum) / 10));
             slider->SetLargeChange(std::max(c.Step, (c.Maximum - c.Minimum) / 10));
             slider->OnChange = [&set, id, slider] { set(id, slider->Value()); };
-            r.value = new vb::Label(form, &form, QStringLiteral("lblValue"), i);
-            r.value->Move(kFieldLeft + kFieldWidth + kMargin, top + 60, kValueWidth - kMargin, 255);
+            r.value = form.Place(new vb::Label(form, &form, QStringLiteral("lblValue"), i),
+                                 kFieldLeft + kFieldWidth + kMargin, top + 60, kValueWidth - kMargin, 255);
             r.value->SetAlignment(1);
             break;
         }
         case CameraControl::Boolean: {
-            auto* check = r.check = new vb::CheckBox(form, &form, QStringLiteral("chkControl"), i);
-            check->Move(kFieldLeft, top, kFieldWidth, 375);
+            auto* check = r.check = form.Place(new vb::CheckBox(form, &form, QStringLiteral("chkControl"), i),
+                                               kFieldLeft, top, kFieldWidth, 375);
             check->OnClick = [&set, id, check] { set(id, check->Value()); };
             break;
         }
         case CameraControl::Menu: {
-            auto* combo = r.combo = new vb::ComboBox(form, &form, QStringLiteral("cboControl"), i);
-            combo->Move(kFieldLeft, top, kFieldWidth, 315);
+            auto* combo = r.combo = form.Place(new vb::ComboBox(form, &form, QStringLiteral("cboControl"), i),
+                                               kFieldLeft, top, kFieldWidth, 315);
             for (const auto& [value, name] : c.MenuItems) combo->AddItem(name);
             combo->OnClick = [&set, id, combo, items = c.MenuItems] {
                 if (combo->ListIndex() >= 0) set(id, items[combo->ListIndex()].first);
@@ -207,8 +205,8 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
 
     const double buttonsTop = top + kMargin;
     const double right = kFieldLeft + kFieldWidth + kValueWidth;
-    auto* defaults = new vb::CommandButton(form, &form, QStringLiteral("cmdDefaults"));
-    defaults->Move(kMargin, buttonsTop, kButton * 1.5, 375);
+    auto* defaults = form.Place(new vb::CommandButton(form, &form, QStringLiteral("cmdDefaults")), kMargin, buttonsTop,
+                                kButton * 1.5, 375);
     defaults->SetCaption(FormText("既定値に戻す"));
     defaults->SetVisible(!opened.empty());
     // The values before their modes: a value is still free to set while its mode is manual.
@@ -219,18 +217,17 @@ void GraphFileStore::ShowFilterProperties(FilterGraph& graph, FilterInfo& filter
         refresh();
     };
     bool accepted = false;
-    auto* ok = new vb::CommandButton(form, &form, QStringLiteral("cmdOK"));
-    ok->Move(right - 2 * kButton - kMargin, buttonsTop, kButton, 375);
-    ok->SetCaption(QStringLiteral("OK"));
-    ok->OnClick = [&] {
+    auto* ok = form.Place(new vb::CommandButton(form, &form, QStringLiteral("cmdOK")), right - 2 * kButton - kMargin,
+                          buttonsTop, kButton, 375, "OK");
+    form.SetDefaultButton(ok, [&] {
         accepted = true;
         form.Unload();
-    };
-    auto* cancel = new vb::CommandButton(form, &form, QStringLiteral("cmdCancel"));
-    cancel->Move(right - kButton, buttonsTop, kButton, 375);
+    });
+    auto* cancel = form.Place(new vb::CommandButton(form, &form, QStringLiteral("cmdCancel")), right - kButton,
+                              buttonsTop, kButton, 375);
     cancel->SetCaption(FormText("キャンセル"));
-    cancel->OnClick = [&] { form.Unload(); };
-    form.SetClientSize(right + kMargin, buttonsTop + 375 + kMargin);
+    form.SetCancelButton(cancel, [&] { form.Unload(); });
+    form.SetDialogSize(right + kMargin, buttonsTop + 375 + kMargin);
 
     vb::Host().ShowModal(form, owner);
     // Cancel, or the window closed any other way: the camera gets back what it had.
