@@ -8,6 +8,7 @@
 #include "DialogHost.h"
 #include "Errors.h"
 #include "MeasureCommands.h"
+#include "ResultDrawing.h"
 #include "frmMain.h"
 
 namespace tavix {
@@ -60,7 +61,7 @@ void WriteRow(frmMain& f, const QString& name, const QString& value, const QStri
 }
 
 void Finish(frmMain& f) {
-    if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
+    DrawMeasureResults(f);
     f.ResultDirty = true;
 }
 

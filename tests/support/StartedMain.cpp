@@ -9,6 +9,7 @@
 
 #include "Graph.h"
 #include "Startup.h"
+#include "VariableDefinition.h"
 #include "Wiring.h"
 
 namespace testing_support {
@@ -48,6 +49,19 @@ QImage QuarterPicture(int width, int height) {
     p.fillRect(0, hh, hw, height - hh, QColor::fromRgb(kQuarterColors[2]));
     p.fillRect(hw, hh, width - hw, height - hh, QColor::fromRgb(kQuarterColors[3]));
     return image;
+}
+
+void ResultsInCyan() {
+    tavix::VariableDefinition& v = tavix::Var();
+    v.MeasureLineColor[1] = v.MeasureLineColor[2] = v.MeasureValueColor[1] = v.MeasureValueColor[2] = 0xFFFF00;
+}
+
+int ResultPixels(const tavix::frmMain& f) {
+    const QImage shown = f.picStillView->GetImage().convertToFormat(QImage::Format_RGB32);
+    int n = 0;
+    for (int y = 0; y < shown.height(); ++y)
+        for (int x = 0; x < shown.width(); ++x) n += shown.pixel(x, y) == 0xFF00FFFF;
+    return n;
 }
 
 bool Near(QRgb a, QRgb b, int tolerance) {

@@ -40,6 +40,11 @@ struct CameraMain {
 QImage QuarterPicture(int width, int height);
 constexpr QRgb kQuarterColors[4] = {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFFFF};
 
+// Result lines and texts in cyan, a colour in none of the test pictures nor where their quarters meet,
+// so that ResultPixels tells whether the still shows results.
+void ResultsInCyan();
+int ResultPixels(const tavix::frmMain& f);
+
 // Whether two colours differ by at most tolerance in every channel (JPEG is lossy).
 bool Near(QRgb a, QRgb b, int tolerance = 24);
 

@@ -12,6 +12,7 @@
 #include "JpegQty.h"
 #include "OpenImage.h"
 #include "Pictures.h"
+#include "ResultDrawing.h"
 #include "SaveImage.h"
 #include "StartedMain.h"
 
@@ -50,7 +51,7 @@ struct SaveWindow : testing_support::StartedMain {
     void Result(double y) {
         tavix::Var().ResultTable[1] = {1, Cmd::Distance, {{}, {-100, y}, {100, y}}, 1};
         f.ResultCount = 1;
-        f.Hooks.DrawMeasureResults(f);
+        tavix::DrawMeasureResults(f);
     }
     void ExpectBox(int32_t text, int32_t title, const QString& with = {}) {
         ASSERT_EQ(host.Boxes.size(), 1u);
@@ -232,17 +233,16 @@ TEST(JpegQuality, OkStoresAtOnceCancelStoresNothing) {
     }
 }
 
-// A window whose target drive is whatever the test says.
+// A window whose target drive is whatever the test says, with one result to clear.
 struct MovieWindow : SaveWindow {
     QString mounts = QStringLiteral("/dev/sda1 / ext4 rw 0 0\n");
     std::optional<double> free = 100 * kGiB;
-    int clears = 0;
     explicit MovieWindow(int16_t type = 0) : SaveWindow(type) {
         if (f.FilterGraph) {
             EXPECT_TRUE(testing_support::WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); }));
         }
         vb::SetDriveProbe([this] { return mounts; }, [this](const QString&) { return free; });
-        f.Hooks.ClearResults = [this](frmMain&) { ++clears; };
+        f.ResultCount = 1;
     }
     ~MovieWindow() { vb::SetDriveProbe({}, {}); }
     // Free bytes giving at least usable GiB.
@@ -279,7 +279,7 @@ TEST(Movie, ArmedFromTheStillOrTheLiveView) {
                  f.cmdPicSave, f.cmdPicLoad, f.fraScale, f.fraSaveOption, f.chkScale, f.cmdMeasureConfig, f.cmdExit})
             EXPECT_FALSE(c->Enabled()) << c->Name().toStdString();
         EXPECT_EQ(f.txtComment[0]->Text(), tavix::Var().GuidanceTable[2][0]);
-        EXPECT_TRUE(w.clears == 1 && !QFileInfo::exists(w.box.File("movie.avi")));
+        EXPECT_TRUE(w.f.ResultCount == 0 && !QFileInfo::exists(w.box.File("movie.avi")));
     }
 }
 
@@ -305,7 +305,7 @@ TEST(Movie, RefusedTargetsLeaveItUnarmedButTheResultsGone) {
         const QString name = QString::fromLatin1(c.name);
         w.Save(name.startsWith("//") ? name : w.box.File(name));
         w.ExpectBox(c.text, 11033);
-        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.clears == 1 &&
+        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.f.ResultCount == 0 &&
                     w.f.ViewMode == tavix::ViewMode::Live)
             << c.name << c.mount;
     }
@@ -322,18 +322,21 @@ TEST(Movie, UnsavedResultsAskFirst) {
         EXPECT_EQ(std::tuple(b.Prompt, b.Title, b.Buttons),
                   std::tuple(GST(20030), GST(11032), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2));
         const int yes = answer == vb::vbYes;
-        EXPECT_TRUE(w.clears == yes && int(w.f.CommandMode) == yes && w.f.ViewMode == tavix::ViewMode::Live) << answer;
+        EXPECT_TRUE(w.f.ResultCount == 1 - yes && int(w.f.CommandMode) == yes && w.f.ViewMode == tavix::ViewMode::Live)
+            << answer;
     }
 }
 
 TEST(Movie, NoneWithoutACamera) {
     MovieWindow w(3);
     w.Open(QuarterPicture(60, 40));
+    w.f.ResultCount = 1;  // opening cleared it
     w.Comment("kept", "");
     w.host.AnswerMsgBox(vb::vbOK);
     w.Save(w.box.File("m.AVI"));
     w.ExpectBox(20035, 11033);
-    EXPECT_TRUE(w.clears == 0 && w.f.CommandMode == tavix::CommandMode::Idle && w.f.ViewMode == tavix::ViewMode::Still);
+    EXPECT_TRUE(w.f.ResultCount == 1 && w.f.CommandMode == tavix::CommandMode::Idle &&
+                w.f.ViewMode == tavix::ViewMode::Still);
     EXPECT_EQ(w.f.txtComment[0]->Text(), QStringLiteral("kept"));
     EXPECT_FALSE(QFileInfo::exists(w.box.File("m.txt")));
 }

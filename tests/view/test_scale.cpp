@@ -3,6 +3,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
+#include "CameraView.h"
 #include "CommonModule.h"
 #include "OpenImage.h"
 #include "SaveImage.h"
@@ -17,6 +18,7 @@ using tavix::GST;
 using tavix::Var;
 using testing_support::CameraMain;
 using testing_support::QuarterPicture;
+using testing_support::ResultPixels;
 using testing_support::StartedMain;
 
 namespace {
@@ -228,8 +230,9 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
     w.f.picTempView->SetPicture(QuarterPicture(200, 160));
     Zoom(w.f, "x 1.0");
     tavix::DispImage(w.f, false);
-    int drawn = 0;
-    w.f.Hooks.DrawMeasureResults = [&](frmMain&) { ++drawn; };
+    Var().ResultTable[1] = {1, tavix::CommandMode::Distance, {{}, {-50, -40}, {50, -40}}, 1};
+    w.f.ResultCount = 1;
+    testing_support::ResultsInCyan();
     Settle(0, 0);
     for (const bool ok : {false, true}) {
         w.host.AnswerModal([ok](vb::Form& form) {
@@ -239,16 +242,14 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
         });
         w.f.chkScale->SetValue(1);
         EXPECT_TRUE(w.f.chkScale->Value() == ok && Var().ScaleX == (ok ? 40 : 100) && Var().ScalePosition == 4 * ok);
-        EXPECT_TRUE(ok || (drawn == 1 && Count(w.f.picStillView->GetImage()) == 0))
+        EXPECT_TRUE(ok || (ResultPixels(w.f) > 0 && Count(w.f.picStillView->GetImage()) == 0))
             << "Cancel repaints with the results";
     }
     EXPECT_TRUE(w.Bar(-8, 0) && w.At(-28, 0) != kBarRgb);
     Zoom(w.f, "x 2.0");
     EXPECT_TRUE(w.Bar(-28, 0)) << "32 pixels at zoom 2";
-    drawn = 0;
     w.f.chkScale->SetValue(0);
-    EXPECT_TRUE(Count(w.f.picStillView->GetImage()) == 0 && drawn == 1);
-    w.f.Hooks.DrawMeasureResults = nullptr;
+    EXPECT_TRUE(Count(w.f.picStillView->GetImage()) == 0 && ResultPixels(w.f) > 0);
 }
 
 TEST(ScaleCheckBox, LiveBoxesGoToTheStillAndComeBack) {
@@ -264,10 +265,10 @@ TEST(ScaleCheckBox, LiveBoxesGoToTheStillAndComeBack) {
     m.host.AnswerModal([](vb::Form& form) { dynamic_cast<frmScale&>(form).cmdOK->Click(); });
     f.chkScale->SetValue(1);
     EXPECT_EQ(shown(), 5);
-    f.Hooks.SwitchViewMode(f, true);
+    tavix::SwitchViewMode(f, true);
     EXPECT_EQ(shown(), 0) << "no live boxes over the still";
     EXPECT_GT(Count(f.picStillView->GetImage()), 40) << "drawn into the still";
-    f.Hooks.SwitchViewMode(f, false);
+    tavix::SwitchViewMode(f, false);
     EXPECT_EQ(shown(), 5) << "placed anew by the refit";
     f.chkScale->SetValue(0);
     EXPECT_EQ(shown(), 0);
