@@ -145,7 +145,7 @@ TEST(CameraView, ZoomStillResizeAndRecordingKeepTheCameraOpenAndThePictureGoingO
     const double areaW = f.picViewArea->ScaleWidth(), areaH = f.picViewArea->ScaleHeight();
     const int opens = fakecam_stream_opens();
     for (const auto& r : rows) {
-        m.Zoom(r.zoom);
+        testing_support::Zoom(m.f, r.zoom);
         EXPECT_EQ(QSizeF(view.Width(), view.Height()), QSizeF(r.w * kTwips, r.h * kTwips)) << r.zoom;
         EXPECT_DOUBLE_EQ(view.Left(), areaW / 2 - r.w * kTwips / 2) << r.zoom;
         EXPECT_DOUBLE_EQ(view.Top(), areaH / 2 - r.h * kTwips / 2) << r.zoom;

@@ -1,20 +1,14 @@
 // The window's least size and the fitting of the areas to it.
 #include <QCoreApplication>
+#include <functional>
 #include <gtest/gtest.h>
 
 #include "App.h"
 #include "CommonModule.h"
-#include "Errors.h"
-#include "Sandbox.h"
-#include "ScriptedDialogHost.h"
 #include "StartedMain.h"
 #include "Startup.h"
-#include "Wiring.h"
-#include "frmMain.h"
 
 using tavix::frmMain;
-using testing_support::Sandbox;
-using testing_support::ScriptedDialogHost;
 
 namespace {
 

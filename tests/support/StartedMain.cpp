@@ -4,6 +4,7 @@
 #include <QElapsedTimer>
 #include <QPainter>
 #include <QThread>
+#include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
 
@@ -35,7 +36,7 @@ bool CameraMain::WaitFrame() {
     return WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); });
 }
 
-void CameraMain::Zoom(const char* item) {
+void Zoom(tavix::frmMain& f, const char* item) {
     for (int i = 0; i < f.cboScale->ListCount(); ++i)
         if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
 }
@@ -56,12 +57,12 @@ void ResultsInCyan() {
     v.MeasureLineColor[1] = v.MeasureLineColor[2] = v.MeasureValueColor[1] = v.MeasureValueColor[2] = 0xFFFF00;
 }
 
-int ResultPixels(const tavix::frmMain& f) {
-    const QImage shown = f.picStillView->GetImage().convertToFormat(QImage::Format_RGB32);
-    int n = 0;
-    for (int y = 0; y < shown.height(); ++y)
-        for (int x = 0; x < shown.width(); ++x) n += shown.pixel(x, y) == 0xFF00FFFF;
-    return n;
+int ResultPixels(const tavix::frmMain& f) { return Pixels(f.picStillView->GetImage(), 0xFF00FFFF); }
+
+int Pixels(const QImage& image, QRgb colour) {
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
+    const auto* p = reinterpret_cast<const QRgb*>(rgb.constBits());
+    return static_cast<int>(std::count(p, p + rgb.width() * rgb.height(), colour));
 }
 
 bool Near(QRgb a, QRgb b, int tolerance) {

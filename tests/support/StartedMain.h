@@ -30,10 +30,14 @@ struct CameraMain {
     bool WaitFor(const std::function<bool()>& done, int ms = 5000);
     // Until the graph has a frame.
     bool WaitFrame();
-    // Selects the zoom item of that text.
-    void Zoom(const char* item);
     bool Logged(const QString& line) const { return box.LogTexts().contains(line); }
 };
+
+// Selects the zoom item of that text.
+void Zoom(tavix::frmMain& f, const char* item);
+
+// How many pixels of the image have the colour.
+int Pixels(const QImage& image, QRgb colour);
 
 // A picture of four coloured quarters (red top left, green top right, blue bottom left,
 // white bottom right), so that zoom, centring and cut edges can be read back by pixel.

@@ -23,6 +23,8 @@ using tavix::GST;
 using testing_support::kQuarterColors;
 using testing_support::QuarterPicture;
 
+using testing_support::Zoom;
+
 namespace {
 
 constexpr double kGiB = 1073741824.0;
@@ -42,10 +44,6 @@ struct SaveWindow : testing_support::StartedMain {
     void Comment(const char* a, const char* b) {
         f.txtComment[0]->SetText(QString::fromUtf8(a));
         f.txtComment[1]->SetText(QString::fromUtf8(b));
-    }
-    void Zoom(const char* item) {
-        for (int i = 0; i < f.cboScale->ListCount(); ++i)
-            if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
     }
     // One result line 100 pixels either side of (0, y) drawn on the still.
     void Result(double y) {
@@ -103,7 +101,7 @@ TEST(SavePicture, AtTheViewSizeOnlyWhatTheViewShows) {
     QImage picture = QuarterPicture(1600, 1200);
     QPainter(&picture).fillRect(780, 580, 10, 10, Qt::black);  // 20 to 10 pixels up-left of the centre
     w.Open(picture);
-    w.Zoom("x 2.0");
+    Zoom(w.f, "x 2.0");
     w.Save(w.box.File("v.bmp"));
     const QImage saved(w.box.File("v.bmp"));
     ASSERT_EQ(saved.size(), QSize(w.f.picViewArea->ClientPixelWidth(), w.f.picViewArea->ClientPixelHeight()));
@@ -119,7 +117,7 @@ TEST(SavePicture, AtPictureSizeWithoutResults) {
     const QImage picture = QuarterPicture(300, 200);
     w.Open(picture);
     tavix::Var().Still1xSave = 1;
-    w.Zoom("x 2.0");
+    Zoom(w.f, "x 2.0");
     w.f.chkMeasureSave->SetValue(1);
     w.Result(0);
     w.Save(w.box.File("one.bmp"));

@@ -20,6 +20,7 @@ using testing_support::CameraMain;
 using testing_support::QuarterPicture;
 using testing_support::ResultPixels;
 using testing_support::StartedMain;
+using testing_support::Zoom;
 
 namespace {
 
@@ -33,16 +34,7 @@ void Settle(int16_t type, int16_t position) {
     v.ScaleX = 100, v.ScaleY = 50, v.ScaleType = type, v.ScalePosition = position, v.ScaleColor = kBarRgb & 0xFFFFFF;
 }
 
-void Zoom(frmMain& f, const char* item) {
-    for (int i = 0; i < f.cboScale->ListCount(); ++i)
-        if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
-}
-
-int Count(const QImage& image) {
-    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
-    const auto* p = reinterpret_cast<const QRgb*>(rgb.constBits());
-    return static_cast<int>(std::count(p, p + rgb.width() * rgb.height(), kBarRgb));
-}
+int Count(const QImage& image) { return testing_support::Pixels(image, kBarRgb); }
 
 // Per position, the edge whose margin it keeps: -1 left or top, 1 right or bottom, 0 centre.
 constexpr struct {
