@@ -35,9 +35,9 @@ void InitResources() { InitIconResources(); }
 
 const SubsystemHooks& UpwardCalls() {
     static const SubsystemHooks calls{
-        .ReadProofData = [](frmMain&) { return ReadProofData(); },
+        .ReadProofData = ReadProofData,
         .OpenCameraGraph = OpenCameraGraph,
-        .RefusedCamera = [](frmMain&) { return cam::RefusedCameraDevice(GrfFilePath()); },
+        .RefusedCamera = [] { return cam::RefusedCameraDevice(GrfFilePath()); },
         .FitCameraView = FitCameraView,
         .DispImage = [](frmMain& f) { DispImage(f, false); },
         .DrawMeasureResults = DrawMeasureResults,

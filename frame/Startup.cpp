@@ -157,7 +157,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
         f.SetCaption(v.ProgramTitle);
         SetCaptions(f);
 
-        if (measure && !f.Hooks.ReadProofData(f))
+        if (measure && !f.Hooks.ReadProofData())
             return fail({QStringLiteral("Proof File Read Error."), FatalText, GST(11100)});
         if (!ReadGuidanceData()) return fail({QStringLiteral("Guidance File Read Error."), FatalText, GST(11100)});
 
@@ -169,7 +169,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
             const GraphResult graph = f.Hooks.OpenCameraGraph(f);
             if (graph == GraphResult::NoCameraFilter) {
                 // A camera the user may not open is not listed at all: say why.
-                const QString refused = f.Hooks.RefusedCamera(f);
+                const QString refused = f.Hooks.RefusedCamera();
                 QString text = GST(20104) + QLatin1Char('\n') + GST(20105);
                 if (!refused.isEmpty()) {
                     WriteLog(QStringLiteral("Camera Permission Denied.(%1)").arg(refused));

@@ -3,7 +3,6 @@
 // hooks through which the frame and the view reach the subsystems built on top of them.
 #include <QString>
 #include <array>
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -27,12 +26,12 @@ class frmMain;
 // everything meets, fills the one table; every frmMain holds it from its construction on.
 struct SubsystemHooks {
     // Reads the calibration file; false when it could not (it has logged why).
-    bool (*ReadProofData)(frmMain&);
+    bool (*ReadProofData)();
     // Loads the camera graph from its file, or builds and saves it.
     enum class GraphResult { Ready, NoCameraFilter, NoOutputPin };
     GraphResult (*OpenCameraGraph)(frmMain&);
     // The camera node this user may not open (not in its group); empty when none is.
-    QString (*RefusedCamera)(frmMain&);
+    QString (*RefusedCamera)();
     // Sizes the live picture and runs the graph.
     void (*FitCameraView)(frmMain&);
     // Repaints the still at the current size (used by the layout).
