@@ -33,6 +33,22 @@ namespace tavix {
 
 void InitResources() { InitIconResources(); }
 
+const SubsystemHooks& UpwardCalls() {
+    static const SubsystemHooks calls{
+        .ReadProofData = ReadProofData,
+        .OpenCameraGraph = OpenCameraGraph,
+        .RefusedCamera = [] { return cam::RefusedCameraDevice(GrfFilePath()); },
+        .FitCameraView = FitCameraView,
+        .DispImage = [](frmMain& f) { DispImage(f, false); },
+        .DrawMeasureResults = DrawMeasureResults,
+        .ClearResults = ClearResults,
+        .SwitchViewMode = SwitchViewMode,
+        .CaptureFrame = CaptureFrame,
+        .EndMeasureCommand = EndMeasureCommand,
+    };
+    return calls;
+}
+
 void WireMain(frmMain& f) {
     f.cmdExit->OnClick = [&f] { cmdExit_Click(f); };
     f.OnQueryUnload = [&f](bool& cancel, int mode) { Form_QueryUnload(f, cancel, mode); };
@@ -40,14 +56,11 @@ void WireMain(frmMain& f) {
     f.cboScale->OnClick = [&f] { cboScale_Click(f); };
     f.cmdPicLoad->OnClick = [&f] { cmdPicLoad_Click(f); };
     f.chkCross->OnClick = [&f] { chkCross_Click(f); };
-    f.Hooks.EndMeasureCommand = [](frmMain& form) { EndMeasureCommand(form); };
     f.cmdPicSave->OnClick = [&f] { cmdPicSave_Click(f); };
     f.lblJpegQty->OnClick = [&f] { lblJpegQty_Click(f); };
     f.cboProof->OnClick = [&f] { cboProof_Click(f); };
     f.cmdProofConfig->OnClick = [&f] { cmdProofConfig_Click(f); };
     f.cmdMeasureConfig->OnClick = [&f] { cmdMeasureConfig_Click(f); };
-    f.Hooks.ReadProofData = [](frmMain&) { return ReadProofData(); };
-    f.Hooks.ClearResults = [](frmMain& form) { ClearResults(form); };
     f.cmdResultClear->OnClick = [&f] { cmdResultClear_Click(f); };
     f.cmdResultRemove->OnClick = [&f] { cmdResultRemove_Click(f); };
     f.cmdResultSave->OnClick = [&f] { cmdResultSave_Click(f); };
@@ -60,16 +73,8 @@ void WireMain(frmMain& f) {
     f.picStillView->OnMouseUp = [&f](int button, int shift, float x, float y) {
         picStillView_MouseUp(f, static_cast<int16_t>(button), static_cast<int16_t>(shift), x, y);
     };
-    f.Hooks.DispImage = [](frmMain& form) { DispImage(form, false); };
-    f.Hooks.DrawMeasureResults = [](frmMain& form) { DrawMeasureResults(form); };
-    f.Hooks.DrawScale = [](frmMain& form) { DrawScale(form); };
     f.chkScale->OnClick = [&f] { chkScale_Click(f); };
     f.OnResize = [&f] { Form_Resize(f); };
-    f.Hooks.OpenCameraGraph = [](frmMain& form) { return OpenCameraGraph(form); };
-    f.Hooks.RefusedCamera = [](frmMain&) { return cam::RefusedCameraDevice(GrfFilePath()); };
-    f.Hooks.FitCameraView = [](frmMain& form) { FitCameraView(form); };
-    f.Hooks.CaptureFrame = [](frmMain& form) { CaptureFrame(form); };
-    f.Hooks.SwitchViewMode = [](frmMain& form, bool capture) { SwitchViewMode(form, capture); };
     f.cmdPlayStop->OnClick = [&f] { cmdPlayStop_Click(f); };
     f.cmdPinProp->OnClick = [&f] { cmdPinProp_Click(f); };
     f.tmrLiveIcon->OnTimer = [&f] { tmrLiveIcon_Timer(f); };

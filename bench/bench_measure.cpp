@@ -1,5 +1,6 @@
-// AddMeasureResult from the last click to the grid rows written, with the redraw hook unset,
-// against the same geometry, formats and grid writes done directly in the same run.
+// AddMeasureResult from the last click to the grid rows written and the new result drawn (the
+// listed rows have no records to draw), against the same geometry, formats and grid writes done
+// directly in the same run.
 #include <QApplication>
 #include <cstdio>
 #include <functional>
@@ -62,7 +63,6 @@ int main(int argc, char** argv) {
     v.ProofTable[0] = {QStringLiteral("bench"), 0.0123, QStringLiteral("mm")};
     v.ZoomFactor = 2.0;
     f.ResultFormat = QStringLiteral("0.000");
-    f.Hooks.DrawMeasureResults = nullptr;
     // A full-looking list, so the grid holds text in every row above the new ones.
     for (int row = 1; row <= 98; ++row) {
         f.grdResult->SetTextMatrix(row, 0, QString::number(row));

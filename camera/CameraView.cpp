@@ -13,6 +13,8 @@
 #include "Graph.h"
 #include "MovieJournal.h"
 #include "Recording.h"
+#include "ResultTable.h"
+#include "ScaleOverlay.h"
 #include "StillDisplay.h"
 #include "ViewGeometry.h"
 
@@ -31,7 +33,7 @@ void PlaceCameraView(frmMain& f, QSize size) {
                            geometry::ZoomedPixels(size.height(), zoom));
     geometry::Centre(*f.picViewArea, view);
     f.FilterGraph->SetOwner(&view);
-    if (f.chkScale->Value() == 1 && f.Hooks.DrawScale) f.Hooks.DrawScale(f);
+    if (f.chkScale->Value() == 1) DrawScale(f);
 }
 
 }  // namespace
@@ -217,7 +219,7 @@ void cmdPlayStop_Click(frmMain& f) {
     if (f.CommandMode == CommandMode::Recording) return StopRecording(f);
     if (f.ViewMode == ViewMode::Still && f.ResultCount >= 1) {
         if (f.ResultDirty && !AskYesNo(&f, 20040, 11041)) return;
-        if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
+        ClearResults(f);
     }
     if (f.ViewMode == ViewMode::Still && f.FilterGraph && f.FilterGraph == g_lostGraph.lock() && !ReopenCamera(f))
         return;

@@ -39,9 +39,9 @@ void Form_Resize(frmMain& f) {
             f.picViewArea->SetWidth(f.ScaleWidth());
         }
         if (f.ViewMode != ViewMode::Live) {
-            if (f.Hooks.DispImage) f.Hooks.DispImage(f);
-            if (f.ResultCount > 0 && f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
-        } else if (f.Hooks.FitCameraView) {
+            f.Hooks.DispImage(f);
+            if (f.ResultCount > 0) f.Hooks.DrawMeasureResults(f);
+        } else {
             f.Hooks.FitCameraView(f);
         }
         f.cmdExit->SetLeft(f.picViewCommandArea->Width() - kExitFromRight);

@@ -157,8 +157,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
         f.SetCaption(v.ProgramTitle);
         SetCaptions(f);
 
-        // The calibration reader is a hook until its subsystem is built.
-        if (measure && f.Hooks.ReadProofData && !f.Hooks.ReadProofData(f))
+        if (measure && !f.Hooks.ReadProofData())
             return fail({QStringLiteral("Proof File Read Error."), FatalText, GST(11100)});
         if (!ReadGuidanceData()) return fail({QStringLiteral("Guidance File Read Error."), FatalText, GST(11100)});
 
@@ -167,11 +166,10 @@ bool Form_Load(frmMain& f, int16_t programType) {
 
         if (camera) {
             using GraphResult = SubsystemHooks::GraphResult;
-            // Without the camera subsystem the camera variants start with no graph.
-            const GraphResult graph = f.Hooks.OpenCameraGraph ? f.Hooks.OpenCameraGraph(f) : GraphResult::Ready;
+            const GraphResult graph = f.Hooks.OpenCameraGraph(f);
             if (graph == GraphResult::NoCameraFilter) {
                 // A camera the user may not open is not listed at all: say why.
-                const QString refused = f.Hooks.RefusedCamera ? f.Hooks.RefusedCamera(f) : QString();
+                const QString refused = f.Hooks.RefusedCamera();
                 QString text = GST(20104) + QLatin1Char('\n') + GST(20105);
                 if (!refused.isEmpty()) {
                     WriteLog(QStringLiteral("Camera Permission Denied.(%1)").arg(refused));
@@ -205,7 +203,7 @@ bool Form_Load(frmMain& f, int16_t programType) {
 
         if (camera) {
             f.cmdPlayStop->SetCaption(GST(11051));
-            if (f.Hooks.FitCameraView) f.Hooks.FitCameraView(f);  // the live picture, once there is one
+            f.Hooks.FitCameraView(f);
         }
         return true;
     });

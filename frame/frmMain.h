@@ -1,9 +1,8 @@
 #pragma once
 // The main window: its controls by their design names, the fields of a run, and the
-// hooks through which start-up reaches the subsystems built on top of the frame.
+// hooks through which the frame and the view reach the subsystems built on top of them.
 #include <QString>
 #include <array>
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -23,39 +22,41 @@ class GraphFileStore;
 
 class frmMain;
 
-// What start-up needs from the subsystems above the frame. An empty hook is a subsystem
-// this build does not have yet; start-up then passes over that step.
+// The calls from frame/ and view/ up into the subsystems they cannot link. app/, where
+// everything meets, fills the one table; every frmMain holds it from its construction on.
 struct SubsystemHooks {
     // Reads the calibration file; false when it could not (it has logged why).
-    std::function<bool(frmMain&)> ReadProofData;
+    bool (*ReadProofData)();
     // Loads the camera graph from its file, or builds and saves it.
     enum class GraphResult { Ready, NoCameraFilter, NoOutputPin };
-    std::function<GraphResult(frmMain&)> OpenCameraGraph;
+    GraphResult (*OpenCameraGraph)(frmMain&);
     // The camera node this user may not open (not in its group); empty when none is.
-    std::function<QString(frmMain&)> RefusedCamera;
+    QString (*RefusedCamera)();
     // Sizes the live picture and runs the graph.
-    std::function<void(frmMain&)> FitCameraView;
+    void (*FitCameraView)(frmMain&);
     // Repaints the still at the current size (used by the layout).
-    std::function<void(frmMain&)> DispImage;
+    void (*DispImage)(frmMain&);
     // Draws all results on the still.
-    std::function<void(frmMain&)> DrawMeasureResults;
-    // Draws the scale bar on the still.
-    std::function<void(frmMain&)> DrawScale;
+    void (*DrawMeasureResults)(frmMain&);
     // Empties the result list and repaints the still.
-    std::function<void(frmMain&)> ClearResults;
+    void (*ClearResults)(frmMain&);
     // Turns the view to the still (true: with a frame taken from the camera) or back to live.
-    std::function<void(frmMain&, bool)> SwitchViewMode;
+    void (*SwitchViewMode)(frmMain&, bool);
     // Takes the camera's newest frame into picTempView at the camera's size.
-    std::function<void(frmMain&)> CaptureFrame;
-    std::function<void(frmMain&)> EndMeasureCommand;  // ends the running command (view code cannot link measure)
+    void (*CaptureFrame)(frmMain&);
+    // Ends the running measure command.
+    void (*EndMeasureCommand)(frmMain&);
 };
+
+// Defined in app/Wiring.cpp.
+const SubsystemHooks& UpwardCalls();
 
 class frmMain : public vb::Form {
 public:
     frmMain();
     ~frmMain() override;
 
-    SubsystemHooks Hooks;
+    const SubsystemHooks& Hooks = UpwardCalls();
 
     // Top strip.
     vb::PictureBox* picViewCommandArea;

@@ -4,6 +4,7 @@
 #include "DialogHost.h"
 #include "MeasureCommand.h"
 #include "MeasureCommands.h"
+#include "ResultDrawing.h"
 #include "frmMain.h"
 
 namespace tavix {
@@ -13,7 +14,7 @@ static_assert(MaxResultRows < ResultTableSize, "a grid row needs its result slot
 namespace {
 
 void Finish(frmMain& f) {
-    if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
+    DrawMeasureResults(f);
     f.ResultDirty = true;
 }
 

@@ -12,6 +12,9 @@
 #include "DialogHost.h"
 #include "Guidance.h"
 #include "MeasureCommands.h"
+#include "ResultDrawing.h"
+#include "ResultTable.h"
+#include "ScaleOverlay.h"
 #include "StillDisplay.h"
 #include "TextFile.h"
 #include "frmMain.h"
@@ -59,11 +62,11 @@ void ShowProof(frmMain& f) {
     f.lblProofValue->Widget()->setToolTip(text);
     if (f.chkScale->Value() != 1) return;
     if (f.ViewMode == ViewMode::Live) {
-        if (f.Hooks.DrawScale) f.Hooks.DrawScale(f);
+        DrawScale(f);
         return;
     }
     DispImage(f, false);
-    if (f.ResultCount > 0 && f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
+    if (f.ResultCount > 0) DrawMeasureResults(f);
 }
 
 // Second point taken: the dialog, then back to idle with the outcome applied.
@@ -88,9 +91,9 @@ void ConfigureFromPoints(frmMain& f) {
 
     if (f.ResultCount >= 1) {
         if (v.DialogResult) {
-            if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
-        } else if (f.Hooks.DrawMeasureResults) {
-            f.Hooks.DrawMeasureResults(f);
+            ClearResults(f);
+        } else {
+            DrawMeasureResults(f);
         }
     }
     for (int i = 0; i < ProofTableSize && i < f.cboProof->ListCount(); ++i)
@@ -138,7 +141,7 @@ void cboProof_Click(frmMain& f) {
             return;
         }
         // Results of two calibrations never stand side by side.
-        if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
+        ClearResults(f);
     }
     Var().CurrentProofNo = static_cast<int16_t>(f.cboProof->ListIndex());
     ShowProof(f);
@@ -170,7 +173,7 @@ void ProofMeasure_MouseUp(frmMain& f, int16_t Button, float X, float Y) {
     } else if (Button == 2) {
         if (noPoint) {
             // Abandoned: the results hidden at the start come back.
-            if (f.ResultCount >= 1 && f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
+            if (f.ResultCount >= 1) DrawMeasureResults(f);
             EndMeasureCommand(f);
             return;
         }

@@ -4,6 +4,7 @@
 
 #include "CommonModule.h"
 #include "DialogHost.h"
+#include "ResultDrawing.h"
 #include "StillDisplay.h"
 #include "TextFile.h"
 #include "frmMain.h"
@@ -26,9 +27,7 @@ void SelectRow(vb::FlexGrid& g, int row) {
     g.SetColSel(kCols - 1);
 }
 
-void Draw(frmMain& f) {
-    if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
-}
+void Draw(frmMain& f) { DrawMeasureResults(f); }
 
 }  // namespace
 

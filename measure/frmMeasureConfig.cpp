@@ -5,6 +5,8 @@
 #include "Convert.h"
 #include "CrossLines.h"
 #include "DialogHost.h"
+#include "ResultDrawing.h"
+#include "ScaleOverlay.h"
 #include "StillDisplay.h"
 #include "VariableDefinition.h"
 #include "frmMain.h"
@@ -213,9 +215,9 @@ void cmdMeasureConfig_Click(frmMain& f) {
 
     if (f.ViewMode == ViewMode::Still) {
         DispImage(f, false);
-        if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
-    } else if (f.chkScale->Value() == 1 && f.Hooks.DrawScale) {
-        f.Hooks.DrawScale(f);
+        DrawMeasureResults(f);
+    } else if (f.chkScale->Value() == 1) {
+        DrawScale(f);
     }
 }
 

@@ -17,8 +17,8 @@ void ShowPair(frmMain& f, int k, bool visible) {
 
 // The command ends, and a placing begun in the live view goes back to it.
 void FinishPlacing(frmMain& f) {
-    if (f.Hooks.EndMeasureCommand) f.Hooks.EndMeasureCommand(f);
-    if (f.CrossLineResume == ViewMode::Live && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+    f.Hooks.EndMeasureCommand(f);
+    if (f.CrossLineResume == ViewMode::Live) f.Hooks.SwitchViewMode(f, true);
 }
 
 }  // namespace
@@ -33,7 +33,7 @@ void chkCross_Click(frmMain& f) {
     if (f.chkCross->Value() == 1) {
         f.CrossLineResume = f.ViewMode;
         // The lines are placed on a frame held still.
-        if (f.ViewMode == ViewMode::Live && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+        if (f.ViewMode == ViewMode::Live) f.Hooks.SwitchViewMode(f, true);
         ShowPair(f, 0, true);
         f.CommandMode = CommandMode::FirstCrossLine;
         DisableCommandArea(f, *f.picViewCommandArea, false);

@@ -47,7 +47,7 @@ void cmdPicLoad_Click(frmMain& f) {
     if (path.isEmpty()) return;
 
     const bool fromLive = f.ViewMode == ViewMode::Live;
-    if (fromLive && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+    if (fromLive) f.Hooks.SwitchViewMode(f, true);
     if (v.ProgramType == 3 && !f.cmdPicSave->Enabled()) {
         // The first picture of a still measure run opens the measure panel.
         EnableCommandArea(f, *f.picMeasureCommandArea);
@@ -67,10 +67,10 @@ void cmdPicLoad_Click(frmMain& f) {
         // The old picture stays, now at the zoom the list shows.
         RescaleResults(f, 1.0 / oldZoom);
         DispImage(f, false);
-        if (f.ResultCount > 0 && f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
+        if (f.ResultCount > 0) f.Hooks.DrawMeasureResults(f);
         vb::Host().MsgBox(GST(20022, path), vb::vbOKOnly | vb::vbExclamation, GST(11022), &f);
         // The frame frozen for the picture is not wanted: the camera runs on.
-        if (fromLive && f.ViewMode == ViewMode::Still && f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
+        if (fromLive && f.ViewMode == ViewMode::Still) f.Hooks.SwitchViewMode(f, true);
         return;
     }
     f.picTempView->Cls();
@@ -81,7 +81,7 @@ void cmdPicLoad_Click(frmMain& f) {
 
     if (f.ResultCount < 1)
         DispImage(f, false);
-    else if (f.Hooks.ClearResults)
+    else
         f.Hooks.ClearResults(f);
 }
 

@@ -35,9 +35,7 @@ constexpr int16_t kLongestMovieSeconds = 900;
 
 const QString kRoutine = QStringLiteral("cmdPicSave_Click");
 
-void SwitchView(frmMain& f) {
-    if (f.Hooks.SwitchViewMode) f.Hooks.SwitchViewMode(f, true);
-}
+void SwitchView(frmMain& f) { f.Hooks.SwitchViewMode(f, true); }
 
 void Refuse(frmMain& f, int32_t text, int32_t title) {
     vb::Host().MsgBox(GST(text), vb::vbOKOnly | vb::vbExclamation, GST(title), &f);
@@ -168,7 +166,7 @@ void SaveStill(frmMain& f, const QString& name, ViewMode startView) {
     WriteComment(f, name, failure);
 
     if (!withResults) {
-        if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
+        f.Hooks.DrawMeasureResults(f);
     } else if (f.ResultCount > 0 && written) {
         // A picture with the results in it counts as saving them.
         f.ResultDirty = false;
@@ -188,7 +186,7 @@ void ArmMovie(frmMain& f, const QString& name, ViewMode startView) {
     // The frozen frame is not wanted for a movie.
     if (startView == ViewMode::Live) SwitchView(f);
     if (f.ResultDirty && !AskYesNo(&f, 20030, 11032)) return;
-    if (f.Hooks.ClearResults) f.Hooks.ClearResults(f);
+    f.Hooks.ClearResults(f);
 
     double free = 0;
     bool fixedDisk = false;

@@ -174,7 +174,7 @@ void chkScale_Click(frmMain& f) {
         if (f.ViewMode != ViewMode::Live) {
             // The bar is part of the still's paint: a repaint without it takes it away.
             DispImage(f, false);
-            if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
+            f.Hooks.DrawMeasureResults(f);
         } else {
             HideLiveOverlay(f);
         }

@@ -3,6 +3,7 @@
 #include "CommonModule.h"
 #include "Convert.h"
 #include "DialogHost.h"
+#include "ScaleOverlay.h"
 #include "ViewPan.h"
 #include "frmMain.h"
 #include "ViewGeometry.h"
@@ -10,7 +11,7 @@
 namespace tavix {
 
 void DispImage(frmMain& f, bool blnCaptureFlg) {
-    if (blnCaptureFlg && f.Hooks.CaptureFrame) f.Hooks.CaptureFrame(f);
+    if (blnCaptureFlg) f.Hooks.CaptureFrame(f);
     vb::PictureBox& still = *f.picStillView;
     const vb::PictureBox& temp = *f.picTempView;
     const double zoom = Var().ZoomFactor;
@@ -27,7 +28,7 @@ void DispImage(frmMain& f, bool blnCaptureFlg) {
     if (err == 0) {
         still.SetScaleLeft(-1 * still.ScaleWidth() / 2);
         still.SetScaleTop(-1 * still.ScaleHeight() / 2);
-        if (f.chkScale->Value() == 1 && f.Hooks.DrawScale) f.Hooks.DrawScale(f);
+        if (f.chkScale->Value() == 1) DrawScale(f);
         return;
     }
 
@@ -74,8 +75,8 @@ void cboScale_Click(frmMain& f) {
     RescaleResults(f, v.ZoomFactor / old);
     if (f.ViewMode != ViewMode::Live) {
         DispImage(f, false);
-        if (f.Hooks.DrawMeasureResults) f.Hooks.DrawMeasureResults(f);
-    } else if (f.Hooks.FitCameraView) {
+        f.Hooks.DrawMeasureResults(f);
+    } else {
         f.Hooks.FitCameraView(f);
     }
 }

@@ -203,8 +203,7 @@ void PanBy(frmMain& f, double dx, double dy) {
     f.Pan.Y += dy / zoom;
     DispImage(f, false);
     // The calibration hides the results while it runs.
-    if (f.ResultCount > 0 && f.CommandMode != CommandMode::Calibration && f.Hooks.DrawMeasureResults)
-        f.Hooks.DrawMeasureResults(f);
+    if (f.ResultCount > 0 && f.CommandMode != CommandMode::Calibration) f.Hooks.DrawMeasureResults(f);
 }
 
 void StepZoom(frmMain& f, int steps) {

@@ -1,20 +1,14 @@
 // The window's least size and the fitting of the areas to it.
 #include <QCoreApplication>
+#include <functional>
 #include <gtest/gtest.h>
 
 #include "App.h"
 #include "CommonModule.h"
-#include "Errors.h"
-#include "Sandbox.h"
-#include "ScriptedDialogHost.h"
 #include "StartedMain.h"
 #include "Startup.h"
-#include "Wiring.h"
-#include "frmMain.h"
 
 using tavix::frmMain;
-using testing_support::Sandbox;
-using testing_support::ScriptedDialogHost;
 
 namespace {
 
@@ -76,29 +70,31 @@ TEST(Layout, AreasFollowTheWindow) {
     }
 }
 
+// The still wiped, then whether the layout painted the picture (red top left) into it again.
+bool RepaintedAfter(frmMain& f, const std::function<void()>& change) {
+    f.picStillView->Cls();
+    change();
+    QCoreApplication::processEvents();
+    const QImage shown = f.picStillView->GetImage();
+    return !shown.isNull() && shown.pixel(2, 2) == testing_support::kQuarterColors[0];
+}
+
 TEST(Layout, MinimizedDoesNothingAndTheStillIsRepaintedOtherwise) {
     Started s(2);
     frmMain& f = s.f;
-    int repaints = 0;
-    f.Hooks.DispImage = [&](frmMain&) { ++repaints; };
-    f.SetWidth(16000);
-    EXPECT_EQ(repaints, 1);
-    f.SetWindowState(1);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(repaints, 1);
+    f.picTempView->SetPicture(testing_support::QuarterPicture(40, 30));
+    EXPECT_TRUE(RepaintedAfter(f, [&] { f.SetWidth(16000); }));
+    EXPECT_FALSE(RepaintedAfter(f, [&] { f.SetWindowState(1); }));
 }
 
 TEST(Layout, MaximizedKeepsItsSizeOnASmallScreenAndRestoringLaysOutAgain) {
     Started s(3);
     frmMain& f = s.f;
-    int repaints = 0;
-    f.Hooks.DispImage = [&](frmMain&) { ++repaints; };
-    f.SetWindowState(2);
-    QCoreApplication::processEvents();
+    f.picTempView->SetPicture(testing_support::QuarterPicture(40, 30));
+    EXPECT_TRUE(RepaintedAfter(f, [&] { f.SetWindowState(2); }));
     ASSERT_EQ(f.WindowState(), 2);
     // The headless screen is 800 pixels wide, below the least width.
     EXPECT_LT(f.Width(), 14565);
-    EXPECT_GE(repaints, 1);
     EXPECT_DOUBLE_EQ(f.picViewArea->Width(), f.ScaleWidth() - f.picMeasureCommandArea->Width());
     EXPECT_DOUBLE_EQ(f.grdResult->Height(), f.picMeasureCommandArea->Height() - 5640);
     f.SetWindowState(0);
@@ -106,24 +102,23 @@ TEST(Layout, MaximizedKeepsItsSizeOnASmallScreenAndRestoringLaysOutAgain) {
     EXPECT_GE(f.Height(), 8100);
     EXPECT_GE(f.Width(), 14565);
     EXPECT_DOUBLE_EQ(f.grdResult->Height(), f.picMeasureCommandArea->Height() - 5640);
-    f.Hooks.DispImage = nullptr;
 }
 
 TEST(Layout, AnErrorEndsTheProgram) {
     Started s(2);
     frmMain& f = s.f;
-    f.Hooks.DispImage = [](frmMain&) { vb::Raise(7); };
+    tavix::Var().ZoomFactor = -1;  // the still cannot take a negative size
     const QByteArray ini = s.box.Read(QStringLiteral("Tavix.Ini"));
     s.host.AnswerMsgBox(vb::vbOK);
     f.SetWidth(17000);
+    tavix::Var().ZoomFactor = 1;
     EXPECT_EQ(s.host.Ends, 1);
     ASSERT_EQ(s.host.Boxes.size(), 1u);
     EXPECT_EQ(s.host.Boxes[0].Prompt, tavix::FatalText);
     EXPECT_EQ(s.host.Boxes[0].Title, vb::App::Title());
     EXPECT_EQ(s.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical);
-    EXPECT_EQ(s.box.LogTexts().last(), QStringLiteral("frmMain:Form_Resize Error.(7)"));
+    EXPECT_EQ(s.box.LogTexts().last(), QStringLiteral("frmMain:Form_Resize Error.(380)"));
     EXPECT_EQ(s.box.Read(QStringLiteral("Tavix.Ini")), ini);
-    f.Hooks.DispImage = nullptr;
 }
 
 }  // namespace

@@ -165,11 +165,7 @@ TEST(Start, QtAndFixedTextsSpeakTheLanguageTheIniNames) {
 }
 
 TEST(StartFailure, EachFailedStepLogsShowsItsBoxAndEnds) {
-    using GR = tavix::SubsystemHooks::GraphResult;
     const std::vector<int16_t> all = {0, 1, 2, 3}, camera = {0, 1}, measure = {0, 3};
-    const auto fail = [](GR r) {
-        return [r](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [r](frmMain&) { return r; }; };
-    };
     const struct {
         const char* what;
         std::vector<int16_t> types;
@@ -186,18 +182,14 @@ TEST(StartFailure, EachFailedStepLogsShowsItsBoxAndEnds) {
          {QStringLiteral("ReadStringTableData Error.(53)"), QStringLiteral("StringTable File Read Error.")}, {}, [] { return QString(); }},
         {"string table with a bad number", all, [](Sandbox& b, frmMain&) { b.Write(QStringLiteral("StringTable.txt"), "abc,text\r\n"); },
          {QStringLiteral("ReadStringTableData Error.(13)"), QStringLiteral("StringTable File Read Error.")}, {}, [] { return QString(); }},
-        {"proof file", measure, [](Sandbox&, frmMain& f) { f.Hooks.ReadProofData = [](frmMain&) { return false; }; },
-         {QStringLiteral("Proof File Read Error.")}, {}, [] { return tavix::GST(11100); }},
+        {"proof file missing", measure, [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("Proof.txt")); },
+         {QStringLiteral("ReadProofData Error.(53)"), QStringLiteral("Proof File Read Error.")}, {}, [] { return tavix::GST(11100); }},
         {"guidance file missing", all, [](Sandbox& b, frmMain&) { b.Remove(QStringLiteral("Guidance.txt")); },
          {QStringLiteral("ReadGuidanceData Error.(53)"), QStringLiteral("Guidance File Read Error.")}, {}, [] { return tavix::GST(11100); }},
         {"guidance number 101", all, [](Sandbox& b, frmMain&) { b.Write(QStringLiteral("Guidance.txt"), "101,\"a\",\"b\"\r\n"); },
          {QStringLiteral("ReadGuidanceData Error.(9)"), QStringLiteral("Guidance File Read Error.")}, {}, [] { return tavix::GST(11100); }},
-        {"no camera filter", camera, fail(GR::NoCameraFilter), {QStringLiteral("Camera Filter Error.")}, {20104, 20105},
-         [] { return tavix::GST(11103); }},
-        {"no output pin", camera, fail(GR::NoOutputPin), {QStringLiteral("Camera OutputPIN Error.")}, {20106, 20107},
-         [] { return tavix::GST(11104); }},
-        {"any other error", camera, [](Sandbox&, frmMain& f) { f.Hooks.OpenCameraGraph = [](frmMain&) -> GR { vb::Raise(5); }; },
-         {QStringLiteral("frmMain:Form_Load Error.(5)")}, {}, [] { return vb::App::Title(); }},
+        {"a camera node with no output", camera, [](Sandbox& b, frmMain&) { b.SetIni(QStringLiteral("CAMERAFILTERNAME"), QStringLiteral("File writer")); },
+         {QStringLiteral("Camera OutputPIN Error.")}, {20106, 20107}, [] { return tavix::GST(11104); }},
         {"an error in the zoom list", all, [](Sandbox&, frmMain& f) { f.cboScale->OnClick = [] { vb::Raise(9); }; },
          {QStringLiteral("frmMain:Form_Load Error.(9)")}, {}, [] { return vb::App::Title(); }},
         // clang-format on

@@ -10,6 +10,7 @@
 #include "CommonModule.h"
 #include "Proof.h"
 #include "StartedMain.h"
+#include "StillDisplay.h"
 #include "frmProofConfig.h"
 
 using tavix::frmProofConfig;
@@ -35,17 +36,22 @@ void ExpectBox(const testing_support::RecordedBox& box, int text, int title, int
 }
 
 struct ProofWindow : testing_support::StartedMain {
-    int clears = 0, draws = 0;
     explicit ProofWindow(int16_t results = 0, bool dirty = false) : StartedMain(3) {
         f.picTempView->SetPicture(testing_support::QuarterPicture(400, 300));
-        f.Hooks.ClearResults = [this](tavix::frmMain& m) {
-            ++clears;
-            m.ResultCount = 0;
-        };
-        f.Hooks.DrawMeasureResults = [this](tavix::frmMain&) { ++draws; };
-        f.ResultCount = results;
+        testing_support::ResultsInCyan();
+        AddResults(results);
         f.ResultDirty = dirty;
     }
+    // Lines across the still, one a row, that a redraw shows.
+    void AddResults(int16_t n) {
+        for (f.ResultCount = 1; f.ResultCount <= n; ++f.ResultCount)
+            Var().ResultTable[f.ResultCount] = {f.ResultCount,
+                                                tavix::CommandMode::Distance,
+                                                {{}, {-50, -20.0 * f.ResultCount}, {50, -20.0 * f.ResultCount}},
+                                                1};
+        f.ResultCount = n;
+    }
+    bool ResultsShown() const { return testing_support::ResultPixels(f) > 0; }
     QString Guidance() const { return f.txtComment[0]->Text(); }
     void Click(int16_t button, float x = 0, float y = 0) { tavix::ProofMeasure_MouseUp(f, button, x, y); }
     // Starts the measure, clicks (0, 0) and (0, apart), and plays the user in the dialog.
@@ -142,31 +148,31 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
         bool dirty;
         int answer;
         bool moves;
-        int clears;
+        int16_t left;
     } cases[] = {
         {"no results", 0, true, 0, true, 0},
-        {"saved results go silently", 2, false, 0, true, 1},
-        {"unsaved results, Yes", 2, true, vb::vbYes, true, 1},
-        {"unsaved results, No", 2, true, vb::vbNo, false, 0},
+        {"saved results go silently", 2, false, 0, true, 0},
+        {"unsaved results, Yes", 2, true, vb::vbYes, true, 0},
+        {"unsaved results, No", 2, true, vb::vbNo, false, 2},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         ProofWindow w(c.results, c.dirty);
-        int scales = 0;
-        w.f.Hooks.DrawScale = [&](tavix::frmMain&) { ++scales; };
         const auto click = std::exchange(w.f.chkScale->OnClick, nullptr);  // checked without its dialog
         w.f.chkScale->SetValue(1);
         w.f.chkScale->OnClick = click;
+        tavix::DispImage(w.f, false);
+        const QImage before = w.f.picStillView->GetImage();
         Var().ProofTable[4] = {QStringLiteral("s4"), 0.000123456, QStringLiteral("mm")};
         if (c.answer) w.host.AnswerMsgBox(c.answer);
         w.f.cboProof->SetListIndex(4);  // fires the wired Click; a second box would fail the test
-        EXPECT_EQ(scales > 0, c.moves) << "the scale bar follows at once";
+        EXPECT_EQ(w.f.picStillView->GetImage() != before, c.moves) << "the scale bar follows at once";
         EXPECT_EQ(w.f.lblProofValue->Caption() == GST(10202, QStringLiteral("0.0001235 mm")), c.moves);
         ASSERT_EQ(w.host.Boxes.size(), c.answer ? 1u : 0u);
         if (c.answer) ExpectBox(w.host.Boxes[0], 20000, 11000, kQuestion);
         EXPECT_EQ(Var().CurrentProofNo, c.moves ? 4 : 0);
         EXPECT_EQ(w.f.cboProof->ListIndex(), c.moves ? 4 : 0);
-        EXPECT_EQ(w.clears, c.clears);
+        EXPECT_EQ(w.f.ResultCount, c.left);
         if (c.answer == vb::vbNo) w.host.AnswerMsgBox(vb::vbYes);
         w.f.cboProof->SetListIndex(6);
         EXPECT_EQ(Var().CurrentProofNo, 6) << "the busy flag is down again";
@@ -201,10 +207,10 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
 
     w.Click(2);  // back to the first point
     expectFirstPointAwaited();
-    EXPECT_TRUE(!w.f.linMeasure.Exists(1) && w.draws == 0);
+    EXPECT_TRUE(!w.f.linMeasure.Exists(1) && !w.ResultsShown());
 
     w.Click(2);  // abandoned: the hidden results come back
-    EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.draws == 1 && w.f.chkScale->Enabled());
+    EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.ResultsShown() && w.f.chkScale->Enabled());
 }
 
 TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom) {
@@ -232,7 +238,7 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
         w.f.cboProof->SetListIndex(5);
         Var().ProofTable[5] = {QStringLiteral("slot5"), 1, QString::fromUtf8(c.unit)};
         Var().ZoomFactor = c.zoom;
-        w.f.ResultCount = 3;
+        w.AddResults(3);
         w.f.ResultDirty = c.dirty;
         if (c.dirty) w.host.AnswerMsgBox(vb::vbYes);  // the question at the start, and no other
         const QByteArray file = w.box.Read(kProof);
@@ -267,7 +273,7 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
             EXPECT_TRUE(d.Unloaded());
         });
         EXPECT_EQ(Var().DialogResult, c.ok);
-        EXPECT_TRUE(w.clears == (c.ok ? 1 : 0) && w.draws == (c.ok ? 0 : 1)) << w.clears << w.draws;
+        EXPECT_TRUE(w.f.ResultCount == (c.ok ? 0 : 3) && w.ResultsShown() == !c.ok);
         EXPECT_EQ(w.f.cboProof->ListIndex(), 5);
         EXPECT_FALSE(w.f.linMeasure.Exists(1)) << "measure ended";
         const tavix::ProofRecord& slot = Var().ProofTable[5];

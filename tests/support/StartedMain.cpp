@@ -4,11 +4,13 @@
 #include <QElapsedTimer>
 #include <QPainter>
 #include <QThread>
+#include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "Graph.h"
 #include "Startup.h"
+#include "VariableDefinition.h"
 #include "Wiring.h"
 
 namespace testing_support {
@@ -34,7 +36,7 @@ bool CameraMain::WaitFrame() {
     return WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); });
 }
 
-void CameraMain::Zoom(const char* item) {
+void Zoom(tavix::frmMain& f, const char* item) {
     for (int i = 0; i < f.cboScale->ListCount(); ++i)
         if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
 }
@@ -48,6 +50,19 @@ QImage QuarterPicture(int width, int height) {
     p.fillRect(0, hh, hw, height - hh, QColor::fromRgb(kQuarterColors[2]));
     p.fillRect(hw, hh, width - hw, height - hh, QColor::fromRgb(kQuarterColors[3]));
     return image;
+}
+
+void ResultsInCyan() {
+    tavix::VariableDefinition& v = tavix::Var();
+    v.MeasureLineColor[1] = v.MeasureLineColor[2] = v.MeasureValueColor[1] = v.MeasureValueColor[2] = 0xFFFF00;
+}
+
+int ResultPixels(const tavix::frmMain& f) { return Pixels(f.picStillView->GetImage(), 0xFF00FFFF); }
+
+int Pixels(const QImage& image, QRgb colour) {
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
+    const auto* p = reinterpret_cast<const QRgb*>(rgb.constBits());
+    return static_cast<int>(std::count(p, p + rgb.width() * rgb.height(), colour));
 }
 
 bool Near(QRgb a, QRgb b, int tolerance) {

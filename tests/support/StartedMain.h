@@ -30,15 +30,24 @@ struct CameraMain {
     bool WaitFor(const std::function<bool()>& done, int ms = 5000);
     // Until the graph has a frame.
     bool WaitFrame();
-    // Selects the zoom item of that text.
-    void Zoom(const char* item);
     bool Logged(const QString& line) const { return box.LogTexts().contains(line); }
 };
+
+// Selects the zoom item of that text.
+void Zoom(tavix::frmMain& f, const char* item);
+
+// How many pixels of the image have the colour.
+int Pixels(const QImage& image, QRgb colour);
 
 // A picture of four coloured quarters (red top left, green top right, blue bottom left,
 // white bottom right), so that zoom, centring and cut edges can be read back by pixel.
 QImage QuarterPicture(int width, int height);
 constexpr QRgb kQuarterColors[4] = {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFFFF};
+
+// Result lines and texts in cyan, a colour in none of the test pictures nor where their quarters meet,
+// so that ResultPixels tells whether the still shows results.
+void ResultsInCyan();
+int ResultPixels(const tavix::frmMain& f);
 
 // Whether two colours differ by at most tolerance in every channel (JPEG is lossy).
 bool Near(QRgb a, QRgb b, int tolerance = 24);

@@ -8,7 +8,6 @@
 #include "OpenImage.h"
 #include "StartedMain.h"
 
-using tavix::frmMain;
 using testing_support::kQuarterColors;
 using testing_support::Near;
 using testing_support::QuarterPicture;
@@ -159,8 +158,6 @@ TEST(OpenPicture, NoAndCancelChangeNothing) {
     const QString second = w.Picture(QStringLiteral("second.bmp"), 60, 40);
     w.f.ResultCount = 1;
     w.f.ResultDirty = true;
-    int cleared = 0;
-    w.f.Hooks.ClearResults = [&](frmMain&) { ++cleared; };
 
     w.host.AnswerMsgBox(vb::vbNo);
     tavix::cmdPicLoad_Click(w.f);  // no file dialog may open
@@ -172,13 +169,12 @@ TEST(OpenPicture, NoAndCancelChangeNothing) {
     w.host.AnswerMsgBox(vb::vbYes);
     w.Open(std::nullopt);
     EXPECT_EQ(w.f.picTempView->GetPicture().size(), QSize(300, 200));
-    EXPECT_EQ(cleared, 0) << "results go only when a picture came";
+    EXPECT_EQ(w.f.ResultCount, 1) << "results go only when a picture came";
 
     w.host.AnswerMsgBox(vb::vbYes);
     w.Open(second);
     EXPECT_EQ(w.f.picTempView->GetPicture().size(), QSize(60, 40));
-    EXPECT_EQ(cleared, 1);
-    w.f.Hooks.ClearResults = nullptr;
+    EXPECT_EQ(w.f.ResultCount, 0);
 }
 
 TEST(OpenPicture, FirstPictureOfAStillMeasureRunOpensThePanel) {

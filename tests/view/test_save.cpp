@@ -12,6 +12,7 @@
 #include "frmJpegQty.h"
 #include "OpenImage.h"
 #include "Pictures.h"
+#include "ResultDrawing.h"
 #include "SaveImage.h"
 #include "StartedMain.h"
 
@@ -21,6 +22,8 @@ using tavix::frmMain;
 using tavix::GST;
 using testing_support::kQuarterColors;
 using testing_support::QuarterPicture;
+
+using testing_support::Zoom;
 
 namespace {
 
@@ -42,15 +45,11 @@ struct SaveWindow : testing_support::StartedMain {
         f.txtComment[0]->SetText(QString::fromUtf8(a));
         f.txtComment[1]->SetText(QString::fromUtf8(b));
     }
-    void Zoom(const char* item) {
-        for (int i = 0; i < f.cboScale->ListCount(); ++i)
-            if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
-    }
     // One result line 100 pixels either side of (0, y) drawn on the still.
     void Result(double y) {
         tavix::Var().ResultTable[1] = {1, Cmd::Distance, {{}, {-100, y}, {100, y}}, 1};
         f.ResultCount = 1;
-        f.Hooks.DrawMeasureResults(f);
+        tavix::DrawMeasureResults(f);
     }
     void ExpectBox(int32_t text, int32_t title, const QString& with = {}) {
         ASSERT_EQ(host.Boxes.size(), 1u);
@@ -102,7 +101,7 @@ TEST(SavePicture, AtTheViewSizeOnlyWhatTheViewShows) {
     QImage picture = QuarterPicture(1600, 1200);
     QPainter(&picture).fillRect(780, 580, 10, 10, Qt::black);  // 20 to 10 pixels up-left of the centre
     w.Open(picture);
-    w.Zoom("x 2.0");
+    Zoom(w.f, "x 2.0");
     w.Save(w.box.File("v.bmp"));
     const QImage saved(w.box.File("v.bmp"));
     ASSERT_EQ(saved.size(), QSize(w.f.picViewArea->ClientPixelWidth(), w.f.picViewArea->ClientPixelHeight()));
@@ -118,7 +117,7 @@ TEST(SavePicture, AtPictureSizeWithoutResults) {
     const QImage picture = QuarterPicture(300, 200);
     w.Open(picture);
     tavix::Var().Still1xSave = 1;
-    w.Zoom("x 2.0");
+    Zoom(w.f, "x 2.0");
     w.f.chkMeasureSave->SetValue(1);
     w.Result(0);
     w.Save(w.box.File("one.bmp"));
@@ -232,17 +231,16 @@ TEST(JpegQuality, OkStoresAtOnceCancelStoresNothing) {
     }
 }
 
-// A window whose target drive is whatever the test says.
+// A window whose target drive is whatever the test says, with one result to clear.
 struct MovieWindow : SaveWindow {
     QString mounts = QStringLiteral("/dev/sda1 / ext4 rw 0 0\n");
     std::optional<double> free = 100 * kGiB;
-    int clears = 0;
     explicit MovieWindow(int16_t type = 0) : SaveWindow(type) {
         if (f.FilterGraph) {
             EXPECT_TRUE(testing_support::WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); }));
         }
         vb::SetDriveProbe([this] { return mounts; }, [this](const QString&) { return free; });
-        f.Hooks.ClearResults = [this](frmMain&) { ++clears; };
+        f.ResultCount = 1;
     }
     ~MovieWindow() { vb::SetDriveProbe({}, {}); }
     // Free bytes giving at least usable GiB.
@@ -279,7 +277,7 @@ TEST(Movie, ArmedFromTheStillOrTheLiveView) {
                  f.cmdPicSave, f.cmdPicLoad, f.fraScale, f.fraSaveOption, f.chkScale, f.cmdMeasureConfig, f.cmdExit})
             EXPECT_FALSE(c->Enabled()) << c->Name().toStdString();
         EXPECT_EQ(f.txtComment[0]->Text(), tavix::Var().GuidanceTable[2][0]);
-        EXPECT_TRUE(w.clears == 1 && !QFileInfo::exists(w.box.File("movie.avi")));
+        EXPECT_TRUE(w.f.ResultCount == 0 && !QFileInfo::exists(w.box.File("movie.avi")));
     }
 }
 
@@ -305,7 +303,7 @@ TEST(Movie, RefusedTargetsLeaveItUnarmedButTheResultsGone) {
         const QString name = QString::fromLatin1(c.name);
         w.Save(name.startsWith("//") ? name : w.box.File(name));
         w.ExpectBox(c.text, 11033);
-        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.clears == 1 &&
+        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.f.ResultCount == 0 &&
                     w.f.ViewMode == tavix::ViewMode::Live)
             << c.name << c.mount;
     }
@@ -322,18 +320,21 @@ TEST(Movie, UnsavedResultsAskFirst) {
         EXPECT_EQ(std::tuple(b.Prompt, b.Title, b.Buttons),
                   std::tuple(GST(20030), GST(11032), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2));
         const int yes = answer == vb::vbYes;
-        EXPECT_TRUE(w.clears == yes && int(w.f.CommandMode) == yes && w.f.ViewMode == tavix::ViewMode::Live) << answer;
+        EXPECT_TRUE(w.f.ResultCount == 1 - yes && int(w.f.CommandMode) == yes && w.f.ViewMode == tavix::ViewMode::Live)
+            << answer;
     }
 }
 
 TEST(Movie, NoneWithoutACamera) {
     MovieWindow w(3);
     w.Open(QuarterPicture(60, 40));
+    w.f.ResultCount = 1;  // opening cleared it
     w.Comment("kept", "");
     w.host.AnswerMsgBox(vb::vbOK);
     w.Save(w.box.File("m.AVI"));
     w.ExpectBox(20035, 11033);
-    EXPECT_TRUE(w.clears == 0 && w.f.CommandMode == tavix::CommandMode::Idle && w.f.ViewMode == tavix::ViewMode::Still);
+    EXPECT_TRUE(w.f.ResultCount == 1 && w.f.CommandMode == tavix::CommandMode::Idle &&
+                w.f.ViewMode == tavix::ViewMode::Still);
     EXPECT_EQ(w.f.txtComment[0]->Text(), QStringLiteral("kept"));
     EXPECT_FALSE(QFileInfo::exists(w.box.File("m.txt")));
 }

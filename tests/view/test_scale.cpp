@@ -3,6 +3,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
+#include "CameraView.h"
 #include "CommonModule.h"
 #include "OpenImage.h"
 #include "SaveImage.h"
@@ -17,7 +18,9 @@ using tavix::GST;
 using tavix::Var;
 using testing_support::CameraMain;
 using testing_support::QuarterPicture;
+using testing_support::ResultPixels;
 using testing_support::StartedMain;
+using testing_support::Zoom;
 
 namespace {
 
@@ -31,16 +34,7 @@ void Settle(int16_t type, int16_t position) {
     v.ScaleX = 100, v.ScaleY = 50, v.ScaleType = type, v.ScalePosition = position, v.ScaleColor = kBarRgb & 0xFFFFFF;
 }
 
-void Zoom(frmMain& f, const char* item) {
-    for (int i = 0; i < f.cboScale->ListCount(); ++i)
-        if (f.cboScale->List(i) == QLatin1String(item)) f.cboScale->SetListIndex(i);
-}
-
-int Count(const QImage& image) {
-    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
-    const auto* p = reinterpret_cast<const QRgb*>(rgb.constBits());
-    return static_cast<int>(std::count(p, p + rgb.width() * rgb.height(), kBarRgb));
-}
+int Count(const QImage& image) { return testing_support::Pixels(image, kBarRgb); }
 
 // Per position, the edge whose margin it keeps: -1 left or top, 1 right or bottom, 0 centre.
 constexpr struct {
@@ -228,8 +222,9 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
     w.f.picTempView->SetPicture(QuarterPicture(200, 160));
     Zoom(w.f, "x 1.0");
     tavix::DispImage(w.f, false);
-    int drawn = 0;
-    w.f.Hooks.DrawMeasureResults = [&](frmMain&) { ++drawn; };
+    Var().ResultTable[1] = {1, tavix::CommandMode::Distance, {{}, {-50, -40}, {50, -40}}, 1};
+    w.f.ResultCount = 1;
+    testing_support::ResultsInCyan();
     Settle(0, 0);
     for (const bool ok : {false, true}) {
         w.host.AnswerModal([ok](vb::Form& form) {
@@ -239,16 +234,14 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
         });
         w.f.chkScale->SetValue(1);
         EXPECT_TRUE(w.f.chkScale->Value() == ok && Var().ScaleX == (ok ? 40 : 100) && Var().ScalePosition == 4 * ok);
-        EXPECT_TRUE(ok || (drawn == 1 && Count(w.f.picStillView->GetImage()) == 0))
+        EXPECT_TRUE(ok || (ResultPixels(w.f) > 0 && Count(w.f.picStillView->GetImage()) == 0))
             << "Cancel repaints with the results";
     }
     EXPECT_TRUE(w.Bar(-8, 0) && w.At(-28, 0) != kBarRgb);
     Zoom(w.f, "x 2.0");
     EXPECT_TRUE(w.Bar(-28, 0)) << "32 pixels at zoom 2";
-    drawn = 0;
     w.f.chkScale->SetValue(0);
-    EXPECT_TRUE(Count(w.f.picStillView->GetImage()) == 0 && drawn == 1);
-    w.f.Hooks.DrawMeasureResults = nullptr;
+    EXPECT_TRUE(Count(w.f.picStillView->GetImage()) == 0 && ResultPixels(w.f) > 0);
 }
 
 TEST(ScaleCheckBox, LiveBoxesGoToTheStillAndComeBack) {
@@ -264,10 +257,10 @@ TEST(ScaleCheckBox, LiveBoxesGoToTheStillAndComeBack) {
     m.host.AnswerModal([](vb::Form& form) { dynamic_cast<frmScale&>(form).cmdOK->Click(); });
     f.chkScale->SetValue(1);
     EXPECT_EQ(shown(), 5);
-    f.Hooks.SwitchViewMode(f, true);
+    tavix::SwitchViewMode(f, true);
     EXPECT_EQ(shown(), 0) << "no live boxes over the still";
     EXPECT_GT(Count(f.picStillView->GetImage()), 40) << "drawn into the still";
-    f.Hooks.SwitchViewMode(f, false);
+    tavix::SwitchViewMode(f, false);
     EXPECT_EQ(shown(), 5) << "placed anew by the refit";
     f.chkScale->SetValue(0);
     EXPECT_EQ(shown(), 0);
