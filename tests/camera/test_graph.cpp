@@ -45,6 +45,12 @@ FilterInfo* AddByName(FilterGraph& graph, const QString& name) {
     return nullptr;
 }
 
+// The fake camera plugged in afresh, as the catalogue lists it.
+FilterInfo* PlugFake(FilterGraph& graph, FakeCamVariant variant = FakeCamUvc) {
+    fakecam_plug(variant);
+    return AddByName(graph, FAKECAM_NAME);
+}
+
 int ValueOf(FilterGraph& graph, FilterInfo& f, const QString& id) {
     for (const CameraControl& c : graph.Controls(f))
         if (c.Id == id) return c.Value;
@@ -58,16 +64,10 @@ protected:
         box = new vb::PictureBox(form, &form, "picCameraView", -1, true, false);
         box->Move(0, 0, 320 * 15, 240 * 15);
     }
+    ~GraphTest() override { fakecam_plug(FakeCamNone); }
     QString File(const QString& name) const { return dir.path() + u'/' + name; }
-    void Write(const QString& name, const QByteArray& text) {
-        QFile f(File(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(text);
-    }
-    QByteArray Read(const QString& name) const {
-        QFile f(File(name));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    }
+    void Write(const QString& name, const QByteArray& text) { testing_support::WriteFile(File(name), text); }
+    QByteArray Read(const QString& name) const { return testing_support::ReadFile(File(name)); }
     // A graph of the test camera from a graph file with these extra lines.
     void Load(const QByteArray& lines) {
         Write("cam.grf", "TavixGraph 1\r\ncamera=Tavix Test Camera\r\n" + lines);
@@ -265,10 +265,8 @@ TEST_F(GraphTest, PropertiesDialogActsAtOnceAndCancelRestores) {
     }
 }
 
-TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
-    fakecam_plug(FakeCamUvc);
-    FilterGraph graph;
-    FilterInfo* cam = AddByName(graph, FAKECAM_NAME);
+TEST_F(GraphTest, V4l2ControlsOfTheFakeCamera) {
+    FilterInfo* cam = PlugFake(graph);
     ASSERT_NE(cam, nullptr);
     using K = CameraControl::Kind;
     const struct {
@@ -317,7 +315,6 @@ TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
         EXPECT_EQ(vb::Trap([&] { graph.SetControl(*cam, s.id, s.value); }), s.error);
         EXPECT_EQ(ValueOf(graph, *cam, s.id), s.after);
     }
-    fakecam_plug(FakeCamNone);
 }
 
 const std::vector<CameraFormat> kUvc{{1920, 1080, "YUY2", 5, 1}, {1280, 720, "YUY2", 10, 1},
@@ -352,9 +349,8 @@ TEST(CameraFormats, ChooseFormat) {
 TEST_F(GraphTest, FirstStartOfTheFakeCameraTakesMjpegAtFullSize) {
     for (const auto variant : {FakeCamUvc, FakeCamMjpegOnly}) {
         SCOPED_TRACE(variant);
-        fakecam_plug(variant);
         FilterGraph g;
-        FilterInfo* cam = AddByName(g, FAKECAM_NAME);
+        FilterInfo* cam = PlugFake(g, variant);
         ASSERT_NE(cam, nullptr);
         EXPECT_EQ(g.Formats(*cam), variant == FakeCamUvc ? kUvc : std::vector(kUvc.begin() + 3, kUvc.end()));
         g.Render(*cam, cam->Pins().front());
@@ -364,7 +360,6 @@ TEST_F(GraphTest, FirstStartOfTheFakeCameraTakesMjpegAtFullSize) {
         EXPECT_EQ(g.CurrentFormat(), CameraFormat({1920, 1080, "MJPG", 30, 1}));
         EXPECT_TRUE(Near(g.GetCurrentImage().pixel(400, 300), 255, 0, 0));
     }
-    fakecam_plug(FakeCamNone);
 }
 
 // Stored in the file's order, the exposure would be refused while the mode is still automatic.
@@ -384,16 +379,14 @@ TEST_F(GraphTest, StoredControlsOfTheFakeCameraComeBackAfterTheirModes) {
     for (const auto& [id, value] : expected) EXPECT_EQ(ValueOf(graph, Camera(), id), value) << id.toStdString();
     // A size without a format: the smooth one.
     EXPECT_EQ(graph.CurrentFormat(), CameraFormat({1280, 720, "MJPG", 30, 1}));
-    fakecam_plug(FakeCamNone);
 }
 
 // The dialog on a real camera's controls and formats; Cancel takes back all it did.
 TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
     for (const bool ok : {false, true}) {
         SCOPED_TRACE(ok);
-        fakecam_plug(FakeCamUvc);
         FilterGraph g;
-        FilterInfo* cam = AddByName(g, FAKECAM_NAME);
+        FilterInfo* cam = PlugFake(g);
         ASSERT_NE(cam, nullptr);
         g.Render(*cam, cam->Pins().front());
         g.SetOwner(box);
@@ -457,7 +450,6 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
                                                  .arg(now.Format)
                                                  .toUtf8()));
     }
-    fakecam_plug(FakeCamNone);
 }
 
 }  // namespace

@@ -79,8 +79,7 @@ Movie Discover(const QString& path) {
 std::function<void(Sandbox&, ScriptedDialogHost&)> FakeCamera(FakeCamVariant variant, const QByteArray& graph) {
     return [=](Sandbox& box, ScriptedDialogHost&) {
         fakecam_plug(variant);
-        box.SetIni(QStringLiteral("CAMERAFILTERNAME"), QStringLiteral(FAKECAM_NAME));
-        box.Write(QStringLiteral("Tavix.grf"), "TavixGraph 1\r\ncamera=" FAKECAM_NAME "\r\n" + graph);
+        box.UseCamera(QStringLiteral(FAKECAM_NAME), graph);
     };
 }
 
@@ -343,12 +342,9 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
 
 // What GStreamer's PipeWire plugin lists for a V4L2 camera: its own device with the node
 // behind it in the properties, and an element that cannot reach the camera's controls.
-struct PwDevice {
-    GstDevice parent;
-};
-struct PwDeviceClass {
-    GstDeviceClass parent;
-};
+// They add nothing to their parents' instance and class.
+using PwDevice = GstDevice;
+using PwDeviceClass = GstDeviceClass;
 G_DEFINE_TYPE(PwDevice, pw_device, GST_TYPE_DEVICE)
 void pw_device_init(PwDevice*) {}
 void pw_device_class_init(PwDeviceClass* k) {
@@ -357,12 +353,8 @@ void pw_device_class_init(PwDeviceClass* k) {
     };
 }
 
-struct PwProvider {
-    GstDeviceProvider parent;
-};
-struct PwProviderClass {
-    GstDeviceProviderClass parent;
-};
+using PwProvider = GstDeviceProvider;
+using PwProviderClass = GstDeviceProviderClass;
 G_DEFINE_TYPE(PwProvider, pw_provider, GST_TYPE_DEVICE_PROVIDER)
 void pw_provider_init(PwProvider*) {}
 void pw_provider_class_init(PwProviderClass* k) {
