@@ -1,4 +1,5 @@
 #include "Ini.h"
+#include "Sandbox.h"
 
 #include <gtest/gtest.h>
 
@@ -14,16 +15,8 @@ protected:
     QTemporaryDir dir;
     QString path = dir.filePath("Tavix.Ini");
 
-    void Put(const QByteArray& bytes) {
-        QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-    }
-
-    QByteArray Bytes() const {
-        QFile f(path);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
-    }
+    void Put(const QByteArray& bytes) { testing_support::WriteFile(path, bytes); }
+    QByteArray Bytes() const { return testing_support::ReadFile(path); }
 };
 
 const QByteArray kSample =

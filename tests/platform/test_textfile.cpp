@@ -1,6 +1,9 @@
 #include "App.h"
 #include "Errors.h"
 #include "TextFile.h"
+#include "Sandbox.h"
+
+using testing_support::ReadFile;
 
 #include <gtest/gtest.h>
 
@@ -18,16 +21,8 @@ protected:
     void SetUp() override { ASSERT_TRUE(dir.isValid()); }
 
     QString Put(const QString& name, const QByteArray& bytes) {
-        const QString path = dir.filePath(name);
-        QFile f(path);
-        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-        return path;
-    }
-
-    static QByteArray Bytes(const QString& path) {
-        QFile f(path);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
+        testing_support::WriteFile(dir.filePath(name), bytes);
+        return dir.filePath(name);
     }
 };
 
@@ -85,7 +80,7 @@ TEST_F(TextFileTest, WritesThroughATemporaryFileWithCrLf) {
     ASSERT_TRUE(QFile::link(path, dir.filePath("link.txt")));
     // Through the link: the file it names is replaced with its permissions, the link stays.
     ASSERT_EQ(vb::WriteTextFileSafely(dir.filePath("link.txt"), {"1,2", QString::fromUtf8("テ"), ""}), 0);
-    EXPECT_EQ(Bytes(path), QByteArray("1,2\r\n\xE3\x83\x86\r\n\r\n"));
+    EXPECT_EQ(ReadFile(path), QByteArray("1,2\r\n\xE3\x83\x86\r\n\r\n"));
     EXPECT_EQ(QFile::permissions(path),
               QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadUser | QFile::WriteUser);
     EXPECT_TRUE(QFileInfo(dir.filePath("link.txt")).isSymLink());
@@ -101,7 +96,7 @@ TEST_F(TextFileTest, AppendsLines) {
     const QString path = dir.filePath("Error.Log");
     EXPECT_TRUE(vb::AppendTextLine(path, "first"));
     EXPECT_TRUE(vb::AppendTextLine(path, QString::fromUtf8("二")));
-    EXPECT_EQ(Bytes(path), QByteArray("first\r\n\xE4\xBA\x8C\r\n"));
+    EXPECT_EQ(ReadFile(path), QByteArray("first\r\n\xE4\xBA\x8C\r\n"));
     EXPECT_FALSE(vb::AppendTextLine(dir.filePath("nofolder/Error.Log"), "x"));
 }
 
