@@ -1,6 +1,6 @@
 // The camera graph against the built-in test camera: catalogue, frames in the picture box,
-// pixels of each camera format, the graph file and its errors, stream errors, the settings dialog;
-// and the V4L2 controls of the fake UVC camera.
+// pixels of each camera format, the graph file and its errors, stream errors; and the V4L2
+// controls, formats and settings dialog of the fake UVC camera.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
@@ -92,19 +92,6 @@ TEST_F(GraphTest, CatalogueEndsWithTheTestCameraAndRecordingFilters) {
     const std::vector<QString> fixed{TestCameraName, TeeFilterName, AviMuxName, FileWriterName};
     for (size_t i = 0; i < 4; ++i) EXPECT_EQ(catalogue[catalogue.size() - 4 + i].Name, fixed[i]);
     EXPECT_EQ(AddByName(graph, QStringLiteral("tavix test camera")), nullptr);  // case counts
-
-    // Pins of each, by direction.
-    const std::vector<std::pair<QString, std::vector<int>>> pins{
-        {TestCameraName, {1}}, {TeeFilterName, {0, 1}}, {AviMuxName, {0, 1}}, {FileWriterName, {0}}};
-    for (const auto& [name, directions] : pins) {
-        FilterInfo* f = AddByName(graph, name);
-        ASSERT_NE(f, nullptr) << name.toStdString();
-        EXPECT_EQ(f->Name(), name);
-        std::vector<int> got;
-        for (const PinInfo& p : f->Pins()) got.push_back(p.Direction);
-        EXPECT_EQ(got, directions) << name.toStdString();
-    }
-    EXPECT_EQ(graph.FilterCollection().size(), 4u);
 }
 
 TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
@@ -236,33 +223,6 @@ TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
     EXPECT_TRUE(onUiThread);
     graph.Run();  // the graph can start again after the caller hears of the error
     graph.Stop();
-}
-
-TEST_F(GraphTest, PropertiesDialogActsAtOnceAndCancelRestores) {
-    Load("control.pattern=5\n");
-    graph.Run();
-    for (const bool ok : {false, true}) {
-        SCOPED_TRACE(ok);
-        testing_support::ScriptedDialogHost host;
-        host.AnswerModal([&](vb::Form& form) {
-            EXPECT_EQ(form.Caption(), "Camera");
-            auto* pattern = dynamic_cast<vb::ComboBox*>(form.FindControl("cboControl", 0));
-            auto* speed = dynamic_cast<vb::Slider*>(form.FindControl("sldControl", 1));
-            auto* clock = dynamic_cast<vb::CheckBox*>(form.FindControl("chkControl", 2));
-            ASSERT_TRUE(pattern && speed && clock);
-            EXPECT_EQ(pattern->ListIndex(), 5);
-            pattern->SetListIndex(kGreen);
-            speed->SetValue(-4);
-            clock->SetValue(0);
-            EXPECT_EQ(ValueOf(graph, Camera(), "pattern"), kGreen);
-            EXPECT_TRUE(BoxShows(0, 255, 0));
-            dynamic_cast<vb::CommandButton*>(form.FindControl(ok ? "cmdOK" : "cmdCancel"))->Click();
-        });
-        GraphFileStore().ShowFilterProperties(graph, Camera(), nullptr, "Camera");
-        EXPECT_EQ(ValueOf(graph, Camera(), "pattern"), ok ? kGreen : kRed);
-        EXPECT_EQ(ValueOf(graph, Camera(), "horizontal-speed"), ok ? -4 : 0);
-        EXPECT_EQ(ValueOf(graph, Camera(), "clock"), ok ? 0 : 1);
-    }
 }
 
 TEST_F(GraphTest, V4l2ControlsOfTheFakeCamera) {

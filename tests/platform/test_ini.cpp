@@ -63,12 +63,6 @@ TEST_F(IniTest, Reads) {
     }
 }
 
-TEST_F(IniTest, MissingFileGivesDefault) {
-    QString out;
-    EXPECT_EQ(vb::GetPrivateProfileString("CAMERA", "GRPFILENAME", "abc", out, 255, path), 3);
-    EXPECT_EQ(out, "abc");
-}
-
 TEST_F(IniTest, CutsAtSizeLessOneBytes) {
     const QString a300(300, u'a');
     const QString kana = QString::fromUtf8("テスト");  // three bytes each in UTF-8

@@ -72,12 +72,4 @@ void Sandbox::UseCamera(const QString& name, const QByteArray& graphLines) const
     Write(QStringLiteral("Tavix.grf"), "TavixGraph 1\r\ncamera=" + name.toUtf8() + "\r\n" + graphLines);
 }
 
-void Sandbox::CopyExecutables() const {
-    const QDir bin(QStringLiteral(TAVIX_BIN_DIR));
-    for (const QString& name : bin.entryList({QStringLiteral("tavix*")}, QDir::Files | QDir::Executable)) {
-        QFile::copy(bin.filePath(name), File(name));
-        QFile::setPermissions(File(name), QFile::permissions(bin.filePath(name)));
-    }
-}
-
 }  // namespace testing_support

@@ -31,8 +31,6 @@ public:
     void RemoveIni(const QString& key) const;
     // The ini file names this camera and the graph file holds it with these further lines.
     void UseCamera(const QString& name, const QByteArray& graphLines) const;
-    // Copies the program files of this build (bin/tavix*) into the sandbox.
-    void CopyExecutables() const;
 
 private:
     QTemporaryDir dir_;
