@@ -53,18 +53,19 @@ struct Control {
 // As uvcvideo reports a common webcam, in id order.
 #define ClassFlags (V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY)
 static const struct Control controls[] = {
-    {V4L2_CID_USER_CLASS, Class, "User Controls", 0, 0, 0, 0, ClassFlags},
-    {V4L2_CID_BRIGHTNESS, Int, "Brightness", -64, 64, 1, 0},
-    {V4L2_CID_CONTRAST, Int, "Contrast", 0, 95, 1, 32},
-    {V4L2_CID_SATURATION, Int, "Saturation", 0, 100, 1, 64},
-    {V4L2_CID_AUTO_WHITE_BALANCE, Bool, "White Balance, Automatic", 0, 1, 1, 1},
+    {V4L2_CID_USER_CLASS, Class, "User Controls", 0, 0, 0, 0, ClassFlags, {0}},
+    {V4L2_CID_BRIGHTNESS, Int, "Brightness", -64, 64, 1, 0, 0, {0}},
+    {V4L2_CID_CONTRAST, Int, "Contrast", 0, 95, 1, 32, 0, {0}},
+    {V4L2_CID_SATURATION, Int, "Saturation", 0, 100, 1, 64, 0, {0}},
+    {V4L2_CID_AUTO_WHITE_BALANCE, Bool, "White Balance, Automatic", 0, 1, 1, 1, 0, {0}},
     {V4L2_CID_POWER_LINE_FREQUENCY, Menu, "Power Line Frequency", 0, 2, 1, 1, 0, {"Disabled", "50 Hz", "60 Hz"}},
-    {V4L2_CID_WHITE_BALANCE_TEMPERATURE, Int, "White Balance Temperature", 2800, 6500, 10, 4600},
-    {V4L2_CID_CAMERA_CLASS, Class, "Camera Controls", 0, 0, 0, 0, ClassFlags},
-    {V4L2_CID_EXPOSURE_AUTO, Menu, "Auto Exposure", 0, 3, 1, 3,
-     .menu = {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
-    {V4L2_CID_EXPOSURE_ABSOLUTE, Int, "Exposure Time, Absolute", 3, 2047, 1, 250},
-    {V4L2_CID_PRIVACY, Bool, "Privacy", 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY},
+    {V4L2_CID_WHITE_BALANCE_TEMPERATURE, Int, "White Balance Temperature", 2800, 6500, 10, 4600, 0, {0}},
+    {V4L2_CID_CAMERA_CLASS, Class, "Camera Controls", 0, 0, 0, 0, ClassFlags, {0}},
+    // clang-format off
+    {V4L2_CID_EXPOSURE_AUTO, Menu, "Auto Exposure", 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
+    // clang-format on
+    {V4L2_CID_EXPOSURE_ABSOLUTE, Int, "Exposure Time, Absolute", 3, 2047, 1, 250, 0, {0}},
+    {V4L2_CID_PRIVACY, Bool, "Privacy", 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
 enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 4, WbTemp = 6, ExpAuto = 8, ExpAbs = 9 };
 
@@ -376,16 +377,6 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
         cap->capabilities = cap->device_caps | V4L2_CAP_META_CAPTURE | V4L2_CAP_DEVICE_CAPS;
         return 0;
     }
-    case VIDIOC_ENUMINPUT: {
-        struct v4l2_input* in = arg;
-        if (in->index != 0) return fail(EINVAL);
-        memset(in, 0, sizeof *in);
-        snprintf((char*)in->name, sizeof in->name, "Camera 1");
-        in->type = V4L2_INPUT_TYPE_CAMERA;
-        return 0;
-    }
-    case VIDIOC_G_INPUT: *(int*)arg = 0; return 0;
-    case VIDIOC_S_INPUT: return *(int*)arg == 0 ? 0 : fail(EINVAL);
     case VIDIOC_ENUM_FMT: {
         struct v4l2_fmtdesc* f = arg;
         const int m = (d->mjpegOnly ? FirstMjpeg : 0) + (int)f->index * FirstMjpeg;
