@@ -87,16 +87,7 @@ int MaxChannelDiff(const QImage& a, const QImage& b) {
     return worst;
 }
 
-class PictureTest : public ::testing::Test {
-protected:
-    QTemporaryDir dir;
-    void SetUp() override { ASSERT_TRUE(dir.isValid()); }
-
-    QString Put(const QString& name, const QByteArray& bytes) {
-        testing_support::WriteFile(dir.filePath(name), bytes);
-        return dir.filePath(name);
-    }
-};
+using PictureTest = testing_support::TempDirTest;
 
 TEST_F(PictureTest, LoadsOrRefusesFiles) {
     const QImage src = Gradient();

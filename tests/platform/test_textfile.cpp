@@ -14,17 +14,7 @@ using testing_support::ReadFile;
 
 namespace {
 
-class TextFileTest : public ::testing::Test {
-protected:
-    QTemporaryDir dir;
-
-    void SetUp() override { ASSERT_TRUE(dir.isValid()); }
-
-    QString Put(const QString& name, const QByteArray& bytes) {
-        testing_support::WriteFile(dir.filePath(name), bytes);
-        return dir.filePath(name);
-    }
-};
+using TextFileTest = testing_support::TempDirTest;
 
 TEST(DecodeText, PicksUtf8OrCp932) {
     // text is UTF-8.

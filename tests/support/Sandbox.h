@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QString>
 #include <QTemporaryDir>
+#include <gtest/gtest.h>
 
 namespace testing_support {
 
@@ -11,6 +12,17 @@ namespace testing_support {
 // (the test fails when it cannot be written).
 QByteArray ReadFile(const QString& path);
 void WriteFile(const QString& path, const QByteArray& bytes);
+
+// A test with an empty folder of its own; Put writes a file there and gives its path.
+class TempDirTest : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    void SetUp() override { ASSERT_TRUE(dir.isValid()); }
+    QString Put(const QString& name, const QByteArray& bytes) {
+        WriteFile(dir.filePath(name), bytes);
+        return dir.filePath(name);
+    }
+};
 
 class Sandbox {
 public:
