@@ -80,6 +80,17 @@ TEST_F(PictureBoxTest, ScaleMapsToClientPixels) {
     }
 }
 
+TEST_F(PictureBoxTest, ChildrenFollowAScaleChange) {
+    PictureBox* outer = Box(10, 10, 200, 100);
+    auto* inner = new PictureBox(form, outer, "picInner", -1, true, false);
+    inner->Move(0, 0, 10, 10);
+    outer->SetScaleLeft(-100);
+    outer->SetScaleTop(-50);
+    EXPECT_EQ(inner->Widget()->geometry(), QRect(100, 50, 10, 10));
+    outer->SetScaleWidth(100);  // two pixels a unit across
+    EXPECT_EQ(inner->Widget()->geometry(), QRect(200, 50, 20, 10));
+}
+
 TEST_F(PictureBoxTest, DrawingLandsOnTheRightPixels) {
     struct Row {
         const char* what;
