@@ -26,6 +26,7 @@ TEST(GuidanceFile, RecordsAndTheirFailures) {
          "Right button: back"},
         {"blanks before items do not count", "  31 ,  plain text  ,\t\"b\"\r\n", 0, 31, "plain text", "b"},
         {"what stands between a closing quote and the comma is dropped", "7,\"a\" junk ,\"b\"\r\n", 0, 7, "a", "b"},
+        {"an unclosed quote runs to the end of the file", "8,\"a\",\"open", 0, 8, "a", "open"},
         {"the last record of a number wins", "5,\"a\",\"b\"\r\n5,\"c\",\"d\"\r\n", 0, 5, "c", "d"},
         {"a record may go on over the next line", "6,\"a\"\r\n\"b\"\r\n7,\"c\",\"d\"", 0, 6, "a", "b"},
         {"a comma before the line end leaves an empty item", "6,\"a\",\r\n7,c,d", 0, 6, "a", ""},
