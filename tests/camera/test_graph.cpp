@@ -33,11 +33,8 @@ namespace {
 
 constexpr int kRed = 5, kGreen = 6;  // places of the patterns in the test camera's menu
 
+using testing_support::Near;
 using testing_support::WaitFor;
-
-bool Near(QRgb p, int r, int g, int b) {
-    return std::abs(qRed(p) - r) < 24 && std::abs(qGreen(p) - g) < 24 && std::abs(qBlue(p) - b) < 24;
-}
 
 FilterInfo* AddByName(FilterGraph& graph, const QString& name) {
     for (const RegFilterInfo& r : graph.RegFilterCollection())
@@ -77,7 +74,7 @@ protected:
     }
     FilterInfo& Camera() { return *graph.FilterCollection().front(); }
     bool BoxShows(int r, int g, int b) {
-        return WaitFor([&] { return Near(box->GetImage().pixel(160, 200), r, g, b); });
+        return WaitFor([&] { return Near(box->GetImage().pixel(160, 200), qRgb(r, g, b)); });
     }
 
     QTemporaryDir dir;
@@ -114,7 +111,7 @@ TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
     const QImage image = graph.GetCurrentImage();
     ASSERT_EQ(image.size(), QSize(640, 480));
     EXPECT_EQ(image.format(), QImage::Format_RGB32);
-    EXPECT_TRUE(Near(image.pixel(320, 400), 0, 255, 0));
+    EXPECT_TRUE(Near(image.pixel(320, 400), qRgb(0, 255, 0)));
     // The frozen frame stays the one taken, though frames were still on their way; the clock
     // in the picture tells frames apart.
     WaitFor([] { return false; }, 300);
@@ -141,10 +138,10 @@ TEST_F(GraphTest, EveryCameraFormatGivesTrue32BitPixels) {
         ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
         const QImage image = g.GetCurrentImage();
         EXPECT_EQ(image.size(), QSize(320, 240));
-        EXPECT_TRUE(Near(image.pixel(160, 200), 255, 0, 0)) << std::hex << image.pixel(160, 200);
+        EXPECT_TRUE(Near(image.pixel(160, 200), qRgb(255, 0, 0))) << std::hex << image.pixel(160, 200);
         g.SetFormat(*g.FilterCollection().front(), then);
         ASSERT_TRUE(WaitFor([&] { return g.GetCurrentImage().size() == QSize(then.Width, then.Height); }));
-        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(then.Width / 2, then.Height * 5 / 6), 255, 0, 0));
+        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(then.Width / 2, then.Height * 5 / 6), qRgb(255, 0, 0)));
     }
 }
 
@@ -318,7 +315,7 @@ TEST_F(GraphTest, FirstStartOfTheFakeCameraTakesMjpegAtFullSize) {
         ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
         EXPECT_EQ(g.GetVideoSize(), QSize(1920, 1080));
         EXPECT_EQ(g.CurrentFormat(), CameraFormat({1920, 1080, "MJPG", 30, 1}));
-        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(400, 300), 255, 0, 0));
+        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(400, 300), qRgb(255, 0, 0)));
     }
 }
 
@@ -394,7 +391,7 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
             size->SetListIndex(2);
             EXPECT_EQ(g.CurrentFormat(), CameraFormat({640, 480, "YUY2", 30, 1}));
             EXPECT_TRUE(WaitFor([&] { return placed.back() == QSize(640, 480); })) << "the box is placed anew";
-            EXPECT_TRUE(Near(g.GetCurrentImage().pixel(100, 100), 255, 0, 0));
+            EXPECT_TRUE(Near(g.GetCurrentImage().pixel(100, 100), qRgb(255, 0, 0)));
             dynamic_cast<vb::CommandButton*>(find(ok ? "cmdOK" : "cmdCancel", -1))->Click();
         });
         GraphFileStore().ShowFilterProperties(g, *cam, nullptr, "Camera");

@@ -57,11 +57,14 @@ TEST_F(TextFileTest, ReadsLinesEndingInCrLfOrLf) {
     }
 }
 
-TEST_F(TextFileTest, ReadErrors) {
+TEST_F(TextFileTest, ReadErrorsAndFileExists) {
     ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
     EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("missing.txt")); }), vb::ErrFileNotFound);
     EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("nofolder/x.txt")); }), vb::ErrPathNotFound);
     EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("sub")); }), 75);
+    // Only a file exists as one.
+    EXPECT_TRUE(vb::FileExists(Put("empty.txt", "")));
+    for (const char* name : {"b.bmp", "sub", ""}) EXPECT_FALSE(vb::FileExists(*name ? dir.filePath(name) : "")) << name;
 }
 
 TEST_F(TextFileTest, WritesThroughATemporaryFileWithCrLf) {
@@ -88,14 +91,6 @@ TEST_F(TextFileTest, AppendsLines) {
     EXPECT_TRUE(vb::AppendTextLine(path, QString::fromUtf8("二")));
     EXPECT_EQ(ReadFile(path), QByteArray("first\r\n\xE4\xBA\x8C\r\n"));
     EXPECT_FALSE(vb::AppendTextLine(dir.filePath("nofolder/Error.Log"), "x"));
-}
-
-TEST_F(TextFileTest, FileExists) {
-    ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
-    EXPECT_TRUE(vb::FileExists(Put("empty.txt", "")));
-    EXPECT_FALSE(vb::FileExists(dir.filePath("b.bmp")));
-    EXPECT_FALSE(vb::FileExists(dir.filePath("sub")));
-    EXPECT_FALSE(vb::FileExists(""));
 }
 
 TEST(AppPaths, JoinsWithoutAddingSeparators) {
