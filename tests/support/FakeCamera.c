@@ -425,16 +425,6 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
         describe(f, m);
         return 0;
     }
-    case VIDIOC_G_PARM:
-    case VIDIOC_S_PARM: {
-        struct v4l2_streamparm* p = arg;
-        if (p->type != V4L2_BUF_TYPE_VIDEO_CAPTURE) return fail(EINVAL);
-        memset(&p->parm.capture, 0, sizeof p->parm.capture);
-        p->parm.capture.capability = V4L2_CAP_TIMEPERFRAME;
-        p->parm.capture.timeperframe.numerator = 1;
-        p->parm.capture.timeperframe.denominator = (uint32_t)modes[d->mode].fps;
-        return 0;
-    }
     case VIDIOC_QUERYCTRL: return query_control(d, arg);
     case VIDIOC_QUERYMENU: {
         struct v4l2_querymenu* q = arg;
