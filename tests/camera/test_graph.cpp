@@ -1,6 +1,6 @@
 // The camera graph against the built-in test camera: catalogue, frames in the picture box,
-// pixels of each camera format, the graph file and its errors, stream errors, the settings dialog;
-// and the V4L2 controls of the fake UVC camera.
+// pixels of each camera format, the graph file and its errors, stream errors; and the V4L2
+// controls, formats and settings dialog of the fake UVC camera.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
@@ -33,16 +33,19 @@ namespace {
 
 constexpr int kRed = 5, kGreen = 6;  // places of the patterns in the test camera's menu
 
+using testing_support::Near;
 using testing_support::WaitFor;
-
-bool Near(QRgb p, int r, int g, int b) {
-    return std::abs(qRed(p) - r) < 24 && std::abs(qGreen(p) - g) < 24 && std::abs(qBlue(p) - b) < 24;
-}
 
 FilterInfo* AddByName(FilterGraph& graph, const QString& name) {
     for (const RegFilterInfo& r : graph.RegFilterCollection())
         if (r.Name == name) return r.Filter();
     return nullptr;
+}
+
+// The fake camera plugged in afresh, as the catalogue lists it.
+FilterInfo* PlugFake(FilterGraph& graph, FakeCamVariant variant = FakeCamUvc) {
+    fakecam_plug(variant);
+    return AddByName(graph, FAKECAM_NAME);
 }
 
 int ValueOf(FilterGraph& graph, FilterInfo& f, const QString& id) {
@@ -58,16 +61,10 @@ protected:
         box = new vb::PictureBox(form, &form, "picCameraView", -1, true, false);
         box->Move(0, 0, 320 * 15, 240 * 15);
     }
+    ~GraphTest() override { fakecam_plug(FakeCamNone); }
     QString File(const QString& name) const { return dir.path() + u'/' + name; }
-    void Write(const QString& name, const QByteArray& text) {
-        QFile f(File(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(text);
-    }
-    QByteArray Read(const QString& name) const {
-        QFile f(File(name));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    }
+    void Write(const QString& name, const QByteArray& text) { testing_support::WriteFile(File(name), text); }
+    QByteArray Read(const QString& name) const { return testing_support::ReadFile(File(name)); }
     // A graph of the test camera from a graph file with these extra lines.
     void Load(const QByteArray& lines) {
         Write("cam.grf", "TavixGraph 1\r\ncamera=Tavix Test Camera\r\n" + lines);
@@ -77,7 +74,7 @@ protected:
     }
     FilterInfo& Camera() { return *graph.FilterCollection().front(); }
     bool BoxShows(int r, int g, int b) {
-        return WaitFor([&] { return Near(box->GetImage().pixel(160, 200), r, g, b); });
+        return WaitFor([&] { return Near(box->GetImage().pixel(160, 200), qRgb(r, g, b)); });
     }
 
     QTemporaryDir dir;
@@ -92,19 +89,6 @@ TEST_F(GraphTest, CatalogueEndsWithTheTestCameraAndRecordingFilters) {
     const std::vector<QString> fixed{TestCameraName, TeeFilterName, AviMuxName, FileWriterName};
     for (size_t i = 0; i < 4; ++i) EXPECT_EQ(catalogue[catalogue.size() - 4 + i].Name, fixed[i]);
     EXPECT_EQ(AddByName(graph, QStringLiteral("tavix test camera")), nullptr);  // case counts
-
-    // Pins of each, by direction.
-    const std::vector<std::pair<QString, std::vector<int>>> pins{
-        {TestCameraName, {1}}, {TeeFilterName, {0, 1}}, {AviMuxName, {0, 1}}, {FileWriterName, {0}}};
-    for (const auto& [name, directions] : pins) {
-        FilterInfo* f = AddByName(graph, name);
-        ASSERT_NE(f, nullptr) << name.toStdString();
-        EXPECT_EQ(f->Name(), name);
-        std::vector<int> got;
-        for (const PinInfo& p : f->Pins()) got.push_back(p.Direction);
-        EXPECT_EQ(got, directions) << name.toStdString();
-    }
-    EXPECT_EQ(graph.FilterCollection().size(), 4u);
 }
 
 TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
@@ -127,7 +111,7 @@ TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
     const QImage image = graph.GetCurrentImage();
     ASSERT_EQ(image.size(), QSize(640, 480));
     EXPECT_EQ(image.format(), QImage::Format_RGB32);
-    EXPECT_TRUE(Near(image.pixel(320, 400), 0, 255, 0));
+    EXPECT_TRUE(Near(image.pixel(320, 400), qRgb(0, 255, 0)));
     // The frozen frame stays the one taken, though frames were still on their way; the clock
     // in the picture tells frames apart.
     WaitFor([] { return false; }, 300);
@@ -154,10 +138,10 @@ TEST_F(GraphTest, EveryCameraFormatGivesTrue32BitPixels) {
         ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
         const QImage image = g.GetCurrentImage();
         EXPECT_EQ(image.size(), QSize(320, 240));
-        EXPECT_TRUE(Near(image.pixel(160, 200), 255, 0, 0)) << std::hex << image.pixel(160, 200);
+        EXPECT_TRUE(Near(image.pixel(160, 200), qRgb(255, 0, 0))) << std::hex << image.pixel(160, 200);
         g.SetFormat(*g.FilterCollection().front(), then);
         ASSERT_TRUE(WaitFor([&] { return g.GetCurrentImage().size() == QSize(then.Width, then.Height); }));
-        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(then.Width / 2, then.Height * 5 / 6), 255, 0, 0));
+        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(then.Width / 2, then.Height * 5 / 6), qRgb(255, 0, 0)));
     }
 }
 
@@ -238,37 +222,8 @@ TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
     graph.Stop();
 }
 
-TEST_F(GraphTest, PropertiesDialogActsAtOnceAndCancelRestores) {
-    Load("control.pattern=5\n");
-    graph.Run();
-    for (const bool ok : {false, true}) {
-        SCOPED_TRACE(ok);
-        testing_support::ScriptedDialogHost host;
-        host.AnswerModal([&](vb::Form& form) {
-            EXPECT_EQ(form.Caption(), "Camera");
-            auto* pattern = dynamic_cast<vb::ComboBox*>(form.FindControl("cboControl", 0));
-            auto* speed = dynamic_cast<vb::Slider*>(form.FindControl("sldControl", 1));
-            auto* clock = dynamic_cast<vb::CheckBox*>(form.FindControl("chkControl", 2));
-            ASSERT_TRUE(pattern && speed && clock);
-            EXPECT_EQ(pattern->ListIndex(), 5);
-            pattern->SetListIndex(kGreen);
-            speed->SetValue(-4);
-            clock->SetValue(0);
-            EXPECT_EQ(ValueOf(graph, Camera(), "pattern"), kGreen);
-            EXPECT_TRUE(BoxShows(0, 255, 0));
-            dynamic_cast<vb::CommandButton*>(form.FindControl(ok ? "cmdOK" : "cmdCancel"))->Click();
-        });
-        GraphFileStore().ShowFilterProperties(graph, Camera(), nullptr, "Camera");
-        EXPECT_EQ(ValueOf(graph, Camera(), "pattern"), ok ? kGreen : kRed);
-        EXPECT_EQ(ValueOf(graph, Camera(), "horizontal-speed"), ok ? -4 : 0);
-        EXPECT_EQ(ValueOf(graph, Camera(), "clock"), ok ? 0 : 1);
-    }
-}
-
-TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
-    fakecam_plug(FakeCamUvc);
-    FilterGraph graph;
-    FilterInfo* cam = AddByName(graph, FAKECAM_NAME);
+TEST_F(GraphTest, V4l2ControlsOfTheFakeCamera) {
+    FilterInfo* cam = PlugFake(graph);
     ASSERT_NE(cam, nullptr);
     using K = CameraControl::Kind;
     const struct {
@@ -317,7 +272,6 @@ TEST(GraphDevice, V4l2ControlsOfTheFakeCamera) {
         EXPECT_EQ(vb::Trap([&] { graph.SetControl(*cam, s.id, s.value); }), s.error);
         EXPECT_EQ(ValueOf(graph, *cam, s.id), s.after);
     }
-    fakecam_plug(FakeCamNone);
 }
 
 const std::vector<CameraFormat> kUvc{{1920, 1080, "YUY2", 5, 1}, {1280, 720, "YUY2", 10, 1},
@@ -352,9 +306,8 @@ TEST(CameraFormats, ChooseFormat) {
 TEST_F(GraphTest, FirstStartOfTheFakeCameraTakesMjpegAtFullSize) {
     for (const auto variant : {FakeCamUvc, FakeCamMjpegOnly}) {
         SCOPED_TRACE(variant);
-        fakecam_plug(variant);
         FilterGraph g;
-        FilterInfo* cam = AddByName(g, FAKECAM_NAME);
+        FilterInfo* cam = PlugFake(g, variant);
         ASSERT_NE(cam, nullptr);
         EXPECT_EQ(g.Formats(*cam), variant == FakeCamUvc ? kUvc : std::vector(kUvc.begin() + 3, kUvc.end()));
         g.Render(*cam, cam->Pins().front());
@@ -362,9 +315,8 @@ TEST_F(GraphTest, FirstStartOfTheFakeCameraTakesMjpegAtFullSize) {
         ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
         EXPECT_EQ(g.GetVideoSize(), QSize(1920, 1080));
         EXPECT_EQ(g.CurrentFormat(), CameraFormat({1920, 1080, "MJPG", 30, 1}));
-        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(400, 300), 255, 0, 0));
+        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(400, 300), qRgb(255, 0, 0)));
     }
-    fakecam_plug(FakeCamNone);
 }
 
 // Stored in the file's order, the exposure would be refused while the mode is still automatic.
@@ -384,16 +336,14 @@ TEST_F(GraphTest, StoredControlsOfTheFakeCameraComeBackAfterTheirModes) {
     for (const auto& [id, value] : expected) EXPECT_EQ(ValueOf(graph, Camera(), id), value) << id.toStdString();
     // A size without a format: the smooth one.
     EXPECT_EQ(graph.CurrentFormat(), CameraFormat({1280, 720, "MJPG", 30, 1}));
-    fakecam_plug(FakeCamNone);
 }
 
 // The dialog on a real camera's controls and formats; Cancel takes back all it did.
 TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
     for (const bool ok : {false, true}) {
         SCOPED_TRACE(ok);
-        fakecam_plug(FakeCamUvc);
         FilterGraph g;
-        FilterInfo* cam = AddByName(g, FAKECAM_NAME);
+        FilterInfo* cam = PlugFake(g);
         ASSERT_NE(cam, nullptr);
         g.Render(*cam, cam->Pins().front());
         g.SetOwner(box);
@@ -441,7 +391,7 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
             size->SetListIndex(2);
             EXPECT_EQ(g.CurrentFormat(), CameraFormat({640, 480, "YUY2", 30, 1}));
             EXPECT_TRUE(WaitFor([&] { return placed.back() == QSize(640, 480); })) << "the box is placed anew";
-            EXPECT_TRUE(Near(g.GetCurrentImage().pixel(100, 100), 255, 0, 0));
+            EXPECT_TRUE(Near(g.GetCurrentImage().pixel(100, 100), qRgb(255, 0, 0)));
             dynamic_cast<vb::CommandButton*>(find(ok ? "cmdOK" : "cmdCancel", -1))->Click();
         });
         GraphFileStore().ShowFilterProperties(g, *cam, nullptr, "Camera");
@@ -457,7 +407,6 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
                                                  .arg(now.Format)
                                                  .toUtf8()));
     }
-    fakecam_plug(FakeCamNone);
 }
 
 }  // namespace

@@ -26,16 +26,8 @@
 
 namespace {
 
-QByteArray Read(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-void Write(const QString& path, const QByteArray& bytes) {
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write(bytes);
-}
+using testing_support::ReadFile;
+using testing_support::WriteFile;
 
 uint32_t At(const QByteArray& b, qsizetype i) { return qFromLittleEndian<uint32_t>(b.constData() + i); }
 
@@ -55,13 +47,13 @@ Recorded Record(const QString& path) {
     if (!pipeline) return r;
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
     while (QFile(path).size() < 40000) QThread::msleep(5);
-    r.midway = Read(path);
+    r.midway = ReadFile(path);
     GstBus* bus = gst_element_get_bus(pipeline);
     gst_message_unref(gst_bus_timed_pop_filtered(bus, 10 * GST_SECOND, GST_MESSAGE_EOS));
     gst_object_unref(bus);
     gst_element_set_state(pipeline, GST_STATE_NULL);
     gst_object_unref(pipeline);
-    r.finished = Read(path);
+    r.finished = ReadFile(path);
     return r;
 }
 
@@ -93,10 +85,8 @@ TEST(Movie, LastsAsLongAsTheRecordingWhateverIsDropped) {
         SCOPED_TRACE(c.what);
         fakecam_plug(FakeCamUvc);
         testing_support::CameraMain m([](testing_support::Sandbox& box, testing_support::ScriptedDialogHost&) {
-            box.SetIni(QStringLiteral("CAMERAFILTERNAME"), QStringLiteral(FAKECAM_NAME));
-            box.Write(QStringLiteral("Tavix.grf"), "TavixGraph 1\r\ncamera=" FAKECAM_NAME
-                                                   "\r\ndevice=/fakecam/video0\r\nwidth=640\r\nheight=480\r\n"
-                                                   "format=YUY2\r\nrate=30/1\r\n");
+            box.UseCamera(QStringLiteral(FAKECAM_NAME),
+                          "device=/fakecam/video0\r\nwidth=640\r\nheight=480\r\nformat=YUY2\r\nrate=30/1\r\n");
         });
         ASSERT_TRUE(m.started && m.WaitFrame());
         fakecam_set_rate(c.cameraFps);
@@ -159,13 +149,13 @@ TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const QString path = dir.filePath("cut.avi");
-        Write(path, c.bytes);
+        WriteFile(path, c.bytes);
         const int expected = wholeBefore(std::min(c.bytes.size(), idx1));
         const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(path);
         EXPECT_EQ(r.error, 0);
         EXPECT_TRUE(r.repaired);
         EXPECT_EQ(r.frames, expected);
-        const QByteArray fixed = Read(path);
+        const QByteArray fixed = ReadFile(path);
         // The index is the multiplexer's own for the same frames; the counts say as much.
         EXPECT_EQ(fixed.mid(fixed.size() - expected * 16), reference.left(expected * 16));
         EXPECT_EQ(At(fixed, 4), uint32_t(fixed.size() - 8));
@@ -178,7 +168,17 @@ TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
         // Finished now: a second look leaves it as it is.
         const tavix::cam::AviRepair again = tavix::cam::RepairUnfinishedAvi(path);
         EXPECT_EQ(again.repaired, expected == 0);  // with no frame there is nothing to tell it finished
-        EXPECT_EQ(Read(path), fixed);
+        EXPECT_EQ(ReadFile(path), fixed);
+    }
+    // The finished movie, another kind of RIFF file and no file at all are left as they are.
+    WriteFile(dir.filePath("other.avi"), "RIFF\x04\0\0\0WAVE");
+    const std::pair<const char*, int> alone[] = {
+        {"live.avi", 0}, {"other.avi", vb::ErrTypeMismatch}, {"none.avi", vb::ErrFileNotFound}};
+    for (const auto& [name, error] : alone) {
+        const QByteArray before = ReadFile(dir.filePath(name));
+        const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(dir.filePath(name));
+        EXPECT_EQ(std::pair(r.error, r.repaired), std::pair(error, false)) << name;
+        EXPECT_EQ(ReadFile(dir.filePath(name)), before) << name;
     }
 }
 
@@ -186,10 +186,10 @@ TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
 TEST(AviRepair, OnAFullDiskTheLastFramesMakeRoomForTheIndex) {
     QTemporaryDir dir;
     const QByteArray midway = Record(dir.filePath("live.avi")).midway;
-    Write(dir.filePath("roomy.avi"), midway);
+    WriteFile(dir.filePath("roomy.avi"), midway);
     const int whole = tavix::cam::RepairUnfinishedAvi(dir.filePath("roomy.avi")).frames;
     const QString path = dir.filePath("full.avi");
-    Write(path, midway);
+    WriteFile(path, midway);
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
     signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails instead
@@ -243,44 +243,20 @@ TEST(AviRepair, AMovieOfTwoPartsKeepsBoth) {
     const QByteArray head = movie.read(4096);
     const qsizetype indx = head.indexOf("indx");
     ASSERT_GT(indx, 0);
-    auto u32 = [](const QByteArray& b, qsizetype i) { return qFromLittleEndian<uint32_t>(b.constData() + i); };
-    ASSERT_EQ(u32(head, indx + 12), 2u);  // two parts
+    ASSERT_EQ(At(head, indx + 12), 2u);  // two parts
     int indexed = 0;
     for (int part = 0; part < 2; ++part) {
         movie.seek(qFromLittleEndian<qint64>(head.constData() + indx + 32 + 16 * part));
         const QByteArray ix = movie.read(32);
         ASSERT_TRUE(ix.startsWith("ix00")) << part;
         const qint64 base = qFromLittleEndian<qint64>(ix.constData() + 20);
-        movie.seek(movie.pos() + 8 * (u32(ix, 12) - 1));  // the part's last frame
+        movie.seek(movie.pos() + 8 * (At(ix, 12) - 1));  // the part's last frame
         const QByteArray lastEntry = movie.read(8);
-        movie.seek(base + u32(lastEntry, 0) - 8);
+        movie.seek(base + At(lastEntry, 0) - 8);
         EXPECT_EQ(movie.read(8), "00db" + lastEntry.mid(4, 4)) << part;
-        indexed += int(u32(ix, 12));
+        indexed += int(At(ix, 12));
     }
     EXPECT_EQ(indexed, r.frames);
-}
-
-TEST(AviRepair, FinishedOrForeignFilesAreLeftAlone) {
-    QTemporaryDir dir;
-    const Recorded rec = Record(dir.filePath("done.avi"));
-    const QString other = dir.filePath("other.avi");
-    Write(other, "RIFF\x04\0\0\0WAVE");
-    const struct {
-        QString path;
-        int error;
-        bool repaired;
-    } cases[] = {
-        {dir.filePath("done.avi"), 0, false},
-        {other, vb::ErrTypeMismatch, false},
-        {dir.filePath("none.avi"), vb::ErrFileNotFound, false},
-    };
-    for (const auto& c : cases) {
-        const QByteArray before = Read(c.path);
-        const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(c.path);
-        EXPECT_EQ(r.error, c.error) << c.path.toStdString();
-        EXPECT_EQ(r.repaired, c.repaired);
-        EXPECT_EQ(Read(c.path), before);
-    }
 }
 
 // The note a recording leaves: the boot, the recording process, the movie.
@@ -305,7 +281,7 @@ TEST(AviRepair, AtStartTheMovieOfARunThatEndedIsRepairedOnce) {
         SCOPED_TRACE(c.what);
         const QString movie = dir.filePath("movie.avi");
         QFile::remove(movie);
-        if (c.movieThere) Write(movie, unfinished);
+        if (c.movieThere) WriteFile(movie, unfinished);
         const QByteArray note = c.boot + "\n" + QByteArray::number(c.pid) + "\n" + QFile::encodeName(movie) + "\n";
         testing_support::CameraMain m([&](testing_support::Sandbox& box, testing_support::ScriptedDialogHost& host) {
             box.Write("Tavix.recording", note);
@@ -317,7 +293,7 @@ TEST(AviRepair, AtStartTheMovieOfARunThatEndedIsRepairedOnce) {
             EXPECT_EQ(m.host.Boxes[0].Prompt, tavix::GST(20155, movie));
         }
         EXPECT_EQ(QFile::exists(m.box.File("Tavix.recording")), c.noteKept);
-        EXPECT_EQ(Read(movie) == unfinished, c.movieThere && !c.repaired);
+        EXPECT_EQ(ReadFile(movie) == unfinished, c.movieThere && !c.repaired);
         EXPECT_EQ(
             m.Logged(
                 QStringLiteral("Unfinished Movie Repaired.(%1)").arg(tavix::cam::RepairUnfinishedAvi(movie).frames)),

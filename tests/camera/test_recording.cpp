@@ -2,11 +2,10 @@
 // the stop by the button and by the limit, and recordings that cannot go on; the camera's own
 // failures said plainly, and a camera that PipeWire lists too.
 #include <gst/gst.h>
-#include <gst/pbutils/pbutils.h>
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QtEndian>
 #include <gtest/gtest.h>
@@ -29,49 +28,32 @@ namespace {
 
 constexpr double kGiB = 1073741824.0;
 
-// What GStreamer makes of a movie file: its container, picture size and frame count.
+// What ffprobe makes of a movie file: its container, picture size and length.
 struct Movie {
-    QString container;
+    QByteArray container;
     int width = 0, height = 0;
     uint32_t headerFrames = 0;  // the AVI main header's frame count, written when the file is finished
     double seconds = 0;
 };
 
 Movie Discover(const QString& path) {
+    QProcess probe;
+    probe.start(QStringLiteral("ffprobe"),
+                {"-v", "error", "-show_entries", "format=format_name,duration:stream=width,height", "-of",
+                 "default=nw=1", path});
+    probe.waitForFinished(30000);
     Movie m;
-    GError* error = nullptr;
-    GstDiscoverer* discoverer = gst_discoverer_new(10 * GST_SECOND, &error);
-    g_clear_error(&error);
-    if (!discoverer) return m;
-    gchar* uri = gst_filename_to_uri(QFile::encodeName(path).constData(), nullptr);
-    if (GstDiscovererInfo* info = gst_discoverer_discover_uri(discoverer, uri, &error)) {
-        if (GstDiscovererStreamInfo* top = gst_discoverer_info_get_stream_info(info)) {
-            if (GstCaps* caps = gst_discoverer_stream_info_get_caps(top)) {
-                m.container = QString::fromUtf8(gst_structure_get_name(gst_caps_get_structure(caps, 0)));
-                gst_caps_unref(caps);
-            }
-            gst_discoverer_stream_info_unref(top);
-        }
-        GList* videos = gst_discoverer_info_get_video_streams(info);
-        if (videos) {
-            auto* v = GST_DISCOVERER_VIDEO_INFO(videos->data);
-            m.width = int(gst_discoverer_video_info_get_width(v));
-            m.height = int(gst_discoverer_video_info_get_height(v));
-        }
-        gst_discoverer_stream_info_list_free(videos);
-        m.seconds = double(gst_discoverer_info_get_duration(info)) / GST_SECOND;
-        gst_discoverer_info_unref(info);
+    for (const QByteArray& line : probe.readAllStandardOutput().split('\n')) {
+        const qsizetype eq = line.indexOf('=');
+        const QByteArray key = line.left(eq), value = line.mid(eq + 1);
+        if (key == "format_name") m.container = value;
+        if (key == "width") m.width = value.toInt();
+        if (key == "height") m.height = value.toInt();
+        if (key == "duration") m.seconds = value.toDouble();
     }
-    g_clear_error(&error);
-    g_free(uri);
-    g_object_unref(discoverer);
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        const QByteArray head = file.read(4096);
-        const qsizetype at = head.indexOf("avih");
-        if (at >= 0 && head.size() >= at + 28)
-            m.headerFrames = qFromLittleEndian<quint32>(head.constData() + at + 8 + 16);
-    }
+    const QByteArray head = testing_support::ReadFile(path).left(4096);
+    if (const qsizetype at = head.indexOf("avih"); at >= 0 && head.size() >= at + 28)
+        m.headerFrames = qFromLittleEndian<quint32>(head.constData() + at + 8 + 16);
     return m;
 }
 
@@ -79,8 +61,7 @@ Movie Discover(const QString& path) {
 std::function<void(Sandbox&, ScriptedDialogHost&)> FakeCamera(FakeCamVariant variant, const QByteArray& graph) {
     return [=](Sandbox& box, ScriptedDialogHost&) {
         fakecam_plug(variant);
-        box.SetIni(QStringLiteral("CAMERAFILTERNAME"), QStringLiteral(FAKECAM_NAME));
-        box.Write(QStringLiteral("Tavix.grf"), "TavixGraph 1\r\ncamera=" FAKECAM_NAME "\r\n" + graph);
+        box.UseCamera(QStringLiteral(FAKECAM_NAME), graph);
     };
 }
 
@@ -104,9 +85,7 @@ struct RecordingMain : CameraMain {
         ASSERT_EQ(f.CommandMode, tavix::CommandMode::MovieArmed);
     }
     void RunFor(int ms) {
-        QElapsedTimer t;
-        t.start();
-        WaitFor([&] { return t.elapsed() >= ms; }, ms + 1000);
+        WaitFor([] { return false; }, ms);
     }
     QString Guidance() const { return f.txtComment[1]->Text(); }
     bool LiveAgain() {
@@ -140,7 +119,7 @@ TEST(Recording, RecordsEveryFrameIntoAPlayableMovieAndComesBackLive) {
     EXPECT_TRUE(m.host.Boxes.empty());
     EXPECT_EQ(m.box.Read(QStringLiteral("Tavix.grf")), graphBefore);  // the extended graph is never saved
     const Movie movie = Discover(m.Movie());
-    EXPECT_EQ(movie.container, QStringLiteral("video/x-msvideo"));
+    EXPECT_EQ(movie.container, "avi");
     EXPECT_EQ(QSize(movie.width, movie.height), QSize(640, 480));
     EXPECT_NEAR(movie.headerFrames, 3.3 * 30, 12);
     EXPECT_GE(movie.headerFrames + 1, sent);  // every frame sent before the stop is in the file
@@ -219,12 +198,7 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
         {"the disk fills while recording", {.writerFailsAfter = 40}, Act::None, "tmrRec_Timer Error.(61)", true, true},
         {"the disk is almost full", {}, Act::DiskAlmostFull, "tmrRec_Timer Error.(61)", true, true},
         {"the camera is lost for a moment while recording", {}, Act::Replug, "tmrRec_Timer Error.(57)", true, true},
-        {"the folder is removed while recording",
-         {},
-         Act::RemoveFolderWhileRecording,
-         "tmrRec_Timer Error.(76)",
-         false,
-         false},
+        {"the folder is removed", {}, Act::RemoveFolderWhileRecording, "tmrRec_Timer Error.(76)", false, false},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.name);
@@ -258,7 +232,7 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
         EXPECT_EQ(QFile::exists(file), r.fileLeft);
         if (r.fileLeft) {
             const Movie movie = Discover(file);
-            EXPECT_EQ(movie.container, QStringLiteral("video/x-msvideo"));
+            EXPECT_EQ(movie.container, "avi");
             EXPECT_EQ(movie.width, 640);
             EXPECT_EQ(movie.headerFrames > 0, r.finished);
         }
@@ -343,12 +317,9 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
 
 // What GStreamer's PipeWire plugin lists for a V4L2 camera: its own device with the node
 // behind it in the properties, and an element that cannot reach the camera's controls.
-struct PwDevice {
-    GstDevice parent;
-};
-struct PwDeviceClass {
-    GstDeviceClass parent;
-};
+// They add nothing to their parents' instance and class.
+using PwDevice = GstDevice;
+using PwDeviceClass = GstDeviceClass;
 G_DEFINE_TYPE(PwDevice, pw_device, GST_TYPE_DEVICE)
 void pw_device_init(PwDevice*) {}
 void pw_device_class_init(PwDeviceClass* k) {
@@ -357,12 +328,8 @@ void pw_device_class_init(PwDeviceClass* k) {
     };
 }
 
-struct PwProvider {
-    GstDeviceProvider parent;
-};
-struct PwProviderClass {
-    GstDeviceProviderClass parent;
-};
+using PwProvider = GstDeviceProvider;
+using PwProviderClass = GstDeviceProviderClass;
 G_DEFINE_TYPE(PwProvider, pw_provider, GST_TYPE_DEVICE_PROVIDER)
 void pw_provider_init(PwProvider*) {}
 void pw_provider_class_init(PwProviderClass* k) {

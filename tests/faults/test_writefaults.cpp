@@ -100,27 +100,18 @@ QString SaveBox(Window& w, const char* name) { return GST(20034, w.box.File(QStr
 QString PicSaveLog(int n) { return QStringLiteral("cmdPicSave_Click Error.(%1)").arg(n); }
 bool StillDirty(Window& w) { return w.f.ResultDirty && w.f.ResultCount == 1; }
 
+// clang-format off
 const Target kTargets[] = {
     {"settings at exit", "Tavix.Ini", 3, [](Window&) { Var().JpegQty = 55; },
-     [](Window& w) {
-         bool cancel = false;
-         tavix::Form_Unload(w.f, cancel);
-     },
-     nullptr, 0,
-     [](int) {
-         return QStringLiteral(
-             "WriteIniFileData WritePrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY,[Value]=55");
-     },
+     [](Window& w) { bool cancel = false; tavix::Form_Unload(w.f, cancel); }, nullptr, 0,
+     [](int) { return QStringLiteral("WriteIniFileData WritePrivateProfileString Error "
+                                     "[Section]=FILE,[Key]=JPEGQTY,[Value]=55"); },
      [](Window&) { return true; }, true, true},
-    {"calibration", "Proof.txt", 3, [](Window& w) { OpenPicture(w); }, Calibrate,
-     [](Window&, int) { return GST(24005); }, 14100,
+    {"calibration", "Proof.txt", 3, OpenPicture, Calibrate, [](Window&, int) { return GST(24005); }, 14100,
      [](int n) { return QStringLiteral("frmProofConfig:cmdOK_Click Error.(%1)").arg(n); },
      [](Window&) { return Var().ProofTable[0].Name != QLatin1String("new"); }},
     {"result file", "out/results.txt", 3, PictureWithResult,
-     [](Window& w) {
-         w.host.AnswerFile(w.box.File(QStringLiteral("out/results.txt")));
-         tavix::cmdResultSave_Click(w.f);
-     },
+     [](Window& w) { w.host.AnswerFile(w.box.File("out/results.txt")), tavix::cmdResultSave_Click(w.f); },
      [](Window&, int) { return GST(20092); }, 11092,
      [](int n) { return QStringLiteral("cmdResultSave_Click Error.(%1)").arg(n); }, StillDirty},
     {"BMP", "out/p.bmp", 3, PictureWithResult, [](Window& w) { SavePicture(w, "out/p.bmp"); },
@@ -128,28 +119,23 @@ const Target kTargets[] = {
     {"JPEG", "out/p.jpg", 3, PictureWithResult, [](Window& w) { SavePicture(w, "out/p.jpg"); },
      [](Window& w, int) { return SaveBox(w, "out/p.jpg"); }, 11035, PicSaveLog, StillDirty},
     {"temporary bitmap", "TempBitmap.bmp", 3,
-     [](Window& w) {
-         PictureWithResult(w);
-         w.box.Write(QStringLiteral("out/p.jpg"), "old picture");
-     },
+     [](Window& w) { PictureWithResult(w), w.box.Write(QStringLiteral("out/p.jpg"), "old picture"); },
      [](Window& w) { SavePicture(w, "out/p.jpg"); }, [](Window& w, int) { return SaveBox(w, "TempBitmap.bmp"); }, 11035,
      PicSaveLog, [](Window& w) { return StillDirty(w) && w.box.Read(QStringLiteral("out/p.jpg")) == "old picture"; },
      false},
-    {"comment file", "out/p.txt", 3, [](Window& w) { OpenPicture(w); },
-     [](Window& w) { SavePicture(w, "out/p.bmp", true); },
-     // Without its folder the picture beside the comment fails first, and the box names it.
+    // Without its folder the picture beside the comment fails first, and the box names it.
+    {"comment file", "out/p.txt", 3, OpenPicture, [](Window& w) { SavePicture(w, "out/p.bmp", true); },
      [](Window& w, int n) { return SaveBox(w, n == 76 ? "out/p.bmp" : "out/p.txt"); }, 11035, PicSaveLog},
     {"camera settings", "Tavix.grf", 1, [](Window&) {},
      [](Window& w) {
-         w.host.AnswerModal([](vb::Form& form) {
-             static_cast<vb::CommandButton*>(form.FindControl(QStringLiteral("cmdCancel")))->Click();
-         });
+         w.host.AnswerModal([](vb::Form& d) { static_cast<vb::CommandButton*>(d.FindControl("cmdCancel"))->Click(); });
          tavix::cmdPinProp_Click(w.f);
      },
      [](Window&, int n) { return GST(20109, tavix::WriteFailureReason(n)); }, 11103,
      [](int n) { return QStringLiteral("cmdPinProp_Click Error.(%1)").arg(n); },
      [](Window& w) { return w.f.FilterGraph != nullptr && !w.f.Unloaded(); }},
 };
+// clang-format on
 
 // The file's size when the write goes through, so a fault can strike its middle or last block.
 qint64 WrittenSize(const Target& t) {

@@ -1,8 +1,6 @@
-// The string table file, the look-up by number, the shipped tables and the log.
-#include <QDir>
+// The string table file, the look-up by number and the shipped tables.
 #include <QDirIterator>
 #include <QRegularExpression>
-#include <QStringDecoder>
 #include <gtest/gtest.h>
 #include <map>
 #include <optional>
@@ -43,10 +41,7 @@ TEST(StringTableRead, AcceptsOrFailsWithTheErrorNumber) {
     } cases[] = {
         {"comment and empty lines without a comma are passed over", "# texts\r\n\r\nabc\r\n100,a\r\n", 0, "a"},
         {"LF line ends", "100,a\n200,b\n", 0, "a"},
-        {"a byte-order mark",
-         "\xEF\xBB\xBF"
-         "100,a\r\n",
-         0, "a"},
+        {"a byte-order mark", QByteArray("\xEF\xBB\xBF") + "100,a\r\n", 0, "a"},
         // A lone carriage return ends no line: the whole file is one record.
         {"carriage returns only", "100,a\r200,b\r", 0, "a\r200,b"},
         {"a CP932 lead byte at the end", "100,\x82", 0},
@@ -117,19 +112,6 @@ TEST(StringTableLookup, BeforeReadingIsATrappedError) {
     EXPECT_EQ(box.LogTexts(), QStringList{QStringLiteral("GST Error.(9)")});
 }
 
-TEST(StringTableRead, Cp932AndUtf8FilesReadAlike) {
-    const QString text = QStringLiteral("計測結果保存");
-    QStringEncoder toUtf8(QStringEncoder::Utf8);
-    const QByteArray utf8 = "10012," + QByteArray(toUtf8(text)) + "\r\n";
-    // The same text as a Windows machine writes it (Shift-JIS / CP932).
-    const QByteArray cp932 = QByteArray("10012,") + QByteArray::fromHex("8c7691aa8c8b89ca95db91b6") + "\r\n";
-    for (const QByteArray& bytes : {utf8, cp932}) {
-        TableFixture t(bytes);
-        ASSERT_TRUE(tavix::ReadStringTableData());
-        EXPECT_EQ(GST(10012), text);
-    }
-}
-
 // Number -> text of a table read as the program reads it.
 std::map<int, QString> Texts(const char* language) {
     Sandbox box(QString::fromLatin1(language));
@@ -170,22 +152,6 @@ TEST(Deployment, BothLanguagesHaveEveryTextInTheSameShape) {
                     << it.fileName().toStdString() << " " << m.captured(1).toStdString();
         }
     }
-}
-
-TEST(Log, LinesCarryTheTimeAndSurviveAnUnwritableLog) {
-    Sandbox box;
-    tavix::WriteLog(QStringLiteral("one"));
-    tavix::WriteLog(QStringLiteral("two"));
-    const QByteArray raw = box.Read(QStringLiteral("Error.Log"));
-    EXPECT_EQ(box.LogTexts(), (QStringList{QStringLiteral("one"), QStringLiteral("two")}));
-    EXPECT_TRUE(raw.endsWith("two\r\n"));
-    // The log only grows.
-    tavix::WriteLog(QStringLiteral("three"));
-    EXPECT_TRUE(box.Read(QStringLiteral("Error.Log")).startsWith(raw));
-    // An unwritable log must not throw or crash.
-    box.Remove(QStringLiteral("Error.Log"));
-    ASSERT_TRUE(QDir(box.Path()).mkdir(QStringLiteral("Error.Log")));
-    tavix::WriteLog(QStringLiteral("lost"));
 }
 
 }  // namespace

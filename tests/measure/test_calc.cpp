@@ -1,12 +1,9 @@
-// Plane geometry: the fixed cases, float errors, and random cross-checks against
-// independent formulas.
+// Plane geometry: the fixed cases, float errors, and the last bits of general inputs.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
-#include <random>
 #include <vector>
 
 #include "CalcModule.h"
@@ -187,95 +184,6 @@ TEST(CalcLastBits, FollowTheOrderOfOperations) {
         {"VertexAngle", angle.d, 0x1.e6e49700e4ef8p-2},
     };
     for (const auto& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
-}
-
-// Relative agreement to 1e-9, with a floor of one pixel's worth so values near zero are
-// judged on the scale of the picture coordinates.
-bool Agrees(double got, double want, double floor = 1.0) {
-    return std::abs(got - want) <= 1e-9 * std::max(std::abs(want), floor);
-}
-double Det(double ax, double ay, double bx, double by) { return ax * by - ay * bx; }
-double Length(double x, double y) { return std::hypot(x, y); }
-
-// Each set: circle a-b-c, angle a-b-c, foot of c on a-b, lines a-b and c-d crossing,
-// direction of a, midpoint of a and b, and a polygon of 1 to 8 further random corners.
-TEST(CalcRandom, TenThousandSetsMatchIndependentFormulas) {
-    constexpr int kSets = 10000;
-    std::mt19937_64 engine{20240611};
-    std::uniform_real_distribution<double> coord(-1000.0, 1000.0), zoom(0.25, 4.0), value(0.001, 10.0);
-    std::uniform_int_distribution<int> corners(1, 8), proof(0, 9);
-    const auto next = [&] { return Point2D{coord(engine), coord(engine)}; };
-    int circles = 0, angles = 0, feet = 0, crossings = 0;
-    for (int i = 0; i < kSets; ++i) {
-        const Point2D a = next(), b = next(), c = next(), d = next();
-        const double bx = b.X - a.X, by = b.Y - a.Y, cx = c.X - a.X, cy = c.Y - a.Y, det = 2 * Det(bx, by, cx, cy);
-        // A nearly flat triangle (angle at A under 1e-3 rad) puts the centre far off with
-        // most digits lost in either formula; 1e-9 means nothing there.
-        if (std::abs(det) >= 2e-3 * Length(bx, by) * Length(cx, cy)) {
-            const double b2 = bx * bx + by * by, c2 = cx * cx + cy * cy;
-            const double ux = (cy * b2 - by * c2) / det, uy = (bx * c2 - cx * b2) / det, r = Length(ux, uy);
-            const Out got = Circle(a, b, c);
-            ASSERT_TRUE(got.ok) << i;
-            EXPECT_TRUE(Agrees(got.p.X, a.X + ux, r) && Agrees(got.p.Y, a.Y + uy, r) && Agrees(got.d, r)) << i;
-            ++circles;
-        }
-        const double la = Length(a.X - b.X, a.Y - b.Y), lc = Length(c.X - b.X, c.Y - b.Y);
-        const double cosine = (la * la + lc * lc - (cx * cx + cy * cy)) / (2 * la * lc);
-        // acos is steep near 0 and pi: within 1e-3 rad of them the law of cosines itself
-        // has lost the digits the comparison needs.
-        if (std::abs(cosine) <= std::cos(1e-3)) {
-            const Out got = Angle(a, b, c);
-            ASSERT_TRUE(got.ok) << i;
-            EXPECT_TRUE(Agrees(got.d, std::acos(cosine))) << i << ": " << got.d;
-            ++angles;
-        }
-        // On steep lines the slope multiplies the rounding of Foot.X into Foot.Y.
-        if (std::abs(by) <= 100 * std::abs(bx)) {
-            const double t = (cx * bx + cy * by) / (bx * bx + by * by);
-            const Out got = Foot(a, b, c);
-            ASSERT_TRUE(got.ok) << i;
-            EXPECT_TRUE(Agrees(got.p.X, a.X + t * bx) && Agrees(got.p.Y, a.Y + t * by)) << i;
-            EXPECT_TRUE(Agrees(got.d, std::abs(Det(bx, by, cx, cy)) / Length(bx, by))) << i;
-            ++feet;
-        }
-        // Nearly parallel lines (under 1e-3 rad apart) cross far off and ill-determined.
-        const double dx = d.X - c.X, dy = d.Y - c.Y, denom = Det(bx, by, dx, dy);
-        if (std::abs(denom) >= 1e-3 * Length(bx, by) * Length(dx, dy)) {
-            const double s = Det(cx, cy, dx, dy) / denom;
-            const Out got = Cross(a, b, c, d);
-            ASSERT_TRUE(got.ok) << i;
-            EXPECT_TRUE(Agrees(got.p.X, a.X + s * bx) && Agrees(got.p.Y, a.Y + s * by)) << i;
-            ++crossings;
-        }
-        // Differs from atan2 only by the short pi, and stays in (-Pi, Pi].
-        const double direction = tavix::PointAtan2(a.Y, a.X);
-        EXPECT_NEAR(direction, std::atan2(a.Y, a.X), 1e-14) << i;
-        EXPECT_TRUE(direction > -Pi && direction <= Pi) << i;
-        const Point2D m1 = tavix::MidPoint(a, b), m2 = tavix::MidPoint(b, a);
-        EXPECT_TRUE(m1.X == m2.X && m1.Y == m2.Y) << i;
-        EXPECT_TRUE(Agrees(m1.X, (a.X + b.X) / 2) && Agrees(m1.Y, (a.Y + b.Y) / 2)) << i;
-
-        tavix::ResetVariableDefinition();
-        for (auto& p : Var().ProofTable) p.Value = value(engine);
-        Var().CurrentProofNo = static_cast<int16_t>(proof(engine));
-        Var().ZoomFactor = zoom(engine);
-        std::vector<Point2D> points(1);
-        const int n = corners(engine);
-        for (int k = 0; k < n; ++k) points.push_back(next());
-        double sum = 0, magnitude = 0;
-        for (int k = 1; k <= n; ++k) {
-            const Point2D &p = points[k], &q = points[k == n ? 1 : k + 1];
-            sum += p.X * q.Y - q.X * p.Y;
-            magnitude += std::abs(p.X * q.Y) + std::abs(q.X * p.Y);
-        }
-        const double scale = Var().ProofTable[Var().CurrentProofNo].Value / Var().ZoomFactor;
-        double area = -1;
-        ASSERT_TRUE(tavix::PolygonArea(points, area)) << i;
-        // Self-crossing sets can cancel to almost nothing; the floor is then the size of the terms that cancelled.
-        EXPECT_TRUE(Agrees(area, std::abs(sum) / 2 * scale * scale, magnitude * scale * scale)) << i << ": " << area;
-    }
-    tavix::ResetVariableDefinition();
-    for (int checked : {circles, angles, feet, crossings}) EXPECT_GT(checked, kSets * 9 / 10);
 }
 
 }  // namespace

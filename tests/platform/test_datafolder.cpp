@@ -5,15 +5,13 @@
 #include <gtest/gtest.h>
 
 #include "DataFolder.h"
+#include "Sandbox.h"
 
+using testing_support::ReadFile;
+using testing_support::WriteFile;
 using vb::ProgramFolder;
 
 namespace {
-
-QByteArray Bytes(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
-}
 
 TEST(DataFolder, ChoiceByProgramFolderAndEnvironment) {
     const struct {
@@ -67,28 +65,21 @@ TEST(DataFolder, FirstStartCopiesLaterStartsKeep) {
     // A read-only portable folder: its programs and its log stay behind.
     const QString shipped = home.filePath("shipped");
     QDir().mkpath(shipped);
-    for (const char* name : {"Tavix.Ini", "Proof.txt", "Error.Log", "tavix"}) {
-        QFile f(shipped + '/' + name);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(name);
-    }
+    for (const char* name : {"Tavix.Ini", "Proof.txt", "Error.Log", "tavix"}) WriteFile(shipped + '/' + name, name);
     QFile::setPermissions(shipped + "/tavix", QFile::ReadOwner | QFile::ExeOwner);
     // The parent folder does not exist yet, as ~/.config on a new account.
     const vb::DataFolderChoice choice{home.filePath("config/tavix"), shipped, {}};
 
     ASSERT_EQ(vb::PrepareDataFolder(choice), QString());
     EXPECT_EQ(QDir(choice.Path).entryList(QDir::Files), (QStringList{"Proof.txt", "Tavix.Ini"}));
-    EXPECT_EQ(Bytes(choice.Path + "/Proof.txt"), "Proof.txt");
+    EXPECT_EQ(ReadFile(choice.Path + "/Proof.txt"), "Proof.txt");
     EXPECT_EQ(QDir(home.filePath("config")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
               QStringList{"tavix"});
 
     // The user's changes survive the next start.
-    QFile ini(choice.Path + "/Tavix.Ini");
-    ASSERT_TRUE(ini.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    ini.write("changed");
-    ini.close();
+    WriteFile(choice.Path + "/Tavix.Ini", "changed");
     ASSERT_EQ(vb::PrepareDataFolder(choice), QString());
-    EXPECT_EQ(Bytes(choice.Path + "/Tavix.Ini"), "changed");
+    EXPECT_EQ(ReadFile(choice.Path + "/Tavix.Ini"), "changed");
 
     // Without shipped files nothing is made that a later start would take for finished.
     const vb::DataFolderChoice broken{home.filePath("other/tavix"), home.filePath("none"), {}};

@@ -8,6 +8,7 @@
 
 #include "Drive.h"
 #include "Errors.h"
+#include "Sandbox.h"
 
 namespace {
 
@@ -31,9 +32,7 @@ struct DriveProbe : testing::Test {
 void MakeSysfs(const QString& sys, const QString& loopFile) {
     auto file = [&](const QString& path, const QByteArray& text) {
         QDir().mkpath(QFileInfo(sys + path).path());
-        QFile f(sys + path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(text);
+        testing_support::WriteFile(sys + path, text);
     };
     auto device = [&](const QString& dev, const QString& number, const QString& name) {
         QDir().mkpath(sys + "/class/block");

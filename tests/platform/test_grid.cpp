@@ -44,8 +44,7 @@ struct Grid {
 TEST(GridSelection, CodeSetsTheBlockAndNotifiesOncePerChange) {
     Grid g;
     FlexGrid& grid = *g.grid;
-    EXPECT_EQ(grid.Row(), 1);
-    EXPECT_EQ(grid.RowSel(), 1);
+    EXPECT_EQ(std::pair(grid.Row(), grid.RowSel()), std::pair(1, 1));
     grid.SetRow(5);
     EXPECT_EQ(grid.RowSel(), 5) << "setting Row makes that cell the whole selection";
     EXPECT_EQ(g.changes, 1);
@@ -67,17 +66,14 @@ TEST(GridSelection, DraggingUpAndShiftKeysExtendWholeRows) {
     g.Mouse(QEvent::MouseButtonPress, 6);
     g.Mouse(QEvent::MouseMove, 4);
     g.Mouse(QEvent::MouseMove, 3);
-    EXPECT_EQ(grid.Row(), 6);
-    EXPECT_EQ(grid.RowSel(), 3);
-    EXPECT_EQ(grid.Col(), 0);
-    EXPECT_EQ(grid.ColSel(), 3);
+    EXPECT_EQ(std::pair(grid.Row(), grid.RowSel()), std::pair(6, 3));
+    EXPECT_EQ(std::pair(grid.Col(), grid.ColSel()), std::pair(0, 3));
     EXPECT_EQ(g.changes, 3);
     g.Mouse(QEvent::MouseButtonPress, 0);  // the heading row is not selectable
     EXPECT_EQ(grid.Row(), 1);
     g.Key(Qt::Key_Down, Qt::ShiftModifier);
     g.Key(Qt::Key_Down, Qt::ShiftModifier);
-    EXPECT_EQ(grid.Row(), 1);
-    EXPECT_EQ(grid.RowSel(), 3);
+    EXPECT_EQ(std::pair(grid.Row(), grid.RowSel()), std::pair(1, 3));
     g.Key(Qt::Key_Up);
     EXPECT_EQ(grid.Row(), 1) << "a plain key moves from Row and stops at the first row";
     EXPECT_EQ(grid.RowSel(), 1);

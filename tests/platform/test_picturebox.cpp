@@ -14,7 +14,7 @@ using vb::PictureBox;
 
 namespace {
 
-constexpr uint32_t kRed = 0x0000FF, kGreen = 0x00FF00, kBlue = 0xFF0000, kWhite = 0xFFFFFF, kBlack = 0;
+constexpr uint32_t kRed = 0x0000FF, kGreen = 0x00FF00, kBlue = 0xFF0000, kWhite = 0xFFFFFF;
 
 // A canvas pixel as 0x00BBGGRR, to compare with the colours drawn.
 uint32_t At(const QImage& image, int x, int y) { return vb::FromQColor(QColor(image.pixel(x, y))); }
@@ -46,43 +46,26 @@ TEST_F(PictureBoxTest, ScaleMapsToClientPixels) {
         int mode;
         double scaleLeft, scaleWidth, x, pixelX, y, pixelY;
     };
+    // clang-format off
     const std::vector<Row> rows = {
         {"twips", false, false, [](PictureBox&) {}, 1, 0, 3000, 150, 10, 1500, 100},
         {"twips, border inside Width", false, true, [](PictureBox&) {}, 1, 0, 196 * 15, 15, 1, 30, 2},
-        {"user, origin at the centre", true, false,
-         [](PictureBox& b) {
-             b.SetScaleLeft(-100);
-             b.SetScaleTop(-50);
-         },
+        {"user, origin at the centre", true, false, [](PictureBox& b) { b.SetScaleLeft(-100), b.SetScaleTop(-50); },
          0, -100, 200, 0, 100, 0, 50},
         {"user, 2 units a pixel across, 0.5 down", true, false,
-         [](PictureBox& b) {
-             b.SetScaleWidth(400);
-             b.SetScaleHeight(50);
-         },
-         0, 0, 400, 100, 50, 50, 100},
+         [](PictureBox& b) { b.SetScaleWidth(400), b.SetScaleHeight(50); }, 0, 0, 400, 100, 50, 50, 100},
         {"user keeps units per pixel when the box shrinks", true, false,
-         [](PictureBox& b) {
-             b.SetScaleWidth(400);
-             b.SetWidth(100 * 15);
-         },
-         0, 0, 200, 100, 50, 10, 10},
+         [](PictureBox& b) { b.SetScaleWidth(400), b.SetWidth(100 * 15); }, 0, 0, 200, 100, 50, 10, 10},
         {"zoom change: origin at 0, box halved, then centred", true, false,
          [](PictureBox& b) {
-             b.SetScaleLeft(0);
-             b.SetScaleTop(0);
-             b.Move(0, 0, 100 * 15, 50 * 15);
-             b.SetScaleLeft(-b.ScaleWidth() / 2);
-             b.SetScaleTop(-b.ScaleHeight() / 2);
+             b.SetScaleLeft(0), b.SetScaleTop(0), b.Move(0, 0, 100 * 15, 50 * 15);
+             b.SetScaleLeft(-b.ScaleWidth() / 2), b.SetScaleTop(-b.ScaleHeight() / 2);
          },
          0, -50, 100, 0, 50, 0, 25},
-        {"ScaleMode 3 resets a user scale", true, false,
-         [](PictureBox& b) {
-             b.SetScaleLeft(-77);
-             b.SetScaleMode(3);
-         },
+        {"ScaleMode 3 resets a user scale", true, false, [](PictureBox& b) { b.SetScaleLeft(-77), b.SetScaleMode(3); },
          3, 0, 200, 5, 5, 7, 7},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
         PictureBox* box = Box(0, 0, 200, 100, row.pixelScale, row.border);
@@ -115,51 +98,27 @@ TEST_F(PictureBoxTest, DrawingLandsOnTheRightPixels) {
         uint32_t color;
         std::vector<QPoint> painted, untouched;
     };
+    // clang-format off
     const std::vector<Row> rows = {
-        {"line with both end points",
-         [](PictureBox& b) { b.Line(5, 5, 15, 5, kRed); },
-         kRed,
-         {{5, 5}, {10, 5}, {15, 5}},
-         {{4, 5}, {16, 5}, {10, 4}, {10, 6}}},
+        {"line with both end points", [](PictureBox& b) { b.Line(5, 5, 15, 5, kRed); }, kRed,
+         {{5, 5}, {10, 5}, {15, 5}}, {{4, 5}, {16, 5}, {10, 4}, {10, 6}}},
         {"line of no length", [](PictureBox& b) { b.Line(9, 9, 9, 9, kRed); }, kRed, {{9, 9}}, {{8, 9}, {10, 9}}},
-        {"DrawWidth 3",
-         [](PictureBox& b) {
-             b.DrawWidth = 3;
-             b.Line(5, 10, 25, 10, kRed);
-         },
-         kRed,
-         {{15, 9}, {15, 10}, {15, 11}},
-         {{15, 7}, {15, 13}}},
+        {"DrawWidth 3", [](PictureBox& b) { b.DrawWidth = 3, b.Line(5, 10, 25, 10, kRed); }, kRed,
+         {{15, 9}, {15, 10}, {15, 11}}, {{15, 7}, {15, 13}}},
         {"3 by 3 count mark: an outline round the clicked pixel",
-         [](PictureBox& b) { b.LineBox(10, 10, 12, 12, kGreen, false); },
-         kGreen,
-         {{10, 10}, {11, 10}, {12, 10}, {10, 11}, {12, 11}, {10, 12}, {12, 12}},
-         {{11, 11}, {9, 11}, {13, 11}}},
-        {"box given corner to corner backwards",
-         [](PictureBox& b) { b.LineBox(15, 12, 5, 5, kBlue, false); },
-         kBlue,
-         {{5, 5}, {15, 12}, {5, 8}, {10, 12}},
-         {{10, 8}, {16, 8}, {10, 13}}},
-        {"filled box",
-         [](PictureBox& b) { b.LineBox(5, 5, 15, 12, kBlue, true); },
-         kBlue,
-         {{5, 5}, {10, 8}, {15, 12}},
-         {{16, 8}, {10, 13}}},
-        {"circle",
-         [](PictureBox& b) { b.Circle(20, 15, 8, kRed); },
-         kRed,
-         {{28, 15}, {12, 15}, {20, 7}, {20, 23}},
-         {{20, 15}, {24, 15}, {30, 15}}},
+         [](PictureBox& b) { b.LineBox(10, 10, 12, 12, kGreen, false); }, kGreen,
+         {{10, 10}, {11, 10}, {12, 10}, {10, 11}, {12, 11}, {10, 12}, {12, 12}}, {{11, 11}, {9, 11}, {13, 11}}},
+        {"box given corner to corner backwards", [](PictureBox& b) { b.LineBox(15, 12, 5, 5, kBlue, false); }, kBlue,
+         {{5, 5}, {15, 12}, {5, 8}, {10, 12}}, {{10, 8}, {16, 8}, {10, 13}}},
+        {"filled box", [](PictureBox& b) { b.LineBox(5, 5, 15, 12, kBlue, true); }, kBlue,
+         {{5, 5}, {10, 8}, {15, 12}}, {{16, 8}, {10, 13}}},
+        {"circle", [](PictureBox& b) { b.Circle(20, 15, 8, kRed); }, kRed,
+         {{28, 15}, {12, 15}, {20, 7}, {20, 23}}, {{20, 15}, {24, 15}, {30, 15}}},
         {"centred user scale",
-         [](PictureBox& b) {
-             b.SetScaleLeft(-20);
-             b.SetScaleTop(-15);
-             b.Line(-2, 0, 2, 0, kRed);
-         },
-         kRed,
-         {{18, 15}, {22, 15}},
-         {{17, 15}, {23, 15}, {20, 14}}},
+         [](PictureBox& b) { b.SetScaleLeft(-20), b.SetScaleTop(-15), b.Line(-2, 0, 2, 0, kRed); }, kRed,
+         {{18, 15}, {22, 15}}, {{17, 15}, {23, 15}, {20, 14}}},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
         PictureBox* box = WhiteBox(40, 30);
@@ -169,26 +128,6 @@ TEST_F(PictureBoxTest, DrawingLandsOnTheRightPixels) {
         for (const QPoint& p : row.painted) EXPECT_EQ(At(img, p.x(), p.y()), row.color) << p.x() << "," << p.y();
         for (const QPoint& p : row.untouched) EXPECT_EQ(At(img, p.x(), p.y()), kWhite) << p.x() << "," << p.y();
     }
-}
-
-TEST_F(PictureBoxTest, PaintPictureStretchesWholeOrPartOfTheSource) {
-    QImage checker(2, 2, QImage::Format_RGB32);  // red green / blue white
-    checker.setPixel(0, 0, qRgb(255, 0, 0));
-    checker.setPixel(1, 0, qRgb(0, 255, 0));
-    checker.setPixel(0, 1, qRgb(0, 0, 255));
-    checker.setPixel(1, 1, qRgb(255, 255, 255));
-    PictureBox* box = Box(0, 0, 12, 12);
-    box->SetBackColor(kBlack);
-    box->Cls();
-    box->PaintPicture(checker, 2, 2, 4, 4);
-    box->PaintPicture(checker, 8, 0, 4, 4, 1, 0, 1, 1);  // the green pixel only
-    const QImage img = box->GetImage();
-    const struct {
-        int x, y;
-        uint32_t color;
-    } expect[] = {{2, 2, kRed},   {5, 3, kGreen}, {3, 5, kBlue},   {4, 4, kWhite}, {5, 5, kWhite}, {1, 1, kBlack},
-                  {6, 6, kBlack}, {8, 0, kGreen}, {11, 3, kGreen}, {7, 0, kBlack}, {8, 4, kBlack}};
-    for (const auto& e : expect) EXPECT_EQ(At(img, e.x, e.y), e.color) << e.x << "," << e.y;
 }
 
 TEST_F(PictureBoxTest, ClsShowsBackColorAndPicture) {
@@ -282,12 +221,10 @@ TEST_F(PictureBoxTest, MouseEventsComeInTheScale) {
     } rows[] = {
         {QEvent::MouseButtonPress, {150, 75}, Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier, "down 1 1 50 25"},
         {QEvent::MouseButtonRelease, {0, 0}, Qt::MiddleButton, Qt::NoButton, Qt::AltModifier, "up 4 4 -100 -50"},
-        {QEvent::MouseMove,
-         {199, 99},
-         Qt::NoButton,
-         Qt::LeftButton | Qt::RightButton,
-         Qt::ShiftModifier | Qt::ControlModifier,
-         "move 3 3 99 49"},
+        // clang-format off
+        {QEvent::MouseMove, {199, 99}, Qt::NoButton, Qt::LeftButton | Qt::RightButton,
+         Qt::ShiftModifier | Qt::ControlModifier, "move 3 3 99 49"},
+        // clang-format on
     };
     QWidget* client = box->ClientWidget();
     for (const auto& row : rows) {
@@ -296,14 +233,6 @@ TEST_F(PictureBoxTest, MouseEventsComeInTheScale) {
         QCoreApplication::sendEvent(client, &ev);
         EXPECT_EQ(got, row.expected);
     }
-}
-
-TEST_F(PictureBoxTest, ADisabledBoxLetsThePointerThrough) {
-    PictureBox* under = Box(0, 0, 100, 100);
-    PictureBox* over = Box(20, 20, 10, 10);
-    EXPECT_EQ(form.childAt(25, 25), over->ClientWidget());
-    over->SetEnabled(false);
-    EXPECT_EQ(form.childAt(25, 25), under->ClientWidget());
 }
 
 }  // namespace

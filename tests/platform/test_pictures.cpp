@@ -1,5 +1,6 @@
 #include "Errors.h"
 #include "Pictures.h"
+#include "Sandbox.h"
 
 #include <gtest/gtest.h>
 
@@ -86,22 +87,7 @@ int MaxChannelDiff(const QImage& a, const QImage& b) {
     return worst;
 }
 
-class PictureTest : public ::testing::Test {
-protected:
-    QTemporaryDir dir;
-    void SetUp() override { ASSERT_TRUE(dir.isValid()); }
-
-    QString Put(const QString& name, const QByteArray& bytes) {
-        QFile f(dir.filePath(name));
-        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-        return f.fileName();
-    }
-    static QByteArray Bytes(const QString& path) {
-        QFile f(path);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    }
-};
+using PictureTest = testing_support::TempDirTest;
 
 TEST_F(PictureTest, LoadsOrRefusesFiles) {
     const QImage src = Gradient();
@@ -207,7 +193,7 @@ TEST_F(PictureTest, SavesWhatQtWritesForRgb32) {
                                             << img.format() << (scratch ? " scratch" : ""));
             const QImage rgb = img.convertToFormat(QImage::Format_RGB32);
             ASSERT_EQ(vb::Trap([&] { vb::SavePicture(img, path, scratch); }), 0);
-            EXPECT_TRUE(Bytes(path) == Encode(rgb, "BMP"));
+            EXPECT_TRUE(testing_support::ReadFile(path) == Encode(rgb, "BMP"));
             QImage back;
             ASSERT_EQ(vb::Trap([&] { back = vb::LoadPicture(path); }), 0);
             EXPECT_TRUE(back == rgb);

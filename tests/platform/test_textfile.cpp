@@ -1,6 +1,9 @@
 #include "App.h"
 #include "Errors.h"
 #include "TextFile.h"
+#include "Sandbox.h"
+
+using testing_support::ReadFile;
 
 #include <gtest/gtest.h>
 
@@ -11,25 +14,7 @@
 
 namespace {
 
-class TextFileTest : public ::testing::Test {
-protected:
-    QTemporaryDir dir;
-
-    void SetUp() override { ASSERT_TRUE(dir.isValid()); }
-
-    QString Put(const QString& name, const QByteArray& bytes) {
-        const QString path = dir.filePath(name);
-        QFile f(path);
-        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-        return path;
-    }
-
-    static QByteArray Bytes(const QString& path) {
-        QFile f(path);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
-    }
-};
+using TextFileTest = testing_support::TempDirTest;
 
 TEST(DecodeText, PicksUtf8OrCp932) {
     // text is UTF-8.
@@ -72,11 +57,14 @@ TEST_F(TextFileTest, ReadsLinesEndingInCrLfOrLf) {
     }
 }
 
-TEST_F(TextFileTest, ReadErrors) {
+TEST_F(TextFileTest, ReadErrorsAndFileExists) {
     ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
     EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("missing.txt")); }), vb::ErrFileNotFound);
     EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("nofolder/x.txt")); }), vb::ErrPathNotFound);
     EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("sub")); }), 75);
+    // Only a file exists as one.
+    EXPECT_TRUE(vb::FileExists(Put("empty.txt", "")));
+    for (const char* name : {"b.bmp", "sub", ""}) EXPECT_FALSE(vb::FileExists(*name ? dir.filePath(name) : "")) << name;
 }
 
 TEST_F(TextFileTest, WritesThroughATemporaryFileWithCrLf) {
@@ -85,7 +73,7 @@ TEST_F(TextFileTest, WritesThroughATemporaryFileWithCrLf) {
     ASSERT_TRUE(QFile::link(path, dir.filePath("link.txt")));
     // Through the link: the file it names is replaced with its permissions, the link stays.
     ASSERT_EQ(vb::WriteTextFileSafely(dir.filePath("link.txt"), {"1,2", QString::fromUtf8("テ"), ""}), 0);
-    EXPECT_EQ(Bytes(path), QByteArray("1,2\r\n\xE3\x83\x86\r\n\r\n"));
+    EXPECT_EQ(ReadFile(path), QByteArray("1,2\r\n\xE3\x83\x86\r\n\r\n"));
     EXPECT_EQ(QFile::permissions(path),
               QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadUser | QFile::WriteUser);
     EXPECT_TRUE(QFileInfo(dir.filePath("link.txt")).isSymLink());
@@ -101,16 +89,8 @@ TEST_F(TextFileTest, AppendsLines) {
     const QString path = dir.filePath("Error.Log");
     EXPECT_TRUE(vb::AppendTextLine(path, "first"));
     EXPECT_TRUE(vb::AppendTextLine(path, QString::fromUtf8("二")));
-    EXPECT_EQ(Bytes(path), QByteArray("first\r\n\xE4\xBA\x8C\r\n"));
+    EXPECT_EQ(ReadFile(path), QByteArray("first\r\n\xE4\xBA\x8C\r\n"));
     EXPECT_FALSE(vb::AppendTextLine(dir.filePath("nofolder/Error.Log"), "x"));
-}
-
-TEST_F(TextFileTest, FileExists) {
-    ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
-    EXPECT_TRUE(vb::FileExists(Put("empty.txt", "")));
-    EXPECT_FALSE(vb::FileExists(dir.filePath("b.bmp")));
-    EXPECT_FALSE(vb::FileExists(dir.filePath("sub")));
-    EXPECT_FALSE(vb::FileExists(""));
 }
 
 TEST(AppPaths, JoinsWithoutAddingSeparators) {

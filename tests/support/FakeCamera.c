@@ -51,40 +51,19 @@ struct Control {
     const char* menu[4];  // NULL: an item this camera skips (QUERYMENU says EINVAL)
 };
 // As uvcvideo reports a common webcam, in id order.
+#define ClassFlags (V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY)
 static const struct Control controls[] = {
-    {V4L2_CID_USER_CLASS,
-     Class,
-     "User Controls",
-     0,
-     0,
-     0,
-     0,
-     V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY,
-     {0}},
+    {V4L2_CID_USER_CLASS, Class, "User Controls", 0, 0, 0, 0, ClassFlags, {0}},
     {V4L2_CID_BRIGHTNESS, Int, "Brightness", -64, 64, 1, 0, 0, {0}},
     {V4L2_CID_CONTRAST, Int, "Contrast", 0, 95, 1, 32, 0, {0}},
     {V4L2_CID_SATURATION, Int, "Saturation", 0, 100, 1, 64, 0, {0}},
     {V4L2_CID_AUTO_WHITE_BALANCE, Bool, "White Balance, Automatic", 0, 1, 1, 1, 0, {0}},
     {V4L2_CID_POWER_LINE_FREQUENCY, Menu, "Power Line Frequency", 0, 2, 1, 1, 0, {"Disabled", "50 Hz", "60 Hz"}},
     {V4L2_CID_WHITE_BALANCE_TEMPERATURE, Int, "White Balance Temperature", 2800, 6500, 10, 4600, 0, {0}},
-    {V4L2_CID_CAMERA_CLASS,
-     Class,
-     "Camera Controls",
-     0,
-     0,
-     0,
-     0,
-     V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY,
-     {0}},
-    {V4L2_CID_EXPOSURE_AUTO,
-     Menu,
-     "Auto Exposure",
-     0,
-     3,
-     1,
-     3,
-     0,
-     {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
+    {V4L2_CID_CAMERA_CLASS, Class, "Camera Controls", 0, 0, 0, 0, ClassFlags, {0}},
+    // clang-format off
+    {V4L2_CID_EXPOSURE_AUTO, Menu, "Auto Exposure", 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
+    // clang-format on
     {V4L2_CID_EXPOSURE_ABSOLUTE, Int, "Exposure Time, Absolute", 3, 2047, 1, 250, 0, {0}},
     {V4L2_CID_PRIVACY, Bool, "Privacy", 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
@@ -398,16 +377,6 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
         cap->capabilities = cap->device_caps | V4L2_CAP_META_CAPTURE | V4L2_CAP_DEVICE_CAPS;
         return 0;
     }
-    case VIDIOC_ENUMINPUT: {
-        struct v4l2_input* in = arg;
-        if (in->index != 0) return fail(EINVAL);
-        memset(in, 0, sizeof *in);
-        snprintf((char*)in->name, sizeof in->name, "Camera 1");
-        in->type = V4L2_INPUT_TYPE_CAMERA;
-        return 0;
-    }
-    case VIDIOC_G_INPUT: *(int*)arg = 0; return 0;
-    case VIDIOC_S_INPUT: return *(int*)arg == 0 ? 0 : fail(EINVAL);
     case VIDIOC_ENUM_FMT: {
         struct v4l2_fmtdesc* f = arg;
         const int m = (d->mjpegOnly ? FirstMjpeg : 0) + (int)f->index * FirstMjpeg;
@@ -454,16 +423,6 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
             d->mode = m;
         }
         describe(f, m);
-        return 0;
-    }
-    case VIDIOC_G_PARM:
-    case VIDIOC_S_PARM: {
-        struct v4l2_streamparm* p = arg;
-        if (p->type != V4L2_BUF_TYPE_VIDEO_CAPTURE) return fail(EINVAL);
-        memset(&p->parm.capture, 0, sizeof p->parm.capture);
-        p->parm.capture.capability = V4L2_CAP_TIMEPERFRAME;
-        p->parm.capture.timeperframe.numerator = 1;
-        p->parm.capture.timeperframe.denominator = (uint32_t)modes[d->mode].fps;
         return 0;
     }
     case VIDIOC_QUERYCTRL: return query_control(d, arg);
@@ -640,29 +599,18 @@ int poll(struct pollfd* fds, nfds_t n, int timeout) {
     return r < 0 ? r : mark_vanished(fds, n, r);
 }
 
-static void node_stat(int node, struct stat* st) {
+// A character device of the video4linux major number.
+static int stat_with(const char* name, const char* path, struct stat* st) {
+    const int node = node_of(path);
+    if (node < 0) return ((int (*)(const char*, struct stat*))next(name))(path, st);
+    if (!devices[node].present) return fail(ENOENT);
     memset(st, 0, sizeof *st);
     st->st_mode = S_IFCHR | 0660;
     st->st_rdev = makedev(81, (unsigned)node * 2);
-}
-
-int stat(const char* path, struct stat* st) {
-    REAL(int, stat, const char*, struct stat*);
-    const int node = node_of(path);
-    if (node < 0) return real_stat(path, st);
-    if (!devices[node].present) return fail(ENOENT);
-    node_stat(node, st);
     return 0;
 }
-
-int stat64(const char* path, struct stat64* st) {
-    REAL(int, stat64, const char*, struct stat64*);
-    const int node = node_of(path);
-    if (node < 0) return real_stat64(path, st);
-    if (!devices[node].present) return fail(ENOENT);
-    node_stat(node, (struct stat*)st);
-    return 0;
-}
+int stat(const char* path, struct stat* st) { return stat_with("stat", path, st); }
+int stat64(const char* path, struct stat64* st) { return stat_with("stat64", path, (struct stat*)st); }
 
 // ---- Listing: GStreamer's V4L2 device monitor asks udev for the video4linux devices ----
 
@@ -696,15 +644,14 @@ GList* g_udev_client_query_by_subsystem(GUdevClient* client, const gchar* subsys
     return list;
 }
 
-const gchar* g_udev_device_get_device_file(GUdevDevice* device) {
-    const gchar* (*real)(GUdevDevice*) = (const gchar* (*)(GUdevDevice*))gudev("g_udev_device_get_device_file");
-    return fake_node(device) ? fake_node(device) : real(device);
-}
-
-const gchar* g_udev_device_get_sysfs_path(GUdevDevice* device) {
-    const gchar* (*real)(GUdevDevice*) = (const gchar* (*)(GUdevDevice*))gudev("g_udev_device_get_sysfs_path");
-    return fake_node(device) ? fake_node(device) : real(device);
-}
+// The node stands for its device file and its sysfs path alike.
+#define FAKE_NODE_OR_REAL(symbol)                                                            \
+    const gchar* symbol(GUdevDevice* device) {                                               \
+        const gchar* (*real)(GUdevDevice*) = (const gchar* (*)(GUdevDevice*))gudev(#symbol); \
+        return fake_node(device) ? fake_node(device) : real(device);                         \
+    }
+FAKE_NODE_OR_REAL(g_udev_device_get_device_file)
+FAKE_NODE_OR_REAL(g_udev_device_get_sysfs_path)
 
 const gchar* g_udev_device_get_property(GUdevDevice* device, const gchar* key) {
     const gchar* (*real)(GUdevDevice*, const gchar*) =

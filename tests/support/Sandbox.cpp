@@ -4,10 +4,23 @@
 #include <QFile>
 #include <QRegularExpression>
 #include <gtest/gtest.h>
+#include <algorithm>
+#include <optional>
 
 #include "App.h"
 
 namespace testing_support {
+
+QByteArray ReadFile(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+void WriteFile(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
+    f.write(bytes);
+}
 
 Sandbox::Sandbox(const QString& deployment) : previousPath_(vb::App::Path()) {
     EXPECT_TRUE(dir_.isValid());
@@ -19,20 +32,6 @@ Sandbox::Sandbox(const QString& deployment) : previousPath_(vb::App::Path()) {
 }
 
 Sandbox::~Sandbox() { vb::App::SetPath(previousPath_); }
-
-QByteArray Sandbox::Read(const QString& name) const {
-    QFile f(File(name));
-    if (!f.open(QIODevice::ReadOnly)) return {};
-    return f.readAll();
-}
-
-void Sandbox::Write(const QString& name, const QByteArray& bytes) const {
-    QFile f(File(name));
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    f.write(bytes);
-}
-
-void Sandbox::Remove(const QString& name) const { QFile::remove(File(name)); }
 
 QStringList Sandbox::LogTexts() const {
     QStringList texts;
@@ -49,40 +48,28 @@ QStringList Sandbox::LogTexts() const {
 }
 
 namespace {
-// The line of key in the ini text, or -1.
-int KeyLine(const QList<QByteArray>& lines, const QString& key) {
-    for (int i = 0; i < lines.size(); ++i) {
-        const QByteArray line = lines[i];
+// Sets the line of key in the ini file to value, or removes it when there is none.
+void EditIni(const Sandbox& box, const QString& key, const std::optional<QString>& value) {
+    QList<QByteArray> lines = box.Read(QStringLiteral("Tavix.Ini")).split('\n');
+    const auto at = std::find_if(lines.begin(), lines.end(), [&](const QByteArray& line) {
         const int eq = line.indexOf('=');
-        if (eq > 0 && QString::fromUtf8(line.left(eq)).trimmed().compare(key.trimmed(), Qt::CaseInsensitive) == 0)
-            return i;
-    }
-    return -1;
+        return eq > 0 && QString::fromUtf8(line.left(eq)).trimmed().compare(key.trimmed(), Qt::CaseInsensitive) == 0;
+    });
+    ASSERT_TRUE(at != lines.end()) << "no key " << key.toStdString();
+    if (value)
+        *at = (key.trimmed() + QLatin1Char('=') + *value).toUtf8() + '\r';
+    else
+        lines.erase(at);
+    box.Write(QStringLiteral("Tavix.Ini"), lines.join('\n'));
 }
 }  // namespace
 
-void Sandbox::SetIni(const QString& key, const QString& value) const {
-    QList<QByteArray> lines = Read(QStringLiteral("Tavix.Ini")).split('\n');
-    const int at = KeyLine(lines, key);
-    ASSERT_GE(at, 0) << "no key " << key.toStdString();
-    lines[at] = (key.trimmed() + QLatin1Char('=') + value).toUtf8() + '\r';
-    Write(QStringLiteral("Tavix.Ini"), lines.join('\n'));
-}
+void Sandbox::SetIni(const QString& key, const QString& value) const { EditIni(*this, key, value); }
+void Sandbox::RemoveIni(const QString& key) const { EditIni(*this, key, std::nullopt); }
 
-void Sandbox::RemoveIni(const QString& key) const {
-    QList<QByteArray> lines = Read(QStringLiteral("Tavix.Ini")).split('\n');
-    const int at = KeyLine(lines, key);
-    ASSERT_GE(at, 0) << "no key " << key.toStdString();
-    lines.removeAt(at);
-    Write(QStringLiteral("Tavix.Ini"), lines.join('\n'));
-}
-
-void Sandbox::CopyExecutables() const {
-    const QDir bin(QStringLiteral(TAVIX_BIN_DIR));
-    for (const QString& name : bin.entryList({QStringLiteral("tavix*")}, QDir::Files | QDir::Executable)) {
-        QFile::copy(bin.filePath(name), File(name));
-        QFile::setPermissions(File(name), QFile::permissions(bin.filePath(name)));
-    }
+void Sandbox::UseCamera(const QString& name, const QByteArray& graphLines) const {
+    SetIni(QStringLiteral("CAMERAFILTERNAME"), name);
+    Write(QStringLiteral("Tavix.grf"), "TavixGraph 1\r\ncamera=" + name.toUtf8() + "\r\n" + graphLines);
 }
 
 }  // namespace testing_support
