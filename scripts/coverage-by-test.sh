@@ -12,7 +12,7 @@ out=$dir/by-test
 rm -rf "$out"
 mkdir -p "$out"
 objects=()
-for lib in app camera frame measure platform view; do objects+=("$dir/$lib"); done
+for lib in app camera frame measure platform view; do objects+=("$(pwd)/$dir/$lib"); done
 QT_QPA_PLATFORM=offscreen ctest --test-dir "$dir" -N -E '^window\.' | sed -n 's/^ *Test *#[0-9]*: //p' >"$out/cases"
 n=0
 while read -r name; do
@@ -22,7 +22,7 @@ while read -r name; do
     echo "coverage-by-test.sh: $name failed" >&2
   mapfile -t data < <(find "${objects[@]}" -name '*.gcda')
   # gcov writes one JSON document per object file; only what they cover is kept.
-  (cd "$out" && gcov --json-format --stdout "${data[@]}" 2>/dev/null) |
+  gcov --json-format --stdout "${data[@]}" 2>/dev/null |
     python3 scripts/coverage-by-test.py reach "$(pwd)" >"$out/$n.reach"
   echo "$n $name" >>"$out/index"
 done <"$out/cases"
