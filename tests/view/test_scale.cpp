@@ -9,6 +9,7 @@
 #include "SaveImage.h"
 #include "ScaleOverlay.h"
 #include "StartedMain.h"
+#include "ViewPan.h"
 #include "StillDisplay.h"
 #include "frmScale.h"
 
@@ -64,10 +65,19 @@ struct StillWindow : StartedMain {
 };
 
 TEST(ScaleOnStill, BarKeepsItsMarginsInsideWhatIsShown) {
-    for (const QSize picture : {QSize(200, 160), QSize(3000, 2400)}) {
+    const struct {
+        QSize picture;
+        QPointF pan;  // screen pixels
+    } cases[] = {{{200, 160}, {}}, {{3000, 2400}, {}}, {{3000, 2400}, {400, 300}}};
+    for (const auto& [picture, pan] : cases) {
+        SCOPED_TRACE(pan.x());
         StillWindow w;
         w.f.picTempView->SetPicture(QuarterPicture(picture.width(), picture.height()));
         Zoom(w.f, "x 1.5");
+        tavix::PanBy(w.f, pan.x(), pan.y());
+        // The middle of what is shown, which the pan moved off the picture's centre.
+        const double cx = w.f.Pan.X * 1.5, cy = w.f.Pan.Y * 1.5;
+        ASSERT_EQ(cx > 0, pan.x() > 0);
         const vb::PictureBox& still = *w.f.picStillView;
         // Half of what is shown: the picture, or the view where the picture is larger.
         const double halfW = std::min(still.ScaleWidth(), w.f.picViewArea->ScaleWidth() / kTwips) / 2;
@@ -82,8 +92,8 @@ TEST(ScaleOnStill, BarKeepsItsMarginsInsideWhatIsShown) {
                 tavix::DispImage(w.f, false);
                 const QImage before = still.GetImage();
                 tavix::DrawScale(w.f);
-                const double ax = at.x == 1 ? halfW - 30 : at.x == -1 ? -halfW + 30 + lenX : 0;
-                const double ay = at.y == 1 ? halfH - 30 : at.y == -1 ? -halfH + 30 + lenY : 0;
+                const double ax = cx + (at.x == 1 ? halfW - 30 : at.x == -1 ? -halfW + 30 + lenX : 0);
+                const double ay = cy + (at.y == 1 ? halfH - 30 : at.y == -1 ? -halfH + 30 + lenY : 0);
                 EXPECT_TRUE(w.Bar(ax - lenX / 2, ay) && w.Bar(ax - lenX, ay - 8) && w.Bar(ax - lenX, ay + 8)) << row;
                 EXPECT_TRUE(w.At(ax - lenX - 4, ay) != kBarRgb && w.At(ax + 4, ay) != kBarRgb) << row << ": 60 long";
                 EXPECT_NE(w.At(ax - lenX, ay - 12), kBarRgb) << row << ": tick 16 long";
