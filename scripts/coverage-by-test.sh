@@ -22,7 +22,7 @@ while read -r name; do
     echo "coverage-by-test.sh: $name failed" >&2
   mapfile -t data < <(find "${objects[@]}" -name '*.gcda')
   # gcov writes one JSON document per object file; only what they cover is kept.
-  gcov --json-format --stdout "${data[@]}" 2>/dev/null |
+  gcov --json-format --stdout --branch-probabilities "${data[@]}" 2>/dev/null |
     python3 scripts/coverage-by-test.py reach "$(pwd)" >"$out/$n.reach"
   echo "$n $name" >>"$out/index"
 done <"$out/cases"
