@@ -193,17 +193,6 @@ TEST_F(GraphTest, LoadErrors) {
     EXPECT_EQ(vb::Trap([&] { GraphFileStore().LoadGraphFile(graph, File("none.grf")); }), vb::ErrFileNotFound);
 }
 
-TEST_F(GraphTest, FailedWriteLeavesWhatWasThere) {
-    Load("control.pattern=5\n");
-    QDir(dir.path()).mkdir("in-the-way");
-    Write("in-the-way/kept.txt", "kept");
-    EXPECT_EQ(vb::Trap([&] { GraphFileStore().SaveGraphFile(graph, File("in-the-way")); }), vb::ErrPathFileAccess);
-    EXPECT_EQ(Read("in-the-way/kept.txt"), "kept");
-    EXPECT_EQ(QDir(File("in-the-way")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries).size(), 1);
-    EXPECT_EQ(vb::Trap([&] { GraphFileStore().SaveGraphFile(graph, File("gone/Tavix.grf")); }), vb::ErrPathNotFound);
-    EXPECT_FALSE(QFileInfo::exists(File("gone")));
-}
-
 TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
     Load({});
     graph.SetFaults({.cameraFailsAfter = 5});

@@ -1,7 +1,6 @@
 // frmMeasureConfig and what its OK or Cancel does to the main window and the ini file.
 #include <gtest/gtest.h>
 
-#include <QFontMetrics>
 #include <functional>
 #include <optional>
 #include <tuple>
@@ -169,27 +168,6 @@ TEST(MeasureConfigDecimals, ReformatTheStoredValueAndLeaveCountsAlone) {
         EXPECT_EQ(w.f.grdResult->TextMatrix(1, 2), QLatin1String(shown)) << decimals;
         EXPECT_EQ(w.f.grdResult->TextMatrix(2, 2), QStringLiteral("4 counted")) << decimals;
         EXPECT_EQ(Var().ResultTable[1].Value, 3.14159) << "never rounded";
-    }
-}
-
-TEST(MeasureConfigFont, ANewSizeShowsOnTheValuesOfTheStillAtOnce) {
-    Config w;
-    Var().MeasureValueColor[1] = 0xFF00FF;
-    w.f.grdResult->SetRow(99);  // nothing selected
-    w.Add(Cmd::Distance, 888.888, QString());
-    for (const int index : {0, 8, 3}) {
-        w.Ok([&](frmMeasureConfig& d) { d.cboFontSize->SetListIndex(index); });
-        EXPECT_EQ(w.f.picStillView->FontSize(), Var().MeasureFontSize);
-        // The value's magenta ink, antialiased edges included, is as tall as the text in that font.
-        const QImage canvas = w.f.picStillView->GetImage();
-        QRect ink;
-        for (int y = 0; y < canvas.height(); ++y)
-            for (int x = 0; x < canvas.width(); ++x) {
-                const QRgb p = canvas.pixel(x, y);
-                if (qRed(p) > 0x80 && qBlue(p) > 0x80 && qGreen(p) < 0x40) ink |= QRect(x, y, 1, 1);
-            }
-        const QString text = vb::Format(888.888, w.f.ResultFormat);
-        EXPECT_NEAR(ink.height(), QFontMetrics(w.f.picStillView->Font()).tightBoundingRect(text).height(), 2) << index;
     }
 }
 

@@ -37,19 +37,6 @@ TEST(FormResize, SettingHeightFiresResizeOnceInsideTheCall) {
     }
 }
 
-TEST(FormResize, HandlerThatSizesTheWindowReentersOnce) {
-    Form form("frmResize");
-    form.SetClientSize(9000, 6000);
-    form.show();
-    std::vector<double> heights;
-    form.OnResize = [&] {
-        heights.push_back(form.Height());
-        if (form.Height() < 8100) form.SetHeight(8100);
-    };
-    form.SetHeight(7005);
-    EXPECT_EQ(heights, std::vector<double>({7005, 8100}));
-}
-
 // ---- unloading ----
 
 TEST(FormUnload, CancelKeepsTheWindowAndTheModeTellsWhoClosed) {

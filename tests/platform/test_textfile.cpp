@@ -36,27 +36,6 @@ TEST(DecodeText, PicksUtf8OrCp932) {
     }
 }
 
-TEST_F(TextFileTest, ReadsLinesEndingInCrLfOrLf) {
-    const struct {
-        QByteArray bytes;
-        QStringList lines;
-    } cases[] = {
-        {"", {}},
-        {"a", {"a"}},
-        {"a\nb\r\nc\n", {"a", "b", "c"}},
-        {"\r\n\r\n", {"", ""}},
-        {"a\rb\r\n", {"a\rb"}},
-        {"10,\x83\x65\x83\x58\x83\x67\r\n11,x\r\n", {QString::fromUtf8("10,テスト"), "11,x"}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.bytes.toHex().toStdString());
-        const QString path = Put("lines.txt", c.bytes);
-        QStringList got;
-        EXPECT_EQ(vb::Trap([&] { got = vb::ReadTextLines(path); }), 0);
-        EXPECT_EQ(got, c.lines);
-    }
-}
-
 TEST_F(TextFileTest, ReadErrorsAndFileExists) {
     ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
     EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("missing.txt")); }), vb::ErrFileNotFound);

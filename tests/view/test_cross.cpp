@@ -171,28 +171,6 @@ TEST(CrossLines, AClickPlacesTheLinesUnderThePointerAtEveryZoomAndPan) {
     EXPECT_NE(w.InView(QPoint(0, 0)), QPoint(w.View()->width() / 2, w.View()->height() / 2)) << "the pan moved it";
 }
 
-TEST(CrossLines, AfterAResizeTheLinesSpanTheViewAndKeepTheirPlace) {
-    CrossWindow w(3, 2);
-    frmMain& f = w.f;
-    f.chkCross->SetValue(1);
-    w.Click(QPoint(-40, 30), Qt::LeftButton);
-    w.Click(QPoint(60, -20), Qt::LeftButton);
-    const double width = f.Width(), height = f.Height();
-    for (const double d : {2400.0, -900.0, 0.0}) {
-        double left[2], top[2];
-        for (int k = 0; k < 2; ++k) left[k] = f.picCrossLineV[k]->Left(), top[k] = f.picCrossLineH[k]->Top();
-        f.SetWidth(width + d);
-        f.SetHeight(height + d / 2);
-        QCoreApplication::processEvents();
-        for (int k = 0; k < 2; ++k) {
-            EXPECT_EQ(f.picCrossLineV[k]->Height(), f.picViewArea->ScaleHeight()) << d << ", pair " << k;
-            EXPECT_EQ(f.picCrossLineH[k]->Width(), f.picViewArea->ScaleWidth()) << d << ", pair " << k;
-            EXPECT_TRUE(f.picCrossLineV[k]->Left() == left[k] && f.picCrossLineH[k]->Top() == top[k])
-                << d << ", pair " << k;
-        }
-    }
-}
-
 TEST(CrossLines, ASavedPictureNeverShowsThem) {
     for (const char* zoom : {"x 1.0", "x 2.0"}) {
         CrossWindow w(3);

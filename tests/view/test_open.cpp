@@ -152,40 +152,4 @@ TEST(OpenPicture, FailedFromTheLiveViewBackToLive) {
     EXPECT_TRUE(w.host.Boxes.size() == 1 && w.f.ViewMode == tavix::ViewMode::Live);
 }
 
-TEST(OpenPicture, NoAndCancelChangeNothing) {
-    OpenWindow w;
-    w.Open(w.Picture(QStringLiteral("first.bmp"), 300, 200));
-    const QString second = w.Picture(QStringLiteral("second.bmp"), 60, 40);
-    w.f.ResultCount = 1;
-    w.f.ResultDirty = true;
-
-    w.host.AnswerMsgBox(vb::vbNo);
-    tavix::cmdPicLoad_Click(w.f);  // no file dialog may open
-    ASSERT_EQ(w.host.Boxes.size(), 1u);
-    EXPECT_EQ(w.host.Boxes[0].Prompt, tavix::GST(20020));
-    EXPECT_EQ(w.host.Boxes[0].Title, tavix::GST(11020));
-    EXPECT_EQ(w.host.Boxes[0].Buttons, vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2);
-
-    w.host.AnswerMsgBox(vb::vbYes);
-    w.Open(std::nullopt);
-    EXPECT_EQ(w.f.picTempView->GetPicture().size(), QSize(300, 200));
-    EXPECT_EQ(w.f.ResultCount, 1) << "results go only when a picture came";
-
-    w.host.AnswerMsgBox(vb::vbYes);
-    w.Open(second);
-    EXPECT_EQ(w.f.picTempView->GetPicture().size(), QSize(60, 40));
-    EXPECT_EQ(w.f.ResultCount, 0);
-}
-
-TEST(OpenPicture, FirstPictureOfAStillMeasureRunOpensThePanel) {
-    OpenWindow w(3);
-    EXPECT_FALSE(w.f.cmdPicSave->Enabled());
-    EXPECT_FALSE(w.f.cmdMeasure[0]->Enabled());
-    w.Open(w.Picture(QStringLiteral("p.png"), 40, 30));
-    EXPECT_TRUE(w.f.cmdPicSave->Enabled());
-    EXPECT_TRUE(w.f.cmdMeasure[0]->Enabled());
-    EXPECT_TRUE(w.f.chkScale->Enabled());
-    EXPECT_EQ(w.f.picTempView->GetPicture().size(), QSize(40, 30));
-}
-
 }  // namespace

@@ -325,18 +325,4 @@ TEST(Movie, UnsavedResultsAskFirst) {
     }
 }
 
-TEST(Movie, NoneWithoutACamera) {
-    MovieWindow w(3);
-    w.Open(QuarterPicture(60, 40));
-    w.f.ResultCount = 1;  // opening cleared it
-    w.Comment("kept", "");
-    w.host.AnswerMsgBox(vb::vbOK);
-    w.Save(w.box.File("m.AVI"));
-    w.ExpectBox(20035, 11033);
-    EXPECT_TRUE(w.f.ResultCount == 1 && w.f.CommandMode == tavix::CommandMode::Idle &&
-                w.f.ViewMode == tavix::ViewMode::Still);
-    EXPECT_EQ(w.f.txtComment[0]->Text(), QStringLiteral("kept"));
-    EXPECT_FALSE(QFileInfo::exists(w.box.File("m.txt")));
-}
-
 }  // namespace

@@ -37,66 +37,6 @@ struct StillWindow : testing_support::StartedMain {
     }
 };
 
-TEST(Still, ReducedPictureIsCentredWithItsOriginInTheMiddle) {
-    StillWindow w;
-    w.Show(QuarterPicture(800, 600));
-    Zoom(w.f, "x 0.5");
-    const vb::PictureBox& still = *w.f.picStillView;
-    EXPECT_DOUBLE_EQ(tavix::Var().ZoomFactor, 0.5);
-    EXPECT_DOUBLE_EQ(still.ScaleWidth(), 400);
-    EXPECT_DOUBLE_EQ(still.ScaleHeight(), 300);
-    EXPECT_DOUBLE_EQ(still.ScaleLeft(), -200);
-    EXPECT_DOUBLE_EQ(still.ScaleTop(), -150);
-    EXPECT_DOUBLE_EQ(still.Left(), w.f.picViewArea->ScaleWidth() / 2 - 200 * kTwips);
-    EXPECT_DOUBLE_EQ(still.Top(), w.f.picViewArea->ScaleHeight() / 2 - 150 * kTwips);
-    const int cx = w.ViewW() / 2, cy = w.ViewH() / 2;
-    EXPECT_EQ(w.AtView(cx - 190, cy - 140), kQuarterColors[0]);
-    EXPECT_EQ(w.AtView(cx + 190, cy - 140), kQuarterColors[1]);
-    EXPECT_EQ(w.AtView(cx - 190, cy + 140), kQuarterColors[2]);
-    EXPECT_EQ(w.AtView(cx + 190, cy + 140), kQuarterColors[3]);
-    EXPECT_EQ(w.AtView(cx - 210, cy), 0u) << "nothing beyond the picture's edge";
-}
-
-TEST(Still, LargePictureKeepsItsCentreAtEveryZoomAndTheCanvasStaysBounded) {
-    StillWindow w;
-    w.Show(QuarterPicture(4000, 3000));
-    const int cx = w.ViewW() / 2, cy = w.ViewH() / 2;
-    for (const char* zoom : {"x 0.5", "x 1.0", "x 1.7", "x 2.0"}) {
-        Zoom(w.f, zoom);
-        EXPECT_LT(w.f.picStillView->Left(), 0) << zoom;
-        EXPECT_LE(w.f.picStillView->CanvasRect().width(), w.ViewW()) << zoom;
-        EXPECT_LE(w.f.picStillView->CanvasRect().height(), w.ViewH()) << zoom;
-        EXPECT_EQ(w.AtView(cx - 3, cy - 3), kQuarterColors[0]) << zoom;
-        EXPECT_EQ(w.AtView(cx + 3, cy - 3), kQuarterColors[1]) << zoom;
-        EXPECT_EQ(w.AtView(cx - 3, cy + 3), kQuarterColors[2]) << zoom;
-        EXPECT_EQ(w.AtView(cx + 3, cy + 3), kQuarterColors[3]) << zoom;
-        // Cut at the view's edges: the corners of the view show the outer quarters.
-        EXPECT_EQ(w.AtView(0, 0), kQuarterColors[0]) << zoom;
-        EXPECT_EQ(w.AtView(w.ViewW() - 1, w.ViewH() - 1), kQuarterColors[3]) << zoom;
-    }
-}
-
-TEST(Still, ZoomRescalesStoredPointsAndKeepsValues) {
-    StillWindow w;
-    w.Show(QuarterPicture(400, 300));
-    w.AddResult(10, -4, 7.5);
-    w.AddResult(-3, 6, 1.25);
-    const struct {
-        const char* zoom;
-        double factor;
-    } steps[] = {{"x 2.0", 2}, {"x 0.5", 0.5}, {"x 1.0", 1}};
-    for (const auto& s : steps) {
-        Zoom(w.f, s.zoom);
-        const auto& r1 = tavix::Var().ResultTable[1];
-        const auto& r2 = tavix::Var().ResultTable[2];
-        EXPECT_DOUBLE_EQ(r1.Points[1].X, 10 * s.factor) << s.zoom;
-        EXPECT_DOUBLE_EQ(r1.Points[2].Y, -8 * s.factor) << s.zoom;
-        EXPECT_DOUBLE_EQ(r2.Points[2].X, 3 * s.factor) << s.zoom;
-        EXPECT_EQ(r1.Value, 7.5);
-        EXPECT_EQ(r2.Value, 1.25);
-    }
-}
-
 TEST(Still, SameItemAndTheFirstClickAtZeroDoNothing) {
     StillWindow w;
     w.Show(QuarterPicture(400, 300));
