@@ -32,37 +32,24 @@ launch_until() {
     wait $pid 2>/dev/null
   done
 }
-# Waits for a window of class $1 (a box before the main window) while the program runs.
-wait_box() {
-  wid=""
-  for _ in $(seq 100); do
-    wid=$(xdotool search --onlyvisible --class "$1" 2>/dev/null | head -1)
-    [ -n "$wid" ] && break
+# Prints the first shown window that xdotool search $2... finds other than $wid, looking every
+# 0.1 s at most $1 times while the program runs.
+find_window() {
+  local tries=$1 w=""
+  shift
+  for _ in $(seq "$tries"); do
+    w=$(xdotool search --onlyvisible "$@" 2>/dev/null | grep -vx "$wid" | head -1)
+    [ -n "$w" ] && break
     kill -0 "$pid" 2>/dev/null || break
     sleep 0.1
   done
+  echo "$w"
 }
-# Waits for the window titled $1 while the program runs; sets wid (empty when none came).
-wait_window() {
-  wid=""
-  for _ in $(seq 300); do
-    wid=$(xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -1)
-    [ -n "$wid" ] && break
-    kill -0 "$pid" 2>/dev/null || break
-    sleep 0.1
-  done
-  [ -n "$wid" ] && sleep 0.5
-}
-# A window of the program other than the main one: the modal dialog just opened.
-dialog_of() {
-  local d=""
-  for _ in $(seq 50); do
-    d=$(xdotool search --onlyvisible --class "$1" 2>/dev/null | grep -vx "$wid" | head -1)
-    [ -n "$d" ] && break
-    sleep 0.1
-  done
-  echo "$d"
-}
+# A box of class $1 before the main window; a main window titled $1; both set wid.
+wait_box() { wid="" && wid=$(find_window 100 --class "$1"); }
+wait_window() { wid="" && wid=$(find_window 300 --name "^$1\$") && [ -n "$wid" ] && sleep 0.5; }
+# A window of program $1 other than the main one: the modal dialog just opened.
+dialog_of() { find_window 50 --class "$1"; }
 # Types a path into the file dialog of program $2 that the click before opened; a third
 # argument takes a screenshot of the dialog first.
 answer_dialog() {
@@ -75,10 +62,12 @@ answer_dialog() {
   xdotool key Return
   sleep 0.8
 }
-# Closes the window and checks that the program ends, and ends well.
+# Closes the window and checks that the program ends, and ends with status $2 (0 unless given).
 close_and_wait() {
   [ -n "$wid" ] && "$xclose" "$wid"
-  for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
+  for _ in $(seq 100); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
   kill -0 $pid 2>/dev/null && { fail "$1" "still running"; import -window root "$shots/$1-stuck.png" 2>/dev/null; kill $pid; }
-  wait $pid 2>/dev/null || fail "$1" "exit status $?"
+  wait $pid 2>/dev/null
+  local status=$?
+  [ $status -eq "${2:-0}" ] || fail "$1" "exit status $status"
 }
