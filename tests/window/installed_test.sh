@@ -19,18 +19,12 @@ else
   echo "SKIP lintian: not installed"
 fi
 
-expected_files="./usr/bin/tavix ./usr/bin/tavix-camera-measure ./usr/bin/tavix-still ./usr/bin/tavix-still-measure
-./usr/share/applications/tavix-camera-measure.desktop ./usr/share/applications/tavix-still-measure.desktop
-./usr/share/applications/tavix-still.desktop ./usr/share/applications/tavix.desktop
-./usr/share/doc/tavix/changelog.gz ./usr/share/doc/tavix/copyright
-./usr/share/icons/hicolor/scalable/apps/tavix.svg
-./usr/share/man/man1/tavix-camera-measure.1.gz ./usr/share/man/man1/tavix-still-measure.1.gz
-./usr/share/man/man1/tavix-still.1.gz ./usr/share/man/man1/tavix.1.gz
-./usr/share/tavix/en/Guidance.txt ./usr/share/tavix/en/Proof.txt ./usr/share/tavix/en/StringTable.txt
-./usr/share/tavix/en/Tavix.Ini ./usr/share/tavix/ja/Guidance.txt ./usr/share/tavix/ja/Proof.txt
-./usr/share/tavix/ja/StringTable.txt ./usr/share/tavix/ja/Tavix.Ini"
-files=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort | tr '\n' ' ')
-[ "$files" = "$(echo $expected_files | tr ' ' '\n' | sort | tr '\n' ' ')" ] || fail package "files: $files"
+want=$(printf '%s\n' ./usr/bin/tavix{,-camera-measure,-still,-still-measure} \
+  ./usr/share/applications/tavix{,-camera-measure,-still,-still-measure}.desktop ./usr/share/doc/tavix/{changelog.gz,copyright} \
+  ./usr/share/icons/hicolor/scalable/apps/tavix.svg ./usr/share/man/man1/tavix{,-camera-measure,-still,-still-measure}.1.gz \
+  ./usr/share/tavix/{en,ja}/{Guidance.txt,Proof.txt,StringTable.txt,Tavix.Ini} | sort)
+files=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort)
+[ "$files" = "$want" ] || fail package "files: $(echo $files)"
 
 prefix="$work/root"
 dpkg-deb -x "$deb" "$prefix"
@@ -58,17 +52,14 @@ loaded() { awk '$6 ~ /\.so/ {print $6}' "/proc/$pid/maps" | sort -u >>"$work/loa
 convert -size 320x240 xc:orange "$home/picture.tif"
 chown -R --reference="$home" "$home"
 launch tavix-still-measure Tavix
-if [ -z "$wid" ]; then
-  fail still "no window"; cat "$out"
-else
-  xdotool mousemove --window "$wid" 34 34 click 1        # open
+if [ -z "$wid" ]; then fail still "no window"; else
+  xdotool mousemove --window "$wid" 34 34 click 1 # open
   answer_dialog "$home/picture.tif" tavix-still-measure
-  xdotool mousemove --window "$wid" 94 34 click 1        # save
+  xdotool mousemove --window "$wid" 94 34 click 1 # save
   answer_dialog "$home/saved.jpg" tavix-still-measure
   import -window "$wid" "$shots/installed-still-measure.png" 2>/dev/null
   loaded
-  [ "$(identify -format '%m' "$home/saved.jpg" 2>&1)" = JPEG ] ||
-    fail still "saved picture: $(identify "$home/saved.jpg" 2>&1)"
+  [ "$(identify -format '%m' "$home/saved.jpg" 2>&1)" = JPEG ] || fail still "saved picture: $(identify "$home/saved.jpg" 2>&1)"
 fi
 close_and_wait still
 config="$home/.config/tavix"
@@ -82,7 +73,7 @@ Tavix End" ] || fail still "log: $(cat "$config/Error.Log")"
 
 # The camera variant on the test camera loads the GStreamer plugins.
 launch tavix Tavix
-if [ -z "$wid" ]; then fail camera "no window"; cat "$out"; else sleep 1; loaded; fi
+if [ -z "$wid" ]; then fail camera "no window"; else sleep 1; loaded; fi
 close_and_wait camera
 [ -f "$config/Tavix.grf" ] || fail camera "no graph file in the user folder"
 [ "$(find "$prefix" -printf '%p %s %T@\n' | sort | md5sum)" = "$stamp" ] || fail prefix "written under the prefix"
@@ -102,14 +93,13 @@ used=$(while read -r lib; do
   o=$(awk -v a="$lib" -v b="${lib#/usr}" '$NF == a || $NF == b {sub(/:.*/, "", $1); print $1; exit}' "$work/owners.txt")
   echo "${o:-unowned:$lib}"
 done <"$work/real.txt" | sort -u)
-declared=$(dpkg-deb -f "$deb" Depends | tr ',|' '\n\n' | sed 's/(.*)//; s/ //g; s/:any$//' | sort -u)
-closure=$declared
-frontier=$declared
+# The package names in a Depends field.
+names() { tr ',|' '\n\n' | sed 's/(.*)//; s/ //g; s/:any$//' | grep . | sort -u; }
+declared=$(dpkg-deb -f "$deb" Depends | names)
+closure=$declared frontier=$declared
 while [ -n "$frontier" ]; do
-  next=$(dpkg-query -W -f='${Depends},${Pre-Depends}\n' $frontier 2>/dev/null |
-    tr ',|' '\n\n' | sed 's/(.*)//; s/ //g; s/:any$//' | grep . | sort -u | comm -23 - <(echo "$closure"))
-  closure=$(printf '%s\n%s\n' "$closure" "$next" | grep . | sort -u)
-  frontier=$next
+  frontier=$(dpkg-query -W -f='${Depends},${Pre-Depends}\n' $frontier 2>/dev/null | names | comm -23 - <(echo "$closure"))
+  closure=$(printf '%s\n%s\n' "$closure" "$frontier" | grep . | sort -u)
 done
 missing=$(comm -23 <(echo "$used") <(echo "$closure") | tr '\n' ' ')
 [ -z "$missing" ] || fail package "used but not depended on: $missing"
