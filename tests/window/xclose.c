@@ -4,25 +4,16 @@
 #include <stdlib.h>
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        fprintf(stderr, "usage: xclose WINDOW-ID\n");
+    Display* d = argc == 2 ? XOpenDisplay(NULL) : NULL;
+    if (!d) {
+        fprintf(stderr, "usage: xclose WINDOW-ID (on a display)\n");
         return 2;
     }
-    Display* d = XOpenDisplay(NULL);
-    if (!d) {
-        fprintf(stderr, "xclose: no display\n");
-        return 1;
-    }
     Window w = (Window)strtoul(argv[1], NULL, 0);
-    XEvent e = {0};
-    e.xclient.type = ClientMessage;
-    e.xclient.window = w;
+    XEvent e = {.xclient = {.type = ClientMessage, .window = w, .format = 32}};
     e.xclient.message_type = XInternAtom(d, "WM_PROTOCOLS", False);
-    e.xclient.format = 32;
     e.xclient.data.l[0] = (long)XInternAtom(d, "WM_DELETE_WINDOW", False);
-    e.xclient.data.l[1] = CurrentTime;
     XSendEvent(d, w, False, NoEventMask, &e);
-    XSync(d, False);
-    XCloseDisplay(d);
+    XCloseDisplay(d); /* sends it */
     return 0;
 }
