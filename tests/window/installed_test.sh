@@ -20,8 +20,9 @@ else
 fi
 
 want=$(printf '%s\n' ./usr/bin/tavix{,-camera-measure,-still,-still-measure} \
-  ./usr/share/applications/tavix{,-camera-measure,-still,-still-measure}.desktop ./usr/share/doc/tavix/{changelog.gz,copyright} \
-  ./usr/share/icons/hicolor/scalable/apps/tavix.svg ./usr/share/man/man1/tavix{,-camera-measure,-still,-still-measure}.1.gz \
+  ./usr/share/applications/tavix{,-camera-measure,-still,-still-measure}.desktop \
+  ./usr/share/man/man1/tavix{,-camera-measure,-still,-still-measure}.1.gz \
+  ./usr/share/doc/tavix/{changelog.gz,copyright} ./usr/share/icons/hicolor/scalable/apps/tavix.svg \
   ./usr/share/tavix/{en,ja}/{Guidance.txt,Proof.txt,StringTable.txt,Tavix.Ini} | sort)
 files=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort)
 [ "$files" = "$want" ] || fail package "files: $(echo $files)"
@@ -59,7 +60,8 @@ if [ -z "$wid" ]; then fail still "no window"; else
   answer_dialog "$home/saved.jpg" tavix-still-measure
   import -window "$wid" "$shots/installed-still-measure.png" 2>/dev/null
   loaded
-  [ "$(identify -format '%m' "$home/saved.jpg" 2>&1)" = JPEG ] || fail still "saved picture: $(identify "$home/saved.jpg" 2>&1)"
+  [ "$(identify -format '%m' "$home/saved.jpg" 2>&1)" = JPEG ] ||
+    fail still "saved picture: $(identify "$home/saved.jpg" 2>&1)"
 fi
 close_and_wait still
 config="$home/.config/tavix"
@@ -98,7 +100,8 @@ names() { tr ',|' '\n\n' | sed 's/(.*)//; s/ //g; s/:any$//' | grep . | sort -u;
 declared=$(dpkg-deb -f "$deb" Depends | names)
 closure=$declared frontier=$declared
 while [ -n "$frontier" ]; do
-  frontier=$(dpkg-query -W -f='${Depends},${Pre-Depends}\n' $frontier 2>/dev/null | names | comm -23 - <(echo "$closure"))
+  frontier=$(dpkg-query -W -f='${Depends},${Pre-Depends}\n' $frontier 2>/dev/null | names |
+    comm -23 - <(echo "$closure"))
   closure=$(printf '%s\n%s\n' "$closure" "$frontier" | grep . | sort -u)
 done
 missing=$(comm -23 <(echo "$used") <(echo "$closure") | tr '\n' ' ')

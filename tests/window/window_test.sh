@@ -77,8 +77,7 @@ for program in tavix-camera-measure tavix tavix-still tavix-still-measure; do
     fi
   fi
   close_and_wait "$program"
-  log=$(sed 's/\r$//' "$inst/Error.Log")
-  title=${titles[$program]}
+  log=$(sed 's/\r$//' "$inst/Error.Log") title=${titles[$program]}
   echo "$log" | head -1 | grep -q "^[0-9/]\{10\} [0-9:]\{8\} ${title} Start\.$" || fail "$program" "no start line: $log"
   echo "$log" | tail -1 | grep -q "^[0-9/]\{10\} [0-9:]\{8\} ${title} End$" || fail "$program" "no end line: $log"
   for key in JPEGQTY DEFAULTSCALE MEASURELINECOLOR{1,2,3} MEASUREVALUECOLOR{1,2} CROSSLINENUM CROSSLINECOLOR \
@@ -204,7 +203,8 @@ if up; then
   answer "settings dialog" measure-config Tab Down Return
 fi
 close_and_wait overlay
-[ "$(setting NUMBEROFDECIMALS)" = $((decimals + 1)) ] || fail overlay "decimals $decimals became $(setting NUMBEROFDECIMALS)"
+[ "$(setting NUMBEROFDECIMALS)" = $((decimals + 1)) ] ||
+  fail overlay "decimals $decimals became $(setting NUMBEROFDECIMALS)"
 ok "scale bar live, cross lines placed, a setting changed and kept"
 
 # A broken deployment file: the critical box, then the end, with the settings untouched.

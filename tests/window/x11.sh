@@ -58,9 +58,7 @@ answer_dialog() {
   [ -n "$dialog" ] || { fail "$2" "no file dialog for $1"; return 1; }
   sleep 0.5
   [ -n "${3:-}" ] && import -window "$dialog" "$3" 2>/dev/null
-  xdotool type --delay 20 "$1"
-  xdotool key Return
-  sleep 0.8
+  xdotool type --delay 20 "$1"; xdotool key Return; sleep 0.8
 }
 # Closes the window and checks that the program ends, and ends with status $2 (0 unless given).
 close_and_wait() {
