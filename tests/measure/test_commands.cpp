@@ -19,27 +19,39 @@ using testing_support::QuarterPicture;
 
 namespace {
 
-constexpr int kHidden = -1;
+constexpr int kEnded = -1;  // the guidance hidden: the command has ended
 
 // One click and the state after it.
 struct Step {
-    char button;  // 'L', 'R'; 'Y'/'N': a left click answered Yes/No by a question box; 'B': a refusal box
+    char button;  // 'L', 'R', 'M'; 'Y'/'N': a left click answered Yes/No by a question box; 'B': a refusal box
     double x, y;
-    int mode, points, guidance;
+    int points, guidance;
     const char* lines;    // loaded linMeasure elements
     const char* circles;  // loaded shaMeasure elements
-    int results;
 };
 
 struct CommandCase {
     const char* what;
     int16_t button, twoPointMode, angleMode;
-    int firstGuidance;
-    int backTo;  // up to this many points a right click takes the last one back
+    int mode, firstGuidance;
+    int backTo;   // up to this many points a right click takes the last one back
+    int results;  // listed at the end
     std::vector<Step> steps;
     int32_t boxText = 0, boxTitle = 0;  // of every box the steps meet
     int boxButtons = 0;
 };
+
+// One box as it shows, and the boxes shown since the last look.
+std::string Box(int32_t text, int32_t title, int buttons) {
+    return (tavix::GST(title) + '|' + tavix::GST(text) + '|' + QString::number(buttons) + '\n').toStdString();
+}
+std::string Shown(testing_support::ScriptedDialogHost& host) {
+    std::string boxes;
+    for (const auto& b : host.Boxes)
+        boxes += (b.Title + '|' + b.Prompt + '|' + QString::number(b.Buttons) + '\n').toStdString();
+    host.Boxes.clear();
+    return boxes;
+}
 
 template <class T>
 std::string Loaded(const vb::ControlArray<T>& a) {
@@ -58,7 +70,7 @@ struct MeasureWindow : testing_support::StartedMain {
         tavix::DispImage(f, false);
     }
     int Guidance() const {
-        if (!f.txtComment[0]->Locked()) return kHidden;
+        if (!f.txtComment[0]->Locked()) return kEnded;
         return f.txtComment[0]->Text().mid(1).toInt();
     }
 };
@@ -69,124 +81,85 @@ TEST(MeasureCommand, ClickSequences) {
     constexpr int kAll = 99;
     // clang-format off
     const CommandCase cases[] = {
-        {"distance", 0, 0, 0, 32, kAll, {
-          {'L', 0, 0, 101, 1, 33, "1", "", 0},
-          {'L', 30, 40, 0, 2, kHidden, "", "", 1}}},
-        {"distance to a parallel", 0, 1, 0, 57, kAll, {
-          {'L', 0, 0, 108, 1, 58, "1", "", 0},
-          {'L', 100, 0, 108, 2, 59, "1,2,3", "", 0},
-          {'B', 150, 20, 108, 2, 59, "1,2,3", "", 0},  // foot beyond the base line
-          {'B', -1.5, 30, 108, 2, 59, "1,2,3", "", 0},  // beyond by more than 1 pixel
-          {'L', -0.4, 30, 0, 3, kHidden, "", "", 1}},  // within 1 pixel the foot still counts as between
+        {"distance", 0, 0, 0, 101, 32, kAll, 1, {{'L', 0, 0, 1, 33, "1", ""}, {'L', 30, 40, 2, kEnded, "", ""}}},
+        {"distance to a parallel", 0, 1, 0, 108, 57, kAll, 1, {
+          {'L', 0, 0, 1, 58, "1", ""}, {'L', 100, 0, 2, 59, "1,2,3", ""},
+          {'B', 150, 20, 2, 59, "1,2,3", ""},  // foot beyond the base line
+          {'B', -1.5, 30, 2, 59, "1,2,3", ""},  // beyond by more than 1 pixel
+          {'L', -0.4, 30, 3, kEnded, "", ""}},  // within 1 pixel the foot still counts as between
          20134, 11134, vb::vbOKOnly | vb::vbCritical},
-        {"circle", 1, 0, 0, 34, kAll, {
-          {'L', 0, 0, 102, 1, 35, "", "", 0},
-          {'L', 10, 10, 102, 2, 36, "", "1", 0},
-          {'L', 20, 0, 0, 3, kHidden, "", "", 1}}},
-        {"two circles", 2, 0, 0, 37, kAll, {
-          {'L', 0, 10, 103, 1, 38, "", "", 0},
-          {'L', 10, 0, 103, 2, 39, "", "1", 0},
-          {'L', 0, -10, 103, 3, 40, "", "1", 0},
-          {'L', 50, 10, 103, 4, 41, "", "1", 0},
-          {'L', 60, 0, 103, 5, 42, "", "1,2", 0},
-          {'L', 50, -10, 0, 6, kHidden, "", "", 3}}},
-        {"perpendicular", 3, 0, 0, 43, 2, {
-          {'L', -100, 0, 104, 1, 44, "1", "", 0},
-          {'L', 100, 0, 104, 2, 45, "1", "", 0},  // back from here, line 1 stays: its end follows the pointer
-          {'L', 0, 30, 104, 3, 46, "1,2", "", 0},
-          {'L', 20, -40, 104, 4, 46, "1,2,3", "", 0},
-          {'L', 50, 10, 104, 5, 46, "1,2,3,4", "", 0},
-          {'R', 0, 0, 0, 5, kHidden, "", "", 3}}},
-        {"area", 4, 0, 0, 50, kAll, {
-          {'L', 0, 0, 105, 1, 51, "1", "", 0},
-          {'L', 100, 0, 105, 2, 51, "1,2", "", 0},
-          {'L', 0.5, 1, 105, 3, 51, "1,2,3", "", 0},  // the third corner near the first does not ask
-          {'R', 0, 0, 105, 2, 51, "1,2", "", 0},
-          {'L', 100, 100, 105, 3, 51, "1,2,3", "", 0},
-          {'N', 2.9, 0, 105, 3, 51, "1,2,3", "", 0},
-          {'L', 0, 3.0, 105, 4, 51, "1,2,3,4", "", 0},
-          {'Y', 0, 2, 0, 4, kHidden, "", "", 1}},
+        {"circle", 1, 0, 0, 102, 34, kAll, 1, {
+          {'M', 5, 5, 0, 34, "", ""},  // a middle button does nothing
+          {'L', 0, 0, 1, 35, "", ""}, {'L', 10, 10, 2, 36, "", "1"}, {'L', 20, 0, 3, kEnded, "", ""}}},
+        {"two circles", 2, 0, 0, 103, 37, kAll, 3, {
+          {'L', 0, 10, 1, 38, "", ""}, {'L', 10, 0, 2, 39, "", "1"}, {'L', 0, -10, 3, 40, "", "1"},
+          {'L', 50, 10, 4, 41, "", "1"}, {'L', 60, 0, 5, 42, "", "1,2"}, {'L', 50, -10, 6, kEnded, "", ""}}},
+        {"perpendicular", 3, 0, 0, 104, 43, 2, 3, {
+          {'L', -100, 0, 1, 44, "1", ""},
+          {'L', 100, 0, 2, 45, "1", ""},  // back from here, line 1 stays: its end follows the pointer
+          {'L', 0, 30, 3, 46, "1,2", ""}, {'L', 20, -40, 4, 46, "1,2,3", ""}, {'L', 50, 10, 5, 46, "1,2,3,4", ""},
+          {'R', 0, 0, 5, kEnded, "", ""}}},
+        {"area", 4, 0, 0, 105, 50, kAll, 1, {
+          {'L', 0, 0, 1, 51, "1", ""}, {'L', 100, 0, 2, 51, "1,2", ""},
+          {'L', 0.5, 1, 3, 51, "1,2,3", ""},  // the third corner near the first does not ask
+          {'R', 0, 0, 2, 51, "1,2", ""}, {'L', 100, 100, 3, 51, "1,2,3", ""}, {'N', 2.9, 0, 3, 51, "1,2,3", ""},
+          {'L', 0, 3.0, 4, 51, "1,2,3,4", ""}, {'Y', 0, 2, 4, kEnded, "", ""}},
          20120, 11120, vb::vbYesNo | vb::vbQuestion},
-        {"angle by three points", 5, 0, 0, 47, kAll, {
-          {'L', 50, 0, 106, 1, 48, "1", "", 0},
-          {'L', 0, 0, 106, 2, 49, "1,2", "", 0},
-          {'L', 0, 50, 0, 3, kHidden, "", "", 1}}},
-        {"angle by two lines", 5, 0, 1, 52, kAll, {
-          {'L', -50, 0, 107, 1, 53, "1", "", 0},
-          {'L', 50, 0, 107, 2, 54, "1", "", 0},
-          {'L', 0, -50, 107, 3, 55, "1,2", "", 0},
-          {'L', 0, 50, 107, 4, 56, "1,2", "", 0},
-          {'L', 10, 10, 0, 5, kHidden, "", "", 1}}},
-        {"count", 6, 0, 0, 30, 0, {
-          {'L', 0, 0, 100, 1, 31, "", "", 0},
-          {'L', 10, 0, 100, 2, 31, "", "", 0},
-          {'R', 0, 0, 0, 2, kHidden, "", "", 1}}},
+        {"angle by three points", 5, 0, 0, 106, 47, kAll, 1, {
+          {'L', 50, 0, 1, 48, "1", ""}, {'L', 0, 0, 2, 49, "1,2", ""}, {'L', 0, 50, 3, kEnded, "", ""}}},
+        {"angle by two lines", 5, 0, 1, 107, 52, kAll, 1, {
+          {'L', -50, 0, 1, 53, "1", ""}, {'L', 50, 0, 2, 54, "1", ""}, {'L', 0, -50, 3, 55, "1,2", ""},
+          {'L', 0, 50, 4, 56, "1,2", ""}, {'L', 10, 10, 5, kEnded, "", ""}}},
+        {"circle ended at once", 1, 0, 0, 102, 34, 0, 0, {{'R', 0, 0, 0, kEnded, "", ""}}},
+        {"count", 6, 0, 0, 100, 30, 0, 1, {
+          {'L', 0, 0, 1, 31, "", ""}, {'L', 10, 0, 2, 31, "", ""}, {'R', 0, 0, 2, kEnded, "", ""}}},
     };
     // clang-format on
     for (const CommandCase& c : cases) {
+        SCOPED_TRACE(c.what);
         MeasureWindow w;
         frmMain& f = w.f;
         tavix::Var().TwoPointCommandMode = c.twoPointMode;
         tavix::Var().AngleCommandMode = c.angleMode;
+        // Neither a click outside a command nor a button beyond the seven starts anything.
+        tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
+        tavix::cmdMeasure_Click(f, 7);
+        EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
         tavix::cmdMeasure_Click(f, c.button);
-        EXPECT_EQ(w.Guidance(), c.firstGuidance) << c.what;
-        EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), 0x0080FFFFu) << c.what;
-        EXPECT_FALSE(f.cmdPicLoad->Enabled()) << c.what;
-        EXPECT_FALSE(f.chkScale->Enabled()) << c.what;
+        // The running command's button lit, the rest of the measure area locked.
+        const auto area = [&] { return std::tuple(f.cmdMeasure[c.button]->BackColor(), f.cmdPicLoad->Enabled()); };
+        EXPECT_EQ(std::tuple(w.Guidance(), area(), f.chkScale->Enabled()),
+                  std::tuple(c.firstGuidance, std::tuple(0x0080FFFFu, false), false));
         const auto state = [&] {
             return std::tuple(int(f.CommandMode), int(f.WorkPoints.size()) - 1, w.Guidance(), Loaded(f.linMeasure),
                               Loaded(f.shaMeasure), int(f.ResultCount));
         };
-        const auto press = [&](int16_t button, double x, double y, size_t boxes, const std::string& at) {
-            const size_t before = w.host.Boxes.size();
+        const auto press = [&](int16_t button, double x, double y, bool box, const std::string& at) {
+            w.host.Boxes.clear();
             tavix::picStillView_MouseUp(f, button, 0, static_cast<float>(x), static_cast<float>(y));
-            EXPECT_EQ(w.host.Boxes.size(), before + boxes) << at;
-            if (boxes == 0) return;
-            const auto& box = w.host.Boxes.back();
-            EXPECT_EQ(std::tuple(box.Prompt, box.Title, box.Buttons),
-                      std::tuple(tavix::GST(c.boxText), tavix::GST(c.boxTitle), c.boxButtons))
-                << at;
+            EXPECT_EQ(Shown(w.host), box ? Box(c.boxText, c.boxTitle, c.boxButtons) : "") << at;
         };
         auto previous = state();
         int i = 0;
         for (const Step& s : c.steps) {
-            const std::string at = std::string(c.what) + " step " + std::to_string(++i);
+            const std::string at = "step " + std::to_string(++i);
             if (s.button == 'Y' || s.button == 'N') w.host.AnswerMsgBox(s.button == 'Y' ? vb::vbYes : vb::vbNo);
             if (s.button == 'B') w.host.AnswerMsgBox(vb::vbOK);
-            const bool plain = s.button == 'L' || s.button == 'R';
-            press(s.button == 'R' ? 2 : 1, s.x, s.y, plain ? 0 : 1, at);
-            const auto expected =
-                std::tuple(s.mode, s.points, s.guidance, std::string(s.lines), std::string(s.circles), s.results);
+            press(s.button == 'R' ? 2 : s.button == 'M' ? 4 : 1, s.x, s.y, !strchr("LRM", s.button), at);
+            const bool ended = s.guidance == kEnded;
+            const auto expected = std::tuple(ended ? 0 : c.mode, s.points, s.guidance, std::string(s.lines),
+                                             std::string(s.circles), ended ? c.results : 0);
             EXPECT_EQ(state(), expected) << at;
-            if (s.button == 'L' && s.mode != 0 && s.points <= c.backTo) {
-                press(2, 0, 0, 0, at + " back");
+            if (s.button == 'L' && !ended && s.points <= c.backTo) {
+                press(2, 0, 0, false, at + " back");
                 EXPECT_EQ(state(), previous) << at << " back";
-                press(1, s.x, s.y, 0, at + " again");
+                press(1, s.x, s.y, false, at + " again");
                 EXPECT_EQ(state(), expected) << at << " again";
             }
             previous = state();
         }
-        EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), vb::vbButtonFace) << c.what;
-        EXPECT_TRUE(f.cmdPicLoad->Enabled()) << c.what;
-        EXPECT_TRUE(f.chkScale->Enabled()) << c.what;
+        EXPECT_EQ(std::tuple(area(), f.chkScale->Enabled()), std::tuple(std::tuple(vb::vbButtonFace, true), true));
     }
-}
-
-TEST(MeasureCommand, NothingHappensOutsideACommandOrWithOtherButtons) {
-    MeasureWindow w;
-    frmMain& f = w.f;
-    tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
-    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
-    tavix::cmdMeasure_Click(f, 1);
-    tavix::picStillView_MouseUp(f, 4, 0, 0, 0);
-    EXPECT_EQ(f.WorkPoints.size(), 1u);
-    tavix::cmdMeasure_Click(f, 7);  // no such button
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Circle);
-    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);  // right at once: the end, no result
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
-    EXPECT_EQ(f.ResultCount, 0);
-    EXPECT_EQ(f.cmdMeasure[1]->BackColor(), vb::vbButtonFace);
 }
 
 TEST(MeasureCommand, TheHundredthCountEndsByItself) {
@@ -196,53 +169,44 @@ TEST(MeasureCommand, TheHundredthCountEndsByItself) {
     for (int i = 0; i < 99; ++i) tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(i - 50), 0);
     EXPECT_EQ(f.CommandMode, tavix::CommandMode::Count);
     // Each click leaves its mark on the still in the colour of the running command.
-    const QImage still = f.picStillView->GetImage();
     const QRect r = f.picStillView->CanvasRect();
-    EXPECT_EQ(still.pixel(r.width() / 2 + 48, r.height() / 2 + 2) & 0xFFFFFF,
+    EXPECT_EQ(f.picStillView->GetImage().pixel(r.width() / 2 + 48, r.height() / 2 + 2) & 0xFFFFFF,
               vb::ToQColor(tavix::Var().MeasureLineColor[3]).rgb() & 0xFFFFFF);
     tavix::picStillView_MouseUp(f, 1, 0, 60, 10);
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
-    ASSERT_EQ(f.ResultCount, 1);
-    EXPECT_EQ(tavix::Var().ResultTable[1].Value, 100);
+    EXPECT_EQ(std::tuple(f.CommandMode, f.ResultCount, tavix::Var().ResultTable[1].Value),
+              std::tuple(tavix::CommandMode::Idle, int16_t(1), 100.0));
 }
 
 TEST(MeasureCommand, AFullResultListRefusesWhatCannotFit) {
+    const std::string full = Box(20141, 11141, vb::vbOKOnly | vb::vbExclamation);
     const struct {
         int16_t listed, button;
         bool starts;
-    } cases[] = {
-        {98, 0, true}, {99, 0, false}, {96, 2, true}, {97, 2, false}, {98, 3, true}, {99, 6, false},
-    };
+    } cases[] = {{98, 0, true}, {99, 0, false}, {96, 2, true}, {97, 2, false}, {98, 3, true}, {99, 6, false}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.listed << " listed, button " << c.button);
         MeasureWindow w;
         frmMain& f = w.f;
         f.ResultCount = c.listed;
         if (!c.starts) w.host.AnswerMsgBox(vb::vbOK);
         tavix::cmdMeasure_Click(f, c.button);
-        EXPECT_EQ(f.CommandMode != tavix::CommandMode::Idle, c.starts) << c.listed << " listed, button " << c.button;
-        if (c.starts) continue;
-        ASSERT_EQ(w.host.Boxes.size(), 1u);
-        EXPECT_EQ(w.host.Boxes[0].Prompt, tavix::GST(20141));
-        EXPECT_EQ(w.host.Boxes[0].Title, tavix::GST(11141));
-        EXPECT_EQ(w.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbExclamation);
-        EXPECT_TRUE(f.cmdPicLoad->Enabled());
-        EXPECT_FALSE(f.txtComment[0]->Locked());
+        EXPECT_EQ(std::tuple(f.CommandMode != tavix::CommandMode::Idle, Shown(w.host)),
+                  std::tuple(c.starts, c.starts ? "" : full));
+        EXPECT_EQ(std::tuple(f.cmdPicLoad->Enabled(), f.txtComment[0]->Locked()), std::tuple(!c.starts, c.starts));
     }
     // A running perpendicular drops the point that would pass row 99 and goes on.
     MeasureWindow w;
     frmMain& f = w.f;
     f.ResultCount = 97;
     tavix::cmdMeasure_Click(f, 3);
-    for (const auto& p : {std::pair{-100.0, 0.0}, std::pair{100.0, 0.0}, std::pair{0.0, 10.0}, std::pair{0.0, 20.0}})
-        tavix::picStillView_MouseUp(f, 1, 0, p.first, p.second);
+    for (const auto& [x, y] : {std::pair{-100.0f, 0.0f}, {100.0f, 0.0f}, {0.0f, 10.0f}, {0.0f, 20.0f}})
+        tavix::picStillView_MouseUp(f, 1, 0, x, y);
     w.host.AnswerMsgBox(vb::vbOK);
     tavix::picStillView_MouseUp(f, 1, 0, 0, 30);
-    EXPECT_EQ(w.host.Boxes.size(), 1u);
-    EXPECT_EQ(f.WorkPoints.size(), 5u);
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Perpendicular);
+    EXPECT_EQ(std::tuple(Shown(w.host), f.WorkPoints.size(), f.CommandMode),
+              std::tuple(full, size_t(5), tavix::CommandMode::Perpendicular));
     tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
-    EXPECT_EQ(f.ResultCount, 99);
-    EXPECT_EQ(f.grdResult->TextMatrix(99, 0), QStringLiteral("99"));
+    EXPECT_EQ(std::tuple(f.ResultCount, f.grdResult->TextMatrix(99, 0)), std::tuple(int16_t(99), QStringLiteral("99")));
 }
 
 // ---- What follows the pointer between clicks ----
@@ -254,7 +218,8 @@ struct LineAt {
 
 struct MoveCase {
     const char* what;
-    std::function<void(frmMain&)> start;
+    int16_t button;     // -1: the calibration
+    int16_t otherMode;  // the parallel or the angle by two lines
     std::vector<std::pair<double, double>> clicks;
     std::pair<double, double> move;
     std::vector<LineAt> lines;
@@ -264,56 +229,46 @@ struct MoveCase {
 };
 
 TEST(PointerFeedback, OverlayItemsAfterAMove) {
-    auto measure = [](int16_t button) { return [button](frmMain& f) { tavix::cmdMeasure_Click(f, button); }; };
-    const auto parallel = [](frmMain& f) {
-        tavix::Var().TwoPointCommandMode = 1;
-        tavix::cmdMeasure_Click(f, 0);
-    };
-    const auto twoLines = [](frmMain& f) {
-        tavix::Var().AngleCommandMode = 1;
-        tavix::cmdMeasure_Click(f, 5);
-    };
     // clang-format off
     const MoveCase cases[] = {
-        {"distance: the free end", measure(0), {{0, 0}}, {30, 40}, {{1, 0, 0, 30, 40}}},
-        {"perpendicular after the base line: nothing moves", measure(3), {{0, 0}, {50, 0}}, {30, 40}, {{1, 0, 0, 50, 0}}},
-        {"circle: hidden with the pointer on the line, back through it", measure(1), {{-10, 0}, {10, 0}}, {0, 10}, {}, 1, true, QRectF(-10, -10, 20, 20)},
-        {"circle with the pointer on their line is hidden", measure(1), {{-10, 0}, {10, 0}}, {20, 0}, {}, 1, false},
-        {"two circles: the first stands still after its third point", measure(2), {{-10, 0}, {10, 0}, {0, 10}}, {0, 30}, {}, 1, false},
-        {"angle by two lines with two points: nothing moves", twoLines, {{0, 0}, {40, 0}}, {5, 5}, {{1, 0, 0, 40, 0}}},
-        {"angle by two lines: the second line", twoLines, {{0, 0}, {40, 0}, {10, 10}}, {20, 30}, {{1, 0, 0, 40, 0}, {2, 10, 10, 20, 30}}},
-        {"area: the last line", measure(4), {{0, 0}, {40, 0}}, {40, 40}, {{1, 0, 0, 40, 0}, {2, 40, 0, 40, 40}}},
-        {"parallel through the pointer", parallel, {{0, 0}, {100, 0}}, {50, 20}, {{2, 0, 20, 100, 20}, {3, 50, 20, 50, 0}}},
-        {"parallel with the pointer on the base line", parallel, {{0, 0}, {100, 0}}, {130, 0}, {{2, 0, 0, 100, 0}, {3, 130, 0, 130, 0}}},
-        {"count: nothing follows", measure(6), {{0, 0}}, {20, 20}, {}},
-        {"calibration: the free end", [](frmMain& f) { tavix::cmdProofConfig_Click(f); }, {{5, 5}}, {-20, 7}, {{1, 5, 5, -20, 7}}},
+        {"distance: the free end", 0, 0, {{0, 0}}, {30, 40}, {{1, 0, 0, 30, 40}}},
+        {"perpendicular after the base line: nothing moves", 3, 0, {{0, 0}, {50, 0}}, {30, 40}, {{1, 0, 0, 50, 0}}},
+        {"circle: hidden with the pointer on the line, back through it", 1, 0, {{-10, 0}, {10, 0}}, {0, 10}, {}, 1, true, QRectF(-10, -10, 20, 20)},
+        {"circle with the pointer on their line is hidden", 1, 0, {{-10, 0}, {10, 0}}, {20, 0}, {}, 1, false},
+        {"two circles: the first stands still after its third point", 2, 0, {{-10, 0}, {10, 0}, {0, 10}}, {0, 30}, {}, 1, false},
+        {"angle by two lines with two points: nothing moves", 5, 1, {{0, 0}, {40, 0}}, {5, 5}, {{1, 0, 0, 40, 0}}},
+        {"angle by two lines: the second line", 5, 1, {{0, 0}, {40, 0}, {10, 10}}, {20, 30}, {{1, 0, 0, 40, 0}, {2, 10, 10, 20, 30}}},
+        {"area: the last line", 4, 0, {{0, 0}, {40, 0}}, {40, 40}, {{1, 0, 0, 40, 0}, {2, 40, 0, 40, 40}}},
+        {"parallel through the pointer", 0, 1, {{0, 0}, {100, 0}}, {50, 20}, {{2, 0, 20, 100, 20}, {3, 50, 20, 50, 0}}},
+        {"parallel with the pointer on the base line", 0, 1, {{0, 0}, {100, 0}}, {130, 0}, {{2, 0, 0, 100, 0}, {3, 130, 0, 130, 0}}},
+        {"count: nothing follows", 6, 0, {{0, 0}}, {20, 20}, {}},
+        {"calibration: the free end", -1, 0, {{5, 5}}, {-20, 7}, {{1, 5, 5, -20, 7}}},
     };
     // clang-format on
     for (const MoveCase& c : cases) {
+        SCOPED_TRACE(c.what);
         MeasureWindow w;
         frmMain& f = w.f;
-        c.start(f);
+        tavix::Var().TwoPointCommandMode = tavix::Var().AngleCommandMode = c.otherMode;
+        c.button < 0 ? tavix::cmdProofConfig_Click(f) : tavix::cmdMeasure_Click(f, c.button);
         for (const auto& [x, y] : c.clicks)
             tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(x), static_cast<float>(y));
         const qint64 canvas = f.picStillView->GetImage().cacheKey();
         // With or without a button held, the same; (3, 0) lies on the line of the circles' first points.
         tavix::picStillView_MouseMove(f, 1, 0, 3, 0);
         tavix::picStillView_MouseMove(f, 0, 0, static_cast<float>(c.move.first), static_cast<float>(c.move.second));
-        EXPECT_EQ(f.picStillView->GetImage().cacheKey(), canvas) << c.what << ": the still is not repainted";
+        EXPECT_EQ(f.picStillView->GetImage().cacheKey(), canvas) << "the still is not repainted";
         for (const LineAt& l : c.lines) {
             const vb::LineControl* line = f.linMeasure[l.k];
-            EXPECT_EQ(QLineF(line->X1(), line->Y1(), line->X2(), line->Y2()), QLineF(l.x1, l.y1, l.x2, l.y2))
-                << c.what << ", line " << l.k;
+            EXPECT_EQ(QLineF(line->X1(), line->Y1(), line->X2(), line->Y2()), QLineF(l.x1, l.y1, l.x2, l.y2)) << l.k;
         }
-        if (c.lines.empty() && c.circle == 0) {
-            EXPECT_EQ(Loaded(f.linMeasure) + Loaded(f.shaMeasure), "") << c.what;
-        }
+        const bool none = c.lines.empty() && c.circle == 0;
+        EXPECT_TRUE(!none || Loaded(f.linMeasure) + Loaded(f.shaMeasure) == "") << "nothing drawn";
         if (c.circle == 0) continue;
         const vb::Shape* shape = f.shaMeasure[c.circle];
-        EXPECT_EQ(shape->Visible(), c.circleVisible) << c.what;
-        if (c.circleVisible) {
-            EXPECT_EQ(QRectF(shape->Left(), shape->Top(), shape->Width(), shape->Height()), c.circleBox) << c.what;
-        }
+        const QRectF box(shape->Left(), shape->Top(), shape->Width(), shape->Height());
+        EXPECT_EQ(std::tuple(shape->Visible(), c.circleVisible ? box : QRectF()),
+                  std::tuple(c.circleVisible, c.circleBox));
     }
 }
 
@@ -348,14 +303,11 @@ TEST(MeasureFlow, DistanceByMouseEndsInTheGridRow) {
     Click(still, centre + QPoint(0, 0), Qt::RightButton);  // takes the first point back
     Click(still, centre + QPoint(-60, -40), Qt::LeftButton);
     Click(still, centre + QPoint(60, 120), Qt::LeftButton);  // 200 pixels away
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
-    ASSERT_EQ(f.ResultCount, 1);
-    EXPECT_EQ(f.grdResult->TextMatrix(1, 0), QStringLiteral("1"));
-    EXPECT_EQ(f.grdResult->TextMatrix(1, 1), tavix::GST(11132));
-    EXPECT_EQ(f.grdResult->TextMatrix(1, 2), vb::Format(100.0, f.ResultFormat));
-    EXPECT_EQ(f.grdResult->TextMatrix(1, 3), QStringLiteral("mm"));
-    EXPECT_TRUE(f.ResultDirty);
-    EXPECT_TRUE(s.host.Boxes.empty());
+    EXPECT_EQ(std::tuple(f.CommandMode, f.ResultCount, f.ResultDirty, s.host.Boxes.size()),
+              std::tuple(tavix::CommandMode::Idle, int16_t(1), true, size_t(0)));
+    QStringList row;
+    for (int col = 0; col < 4; ++col) row << f.grdResult->TextMatrix(1, col);
+    EXPECT_EQ(row, QStringList({"1", tavix::GST(11132), vb::Format(100.0, f.ResultFormat), "mm"}));
 }
 
 }  // namespace

@@ -81,18 +81,21 @@ struct Config : testing_support::StartedMain {
 };
 
 TEST(MeasureConfigDialog, OpensWithTheSettings) {
-    struct Case {
+    // shown: which option is on in the cross lines, the angle and the two-point command, then the
+    // decimals and the font size; a size not in the list shows the first.
+    const struct {
         int16_t crossLineNum, decimals, fontSize, angleMode, twoPointMode;
-        const char* fontShown;  // a size not in the list shows the first
-    };
-    for (const Case c : {Case{1, 0, 10, 0, 0, "10"}, Case{2, 8, 20, 1, 1, "20"}, Case{1, 3, 13, 1, 0, "8"}}) {
+        const char* shown;
+    } cases[] = {
+        {1, 0, 10, 0, 0, "10 10 10 0 10"}, {2, 8, 20, 1, 1, "01 01 01 8 20"}, {1, 3, 13, 1, 0, "10 01 10 3 8"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.shown);
         Config w{c.decimals == 8 ? QStringLiteral("en") : QStringLiteral("ja")};
         tavix::VariableDefinition& v = Var();
         std::tie(v.CrossLineNum, v.NumberOfDecimals, v.MeasureFontSize, v.AngleCommandMode, v.TwoPointCommandMode) =
             std::tie(c.crossLineNum, c.decimals, c.fontSize, c.angleMode, c.twoPointMode);
         for (int i = 1; i <= 3; ++i) v.MeasureLineColor[i] = 0x010101u * i;
         v.ScaleColor = 0x80000005;
-        const Settings before = Settings::Now();
         w.Open(
             [&](frmMeasureConfig& d) {
                 // Captions come from the string table, but for the digits of the count and the shared buttons.
@@ -104,91 +107,88 @@ TEST(MeasureConfigDialog, OpensWithTheSettings) {
                     EXPECT_TRUE(fixed || control->Caption().isEmpty() || texts.contains(control->Caption()))
                         << control->Name().toStdString();
                 }
-                for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), before.colors[i]) << i;
-                EXPECT_TRUE(d.optCrossLineNum[c.crossLineNum - 1]->Value() &&
-                            !d.optCrossLineNum[2 - c.crossLineNum]->Value());
-                EXPECT_TRUE(d.optAngleCommand[c.angleMode]->Value() && !d.optAngleCommand[1 - c.angleMode]->Value());
-                EXPECT_TRUE(d.opt2PointCommand[c.twoPointMode]->Value() &&
-                            !d.opt2PointCommand[1 - c.twoPointMode]->Value());
-                EXPECT_EQ(d.cboDec->Text() + u' ' + d.cboFontSize->Text(),
-                          QString::number(c.decimals) + u' ' + c.fontShown);
+                for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), Settings::Now().colors[i]) << i;
+                QString shown;
+                for (const auto& options : {d.optCrossLineNum, d.optAngleCommand, d.opt2PointCommand})
+                    shown += QString::number(options[0]->Value()) + QString::number(options[1]->Value()) + u' ';
+                EXPECT_EQ(shown + d.cboDec->Text() + u' ' + d.cboFontSize->Text(), QLatin1String(c.shown));
             },
             false);
-        EXPECT_TRUE(Settings::Now() == before) << c.fontSize;
     }
 }
 
-TEST(MeasureConfigDialog, CancelAfterChangesLeavesTheSettingsButStillRebuildsTheWindow) {
-    Config w;
-    const Settings before = Settings::Now();
-    // A main window out of line with the settings, so the rebuild shows.
-    w.f.cmdMeasure[0]->SetCaption(QStringLiteral("stale"));
-    w.f.cmdMeasure[5]->SetCaption(QStringLiteral("stale"));
-    w.f.picCrossLineV[1]->SetBackColor(0x0000FE);
-    w.f.linMeasure[0]->SetBorderColor(0x0000FE);
-    w.f.shaMeasure[0]->SetBorderColor(0x0000FE);
-    w.f.picStillView->SetFontSize(30);
-    w.f.ResultFormat = QStringLiteral("0.00000");
-    w.Add(Cmd::Distance, 2.5, QStringLiteral("stale"));
-    w.Mark();
-    w.Open(
-        [&](frmMeasureConfig& d) {
-            for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00FFFFFFu - static_cast<uint32_t>(i));
-            // The colour dialog cancelled keeps the swatch.
-            w.Pick(d, 2, std::nullopt);
-            EXPECT_EQ(d.lblColor[2]->BackColor(), 0x00FFFFFDu);
-            d.optCrossLineNum[1]->SetValue(true);
-            d.optAngleCommand[1]->SetValue(true);
-            d.opt2PointCommand[1]->SetValue(true);
-            d.cboDec->SetListIndex(5);
-            d.cboFontSize->SetListIndex(8);
-        },
-        false);
-    EXPECT_TRUE(Settings::Now() == before);
-    const tavix::VariableDefinition& v = Var();
-    EXPECT_TRUE(w.f.cmdMeasure[0]->Caption() == GST(10101) && w.f.cmdMeasure[5]->Caption() == GST(10106));
-    EXPECT_EQ(w.f.picCrossLineV[1]->BackColor(), v.CrossLineColor);
-    EXPECT_EQ(w.f.linMeasure[0]->BorderColor(), v.MeasureLineColor[3]);
-    EXPECT_EQ(w.f.shaMeasure[0]->BorderColor(), v.MeasureLineColor[3]);
-    EXPECT_EQ(w.f.picStillView->FontSize(), v.MeasureFontSize);
-    EXPECT_EQ(w.f.grdResult->TextMatrix(1, 2), vb::Format(2.5, tavix::MakeResultFormat(v.NumberOfDecimals)));
-    EXPECT_FALSE(w.Marked()) << "the still is repainted";
-    EXPECT_GT(w.Drawn(), 0) << "with its result";
-}
-
-TEST(MeasureConfigDecimals, ReformatTheStoredValueAndLeaveCountsAlone) {
-    Config w;
-    Var().NumberOfDecimals = 2;
-    w.f.ResultFormat = tavix::MakeResultFormat(2);
-    w.Add(Cmd::Distance, 3.14159, vb::Format(3.14159, w.f.ResultFormat));
-    w.Add(Cmd::Count, 4, QStringLiteral("4 counted"));
-    for (const auto& [decimals, shown] : {std::pair{0, "3"}, std::pair{2, "3.14"}}) {
-        w.Ok([&](frmMeasureConfig& d) { d.cboDec->SetListIndex(decimals); });
-        EXPECT_EQ(Var().NumberOfDecimals, decimals);
-        EXPECT_EQ(w.f.grdResult->TextMatrix(1, 2), QLatin1String(shown)) << decimals;
-        EXPECT_EQ(w.f.grdResult->TextMatrix(2, 2), QStringLiteral("4 counted")) << decimals;
-        EXPECT_EQ(Var().ResultTable[1].Value, 3.14159) << "never rounded";
-    }
-}
-
-TEST(MeasureConfigCommands, TheModesSetCaptionIconAndTheNextCommand) {
-    for (const auto& [twoPoint, angle] : {std::pair<int16_t, int16_t>{1, 0}, {0, 1}}) {
+// Cancel keeps the settings, OK stores them for the ini file at exit; after either the window is
+// rebuilt from the settings: captions, icons and the next command, colours, font, the grid's texts.
+TEST(MeasureConfigDialog, OkStoresCancelKeepsBothRebuildTheWindowTheIniReadsBack) {
+    const struct {
+        bool ok;
+        int16_t twoPoint, angle;
+        const char* shown;  // the distance of 3.14159 in the grid
+    } cases[] = {{false, 1, 1, "3.14"}, {true, 1, 0, "3"}, {true, 0, 1, "3"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "OK " << c.ok << ", modes " << c.twoPoint << c.angle);
         Config w;
-        w.Ok([&](frmMeasureConfig& d) {
-            d.opt2PointCommand[twoPoint]->SetValue(true);
-            d.optAngleCommand[angle]->SetValue(true);
-        });
-        const tavix::frmMain& f = w.f;
+        tavix::frmMain& f = w.f;
+        const tavix::VariableDefinition& v = Var();
+        Settings want = Settings::Now();
+        // A main window out of line with the settings, so the rebuild shows.
+        f.cmdMeasure[0]->SetCaption(QStringLiteral("stale"));
+        f.cmdMeasure[5]->SetCaption(QStringLiteral("stale"));
+        f.picCrossLineV[1]->SetBackColor(0x0000FE);
+        f.linMeasure[0]->SetBorderColor(0x0000FE);
+        f.shaMeasure[0]->SetBorderColor(0x0000FE);
+        f.picStillView->SetFontSize(30);
+        f.ResultFormat = QStringLiteral("0.00000");
+        w.Add(Cmd::Distance, 3.14159, QStringLiteral("stale"));
+        w.Add(Cmd::Count, 4, QStringLiteral("4 counted"));
+        w.Mark();
+        w.Open(
+            [&](frmMeasureConfig& d) {
+                for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00102030u + static_cast<uint32_t>(i));
+                w.Pick(d, 2, std::nullopt);  // the colour dialog cancelled keeps the swatch
+                EXPECT_EQ(d.lblColor[2]->BackColor(), 0x00102032u);
+                d.optCrossLineNum[1]->SetValue(true);
+                d.cboDec->SetListIndex(0);
+                d.cboFontSize->SetListIndex(6);
+                d.opt2PointCommand[c.twoPoint]->SetValue(true);
+                d.optAngleCommand[c.angle]->SetValue(true);
+                if (c.ok) want = {{}, 2, 0, int16_t(d.cboFontSize->Text().toInt()), c.angle, c.twoPoint};
+                for (int i = 0; c.ok && i < 7; ++i) want.colors[i] = 0x00102030u + i;
+            },
+            c.ok);
+        EXPECT_TRUE(Settings::Now() == want);
+        const int16_t twoPoint = v.TwoPointCommandMode, angle = v.AngleCommandMode;
         EXPECT_EQ((QStringList{f.cmdMeasure[0]->Caption(), f.cmdMeasure[5]->Caption()}),
                   (QStringList{GST(twoPoint ? 10112 : 10101), GST(angle ? 10110 : 10106)}));
-        EXPECT_EQ(f.cmdMeasure[0]->GetPicture().cacheKey(), f.img2PointIcon[twoPoint]->GetPicture().cacheKey());
-        EXPECT_EQ(f.cmdMeasure[5]->GetPicture().cacheKey(), f.imgAngleIcon[angle]->GetPicture().cacheKey());
+        EXPECT_EQ(std::tuple(f.cmdMeasure[0]->GetPicture().cacheKey(), f.cmdMeasure[5]->GetPicture().cacheKey()),
+                  std::tuple(f.img2PointIcon[twoPoint]->GetPicture().cacheKey(),
+                             f.imgAngleIcon[angle]->GetPicture().cacheKey()));
         EXPECT_NE(f.img2PointIcon[0]->GetPicture().cacheKey(), f.img2PointIcon[1]->GetPicture().cacheKey());
-        tavix::cmdMeasure_Click(w.f, 0);
+        EXPECT_EQ(std::tuple(f.picCrossLineV[1]->BackColor(), f.linMeasure[0]->BorderColor(),
+                             f.shaMeasure[0]->BorderColor(), f.picStillView->FontSize()),
+                  std::tuple(v.CrossLineColor, v.MeasureLineColor[3], v.MeasureLineColor[3], v.MeasureFontSize));
+        // The value reformatted from the record, never rounded in it; a count's text left alone.
+        EXPECT_EQ(std::tuple(f.grdResult->TextMatrix(1, 2), f.grdResult->TextMatrix(2, 2), v.ResultTable[1].Value),
+                  std::tuple(QString::fromLatin1(c.shown), QStringLiteral("4 counted"), 3.14159));
+        EXPECT_FALSE(w.Marked()) << "the still is repainted";
+        EXPECT_GT(w.Drawn(), 0) << "with its results";
+        tavix::cmdMeasure_Click(f, 0);
         EXPECT_EQ(f.CommandMode, twoPoint ? Cmd::ParallelDistance : Cmd::Distance);
-        tavix::EndMeasureCommand(w.f);
-        tavix::cmdMeasure_Click(w.f, 5);
+        tavix::EndMeasureCommand(f);
+        tavix::cmdMeasure_Click(f, 5);
         EXPECT_EQ(f.CommandMode, angle ? Cmd::TwoLineAngle : Cmd::ThreePointAngle);
+        tavix::EndMeasureCommand(f);
+
+        // A new start on the same installation reads them back.
+        f.ResultDirty = false;
+        f.cmdExit->Click();
+        ASSERT_TRUE(f.Unloaded());
+        tavix::ResetVariableDefinition();
+        tavix::frmMain again;
+        tavix::WireMain(again);
+        ASSERT_TRUE(tavix::Form_Load(again, 3));
+        EXPECT_TRUE(Settings::Now() == want);
+        EXPECT_EQ(again.ResultFormat, tavix::MakeResultFormat(want.decimals));
     }
 }
 
@@ -231,30 +231,6 @@ TEST(MeasureConfigRepaint, TheStillViewRepaintsTheLiveViewRedrawsOnlyTheScale) {
             EXPECT_NE(w.Marked(), still) << viewMode << scale;
             EXPECT_EQ(w.f.picScaleSize->Visible() || (still && w.Drawn() > 0), scale) << viewMode << scale;
         }
-}
-
-TEST(MeasureConfigIni, TheChangedSettingsAreWrittenAtExitAndReadBack) {
-    Config w;
-    w.Ok([&](frmMeasureConfig& d) {
-        for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00102030u + static_cast<uint32_t>(i));
-        d.optCrossLineNum[1]->SetValue(true);
-        d.cboDec->SetListIndex(4);
-        d.cboFontSize->SetListIndex(6);
-        d.optAngleCommand[1]->SetValue(true);
-        d.opt2PointCommand[1]->SetValue(true);
-    });
-    const Settings c = Settings::Now();
-    for (int i = 0; i < 7; ++i) EXPECT_EQ(c.colors[i], 0x00102030u + i) << "OK stores swatch " << i;
-    w.f.cmdExit->Click();
-    ASSERT_TRUE(w.f.Unloaded());
-
-    // A new start on the same installation reads them back.
-    tavix::ResetVariableDefinition();
-    tavix::frmMain again;
-    tavix::WireMain(again);
-    ASSERT_TRUE(tavix::Form_Load(again, 3));
-    EXPECT_TRUE(Settings::Now() == c);
-    EXPECT_EQ(again.ResultFormat, tavix::MakeResultFormat(4));
 }
 
 }  // namespace

@@ -30,9 +30,18 @@ QByteArray Records(int n) {
     return out;
 }
 
-void ExpectBox(const testing_support::RecordedBox& box, int text, int title, int buttons) {
-    EXPECT_TRUE(box.Prompt == GST(text) && box.Title == GST(title) && box.Buttons == buttons)
-        << box.Prompt.toStdString();
+// A slot as "name|value|unit", and the boxes shown as "title|text|buttons" lines.
+std::string Slot(const tavix::ProofRecord& p) {
+    return (p.Name + '|' + QString::number(p.Value, 'g', 16) + '|' + p.Unit).toStdString();
+}
+std::string Box(int text, int title, int buttons) {
+    return (GST(title) + '|' + GST(text) + '|' + QString::number(buttons) + '\n').toStdString();
+}
+std::string Shown(const testing_support::ScriptedDialogHost& host) {
+    std::string boxes;
+    for (const auto& b : host.Boxes)
+        boxes += (b.Title + '|' + b.Prompt + '|' + QString::number(b.Buttons) + '\n').toStdString();
+    return boxes;
 }
 
 struct ProofWindow : testing_support::StartedMain {
@@ -44,11 +53,8 @@ struct ProofWindow : testing_support::StartedMain {
     }
     // Lines across the still, one a row, that a redraw shows.
     void AddResults(int16_t n) {
-        for (f.ResultCount = 1; f.ResultCount <= n; ++f.ResultCount)
-            Var().ResultTable[f.ResultCount] = {f.ResultCount,
-                                                tavix::CommandMode::Distance,
-                                                {{}, {-50, -20.0 * f.ResultCount}, {50, -20.0 * f.ResultCount}},
-                                                1};
+        for (int16_t r = 1; r <= n; ++r)
+            Var().ResultTable[r] = {r, tavix::CommandMode::Distance, {{}, {-50, -20.0 * r}, {50, -20.0 * r}}, 1};
         f.ResultCount = n;
     }
     bool ResultsShown() const { return testing_support::ResultPixels(f) > 0; }
@@ -77,20 +83,19 @@ void Enter(frmProofConfig& d, const char* name, const char* value, const char* u
 }
 
 TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
+    // slot: "name|value|unit" of the slot read; a failure leaves the table as it was.
     const struct {
         const char* what;
         QByteArray file;
         int error, slot;
-        QString name;
-        double value;
-        QString unit;
+        const char* want;
     } cases[] = {
-        {"missing leading zero", "\"a\",.5,\"mm\"\r\n" + Records(9), 0, 0, "a", 0.5, "mm"},
-        {"exponent", "\"a\",1.5E-05,\"cm\"\r\n" + Records(9), 0, 0, "a", 1.5e-05, "cm"},
-        {"anything behind the tenth is not read", Records(10) + "garbage,,\r\n", 0, 9, "s9", 1, "mm"},
-        {"no file", {}, 53, 0, {}, 0, {}},
-        {"nine records", Records(9), 62, 0, {}, 0, {}},
-        {"a value that is no number", Records(4) + "\"a\",abc,\"mm\"\r\n" + Records(5), 13, 0, {}, 0, {}},
+        {"missing leading zero", "\"a\",.5,\"mm\"\r\n" + Records(9), 0, 0, "a|0.5|mm"},
+        {"exponent", "\"a\",1.5E-05,\"cm\"\r\n" + Records(9), 0, 0, "a|1.5e-05|cm"},
+        {"anything behind the tenth is not read", Records(10) + "garbage,,\r\n", 0, 9, "s9|1|mm"},
+        {"no file", {}, 53, 0, "before|7|px"},
+        {"nine records", Records(9), 62, 0, "before|7|px"},
+        {"a value that is no number", Records(4) + "\"a\",abc,\"mm\"\r\n" + Records(5), 13, 0, "before|7|px"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -98,19 +103,11 @@ TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
         tavix::ResetVariableDefinition();
         Var().ProofFileName = QStringLiteral("\\Proof.txt");
         Var().ProofTable.fill({QStringLiteral("before"), 7, QStringLiteral("px")});
-        if (c.error == 53)
-            box.Remove(kProof);
-        else
-            box.Write(kProof, c.file);
-        EXPECT_EQ(tavix::ReadProofData(), c.error == 0);
-        const tavix::ProofRecord& p = Var().ProofTable[c.slot];
-        if (c.error != 0) {
-            EXPECT_EQ(box.LogTexts(), QStringList{QStringLiteral("ReadProofData Error.(%1)").arg(c.error)});
-            EXPECT_EQ(p.Name, QStringLiteral("before"));
-            continue;
-        }
-        EXPECT_EQ(QStringList({p.Name, p.Unit}), QStringList({c.name, c.unit}));
-        EXPECT_DOUBLE_EQ(p.Value, c.value);
+        c.error == 53 ? box.Remove(kProof) : box.Write(kProof, c.file);
+        EXPECT_EQ(tavix::ReadProofData(), !c.error);
+        EXPECT_EQ(Slot(Var().ProofTable[c.slot]), c.want);
+        const QString logged = QStringLiteral("ReadProofData Error.(%1)").arg(c.error);
+        EXPECT_EQ(box.LogTexts(), c.error ? QStringList{logged} : QStringList{});
     }
     // The rewrite: ten lines in general number form, whatever the file held.
     Sandbox box;
@@ -148,12 +145,11 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
         bool dirty;
         int answer;
         bool moves;
-        int16_t left;
     } cases[] = {
-        {"no results", 0, true, 0, true, 0},
-        {"saved results go silently", 2, false, 0, true, 0},
-        {"unsaved results, Yes", 2, true, vb::vbYes, true, 0},
-        {"unsaved results, No", 2, true, vb::vbNo, false, 2},
+        {"no results", 0, true, 0, true},
+        {"saved results go silently", 2, false, 0, true},
+        {"unsaved results, Yes", 2, true, vb::vbYes, true},
+        {"unsaved results, No", 2, true, vb::vbNo, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -166,13 +162,13 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
         Var().ProofTable[4] = {QStringLiteral("s4"), 0.000123456, QStringLiteral("mm")};
         if (c.answer) w.host.AnswerMsgBox(c.answer);
         w.f.cboProof->SetListIndex(4);  // fires the wired Click; a second box would fail the test
-        EXPECT_EQ(w.f.picStillView->GetImage() != before, c.moves) << "the scale bar follows at once";
-        EXPECT_EQ(w.f.lblProofValue->Caption() == GST(10202, QStringLiteral("0.0001235 mm")), c.moves);
-        ASSERT_EQ(w.host.Boxes.size(), c.answer ? 1u : 0u);
-        if (c.answer) ExpectBox(w.host.Boxes[0], 20000, 11000, kQuestion);
-        EXPECT_EQ(Var().CurrentProofNo, c.moves ? 4 : 0);
-        EXPECT_EQ(w.f.cboProof->ListIndex(), c.moves ? 4 : 0);
-        EXPECT_EQ(w.f.ResultCount, c.left);
+        // The scale bar follows at once.
+        EXPECT_EQ(std::tuple(w.f.picStillView->GetImage() != before,
+                             w.f.lblProofValue->Caption() == GST(10202, QStringLiteral("0.0001235 mm"))),
+                  std::tuple(c.moves, c.moves));
+        EXPECT_EQ(Shown(w.host), c.answer ? Box(20000, 11000, kQuestion) : "");
+        EXPECT_EQ(std::tuple(Var().CurrentProofNo, w.f.cboProof->ListIndex(), w.f.ResultCount),
+                  std::tuple(c.moves ? 4 : 0, c.moves ? 4 : 0, c.moves ? 0 : c.results));
         if (c.answer == vb::vbNo) w.host.AnswerMsgBox(vb::vbYes);
         w.f.cboProof->SetListIndex(6);
         EXPECT_EQ(Var().CurrentProofNo, 6) << "the busy flag is down again";
@@ -184,29 +180,28 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
         ProofWindow w(1, true);
         w.host.AnswerMsgBox(vb::vbNo);
         tavix::cmdProofConfig_Click(w.f);
-        ExpectBox(w.host.Boxes.at(0), 20060, 11060, kQuestion);
-        EXPECT_EQ(w.f.CommandMode, tavix::CommandMode::Idle);
+        EXPECT_EQ(std::tuple(Shown(w.host), w.f.CommandMode),
+                  std::tuple(Box(20060, 11060, kQuestion), tavix::CommandMode::Idle));
     }
     ProofWindow w(1, false);  // saved: no question
     w.f.WorkPoints.push_back({5, 5});
     tavix::EnableCommandArea(w.f, *w.f.picMeasureCommandArea);  // as in the still view
-    const auto expectFirstPointAwaited = [&] {
-        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Calibration && w.f.WorkPoints.size() == 1u &&
-                    w.Guidance() == Var().GuidanceTable[20][0]);
+    const auto firstPointAwaited = [&] {
+        return std::tuple(w.f.CommandMode, w.f.WorkPoints.size(), w.Guidance(), w.f.chkScale->Enabled());
     };
+    const auto awaited = std::tuple(tavix::CommandMode::Calibration, size_t(1), Var().GuidanceTable[20][0], false);
     tavix::cmdProofConfig_Click(w.f);
-    expectFirstPointAwaited();
-    EXPECT_FALSE(w.f.chkScale->Enabled()) << "all of the measure area";
+    EXPECT_EQ(firstPointAwaited(), awaited);  // and all of the measure area locked
 
     w.Click(4, 1, 1);  // a middle button does nothing
     w.Click(1, 10, 20);
     ASSERT_TRUE(w.f.linMeasure.Exists(1));
     const vb::LineControl& line = *w.f.linMeasure[1];
-    EXPECT_TRUE(line.Visible() && w.Guidance() == Var().GuidanceTable[21][0]);
-    EXPECT_EQ(QList<double>({line.X1(), line.Y1(), line.X2(), line.Y2()}), QList<double>({10, 20, 10, 20}));
+    EXPECT_EQ(std::tuple(line.Visible(), w.Guidance(), QLineF(line.X1(), line.Y1(), line.X2(), line.Y2())),
+              std::tuple(true, Var().GuidanceTable[21][0], QLineF(10, 20, 10, 20)));
 
     w.Click(2);  // back to the first point
-    expectFirstPointAwaited();
+    EXPECT_EQ(firstPointAwaited(), awaited);
     EXPECT_TRUE(!w.f.linMeasure.Exists(1) && !w.ResultsShown());
 
     w.Click(2);  // abandoned: the hidden results come back
@@ -243,13 +238,13 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
         if (c.dirty) w.host.AnswerMsgBox(vb::vbYes);  // the question at the start, and no other
         const QByteArray file = w.box.Read(kProof);
         w.Calibrate(c.apart, [&](frmProofConfig& d) {
-            EXPECT_EQ(d.Caption() + d.Label1[0]->Caption() + d.Label1[2]->Caption(),
-                      GST(14000) + GST(14001) + GST(14003));
-            EXPECT_EQ(QStringList({d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
-                      QStringList({"slot5", "1", QString::number(c.apart)}));
+            // The measured length in pixels of the picture; the rubber line stays.
+            EXPECT_EQ(QStringList({d.Caption(), d.Label1[0]->Caption(), d.Label1[2]->Caption(),
+                                   d.lblMeasured->Caption(), d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
+                      QStringList({GST(14000), GST(14001), GST(14003), GST(14004, QStringLiteral("100.0")), "slot5",
+                                   "1", QString::number(c.apart)}));
             EXPECT_TRUE(d.cboUnit->ListCount() == 3 && d.cboUnit->ListIndex() == c.shown);
-            EXPECT_EQ(d.lblMeasured->Caption(), GST(14004, QStringLiteral("100.0"))) << "in pixels of the picture";
-            EXPECT_TRUE(w.f.linMeasure.Exists(1) && w.f.linMeasure[1]->Visible()) << "rubber line stays";
+            EXPECT_TRUE(w.f.linMeasure.Exists(1) && w.f.linMeasure[1]->Visible());
             d.setParent(&w.f, d.windowFlags() | Qt::Dialog);  // as the program's dialog host does
             EXPECT_FALSE(d.windowFlags() &
                          (Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
@@ -258,35 +253,30 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
             d.close();  // a window manager's close
             EXPECT_FALSE(d.Unloaded());
             d.txtName->SetFocus();
-            const vb::Control* order[] = {d.txtName, d.txtValue, d.cboUnit, d.cmdOK, d.cmdCancel};
-            for (int i = 1; i < 5; ++i) {
+            for (const vb::Control* next : {(vb::Control*)d.txtValue, (vb::Control*)d.cboUnit, (vb::Control*)d.cmdOK,
+                                            (vb::Control*)d.cmdCancel}) {
                 Key(d.focusWidget(), Qt::Key_Tab);
-                EXPECT_EQ(d.focusWidget(), order[i]->Widget()) << "tab position " << i;
+                EXPECT_EQ(d.focusWidget(), next->Widget()) << "tab order at " << next->Name().toStdString();
             }
             Enter(d, "新しい ", "10x");  // name kept untrimmed, value read up to the letter
-            if (c.key == 0) {
-                (c.ok ? d.cmdOK : d.cmdCancel)->Click();
-            } else {
-                (c.onCancel ? static_cast<vb::Control*>(d.cmdCancel) : d.txtValue)->SetFocus();
-                Key(d.focusWidget(), c.key);
-            }
+            if (c.key == 0) (c.ok ? d.cmdOK : d.cmdCancel)->Click();
+            if (c.key) (c.onCancel ? static_cast<vb::Control*>(d.cmdCancel) : d.txtValue)->SetFocus();
+            if (c.key) Key(d.focusWidget(), c.key);
             EXPECT_TRUE(d.Unloaded());
         });
-        EXPECT_EQ(Var().DialogResult, c.ok);
-        EXPECT_TRUE(w.f.ResultCount == (c.ok ? 0 : 3) && w.ResultsShown() == !c.ok);
-        EXPECT_EQ(w.f.cboProof->ListIndex(), 5);
-        EXPECT_FALSE(w.f.linMeasure.Exists(1)) << "measure ended";
-        const tavix::ProofRecord& slot = Var().ProofTable[5];
+        // The measure ended; Cancel keeps the results and the slot, OK empties the list.
+        EXPECT_EQ(std::tuple(Var().DialogResult, w.f.ResultCount, w.ResultsShown(), w.f.cboProof->ListIndex()),
+                  std::tuple(c.ok, int16_t(c.ok ? 0 : 3), !c.ok, 5));
+        EXPECT_FALSE(w.f.linMeasure.Exists(1));
         if (!c.ok) {
-            EXPECT_TRUE(w.f.ResultCount == 3 && w.f.ResultDirty == c.dirty);
-            EXPECT_TRUE(slot.Value == 1.0 && slot.Unit == QString::fromUtf8(c.unit));
-            EXPECT_EQ(w.box.Read(kProof), file);
+            EXPECT_EQ(std::tuple(w.f.ResultDirty, Slot(Var().ProofTable[5]), w.box.Read(kProof)),
+                      std::tuple(c.dirty, "slot5|1|" + std::string(c.unit), file));
             continue;
         }
         // OK stores the unit that was shown.
-        EXPECT_TRUE(slot.Value == 0.1 && slot.Unit == units[c.shown]) << slot.Value;
-        EXPECT_EQ(w.f.cboProof->List(5), QStringLiteral("新しい "));
-        EXPECT_EQ(w.f.lblProofValue->Caption(), GST(10202, QStringLiteral("0.1 ") + units[c.shown]));
+        EXPECT_EQ(std::tuple(Slot(Var().ProofTable[5]), w.f.cboProof->List(5), w.f.lblProofValue->Caption()),
+                  std::tuple(("新しい |0.1|" + units[c.shown]).toStdString(), QStringLiteral("新しい "),
+                             GST(10202, QStringLiteral("0.1 ") + units[c.shown])));
         const QStringList lines =
             QString::fromUtf8(w.box.Read(kProof)).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
         ASSERT_EQ(lines.size(), 10);
@@ -321,31 +311,26 @@ TEST(ProofDialog, RefusalsAndAFailedRewriteKeepTheDialogOpenAndChangeNothing) {
         ProofWindow w;
         Var().ZoomFactor = 1.0;
         if (c.fileName) Var().ProofFileName = QString::fromLatin1(c.fileName);
-        const tavix::ProofRecord former = Var().ProofTable[0];
+        const std::string former = Slot(Var().ProofTable[0]);
         const QByteArray file = w.box.Read(kProof);
-        if (c.directory) {
-            w.box.Remove(kProof);
-            ASSERT_TRUE(QDir(w.box.Path()).mkdir(kProof));
-        }
+        if (c.directory) w.box.Remove(kProof);
+        ASSERT_TRUE(!c.directory || QDir(w.box.Path()).mkdir(kProof));
         w.host.AnswerMsgBox(vb::vbOK);
         w.Calibrate(c.apart, [&](frmProofConfig& d) {
             Enter(d, c.name, c.value, "cm");
             if (c.focus == Unit) d.cboUnit->SetListIndex(-1);
             d.cmdCancel->SetFocus();
             d.cmdOK->Click();
-            EXPECT_FALSE(d.Unloaded());
-            const tavix::ProofRecord& slot = Var().ProofTable[0];
-            EXPECT_TRUE(slot.Name == former.Name && slot.Value == former.Value && slot.Unit == former.Unit);
+            // Open, the slot unchanged, the focus on the field at fault.
             const vb::Control* fields[3] = {d.txtName, d.txtValue, d.cboUnit};
-            EXPECT_TRUE(c.focus == None || d.focusWidget() == fields[c.focus]->Widget())
-                << "focus on the field at fault";
+            EXPECT_EQ(std::tuple(d.Unloaded(), Slot(Var().ProofTable[0])), std::tuple(false, former));
+            EXPECT_TRUE(c.focus == None || d.focusWidget() == fields[c.focus]->Widget());
             if (!c.error) return d.cmdCancel->Click();
             Var().ProofFileName = QStringLiteral("\\Retry.txt");  // the user made room: OK again
             d.cmdOK->Click();
             EXPECT_TRUE(d.Unloaded());
         });
-        ASSERT_EQ(w.host.Boxes.size(), 1u);
-        ExpectBox(w.host.Boxes[0], c.text, 14100, vb::vbOKOnly | vb::vbExclamation);
+        EXPECT_EQ(Shown(w.host), Box(c.text, 14100, vb::vbOKOnly | vb::vbExclamation));
         if (!c.error) {
             EXPECT_EQ(w.box.Read(kProof), file);
             continue;
