@@ -1,21 +1,46 @@
-// The measure commands as click sequences: state after every click, the boxes, the ends,
-// and one measure driven with real mouse events.
+// The measure commands and their results: the clicks and what follows the pointer, the rows a
+// finished measure lists or the box it refuses with, the results drawn on the still, and the list
+// removed, emptied and saved.
 #include <QApplication>
+#include <QDir>
+#include <QFontMetricsF>
+#include <QLocale>
 #include <QMouseEvent>
+#include <QPainter>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <clocale>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <numbers>
+#include <optional>
+#include <vector>
+
+#include "CalcModule.h"
 #include "CommandArea.h"
 #include "CommonModule.h"
 #include "Convert.h"
+#include "DialogHost.h"
 #include "MeasureCommands.h"
+#include "MeasureResults.h"
 #include "OpenImage.h"
 #include "PointerFeedback.h"
 #include "Proof.h"
+#include "ResultDrawing.h"
+#include "ResultTable.h"
 #include "StartedMain.h"
 #include "StillDisplay.h"
+#include "VariableDefinition.h"
 
 using tavix::frmMain;
 using testing_support::QuarterPicture;
+using Cmd = tavix::CommandMode;
+using tavix::GST;
+using tavix::Point2D;
+using tavix::Var;
+using Answer = std::optional<int>;
 
 namespace {
 
@@ -308,6 +333,629 @@ TEST(MeasureFlow, DistanceByMouseEndsInTheGridRow) {
     QStringList row;
     for (int col = 0; col < 4; ++col) row << f.grdResult->TextMatrix(1, col);
     EXPECT_EQ(row, QStringList({"1", tavix::GST(11132), vb::Format(100.0, f.ResultFormat), "mm"}));
+}
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kHuge = 1e308;
+const QString kMark = QStringLiteral("-"), kMm = QStringLiteral("mm");
+constexpr auto kMarkKind = tavix::CommandMode(-1);
+
+using Points = std::vector<Point2D>;  // from element 1
+const Points kCircles{{10, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}},
+    kFive{{0, 0}, {10, 0}, {3, 4}, {5, -6}, {7, 8}};
+const Points kLines{{-5, 0}, {20, 0}, {0, -5}, {0, 30}};  // crossing at (0, 0); the far ends are the 2nd and 4th
+
+// A started still-measure window.
+struct Rig {
+    testing_support::StartedMain s{3};
+    tavix::frmMain& f = s.f;
+
+    // listed results before the measure; rows and slots after them hold marks, to see writes.
+    void Reset(tavix::CommandMode mode, const Points& clicks, int16_t listed, double zoom = 1, double cal = 1,
+               const char* format = "0.0", bool dirty = false) {
+        // A calibration other than slot 0, and slot 0 wrong, so the current one must be read.
+        Var().CurrentProofNo = 2;
+        Var().ProofTable[0] = {QStringLiteral("wrong"), 1000, QStringLiteral("km")};
+        Var().ProofTable[2] = {QStringLiteral("used"), cal, kMm};
+        Var().ZoomFactor = zoom;
+        f.ResultFormat = QString::fromLatin1(format);
+        f.CommandMode = mode;
+        f.WorkPoints = Points{Point2D{}};
+        f.WorkPoints.insert(f.WorkPoints.end(), clicks.begin(), clicks.end());
+        f.ResultCount = listed;
+        f.ResultDirty = dirty;
+        s.host.Boxes.clear();
+        for (int row = listed + 1; row <= tavix::MaxResultRows; ++row)
+            for (int col = 0; col < 4; ++col) f.grdResult->SetTextMatrix(row, col, kMark);
+        for (int slot = listed + 1; slot < tavix::ResultTableSize; ++slot) {
+            Var().ResultTable[slot].Kind = kMarkKind;
+            Var().ResultTable[slot].Points.assign(9, Point2D{-1, -1});
+        }
+    }
+
+    QStringList Row(int row) const {
+        QStringList texts;
+        for (int col = 0; col < 4; ++col) texts << f.grdResult->TextMatrix(row, col);
+        return texts;
+    }
+
+    // Nothing written from slot/row `from` on.
+    void ExpectUntouchedFrom(int from, const char* what) const {
+        for (int row = from; row <= tavix::MaxResultRows; ++row)
+            EXPECT_EQ(Row(row), QStringList({kMark, kMark, kMark, kMark})) << what << " row " << row;
+        for (int slot = from; slot < tavix::ResultTableSize; ++slot)
+            EXPECT_EQ(Var().ResultTable[slot].Kind, kMarkKind) << what << " slot " << slot;
+    }
+
+    // The one box of a refusal or failure.
+    void ExpectBox(int32_t text, int buttons, int32_t title, const char* what) const {
+        ASSERT_EQ(s.host.Boxes.size(), 1u) << what;
+        const auto& box = s.host.Boxes[0];
+        EXPECT_TRUE(box.Prompt == GST(text) && box.Buttons == buttons && box.Title == GST(title)) << what;
+    }
+};
+
+// NaN clicks count as unchanged when still NaN.
+bool Same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+void ExpectPoints(const Points& got, const Points& want, const std::string& what) {
+    ASSERT_EQ(got.size(), want.size() + 1) << what << ": upper bound of Points";
+    for (size_t i = 0; i < want.size(); ++i)
+        EXPECT_TRUE(Same(got[i + 1].X, want[i].X) && Same(got[i + 1].Y, want[i].Y))
+            << what << " Points(" << i + 1 << ")";
+}
+
+struct WantRow {
+    tavix::CommandMode kind;
+    double value;
+    QString name, text, unit;
+    Points points;  // from element 1; the upper bound is its size
+};
+
+// Float errors without a failure way count here too: routines without a truth value give 0,
+// and perpendicular points whose foot fails are skipped.
+TEST(MeasureResult, SuccessfulMeasuresAddTheirRowsInOrder) {
+    Rig rig;
+    const QString circle1 = GST(11135).replace(u'@', u'1'), circle2 = GST(11135).replace(u'@', u'2');
+    ASSERT_NE(circle1, circle2);
+    const Points square{{0, 0}, {10, 0}, {10, 10}, {0, 10}},
+        seven{{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {7, 7}};
+    const std::vector<WantRow> circleRows{{Cmd::TwoCircles, 20, circle1, "20.00", kMm, {{0, 0}, {10, 0}}},
+                                          {Cmd::TwoCircles, 10, circle2, "10.00", kMm, {{30, 40}, {5, 0}}},
+                                          {Cmd::Distance, 50, GST(11136), "50.00", kMm, {{0, 0}, {30, 40}}}};
+    const std::vector<WantRow> footRows{
+        {Cmd::Perpendicular, 8, GST(11137), "8.0", kMm, {{0, 0}, {10, 0}, {3, 4}, {3, 0}}},
+        {Cmd::Perpendicular, 12, GST(11137), "12.0", kMm, {{0, 0}, {10, 0}, {5, -6}, {5, 0}}},
+        {Cmd::Perpendicular, 16, GST(11137), "16.0", kMm, {{0, 0}, {10, 0}, {7, 8}, {7, 0}}}};
+    // listed: results before the measure; the last rows end on grid row 99.
+    const struct {
+        const char* what;
+        tavix::CommandMode mode;
+        Points clicks;
+        double zoom, cal;
+        const char* format;
+        std::vector<WantRow> rows;
+        int16_t listed = 4;
+    } cases[] = {
+        // clang-format off
+        {"200 displayed px at zoom 2", Cmd::Distance, {{0, 0}, {120, 160}}, 2.0, 0.01, "0.000",
+         {{Cmd::Distance, 1, GST(11132), "1.000", kMm, {{0, 0}, {120, 160}}}}},
+        {"the same object at zoom 0.5", Cmd::Distance, {{0, 0}, {30, 40}}, 0.5, 0.01, "0.000",
+         {{Cmd::Distance, 1, GST(11132), "1.000", kMm, {}}}},
+        // (1 / 3) * 0.01 * 3 differs in its last bit from 0.01 / 3 * 3 and 3 / 3 * 0.01; stored unrounded.
+        {"calibrated in order", Cmd::Distance, {{0, 0}, {3, 0}}, 3.0, 0.01, "0.000",
+         {{Cmd::Distance, 0.009999999999999998, GST(11132), "0.010", kMm, {}}}},
+        {"circle gives the diameter", Cmd::Circle, {{100, 0}, {0, 100}, {-100, 0}}, 1, 1, "0.0",
+         {{Cmd::Circle, 200, GST(11133), "200.0", kMm, {{0, 0}, {100, 0}}}}},
+        {"two circles, then their centres", Cmd::TwoCircles, kCircles, 1, 1, "0.00", circleRows},
+        {"five perpendicular points", Cmd::Perpendicular, kFive, 1, 2, "0.0", footRows},
+        {"area squared unit", Cmd::Area, square, 1, 0.5, "0.0",
+         {{Cmd::Area, 25, GST(11138), "25.0", QStringLiteral("mm2"), square}}},
+        {"count of 7", Cmd::Count, seven, 3, 0.01, "0.000", {{Cmd::Count, 7, GST(11130), "7", GST(11131), seven}}},
+        {"angle by three points, in degrees of the short pi", Cmd::ThreePointAngle, {{10, 0}, {0, 0}, {0, 10}}, 2, 0.01, "0.0",
+         {{Cmd::ThreePointAngle, std::numbers::pi / 2 * 180 / tavix::Pi, GST(11139), "90.0", GST(11140), {{10, 0}, {0, 0}, {0, 10}}}}},
+        {"distance to a slanted parallel", Cmd::ParallelDistance, {{0, 0}, {10, 10}, {0, 10}}, 1, 0.1, "0.000",
+         {{Cmd::ParallelDistance, std::sqrt(0.5), GST(11132), "0.707", kMm, {{0, 0}, {10, 10}, {-5, 5}, {5, 15}, {5, 5}, {0, 10}}}}},
+        {"distance overflows to 0", Cmd::Distance, {{0, 0}, {1.7e308, 1.7e308}}, 1, 1, "0.0",
+         {{Cmd::Distance, 0, GST(11132), "0.0", kMm, {}}}},
+        {"perpendicular middle point NaN closes up", Cmd::Perpendicular, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, 1, 1, "0.0",
+         {{Cmd::Perpendicular, 4, GST(11137), "4.0", kMm, {{0, 0}, {10, 0}, {3, 4}, {3, 0}}},
+          {Cmd::Perpendicular, 8, GST(11137), "8.0", kMm, {{0, 0}, {10, 0}, {7, 8}, {7, 0}}}}},
+        {"perpendicular every point NaN", Cmd::Perpendicular, {{0, 0}, {10, 0}, {kNaN, 1}, {kNaN, 2}}, 1, 1, "0.0", {}},
+        {"distance into row 99", Cmd::Distance, {{0, 0}, {3, 4}}, 1, 1, "0.0", {{Cmd::Distance, 5, GST(11132), "5.0", kMm, {}}}, 98},
+        {"two circles ending on row 99", Cmd::TwoCircles, kCircles, 1, 1, "0.00", circleRows, 96},
+        {"three perpendiculars ending on row 99", Cmd::Perpendicular, kFive, 1, 2, "0.0", footRows, 96},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        const int16_t listed = c.listed, n = static_cast<int16_t>(c.rows.size());
+        rig.Reset(c.mode, c.clicks, listed, c.zoom, c.cal, c.format);
+        tavix::AddMeasureResult(rig.f);
+        EXPECT_EQ(std::tuple(rig.f.ResultCount, rig.f.ResultDirty, rig.s.host.Boxes.size()),
+                  std::tuple(listed + n, true, size_t(0)))
+            << c.what;
+        for (int16_t i = 0; i < n; ++i) {
+            const WantRow& w = c.rows[i];
+            const int16_t no = listed + 1 + i;
+            SCOPED_TRACE(testing::Message() << c.what << ", row " << no);
+            const tavix::ResultRecord& r = Var().ResultTable[no];
+            EXPECT_EQ(std::tuple(r.No, r.Kind, r.Value, rig.Row(no)),
+                      std::tuple(no, w.kind, w.value, QStringList({QString::number(no), w.name, w.text, w.unit})));
+            if (!w.points.empty()) ExpectPoints(r.Points, w.points, "");
+        }
+        // Slot 100 stands for everything the grid cannot show, and is never written.
+        rig.ExpectUntouchedFrom(listed + n + 1, c.what);
+    }
+}
+
+TEST(MeasureResult, AngleByTwoLinesTakesTheSideOfTheSidePoint) {
+    Rig rig;
+    const double deg = std::acos(-1.0) / 180;
+    const auto at = [&](double degrees) {
+        return Point2D{100 * std::cos(degrees * deg), 100 * std::sin(degrees * deg)};
+    };
+    const Points rays{{20, 0}, {0, 0}, {0, 30}};
+    const auto with = [&](Point2D side) {
+        Points p = kLines;
+        p.push_back(side);
+        return p;
+    };
+    // Two lines and the side point; WorkPoints(1..3) afterwards.
+    const struct {
+        const char* what;
+        Points clicks;
+        double want;
+        Points rays;
+    } cases[] = {
+        // clang-format off
+        {"side point between the far ends", with({5, 5}), 90, rays},
+        {"side point on the other side", with({-5, -5}), 270, rays},
+        {"clicks in the other order", {{20, 0}, {-5, 0}, {0, 30}, {0, -5}, {5, 5}}, 90, rays},
+        {"equal distances take the second click", {{-10, 0}, {10, 0}, {0, -10}, {0, 10}, {5, 5}}, 90, {{10, 0}, {0, 0}, {0, 10}}},
+        {"half a degree past a ray stays inner", with(at(90.4)), 90, rays},
+        {"past the 1-degree rule", with(at(90.6)), 270, rays},
+        {"acute angle outside", {{0, 0}, {10, 0}, {0, 0}, {10, 10}, {-10, 1}}, 315, {{10, 0}, {0, 0}, {10, 10}}},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        rig.Reset(Cmd::TwoLineAngle, c.clicks, 0);
+        tavix::AddMeasureResult(rig.f);
+        const tavix::ResultRecord& r = Var().ResultTable[1];
+        EXPECT_EQ(std::tuple(rig.f.ResultCount, r.Kind, std::round(r.Value * 1e6) / 1e6, rig.Row(1)),
+                  std::tuple(int16_t(1), Cmd::ThreePointAngle, c.want,
+                             QStringList({"1", GST(11139), vb::Format(c.want, "0.0"), GST(11140)})))
+            << c.what;
+        // The record holds the reduced rays with the fourth click and the side point.
+        Points stored = c.rays;
+        stored.insert(stored.end(), {c.clicks[3], c.clicks[4]});
+        ExpectPoints(r.Points, stored, c.what);
+        ExpectPoints(rig.f.WorkPoints, stored, c.what + std::string(" WorkPoints"));
+    }
+}
+
+// Failures of the measure, and refusals of a measure whose rows would not fit the grid.
+TEST(MeasureResult, ImpossibleMeasuresAddNothingAndGoOnTheirWay) {
+    Rig rig;
+    constexpr int32_t kFull = 20141;
+    // firstWay: the way that redraws and marks the results unsaved (seen by ResultDirty); reduced: the lines became rays first.
+    const struct {
+        const char* what;
+        tavix::CommandMode mode;
+        Points clicks;
+        int32_t text;
+        bool firstWay, dirtyBefore;
+        int16_t listed = 6;
+        bool reduced = false;
+    } cases[] = {
+        // clang-format off
+        {"circle on one line", Cmd::Circle, {{0, 0}, {1, 1}, {2, 2}}, 20130, true, false},
+        {"circle overflows", Cmd::Circle, {{-kHuge, 0}, {kHuge, 0}, {0, kHuge}}, 20130, true, false},
+        {"first of two circles NaN", Cmd::TwoCircles, {{kNaN, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}}, 20130, true, false},
+        {"second of two circles on one line", Cmd::TwoCircles, {{10, 0}, {0, 10}, {-10, 0}, {0, 0}, {1, 0}, {2, 0}}, 20130, true, true},
+        {"parallel of NaN", Cmd::ParallelDistance, {{0, 0}, {10, 0}, {kNaN, 3}}, 20131, true, false},
+        {"area overflows", Cmd::Area, {{kHuge, kHuge}, {-kHuge, kHuge}, {-kHuge, -kHuge}}, 20132, false, false},
+        {"area of NaN", Cmd::Area, {{0, 0}, {kNaN, 0}, {1, 1}}, 20132, false, true},
+        {"angle ray of length 0", Cmd::ThreePointAngle, {{0, 0}, {0, 0}, {5, 5}}, 20133, false, false},
+        {"parallel lines", Cmd::TwoLineAngle, {{0, 0}, {10, 0}, {0, 5}, {10, 5}, {3, 3}}, 20133, false, false},
+        {"side point on the vertex", Cmd::TwoLineAngle, {kLines[0], kLines[1], kLines[2], kLines[3], {0, 0}}, 20133, false, false, 6, true},
+        {"distance past row 99", Cmd::Distance, {{0, 0}, {3, 4}}, kFull, false, false, 99},
+        {"two circles, third row past 99", Cmd::TwoCircles, kCircles, kFull, false, false, 97},
+        {"three perpendiculars, last past 99", Cmd::Perpendicular, kFive, kFull, false, false, 97},
+        // Counted by points, not by the feet that would succeed; and checked before computing.
+        {"perpendiculars refused though one fails", Cmd::Perpendicular, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, kFull, false, false, 97},
+        {"circle that would fail", Cmd::Circle, {{0, 0}, {1, 1}, {2, 2}}, kFull, false, false, 99},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        rig.Reset(c.mode, c.clicks, c.listed, 1, 1, "0.0", c.dirtyBefore);
+        const Points want = c.reduced ? Points{{20, 0}, {0, 0}, {0, 30}, kLines[3], {0, 0}} : c.clicks;
+        rig.s.host.AnswerMsgBox(vb::vbOK);
+        tavix::AddMeasureResult(rig.f);
+        const bool full = c.text == kFull;
+        rig.ExpectBox(c.text, vb::vbOKOnly | (full ? vb::vbExclamation : vb::vbCritical), full ? 11141 : 11134, c.what);
+        EXPECT_EQ(std::tuple(rig.f.ResultCount, rig.f.ResultDirty), std::tuple(c.listed, c.firstWay || c.dirtyBefore))
+            << c.what;
+        rig.ExpectUntouchedFrom(c.listed + 1, c.what);
+        ExpectPoints(rig.f.WorkPoints, want, c.what + std::string(" WorkPoints"));
+    }
+}
+
+// Colours as the settings hold them (0x00BBGGRR) and as the canvas shows them.
+constexpr uint32_t kLine1 = 0x0000FF, kLine2 = 0x00FF00, kValue1 = 0xFFFF00, kValue2 = 0xFF00FF;
+constexpr QRgb kRed = 0xFFFF0000, kGreen = 0xFF00FF00, kCyan = 0xFF00FFFF, kMagenta = 0xFFFF00FF;
+constexpr QRgb kGrey = 0xFF404040;
+const QString kValueText = QStringLiteral("12.346");  // 12.3456 in "0.000"
+
+struct Drawing : testing_support::StartedMain {
+    QImage canvas;
+
+    Drawing() : StartedMain(3) {
+        Var().MeasureLineColor[1] = kLine1;
+        Var().MeasureLineColor[2] = kLine2;
+        Var().MeasureLineColor[3] = 0xFFFFFF;  // the running command's: must not show
+        Var().MeasureValueColor[1] = kValue1;
+        Var().MeasureValueColor[2] = kValue2;
+        f.ResultFormat = QStringLiteral("0.000");
+        QImage grey(400, 300, QImage::Format_RGB32);
+        grey.fill(kGrey);
+        f.picTempView->SetPicture(grey);
+        Select(99, 99);  // no record selected unless a test says so
+    }
+    void Add(tavix::CommandMode kind, std::vector<Point2D> points, double value = 12.3456) {
+        points.insert(points.begin(), Point2D{});
+        ++f.ResultCount;
+        Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, points, value};
+    }
+    void Select(int row, int rowSel) {
+        f.grdResult->SetRow(row);
+        f.grdResult->SetRowSel(rowSel);
+    }
+    void Redraw() {
+        tavix::DispImage(f, false);
+        tavix::DrawMeasureResults(f);
+        canvas = f.picStillView->GetImage();
+    }
+    // Canvas pixel of a point in the still's scale.
+    QPoint Px(double x, double y) const {
+        const vb::PictureBox& still = *f.picStillView;
+        return QPoint(int(std::floor(still.ToPixelX(x) + 0.5)), int(std::floor(still.ToPixelY(y) + 0.5))) -
+               still.CanvasRect().topLeft();
+    }
+    QRgb At(double x, double y) const {
+        const QPoint p = Px(x, y);
+        return canvas.valid(p) ? canvas.pixel(p) : 0;
+    }
+    // Lines are not antialiased, but a sample may fall a pixel beside a slanted one.
+    bool Around(double x, double y, QRgb colour) const {
+        for (int dy = -1; dy <= 1; ++dy)
+            for (int dx = -1; dx <= 1; ++dx)
+                if (At(x + dx, y + dy) == colour) return true;
+        return false;
+    }
+    // The text with its top left at (x, y): every fully covered pixel of the same text laid out
+    // by Qt in the still's font, and no other pixel of that box, is in the colour.
+    void ExpectText(double x, double y, const QString& text, QRgb colour) const {
+        const QFont& font = f.picStillView->Font();
+        const QFontMetricsF fm(font);
+        QImage ref(int(std::ceil(fm.horizontalAdvance(text))) + 2, int(std::ceil(fm.height())) + 1,
+                   QImage::Format_RGB32);
+        ref.fill(kGrey);
+        QPainter p(&ref);
+        p.setFont(font);
+        p.setPen(QColor::fromRgb(colour));
+        p.drawText(QPointF(0, fm.ascent()), text);
+        p.end();
+        const QPoint at = Px(x, y);
+        int full = 0, wrong = 0;
+        for (int ry = 0; ry < ref.height(); ++ry)
+            for (int rx = 0; rx < ref.width(); ++rx) {
+                const bool want = ref.pixel(rx, ry) == colour;
+                const QPoint c = at + QPoint(rx, ry);
+                full += want;
+                wrong += want != (canvas.valid(c) && canvas.pixel(c) == colour);
+            }
+        ASSERT_GT(full, 0) << "the reference text has no solid pixel";
+        EXPECT_EQ(wrong, 0) << qPrintable(text) << " at " << x << "," << y;
+    }
+};
+
+struct KindCase {
+    tavix::CommandMode kind;
+    std::vector<Point2D> points;
+    std::vector<Point2D> on;   // on a drawn line or circle
+    std::vector<Point2D> off;  // on a line the kind does not draw
+    Point2D text;
+};
+
+TEST(Draw, EachKindDrawsItsLinesAndPutsItsValueAtItsPlace) {
+    // clang-format off
+    const KindCase cases[] = {
+        {Cmd::Distance, {{-100, -80}, {60, 0}}, {{-100, -80}, {60, 0}, {-60, -60}}, {}, {-20, -40}},
+        // The radius is P(2).X, not the distance to P(2).
+        {Cmd::Circle, {{0, 0}, {80, 30}}, {{80, 0}, {0, -80}, {-80, 0}, {0, 80}}, {{-85, 0}, {0, 85}}, {0, 0}},
+        {Cmd::TwoCircles, {{-50, 10}, {60, -3}}, {{10, 10}, {-50, -50}, {-110, 10}}, {}, {-50, 10}},
+        {Cmd::Perpendicular, {{-150, -100}, {50, -100}, {0, -100}, {0, 100}}, {{-140, -100}, {40, -100}, {0, 90}, {0, -60}}, {}, {0, 0}},
+        // The last line closes the polygon.
+        {Cmd::Area, {{-100, -100}, {100, -100}, {100, 100}, {-100, 100}}, {{0, -100}, {100, 0}, {0, 100}, {-100, 0}}, {}, {-100, -100}},
+        // P(4) and P(5) of an angle by two lines stay undrawn.
+        {Cmd::ThreePointAngle, {{-120, 60}, {0, -60}, {120, 60}, {-120, -120}, {120, -120}}, {{-60, 0}, {60, 0}},
+         {{0, -120}, {0, 60}, {-120, -30}}, {0, -60}},
+        {Cmd::ParallelDistance, {{-100, -80}, {100, -80}, {-100, 80}, {100, 80}, {-40, -80}, {-40, 80}},
+         {{-90, -80}, {90, 80}, {-40, -60}, {-40, 60}}, {{0, 0}, {30, 0}}, {-40, 0}},
+    };
+    // clang-format on
+    Drawing d;
+    for (const KindCase& c : cases) {
+        d.f.ResultCount = 0;
+        d.Add(c.kind, c.points);
+        d.Redraw();
+        for (const Point2D& p : c.on)
+            EXPECT_TRUE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
+        for (const Point2D& p : c.off)
+            EXPECT_FALSE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
+        d.ExpectText(c.text.X, c.text.Y, kValueText, kCyan);
+    }
+}
+
+TEST(Draw, CountMarksAreThreePixelSquaresNumberedWithTheirRowAsAPrintedNumber) {
+    Drawing d;
+    for (int i = 0; i < 6; ++i) d.Add(Cmd::Distance, {{-190, 140.0 - 4 * i}, {-150, 140.0 - 4 * i}});
+    const std::vector<Point2D> marks{{-100, -50}, {0, 0}, {100, 60}};
+    d.Add(Cmd::Count, marks);
+    d.Redraw();
+    for (const Point2D& p : marks) {
+        for (int dy = -2; dy <= 2; ++dy)
+            for (int dx = -2; dx <= 2; ++dx) {
+                const bool inside = std::abs(dx) <= 1 && std::abs(dy) <= 1;
+                EXPECT_EQ(d.At(p.X + dx, p.Y + dy), inside ? kRed : kGrey)
+                    << "mark at " << p.X << "," << p.Y << " offset " << dx << "," << dy;
+            }
+        // A blank for the sign in front of the row number: the digit stands one blank right.
+        d.ExpectText(p.X + 4, p.Y + 4, QStringLiteral(" 7 "), kCyan);
+    }
+}
+
+TEST(Draw, SelectedRowsTakeTheSecondColoursAndRowsBeyondTheCountStayUndrawn) {
+    const struct {
+        int row, rowSel, count;
+        std::vector<int> selected;
+    } cases[] = {
+        {1, 1, 5, {1}},                               // as at start
+        {5, 2, 5, {2, 3, 4, 5}},                      // either way round
+        {2, 5, 5, {2, 3, 4, 5}}, {4, 99, 5, {4, 5}},  // past the count
+        {6, 6, 5, {}},                                // an empty row, as after a removal
+        {1, 1, 3, {1}},          {1, 1, 0, {}},
+    };
+    Drawing d;
+    for (const auto& c : cases) {
+        d.f.ResultCount = 0;
+        for (int i = 1; i <= 5; ++i) d.Add(Cmd::Distance, {{-150, -140.0 + 45 * i}, {150, -140.0 + 45 * i}});
+        d.f.ResultCount = static_cast<int16_t>(c.count);
+        d.Select(c.row, c.rowSel);
+        d.Redraw();
+        for (int i = 1; i <= 5; ++i) {
+            const double y = -140.0 + 45 * i;
+            const bool sel = std::find(c.selected.begin(), c.selected.end(), i) != c.selected.end();
+            const QRgb expected = i > c.count ? kGrey : sel ? kGreen : kRed;
+            EXPECT_EQ(d.At(-100, y), expected) << "row " << i << " with " << c.row << "-" << c.rowSel;
+            if (i <= c.count) d.ExpectText(0, y, kValueText, sel ? kMagenta : kCyan);
+        }
+    }
+}
+
+TEST(Draw, LaterRowsLieOverEarlierOnes) {
+    Drawing d;
+    d.Add(Cmd::Distance, {{-50, 20}, {50, 20}});
+    d.Add(Cmd::Distance, {{20, -50}, {20, 50}});
+    for (const auto& [selected, crossing] : {std::pair{2, kGreen}, {1, kRed}}) {
+        d.Select(selected, selected);
+        d.Redraw();
+        EXPECT_EQ(d.At(20, 20), crossing) << "row " << selected << " selected";
+    }
+}
+
+TEST(Draw, ZoomMovesLinesAndPlacesButNotTheTextSizeOrTheMark) {
+    Drawing d;
+    d.Add(Cmd::Distance, {{-50, 20}, {50, 20}});
+    d.Add(Cmd::Count, {{30, -30}});
+    d.Select(2, 2);  // the count's number in another colour than the value
+    d.Redraw();
+    EXPECT_EQ(std::tuple(d.At(45, 20), d.At(90, 40)), std::tuple(kRed, kGrey));
+    testing_support::Zoom(d.f, "x 2.0");
+    ASSERT_DOUBLE_EQ(Var().ZoomFactor, 2.0);
+    d.canvas = d.f.picStillView->GetImage();
+    // The line doubled, the mark moved and kept its size, the text moved in its size.
+    EXPECT_EQ(std::tuple(d.At(90, 40), d.At(60, -60), d.At(62, -60)), std::tuple(kRed, kGreen, kGrey));
+    d.ExpectText(0, 40, kValueText, kCyan);
+}
+
+constexpr int kYesNoDefaultNo = 292, kOkExclamation = 48;
+
+struct Table : testing_support::StartedMain {
+    explicit Table(int n = 0) : StartedMain(3) {
+        f.picTempView->SetPicture(testing_support::QuarterPicture(200, 100));
+        testing_support::ResultsInCyan();
+        Fill(n);
+    }
+    // n results as measures leave them, texts no formatting gives; slot 20 an old one.
+    void Fill(int n) {
+        for (int i = 1; i <= n; ++i) {
+            Var().ResultTable[i] = {int16_t(i), Cmd::Distance, {{}, {double(i), 1}, {-40, double(i)}}, i + 0.25};
+            const char* prefix[] = {"", "N", "v", "u"};
+            for (int c = 0; c < 4; ++c) f.grdResult->SetTextMatrix(i, c, prefix[c] + QString::number(i));
+        }
+        Var().ResultTable[20] = {20, Cmd::Circle, {{}, {5, 5}}, 9};
+        f.ResultCount = int16_t(n);
+        f.ResultDirty = n > 0;
+    }
+    // The still bare but for a grey mark at its centre, so a repaint shows as the mark gone.
+    void Mark() {
+        tavix::DispImage(f, false);
+        f.picStillView->LineBox(-20, -20, 20, 20, 0x808080, true);
+    }
+    bool Inked() const {
+        const QRect r = f.picStillView->CanvasRect();
+        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF808080;
+    }
+    // Grid rows 1..n, those in the list followed by "No Value Point" of their record.
+    std::string Rows(int n) const {
+        QString rows;
+        for (int r = 1; r <= n; ++r) {
+            QStringList t;
+            for (int c = 0; c < 4; ++c) t << f.grdResult->TextMatrix(r, c);
+            const tavix::ResultRecord& rec = Var().ResultTable[r];
+            if (r <= f.ResultCount)
+                t.last() += QStringLiteral(" %1 %2 %3").arg(rec.No).arg(rec.Value).arg(rec.Points.at(1).X);
+            rows += t.join('|') + '\n';
+        }
+        return rows.toStdString();
+    }
+    std::string Shown() { return ::Shown(host); }
+};
+
+TEST(ResultTable, RemoveAndClearChangeTheListOnlyAfterYes) {
+    const struct {
+        const char* what;
+        bool clear;
+        int count, row, rowSel;
+        Answer answer;
+        bool dirtyBefore;
+        std::vector<int> kept, selection;
+        bool dirtyAfter;
+    } cases[] = {
+        {"dragged down 3..5", false, 6, 3, 5, vb::vbYes, false, {1, 2, 6}, {4, 4, 0, 3}, true},
+        {"dragged up 5..3", false, 6, 5, 3, vb::vbYes, false, {1, 2, 6}, {4, 4, 0, 3}, true},
+        {"4..20 of 6", false, 6, 4, 20, vb::vbYes, false, {1, 2, 3}, {4, 4, 0, 3}, true},
+        {"wholly below", false, 6, 9, 9, {}, false, {1, 2, 3, 4, 5, 6}, {9, 9, 0, 0}, false},
+        {"all", false, 3, 1, 3, vb::vbYes, true, {}, {1, 1, 0, 3}, false},
+        {"last of five", false, 5, 5, 5, vb::vbYes, true, {1, 2, 3, 4}, {5, 5, 0, 3}, true},
+        {"row 2 of 5", false, 5, 2, 2, vb::vbYes, true, {1, 3, 4, 5}, {5, 5, 0, 3}, true},
+        {"remove, No", false, 5, 2, 3, vb::vbNo, true, {1, 2, 3, 4, 5}, {2, 3, 0, 0}, true},
+        {"clear, empty list", true, 0, 3, 4, {}, false, {}, {3, 4, 0, 0}, false},
+        {"clear, No", true, 4, 3, 4, vb::vbNo, true, {1, 2, 3, 4}, {3, 4, 0, 0}, true},
+        {"clear", true, 4, 3, 4, vb::vbYes, true, {}, {1, 1, 0, 3}, false},  // the still left bare
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Table t(c.count);
+        t.f.ResultDirty = c.dirtyBefore;
+        t.f.grdResult->SetRow(c.row);
+        t.f.grdResult->SetRowSel(c.rowSel);
+        t.Mark();
+        if (c.answer) t.host.AnswerMsgBox(*c.answer);
+        c.clear ? tavix::cmdResultClear_Click(t.f) : tavix::cmdResultRemove_Click(t.f);
+
+        const std::string question = c.clear ? Box(20070, 11070, kYesNoDefaultNo) : Box(20080, 11080, kYesNoDefaultNo);
+        QString rows;
+        for (int r = 1; r <= c.count; ++r) {
+            const int k = r <= int(c.kept.size()) ? c.kept[r - 1] : 0;
+            rows += k ? QStringLiteral("%1|N%2|v%2|u%2 %1 %3 %2\n").arg(r).arg(k).arg(k + 0.25) : "|||\n";
+        }
+        const auto& g = *t.f.grdResult;
+        EXPECT_EQ(std::tuple(t.Shown(), t.Rows(c.count), int(t.f.ResultCount), t.f.ResultDirty),
+                  std::tuple(c.answer ? question : "", rows.toStdString(), int(c.kept.size()), c.dirtyAfter));
+        EXPECT_EQ(std::vector<int>({g.Row(), g.RowSel(), g.Col(), g.ColSel()}), c.selection);
+        // Only a Yes repaints the still, with the results that are left; Clear empties every slot.
+        const bool yes = c.answer == vb::vbYes;
+        EXPECT_EQ(std::tuple(t.Inked(), testing_support::ResultPixels(t.f) > 0, Var().ResultTable[20].Points.empty()),
+                  std::tuple(!yes, yes && !c.kept.empty(), c.clear && yes));
+    }
+}
+
+TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
+    const QByteArray old(500, 'x');
+    const struct {
+        const char* what;
+        int count;
+        std::optional<QString> name;
+        int boxText, boxTitle;
+        QByteArray file;
+        int error;
+        bool dirtyAfter;
+    } cases[] = {
+        {"three rows", 3, "r.txt", 0, 0, "1,N1,v1,u1\r\n2,a,b,v2,u2\r\n3,N3,v3,\r\n", 0, false},
+        {"cancelled", 2, std::nullopt, 0, 0, old, 0, true},
+        {"nothing to save", 0, {}, 20090, 11090, old, 0, false},
+        {"folder gone", 2, "gone/r.txt", 20092, 11092, old, 76, true},
+        {"folder in the way", 2, "dir", 20092, 11092, old, 75, true},  // not by permissions: root may write
+    };
+    for (const auto& c : cases) {
+        Table t(c.count);
+        t.f.grdResult->SetTextMatrix(2, 1, QStringLiteral("a,b"));
+        t.f.grdResult->SetTextMatrix(3, 3, QString());
+        t.box.Write("r.txt", old);
+        QDir(t.box.Path()).mkdir("dir");
+        if (c.count > 0) t.host.AnswerFile(c.name ? std::optional(t.box.File(*c.name)) : std::nullopt);
+        if (c.boxText) t.host.AnswerMsgBox(vb::vbOK);
+        tavix::cmdResultSave_Click(t.f);
+
+        const std::string box = c.boxText ? Box(c.boxText, c.boxTitle, kOkExclamation) : "";
+        const bool logged = t.box.LogTexts().contains(QStringLiteral("cmdResultSave_Click Error.(%1)").arg(c.error));
+        EXPECT_EQ(
+            std::tuple(t.Shown(), t.box.Read("r.txt"), t.f.ResultDirty, t.host.BusyDepth, logged, t.f.cdlFile->Flags),
+            std::tuple(box, c.file, c.dirtyAfter, 0, c.error != 0, c.count > 0 ? 34818 : 0))
+            << c.what;
+    }
+}
+
+TEST(ResultTable, SavedValuesKeepThePointUnderADecimalCommaLocale) {
+    const QLocale qtLocale;
+    const std::string cLocale = std::setlocale(LC_ALL, nullptr);
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    std::setlocale(LC_ALL, "de_DE.UTF-8");  // where the machine has it
+    {
+        Table t;
+        Var().ProofTable[Var().CurrentProofNo] = {QStringLiteral("P"), 0.5, QStringLiteral("mm")};
+        Var().ZoomFactor = 1;
+        t.f.ResultFormat = QStringLiteral("0.000");
+        t.f.CommandMode = tavix::CommandMode::Distance;
+        t.f.WorkPoints = {{}, {0, 0}, {3, 4}};
+        tavix::AddMeasureResult(t.f);
+        t.host.AnswerFile(t.box.File("de.txt"));
+        tavix::cmdResultSave_Click(t.f);
+        EXPECT_EQ(t.box.Read("de.txt"), ("1," + GST(11132) + ",2.500,mm\r\n").toUtf8());
+    }
+    QLocale::setDefault(qtLocale);
+    std::setlocale(LC_ALL, cLocale.c_str());
+}
+
+// Each question about unsaved results comes exactly when ResultDirty says the list would be lost;
+// a picture loaded empties the list.
+TEST(ResultTable, QuestionsFollowResultDirtyOverASession) {
+    Table t;
+    tavix::frmMain& f = t.f;
+    const QString picture = t.box.File("p.bmp");
+    testing_support::QuarterPicture(80, 60).save(picture);
+    auto save = [&] {
+        t.host.AnswerFile(t.box.File("s.txt"));
+        tavix::cmdResultSave_Click(f);
+    };
+    auto load = [&] {
+        t.host.AnswerFile(picture);
+        tavix::cmdPicLoad_Click(f);
+    };
+    const struct {
+        const char* what;
+        std::function<void()> act;
+        Answer answer;
+        int title, count;
+        bool dirty;
+    } steps[] = {
+        // clang-format off
+        {"three measured, saved", [&] { t.Fill(3); save(); }, {}, 0, 3, false},
+        {"removal after saving", [&] { f.grdResult->SetRow(2); tavix::cmdResultRemove_Click(f); }, vb::vbYes, 11080, 2, true},
+        {"other picture", load, vb::vbYes, 11020, 0, false},
+        {"two saved, other picture", [&] { t.Fill(2); save(); load(); }, {}, 0, 0, false},
+        // clang-format on
+    };
+    for (const auto& s : steps) {
+        if (s.answer) t.host.AnswerMsgBox(*s.answer);
+        s.act();
+        const std::string shown = t.Shown();
+        EXPECT_EQ(std::tuple(shown.substr(0, shown.find('|')), f.ResultCount, f.ResultDirty),
+                  std::tuple(s.title ? GST(s.title).toStdString() : "", int16_t(s.count), s.dirty))
+            << s.what;
+    }
 }
 
 }  // namespace
