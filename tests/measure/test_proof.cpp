@@ -219,24 +219,47 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
     EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.ResultsShown() && w.f.chkScale->Enabled());
 }
 
-TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom) {
-    const QStringList units{kMu, QStringLiteral("mm"), QStringLiteral("cm")};
-    // unit: the slot's before; shown: the one the dialog opens with, μ for a unit not in its list.
-    // key: how the user ends it (0: a click on the button), pressed on the cancel button when onCancel.
+// The dialog opens with the slot, ends only by its buttons (Enter and Escape included), and OK stores
+// what was typed whatever the zoom; a refusal or a failed rewrite keeps it open and changes nothing.
+TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
+    enum { Any, Name, Value, Unit };
+    const QString kNew = QStringLiteral("新しい ");
+    // unit: the slot's before, shown: the index of the one the dialog opens with (μ for a unit not
+    // in its list); key: how the user ends it, 0 for a click on OK (ok) or Cancel, on the cancel
+    // button when onCancel; stored: the slot after, "" for unchanged. text: the refusal's box,
+    // focus: the field at fault; a rewrite goes to file (made a folder when directory) and logs
+    // error, and the user then retries.
     const struct {
-        const char* what;
-        const char* unit;
+        const char *what, *unit;
         int shown;
         double zoom;
         float apart;
+        const char *name, *value;
         bool ok, dirty;
         int key;
-        bool onCancel = false;
+        bool onCancel;
+        const char* stored;
+        int text = 0, focus = Any;
+        const char* file = nullptr;
+        bool directory = false;
+        int error = 0;
     } cases[] = {
-        {"OK at zoom 2, a foreign unit", "px", 0, 2.0, 200, true, true, 0},
-        {"Enter in a text box is OK; zoom 0.5, saved results", "cm", 2, 0.5, 50, true, false, Qt::Key_Return},
-        {"Escape is Cancel", "mm", 1, 1.0, 100, false, false, Qt::Key_Escape},
-        {"Enter on the cancel button is Cancel, unsaved", "mm", 1, 1.0, 100, false, true, Qt::Key_Return, true},
+        // clang-format off
+        {"OK at zoom 2, a foreign unit", "px", 0, 2.0, 200, "新しい ", "10x", true, true, 0, false, "新しい |0.1|μ"},
+        {"Enter in a text box is OK; zoom 0.5, saved results", "cm", 2, 0.5, 50, "新しい ", "10x", true, false, Qt::Key_Return, false, "新しい |0.1|cm"},
+        {"Escape is Cancel", "mm", 1, 1, 100, "新しい ", "10x", false, false, Qt::Key_Escape, false, ""},
+        {"Enter on the cancel button is Cancel, unsaved", "mm", 1, 1, 100, "新しい ", "10x", false, true, Qt::Key_Return, true, ""},
+        {"blank name", "cm", 2, 1, 100, "   ", "1", true, false, 0, false, "", 24000, Name},
+        {"blank value", "cm", 2, 1, 100, "a", "  ", true, false, 0, false, "", 24001, Value},
+        {"zero", "cm", 2, 1, 100, "a", "0", true, false, 0, false, "", 24002, Value},
+        {"negative", "cm", 2, 1, 100, "a", "-1", true, false, 0, false, "", 24002, Value},
+        {"letters read as 0", "cm", 2, 1, 100, "a", "abc", true, false, 0, false, "", 24002, Value},
+        {"no unit", "cm", 2, 1, 100, "a", "1", true, false, 0, false, "", 24003, Unit},
+        {"two clicks on one point", "cm", 2, 1, 0, "a", "5", true, false, 0, false, "", 24004, Value},
+        {"a value beyond a double", "cm", 2, 1, 100, "a", "1e400", true, false, 0, false, "", 24004, Value},
+        {"rewrite, folder gone", "cm", 2, 1, 100, "new", "2", true, false, 0, false, "new|0.02|cm", 24005, Any, "\\gone\\Proof.txt", false, 76},
+        {"rewrite, target is a folder", "cm", 2, 1, 100, "new", "2", true, false, 0, false, "new|0.02|cm", 24005, Any, "\\Proof.txt", true, 75},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -247,13 +270,19 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
         w.AddResults(3);
         w.f.ResultDirty = c.dirty;
         if (c.dirty) w.host.AnswerMsgBox(vb::vbYes);  // the question at the start, and no other
+        if (c.text) w.host.AnswerMsgBox(vb::vbOK);
+        if (c.file) Var().ProofFileName = QString::fromLatin1(c.file);
+        const std::string former = Slot(Var().ProofTable[5]);
         const QByteArray file = w.box.Read(kProof);
+        if (c.directory) w.box.Remove(kProof);
+        ASSERT_TRUE(!c.directory || QDir(w.box.Path()).mkdir(kProof));
         w.Calibrate(c.apart, [&](frmProofConfig& d) {
             // The measured length in pixels of the picture; the rubber line stays.
-            EXPECT_EQ(QStringList({d.Caption(), d.Label1[0]->Caption(), d.Label1[2]->Caption(),
-                                   d.lblMeasured->Caption(), d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
-                      QStringList({GST(14000), GST(14001), GST(14003), GST(14004, QStringLiteral("100.0")), "slot5",
-                                   "1", QString::number(c.apart)}));
+            EXPECT_EQ(
+                QStringList({d.Caption(), d.Label1[0]->Caption(), d.Label1[2]->Caption(), d.lblMeasured->Caption(),
+                             d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
+                QStringList({GST(14000), GST(14001), GST(14003), GST(14004, QLatin1String(c.apart ? "100.0" : "0.0")),
+                             "slot5", "1", QString::number(c.apart)}));
             EXPECT_TRUE(d.cboUnit->ListCount() == 3 && d.cboUnit->ListIndex() == c.shown);
             EXPECT_TRUE(w.f.linMeasure.Exists(1) && w.f.linMeasure[1]->Visible());
             d.setParent(&w.f, d.windowFlags() | Qt::Dialog);  // as the program's dialog host does
@@ -269,86 +298,43 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
                 Key(d.focusWidget(), Qt::Key_Tab);
                 EXPECT_EQ(d.focusWidget(), next->Widget()) << "tab order at " << next->Name().toStdString();
             }
-            Enter(d, "新しい ", "10x");  // name kept untrimmed, value read up to the letter
+            Enter(d, c.name, c.value);  // a name kept untrimmed, a value read up to a letter
+            if (c.focus == Unit) d.cboUnit->SetListIndex(-1);
+            if (c.text) d.cmdCancel->SetFocus();  // the focus must move to the field at fault
             if (c.key == 0) (c.ok ? d.cmdOK : d.cmdCancel)->Click();
             if (c.key) (c.onCancel ? static_cast<vb::Control*>(d.cmdCancel) : d.txtValue)->SetFocus();
             if (c.key) Key(d.focusWidget(), c.key);
+            if (c.text) {
+                const vb::Control* fields[4] = {nullptr, d.txtName, d.txtValue, d.cboUnit};
+                EXPECT_EQ(std::tuple(d.Unloaded(), Slot(Var().ProofTable[5])), std::tuple(false, former));
+                EXPECT_TRUE(c.focus == Any || d.focusWidget() == fields[c.focus]->Widget());
+                if (c.error) Var().ProofFileName = QStringLiteral("\\Retry.txt");  // the user made room: OK again
+                (c.error ? d.cmdOK : d.cmdCancel)->Click();
+            }
             EXPECT_TRUE(d.Unloaded());
         });
-        // The measure ended; Cancel keeps the results and the slot, OK empties the list.
+        const std::string boxes = (c.dirty ? Box(20060, 11060, kQuestion) : std::string()) +
+                                  (c.text ? Box(c.text, 14100, vb::vbOKOnly | vb::vbExclamation) : std::string());
+        EXPECT_EQ(Shown(w.host), boxes);
+        // The measure ended; a stored slot empties the list, else the results and the file stay.
+        const bool stored = *c.stored;
         EXPECT_EQ(std::tuple(Var().DialogResult, w.f.ResultCount, w.ResultsShown(), w.f.cboProof->ListIndex()),
-                  std::tuple(c.ok, int16_t(c.ok ? 0 : 3), !c.ok, 5));
+                  std::tuple(stored, int16_t(stored ? 0 : 3), !stored, 5));
         EXPECT_FALSE(w.f.linMeasure.Exists(1));
-        if (!c.ok) {
+        if (!stored) {
             EXPECT_EQ(std::tuple(w.f.ResultDirty, Slot(Var().ProofTable[5]), w.box.Read(kProof)),
-                      std::tuple(c.dirty, "slot5|1|" + std::string(c.unit), file));
+                      std::tuple(c.dirty, former, file));
             continue;
         }
-        // OK stores the unit that was shown.
+        const QStringList slot = QString::fromUtf8(c.stored).split(u'|');
         EXPECT_EQ(std::tuple(Slot(Var().ProofTable[5]), w.f.cboProof->List(5), w.f.lblProofValue->Caption()),
-                  std::tuple(("新しい |0.1|" + units[c.shown]).toStdString(), QStringLiteral("新しい "),
-                             GST(10202, QStringLiteral("0.1 ") + units[c.shown])));
-        const QStringList lines =
-            QString::fromUtf8(w.box.Read(kProof)).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+                  std::tuple(std::string(c.stored), slot[0], GST(10202, slot[1] + u' ' + slot[2])));
+        const QStringList lines = QString::fromUtf8(w.box.Read(c.error ? QStringLiteral("Retry.txt") : kProof))
+                                      .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
         ASSERT_EQ(lines.size(), 10);
-        EXPECT_EQ(lines[5], QStringLiteral("\"新しい \",0.1,\"%1\"").arg(units[c.shown]));
-    }
-}
-
-TEST(ProofDialog, RefusalsAndAFailedRewriteKeepTheDialogOpenAndChangeNothing) {
-    enum { Name, Value, Unit, None };
-    // A rewrite goes to fileName (made a folder when directory) and logs error; the user then retries.
-    const struct {
-        const char *what, *name, *value;
-        float apart;
-        int text, focus;
-        const char* fileName = nullptr;
-        bool directory = false;
-        int error = 0;
-    } cases[] = {
-        {"blank name", "   ", "1", 9, 24000, Name},
-        {"blank value", "a", "  ", 9, 24001, Value},
-        {"zero", "a", "0", 9, 24002, Value},
-        {"negative", "a", "-1", 9, 24002, Value},
-        {"letters read as 0", "a", "abc", 9, 24002, Value},
-        {"no unit", "a", "1", 9, 24003, Unit},
-        {"two clicks on one point", "a", "5", 0, 24004, Value},
-        {"a value beyond a double", "a", "1e400", 9, 24004, Value},
-        {"rewrite, folder gone", "new", "2", 10, 24005, None, "\\gone\\Proof.txt", false, 76},
-        {"rewrite, target is a folder", "new", "2", 10, 24005, None, "\\Proof.txt", true, 75},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        ProofWindow w;
-        Var().ZoomFactor = 1.0;
-        if (c.fileName) Var().ProofFileName = QString::fromLatin1(c.fileName);
-        const std::string former = Slot(Var().ProofTable[0]);
-        const QByteArray file = w.box.Read(kProof);
-        if (c.directory) w.box.Remove(kProof);
-        ASSERT_TRUE(!c.directory || QDir(w.box.Path()).mkdir(kProof));
-        w.host.AnswerMsgBox(vb::vbOK);
-        w.Calibrate(c.apart, [&](frmProofConfig& d) {
-            Enter(d, c.name, c.value, "cm");
-            if (c.focus == Unit) d.cboUnit->SetListIndex(-1);
-            d.cmdCancel->SetFocus();
-            d.cmdOK->Click();
-            // Open, the slot unchanged, the focus on the field at fault.
-            const vb::Control* fields[3] = {d.txtName, d.txtValue, d.cboUnit};
-            EXPECT_EQ(std::tuple(d.Unloaded(), Slot(Var().ProofTable[0])), std::tuple(false, former));
-            EXPECT_TRUE(c.focus == None || d.focusWidget() == fields[c.focus]->Widget());
-            if (!c.error) return d.cmdCancel->Click();
-            Var().ProofFileName = QStringLiteral("\\Retry.txt");  // the user made room: OK again
-            d.cmdOK->Click();
-            EXPECT_TRUE(d.Unloaded());
-        });
-        EXPECT_EQ(Shown(w.host), Box(c.text, 14100, vb::vbOKOnly | vb::vbExclamation));
-        if (!c.error) {
-            EXPECT_EQ(w.box.Read(kProof), file);
-            continue;
-        }
-        EXPECT_TRUE(w.box.LogTexts().contains(QStringLiteral("frmProofConfig:cmdOK_Click Error.(%1)").arg(c.error)));
-        EXPECT_TRUE(w.box.Read(QStringLiteral("Retry.txt")).startsWith("\"new\",0.2,\"cm\"\r\n"));
-        EXPECT_EQ(w.f.cboProof->List(0), QStringLiteral("new"));
+        EXPECT_EQ(lines[5], QStringLiteral("\"%1\",%2,\"%3\"").arg(slot[0], slot[1], slot[2]));
+        const QString logged = QStringLiteral("frmProofConfig:cmdOK_Click Error.(%1)").arg(c.error);
+        EXPECT_EQ(w.box.LogTexts().contains(logged), c.error != 0);
     }
 }
 
