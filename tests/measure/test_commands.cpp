@@ -234,19 +234,14 @@ TEST(MeasureCommand, AFullResultListRefusesWhatCannotFit) {
 
 // ---- What follows the pointer between clicks ----
 
-struct LineAt {
-    int k;
-    double x1, y1, x2, y2;
-};
-
 struct MoveCase {
     const char* what;
     int16_t button;     // -1: the calibration
     int16_t otherMode;  // the parallel or the angle by two lines
     std::vector<std::pair<double, double>> clicks;
     std::pair<double, double> move;
-    std::vector<LineAt> lines;
-    int circle = 0;  // shaMeasure element to check, 0 for none
+    std::vector<std::pair<int, QLineF>> lines;  // linMeasure elements
+    int circle = 0;                             // shaMeasure element to check, 0 for none
     bool circleVisible = false;
     QRectF circleBox = {};
 };
@@ -254,18 +249,18 @@ struct MoveCase {
 TEST(PointerFeedback, OverlayItemsAfterAMove) {
     // clang-format off
     const MoveCase cases[] = {
-        {"distance: the free end", 0, 0, {{0, 0}}, {30, 40}, {{1, 0, 0, 30, 40}}},
-        {"perpendicular after the base line: nothing moves", 3, 0, {{0, 0}, {50, 0}}, {30, 40}, {{1, 0, 0, 50, 0}}},
+        {"distance: the free end", 0, 0, {{0, 0}}, {30, 40}, {{1, {0, 0, 30, 40}}}},
+        {"perpendicular after the base line: nothing moves", 3, 0, {{0, 0}, {50, 0}}, {30, 40}, {{1, {0, 0, 50, 0}}}},
         {"circle: hidden with the pointer on the line, back through it", 1, 0, {{-10, 0}, {10, 0}}, {0, 10}, {}, 1, true, QRectF(-10, -10, 20, 20)},
         {"circle with the pointer on their line is hidden", 1, 0, {{-10, 0}, {10, 0}}, {20, 0}, {}, 1, false},
         {"two circles: the first stands still after its third point", 2, 0, {{-10, 0}, {10, 0}, {0, 10}}, {0, 30}, {}, 1, false},
-        {"angle by two lines with two points: nothing moves", 5, 1, {{0, 0}, {40, 0}}, {5, 5}, {{1, 0, 0, 40, 0}}},
-        {"angle by two lines: the second line", 5, 1, {{0, 0}, {40, 0}, {10, 10}}, {20, 30}, {{1, 0, 0, 40, 0}, {2, 10, 10, 20, 30}}},
-        {"area: the last line", 4, 0, {{0, 0}, {40, 0}}, {40, 40}, {{1, 0, 0, 40, 0}, {2, 40, 0, 40, 40}}},
-        {"parallel through the pointer", 0, 1, {{0, 0}, {100, 0}}, {50, 20}, {{2, 0, 20, 100, 20}, {3, 50, 20, 50, 0}}},
-        {"parallel with the pointer on the base line", 0, 1, {{0, 0}, {100, 0}}, {130, 0}, {{2, 0, 0, 100, 0}, {3, 130, 0, 130, 0}}},
+        {"angle by two lines with two points: nothing moves", 5, 1, {{0, 0}, {40, 0}}, {5, 5}, {{1, {0, 0, 40, 0}}}},
+        {"angle by two lines: the second line", 5, 1, {{0, 0}, {40, 0}, {10, 10}}, {20, 30}, {{1, {0, 0, 40, 0}}, {2, {10, 10, 20, 30}}}},
+        {"area: the last line", 4, 0, {{0, 0}, {40, 0}}, {40, 40}, {{1, {0, 0, 40, 0}}, {2, {40, 0, 40, 40}}}},
+        {"parallel through the pointer", 0, 1, {{0, 0}, {100, 0}}, {50, 20}, {{2, {0, 20, 100, 20}}, {3, {50, 20, 50, 0}}}},
+        {"parallel with the pointer on the base line", 0, 1, {{0, 0}, {100, 0}}, {130, 0}, {{2, {0, 0, 100, 0}}, {3, {130, 0, 130, 0}}}},
         {"count: nothing follows", 6, 0, {{0, 0}}, {20, 20}, {}},
-        {"calibration: the free end", -1, 0, {{5, 5}}, {-20, 7}, {{1, 5, 5, -20, 7}}},
+        {"calibration: the free end", -1, 0, {{5, 5}}, {-20, 7}, {{1, {5, 5, -20, 7}}}},
     };
     // clang-format on
     for (const MoveCase& c : cases) {
@@ -281,9 +276,9 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
         tavix::picStillView_MouseMove(f, 1, 0, 3, 0);
         tavix::picStillView_MouseMove(f, 0, 0, static_cast<float>(c.move.first), static_cast<float>(c.move.second));
         EXPECT_EQ(f.picStillView->GetImage().cacheKey(), canvas) << "the still is not repainted";
-        for (const LineAt& l : c.lines) {
-            const vb::LineControl* line = f.linMeasure[l.k];
-            EXPECT_EQ(QLineF(line->X1(), line->Y1(), line->X2(), line->Y2()), QLineF(l.x1, l.y1, l.x2, l.y2)) << l.k;
+        for (const auto& [k, want] : c.lines) {
+            const vb::LineControl* line = f.linMeasure[k];
+            EXPECT_EQ(QLineF(line->X1(), line->Y1(), line->X2(), line->Y2()), want) << k;
         }
         const bool none = c.lines.empty() && c.circle == 0;
         EXPECT_TRUE(!none || Loaded(f.linMeasure) + Loaded(f.shaMeasure) == "") << "nothing drawn";
@@ -366,8 +361,9 @@ struct WantRow {
 
 // Float errors without a failure way count here too: routines without a truth value give 0,
 // and perpendicular points whose foot fails are skipped.
-TEST(MeasureResult, SuccessfulMeasuresAddTheirRowsInOrder) {
+TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
     Rig rig;
+    constexpr int32_t kFull = 20141;
     const QString circle1 = GST(11135).replace(u'@', u'1'), circle2 = GST(11135).replace(u'@', u'2');
     ASSERT_NE(circle1, circle2);
     const Points square{{0, 0}, {10, 0}, {10, 10}, {0, 10}},
@@ -388,6 +384,8 @@ TEST(MeasureResult, SuccessfulMeasuresAddTheirRowsInOrder) {
         const char* format;
         std::vector<WantRow> rows;
         int16_t listed = 4;
+        int32_t text = 0;  // the box of a failure or refusal
+        bool firstWay = false, dirtyBefore = false, reduced = false;
     } cases[] = {
         // clang-format off
         {"200 displayed px at zoom 2", Cmd::Distance, {{0, 0}, {120, 160}}, 2.0, 0.01, "0.000",
@@ -417,15 +415,39 @@ TEST(MeasureResult, SuccessfulMeasuresAddTheirRowsInOrder) {
         {"distance into row 99", Cmd::Distance, {{0, 0}, {3, 4}}, 1, 1, "0.0", {{Cmd::Distance, 5, GST(11132), "5.0", kMm, {}}}, 98},
         {"two circles ending on row 99", Cmd::TwoCircles, kCircles, 1, 1, "0.00", circleRows, 96},
         {"three perpendiculars ending on row 99", Cmd::Perpendicular, kFive, 1, 2, "0.0", footRows, 96},
+        // Failures of the measure, and refusals of a measure whose rows would not fit the grid.
+        {"circle on one line", Cmd::Circle, {{0, 0}, {1, 1}, {2, 2}}, 1, 1, "0.0", {}, 6, 20130, true},
+        {"circle overflows", Cmd::Circle, {{-kHuge, 0}, {kHuge, 0}, {0, kHuge}}, 1, 1, "0.0", {}, 6, 20130, true},
+        {"first of two circles NaN", Cmd::TwoCircles, {{kNaN, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}}, 1, 1, "0.0", {}, 6, 20130, true},
+        {"second of two circles on one line", Cmd::TwoCircles, {{10, 0}, {0, 10}, {-10, 0}, {0, 0}, {1, 0}, {2, 0}}, 1, 1, "0.0", {}, 6, 20130, true, true},
+        {"parallel of NaN", Cmd::ParallelDistance, {{0, 0}, {10, 0}, {kNaN, 3}}, 1, 1, "0.0", {}, 6, 20131, true},
+        {"area overflows", Cmd::Area, {{kHuge, kHuge}, {-kHuge, kHuge}, {-kHuge, -kHuge}}, 1, 1, "0.0", {}, 6, 20132},
+        {"area of NaN", Cmd::Area, {{0, 0}, {kNaN, 0}, {1, 1}}, 1, 1, "0.0", {}, 6, 20132, false, true},
+        {"angle ray of length 0", Cmd::ThreePointAngle, {{0, 0}, {0, 0}, {5, 5}}, 1, 1, "0.0", {}, 6, 20133},
+        {"parallel lines", Cmd::TwoLineAngle, {{0, 0}, {10, 0}, {0, 5}, {10, 5}, {3, 3}}, 1, 1, "0.0", {}, 6, 20133},
+        {"side point on the vertex", Cmd::TwoLineAngle, {kLines[0], kLines[1], kLines[2], kLines[3], {0, 0}}, 1, 1, "0.0", {}, 6, 20133, false, false, true},
+        {"distance past row 99", Cmd::Distance, {{0, 0}, {3, 4}}, 1, 1, "0.0", {}, 99, kFull},
+        {"two circles, third row past 99", Cmd::TwoCircles, kCircles, 1, 1, "0.0", {}, 97, kFull},
+        {"three perpendiculars, last past 99", Cmd::Perpendicular, kFive, 1, 1, "0.0", {}, 97, kFull},
+        // Counted by points, not by the feet that would succeed; and checked before computing.
+        {"perpendiculars refused though one fails", Cmd::Perpendicular, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, 1, 1, "0.0", {}, 97, kFull},
+        {"circle that would fail", Cmd::Circle, {{0, 0}, {1, 1}, {2, 2}}, 1, 1, "0.0", {}, 99, kFull},
         // clang-format on
     };
     for (const auto& c : cases) {
         const int16_t listed = c.listed, n = static_cast<int16_t>(c.rows.size());
-        rig.Reset(c.mode, c.clicks, listed, c.zoom, c.cal, c.format);
+        rig.Reset(c.mode, c.clicks, listed, c.zoom, c.cal, c.format, c.dirtyBefore);
+        if (c.text) rig.s.host.AnswerMsgBox(vb::vbOK);
         tavix::AddMeasureResult(rig.f);
-        EXPECT_EQ(std::tuple(rig.f.ResultCount, rig.f.ResultDirty, rig.s.host.Boxes.size()),
-                  std::tuple(listed + n, true, size_t(0)))
+        // A failure or refusal: its box, and the clicks left as they were (or reduced to rays).
+        const bool full = c.text == kFull;
+        const std::string box =
+            Box(c.text, full ? 11141 : 11134, vb::vbOKOnly | (full ? vb::vbExclamation : vb::vbCritical));
+        EXPECT_EQ(std::tuple(Shown(rig.s.host), rig.f.ResultCount, rig.f.ResultDirty),
+                  std::tuple(c.text ? box : "", listed + n, !c.text || c.firstWay || c.dirtyBefore))
             << c.what;
+        const Points rays{{20, 0}, {0, 0}, {0, 30}, kLines[3], {0, 0}};
+        if (c.text) ExpectPoints(rig.f.WorkPoints, c.reduced ? rays : c.clicks, c.what + std::string(" WorkPoints"));
         for (int16_t i = 0; i < n; ++i) {
             const WantRow& w = c.rows[i];
             const int16_t no = listed + 1 + i;
@@ -482,55 +504,6 @@ TEST(MeasureResult, AngleByTwoLinesTakesTheSideOfTheSidePoint) {
         stored.insert(stored.end(), {c.clicks[3], c.clicks[4]});
         ExpectPoints(r.Points, stored, c.what);
         ExpectPoints(rig.f.WorkPoints, stored, c.what + std::string(" WorkPoints"));
-    }
-}
-
-// Failures of the measure, and refusals of a measure whose rows would not fit the grid.
-TEST(MeasureResult, ImpossibleMeasuresAddNothingAndGoOnTheirWay) {
-    Rig rig;
-    constexpr int32_t kFull = 20141;
-    // firstWay: the way that redraws and marks the results unsaved (seen by ResultDirty); reduced: the lines became rays first.
-    const struct {
-        const char* what;
-        tavix::CommandMode mode;
-        Points clicks;
-        int32_t text;
-        bool firstWay, dirtyBefore;
-        int16_t listed = 6;
-        bool reduced = false;
-    } cases[] = {
-        // clang-format off
-        {"circle on one line", Cmd::Circle, {{0, 0}, {1, 1}, {2, 2}}, 20130, true, false},
-        {"circle overflows", Cmd::Circle, {{-kHuge, 0}, {kHuge, 0}, {0, kHuge}}, 20130, true, false},
-        {"first of two circles NaN", Cmd::TwoCircles, {{kNaN, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}}, 20130, true, false},
-        {"second of two circles on one line", Cmd::TwoCircles, {{10, 0}, {0, 10}, {-10, 0}, {0, 0}, {1, 0}, {2, 0}}, 20130, true, true},
-        {"parallel of NaN", Cmd::ParallelDistance, {{0, 0}, {10, 0}, {kNaN, 3}}, 20131, true, false},
-        {"area overflows", Cmd::Area, {{kHuge, kHuge}, {-kHuge, kHuge}, {-kHuge, -kHuge}}, 20132, false, false},
-        {"area of NaN", Cmd::Area, {{0, 0}, {kNaN, 0}, {1, 1}}, 20132, false, true},
-        {"angle ray of length 0", Cmd::ThreePointAngle, {{0, 0}, {0, 0}, {5, 5}}, 20133, false, false},
-        {"parallel lines", Cmd::TwoLineAngle, {{0, 0}, {10, 0}, {0, 5}, {10, 5}, {3, 3}}, 20133, false, false},
-        {"side point on the vertex", Cmd::TwoLineAngle, {kLines[0], kLines[1], kLines[2], kLines[3], {0, 0}}, 20133, false, false, 6, true},
-        {"distance past row 99", Cmd::Distance, {{0, 0}, {3, 4}}, kFull, false, false, 99},
-        {"two circles, third row past 99", Cmd::TwoCircles, kCircles, kFull, false, false, 97},
-        {"three perpendiculars, last past 99", Cmd::Perpendicular, kFive, kFull, false, false, 97},
-        // Counted by points, not by the feet that would succeed; and checked before computing.
-        {"perpendiculars refused though one fails", Cmd::Perpendicular, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, kFull, false, false, 97},
-        {"circle that would fail", Cmd::Circle, {{0, 0}, {1, 1}, {2, 2}}, kFull, false, false, 99},
-        // clang-format on
-    };
-    for (const auto& c : cases) {
-        rig.Reset(c.mode, c.clicks, c.listed, 1, 1, "0.0", c.dirtyBefore);
-        const Points want = c.reduced ? Points{{20, 0}, {0, 0}, {0, 30}, kLines[3], {0, 0}} : c.clicks;
-        rig.s.host.AnswerMsgBox(vb::vbOK);
-        tavix::AddMeasureResult(rig.f);
-        const bool full = c.text == kFull;
-        EXPECT_EQ(Shown(rig.s.host),
-                  Box(c.text, full ? 11141 : 11134, vb::vbOKOnly | (full ? vb::vbExclamation : vb::vbCritical)))
-            << c.what;
-        EXPECT_EQ(std::tuple(rig.f.ResultCount, rig.f.ResultDirty), std::tuple(c.listed, c.firstWay || c.dirtyBefore))
-            << c.what;
-        rig.ExpectUntouchedFrom(c.listed + 1, c.what);
-        ExpectPoints(rig.f.WorkPoints, want, c.what + std::string(" WorkPoints"));
     }
 }
 
