@@ -831,16 +831,12 @@ TEST(ResultTable, SavedValuesKeepThePointUnderADecimalCommaLocale) {
     QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
     std::setlocale(LC_ALL, "de_DE.UTF-8");  // where the machine has it
     {
-        Table t;
-        Var().ProofTable[Var().CurrentProofNo] = {QStringLiteral("P"), 0.5, QStringLiteral("mm")};
-        Var().ZoomFactor = 1;
-        t.f.ResultFormat = QStringLiteral("0.000");
-        t.f.CommandMode = tavix::CommandMode::Distance;
-        t.f.WorkPoints = {{}, {0, 0}, {3, 4}};
-        tavix::AddMeasureResult(t.f);
-        t.host.AnswerFile(t.box.File("de.txt"));
-        tavix::cmdResultSave_Click(t.f);
-        EXPECT_EQ(t.box.Read("de.txt"), ("1," + GST(11132) + ",2.500,mm\r\n").toUtf8());
+        Rig rig;
+        rig.Reset(Cmd::Distance, {{0, 0}, {3, 4}}, 0, 1, 0.5, "0.000");
+        tavix::AddMeasureResult(rig.f);
+        rig.s.host.AnswerFile(rig.s.box.File("de.txt"));
+        tavix::cmdResultSave_Click(rig.f);
+        EXPECT_EQ(rig.s.box.Read("de.txt"), ("1," + GST(11132) + ",2.500,mm\r\n").toUtf8());
     }
     QLocale::setDefault(qtLocale);
     std::setlocale(LC_ALL, cLocale.c_str());

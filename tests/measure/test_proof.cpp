@@ -85,14 +85,6 @@ void Key(QWidget* target, int key) {
     QCoreApplication::sendEvent(target, &press);
 }
 
-// Types into the dialog; without a unit the one shown stays.
-void Enter(frmProofConfig& d, const char* name, const char* value, const char* unit = nullptr) {
-    d.txtName->SetText(QString::fromUtf8(name));
-    d.txtValue->SetText(QString::fromUtf8(value));
-    for (int i = 0; unit && i < d.cboUnit->ListCount(); ++i)
-        if (d.cboUnit->List(i) == QString::fromUtf8(unit)) d.cboUnit->SetListIndex(i);
-}
-
 TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
     // slot: "name|value|unit" of the slot read; a failure leaves the table as it was.
     const struct {
@@ -298,7 +290,8 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
                 Key(d.focusWidget(), Qt::Key_Tab);
                 EXPECT_EQ(d.focusWidget(), next->Widget()) << "tab order at " << next->Name().toStdString();
             }
-            Enter(d, c.name, c.value);  // a name kept untrimmed, a value read up to a letter
+            d.txtName->SetText(QString::fromUtf8(c.name));  // a name kept untrimmed, a value read up to a letter
+            d.txtValue->SetText(QString::fromUtf8(c.value));
             if (c.focus == Unit) d.cboUnit->SetListIndex(-1);
             if (c.text) d.cmdCancel->SetFocus();  // the focus must move to the field at fault
             if (c.key == 0) (c.ok ? d.cmdOK : d.cmdCancel)->Click();
