@@ -500,11 +500,10 @@ struct Drawing : testing_support::StartedMain {
     QImage canvas;
 
     Drawing() : StartedMain(3) {
-        Var().MeasureLineColor[1] = kLine1;
-        Var().MeasureLineColor[2] = kLine2;
-        Var().MeasureLineColor[3] = 0xFFFFFF;  // the running command's: must not show
-        Var().MeasureValueColor[1] = kValue1;
-        Var().MeasureValueColor[2] = kValue2;
+        tavix::VariableDefinition& v = Var();  // line 3 is the running command's: must not show
+        std::tie(v.MeasureLineColor[1], v.MeasureLineColor[2], v.MeasureLineColor[3]) =
+            std::tuple(kLine1, kLine2, 0xFFFFFFu);
+        std::tie(v.MeasureValueColor[1], v.MeasureValueColor[2]) = std::tuple(kValue1, kValue2);
         f.ResultFormat = QStringLiteral("0.000");
         QImage grey(400, 300, QImage::Format_RGB32);
         grey.fill(kGrey);

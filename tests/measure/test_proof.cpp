@@ -337,13 +337,11 @@ struct Settings {
     int16_t crossLineNum = 0, decimals = 0, fontSize = 0, angleMode = 0, twoPointMode = 0;
     static Settings Now() {
         const tavix::VariableDefinition& v = Var();
-        return {{v.MeasureLineColor[1], v.MeasureValueColor[1], v.MeasureLineColor[2], v.MeasureValueColor[2],
-                 v.MeasureLineColor[3], v.CrossLineColor, v.ScaleColor},
-                v.CrossLineNum,
-                v.NumberOfDecimals,
-                v.MeasureFontSize,
-                v.AngleCommandMode,
-                v.TwoPointCommandMode};
+        Settings s{{v.MeasureLineColor[1], v.MeasureValueColor[1], v.MeasureLineColor[2], v.MeasureValueColor[2],
+                    v.MeasureLineColor[3], v.CrossLineColor, v.ScaleColor}};
+        std::tie(s.crossLineNum, s.decimals, s.fontSize, s.angleMode, s.twoPointMode) =
+            std::tie(v.CrossLineNum, v.NumberOfDecimals, v.MeasureFontSize, v.AngleCommandMode, v.TwoPointCommandMode);
+        return s;
     }
     bool operator==(const Settings&) const = default;
 };
