@@ -273,6 +273,8 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
     }
 }
 
+// ---- The rows a finished measure lists, or its box ----
+
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kHuge = 1e308;
 const QString kMark = QStringLiteral("-"), kMm = QStringLiteral("mm");
@@ -490,6 +492,8 @@ TEST(MeasureResult, AngleByTwoLinesTakesTheSideOfTheSidePoint) {
     }
 }
 
+// ---- Results drawn on the still ----
+
 // Colours as the settings hold them (0x00BBGGRR) and as the canvas shows them.
 constexpr uint32_t kLine1 = 0x0000FF, kLine2 = 0x00FF00, kValue1 = 0xFFFF00, kValue2 = 0xFF00FF;
 constexpr QRgb kRed = 0xFFFF0000, kGreen = 0xFF00FF00, kCyan = 0xFF00FFFF, kMagenta = 0xFFFF00FF;
@@ -679,6 +683,8 @@ TEST(Draw, ZoomMovesLinesAndPlacesButNotTheTextSizeOrTheMark) {
 }
 
 constexpr int kYesNoDefaultNo = 292, kOkExclamation = 48;
+
+// ---- The result list: removed, emptied, saved ----
 
 struct Table : testing_support::StartedMain {
     explicit Table(int n = 0) : StartedMain(3) {

@@ -331,6 +331,8 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
     }
 }
 
+// ---- frmMeasureConfig ----
+
 // Every setting the dialog edits, compared as a whole.
 struct Settings {
     std::array<uint32_t, 7> colors{};
