@@ -20,46 +20,6 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kUnset = -7.25;
 constexpr Point2D kUnsetPoint{kUnset, kUnset};
 
-TEST(CalcScalars, DistanceDirectionDegreesAndMidPoint) {
-    using tavix::PointAtan2, tavix::PointDistance;
-    const struct {
-        const char* what;
-        double got, want;
-    } cases[] = {
-        {"a point with itself", PointDistance({3, 4}, {3, 4}), 0},
-        {"3-4-5", PointDistance({0, 0}, {3, 4}), 5},
-        {"horizontal takes no square, so no overflow", PointDistance({-1e200, 7}, {1e200, 7}), 2e200},
-        {"vertical likewise, the difference negative", PointDistance({7, -1e200}, {7, 1e200}), 2e200},
-        {"squares overflow", PointDistance({0, 0}, {1e200, 1e200}), 0},
-        {"the difference overflows on a horizontal pair", PointDistance({-1e308, 0}, {1e308, 0}), 0},
-        {"NaN on a horizontal pair", PointDistance({kNaN, 0}, {1, 0}), 0},
-        {"direction of the origin", PointAtan2(0, 0), 0},
-        {"negative X axis is +pi", PointAtan2(0, -1), Pi},
-        {"positive Y axis", PointAtan2(5, 0), Pi / 2},
-        {"negative Y axis", PointAtan2(-5, 0), -Pi / 2},
-        {"positive X axis", PointAtan2(0, 3), 0},
-        {"first quadrant", PointAtan2(1, 1), std::atan(1.0)},
-        {"second quadrant", PointAtan2(1, -1), std::atan(-1.0) + Pi},
-        {"third quadrant", PointAtan2(-1, -1), std::atan(1.0) - Pi},
-        {"quotient overflows", PointAtan2(1e300, 1e-300), 0},
-        {"infinite X", PointAtan2(1, -std::numeric_limits<double>::infinity()), 0},
-        {"degrees by the short pi", tavix::RadianToDegree(Pi), 180},
-    };
-    for (const auto& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
-    // The exact pi is a little more than the literal, and that must show.
-    EXPECT_GT(tavix::RadianToDegree(std::numbers::pi), 180.0);
-    for (double bad : {1e307, kNaN})
-        EXPECT_EQ(vb::Trap([&] { (void)tavix::RadianToDegree(bad); }), vb::ErrOverflow) << bad;
-
-    const double big = std::ldexp(1.0, 1023);  // the sum would overflow, the span does not
-    const Point2D mids[][3] = {{{1, 5}, {3, 1}, {2, 3}}, {{big, -big}, {1.5 * big, -big}, {1.25 * big, -big}}};
-    for (const auto& m : mids)
-        for (const Point2D& got : {tavix::MidPoint(m[0], m[1]), tavix::MidPoint(m[1], m[0])})
-            EXPECT_TRUE(got.X == m[2].X && got.Y == m[2].Y) << m[0].X;
-    for (const Point2D& bad : {Point2D{-1e308, 0}, Point2D{0, kNaN}})
-        EXPECT_EQ(vb::Trap([&] { (void)tavix::MidPoint(bad, {1e308, 0}); }), vb::ErrOverflow) << bad.X << "," << bad.Y;
-}
-
 // A routine's truth value and what it wrote; an output it did not write keeps kUnset.
 struct Out {
     bool ok = false;
@@ -72,11 +32,12 @@ Out Circle(Point2D a, Point2D b, Point2D c) { Out o; o.ok = tavix::CircleFrom3Po
 Out Cross(Point2D a, Point2D b, Point2D c, Point2D d) { Out o; o.ok = tavix::LineIntersection(a, b, c, d, o.p); return o; }
 Out Angle(Point2D a, Point2D v, Point2D b) { Out o; o.ok = tavix::VertexAngle(a, v, b, o.d); return o; }
 // clang-format on
-// Slot 3 holds 0.5, the others 1. Corners go from element 1; garbage in element 0 must not count.
+// Slot 3 holds 0.5, slot 4 0.3, the others 1. Corners go from element 1; garbage in element 0 must not count.
 Out Area(double zoom, int16_t proofNo, std::vector<Point2D> corners) {
     tavix::ResetVariableDefinition();
     for (auto& proof : Var().ProofTable) proof.Value = 1.0;
     Var().ProofTable[3].Value = 0.5;
+    Var().ProofTable[4].Value = 0.3;
     Var().ZoomFactor = zoom;
     Var().CurrentProofNo = proofNo;
     corners.insert(corners.begin(), Point2D{kNaN, 1e308});
@@ -143,47 +104,71 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
         {"angle: the product of the distances overflows", Angle({1e200, 0}, {0, 0}, {0, 1e200}), no},
         // clang-format on
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.got.ok, c.want.ok) << c.what;
-        EXPECT_EQ(c.got.d, c.want.d) << c.what;
-        EXPECT_TRUE(c.got.p.X == c.want.p.X && c.got.p.Y == c.want.p.Y)
-            << c.what << ": " << c.got.p.X << " " << c.got.p.Y;
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(std::tuple(c.got.ok, c.got.d, c.got.p.X, c.got.p.Y),
+                  std::tuple(c.want.ok, c.want.d, c.want.p.X, c.want.p.Y))
+            << c.what;
 }
 
-// Each input is one where a plausible reordering (hypot, (a + b) / 2, c * v / z, acos, the
-// squares summed in another order, ...) changes the last bit. The expected values come from
-// an independent double-precision evaluation of the same steps.
-TEST(CalcLastBits, FollowTheOrderOfOperations) {
-    tavix::ResetVariableDefinition();
-    Var().ProofTable[0].Value = 0.3;
-    Var().ZoomFactor = 3.0;
-    double area = 0;
-    ASSERT_TRUE(tavix::PolygonArea({{}, {6, 1}, {2, 13}, {13, 2}}, area));
-    tavix::ResetVariableDefinition();
+TEST(CalcScalars, DistanceDirectionDegreesMidPointAndTheLastBits) {
+    const Out area = Area(3.0, 4, {{6, 1}, {2, 13}, {13, 2}});
     const Out circle = Circle({117.5, -373.3}, {-498.2, 371.4}, {-290.5, -284.5});
     const Out foot = Foot({-12, 29}, {4, -9}, {9, 9}), cross = Cross({16, 22}, {-6, -38}, {41, -41}, {-20, 12});
     const Out angle = Angle({-29, -29}, {-25, 19}, {-13, -10});
-    ASSERT_TRUE(circle.ok && foot.ok && cross.ok && angle.ok);
+    ASSERT_TRUE(area.ok && circle.ok && foot.ok && cross.ok && angle.ok);
+    using tavix::PointAtan2, tavix::PointDistance;
     const struct {
         const char* what;
         double got, want;
     } cases[] = {
-        {"RadianToDegree", tavix::RadianToDegree(0.03), 0x1.b808161039b84p+0},
-        {"PointDistance", tavix::PointDistance({4.1, 1.9}, {5.0, 8.3}), 0x1.9da1530436b3cp+2},
-        {"MidPoint", tavix::MidPoint({0.1, 0.7}, {0.7, 0.1}).X, 0x1.999999999999ap-2},
-        {"PolygonArea", area, 0x1.c28f5c28f5c27p-2},
-        {"circle centre X", circle.p.X, 0x1.753e0e1fab322p+4},
-        {"circle centre Y", circle.p.Y, 0x1.5f6d53871e2b7p+7},
-        {"circle radius", circle.d, 0x1.16840de08957dp+9},
-        {"foot X", foot.p.X, -0x1.af48e27c15af6p+0},
-        {"foot Y", foot.p.Y, 0x1.20134679ace04p+2},
-        {"foot distance", foot.d, 0x1.72fb84996f463p+3},
-        {"intersection X", cross.p.X, 0x1.215dade281a50p+2},
-        {"intersection Y", cross.p.Y, -0x1.29c612e2667c2p+3},
-        {"VertexAngle", angle.d, 0x1.e6e49700e4ef8p-2},
+        {"a point with itself", PointDistance({3, 4}, {3, 4}), 0},
+        {"3-4-5", PointDistance({0, 0}, {3, 4}), 5},
+        {"horizontal takes no square, so no overflow", PointDistance({-1e200, 7}, {1e200, 7}), 2e200},
+        {"vertical likewise, the difference negative", PointDistance({7, -1e200}, {7, 1e200}), 2e200},
+        {"squares overflow", PointDistance({0, 0}, {1e200, 1e200}), 0},
+        {"the difference overflows on a horizontal pair", PointDistance({-1e308, 0}, {1e308, 0}), 0},
+        {"NaN on a horizontal pair", PointDistance({kNaN, 0}, {1, 0}), 0},
+        {"direction of the origin", PointAtan2(0, 0), 0},
+        {"negative X axis is +pi", PointAtan2(0, -1), Pi},
+        {"positive Y axis", PointAtan2(5, 0), Pi / 2},
+        {"negative Y axis", PointAtan2(-5, 0), -Pi / 2},
+        {"positive X axis", PointAtan2(0, 3), 0},
+        {"first quadrant", PointAtan2(1, 1), std::atan(1.0)},
+        {"second quadrant", PointAtan2(1, -1), std::atan(-1.0) + Pi},
+        {"third quadrant", PointAtan2(-1, -1), std::atan(1.0) - Pi},
+        {"quotient overflows", PointAtan2(1e300, 1e-300), 0},
+        {"infinite X", PointAtan2(1, -std::numeric_limits<double>::infinity()), 0},
+        {"degrees by the short pi", tavix::RadianToDegree(Pi), 180},
+        // Each input is one where a plausible reordering (hypot, (a + b) / 2, c * v / z, acos, the
+        // squares summed in another order, ...) changes the last bit. The expected values come from
+        // an independent double-precision evaluation of the same steps.
+        {"last bits: RadianToDegree", tavix::RadianToDegree(0.03), 0x1.b808161039b84p+0},
+        {"last bits: PointDistance", tavix::PointDistance({4.1, 1.9}, {5.0, 8.3}), 0x1.9da1530436b3cp+2},
+        {"last bits: MidPoint", tavix::MidPoint({0.1, 0.7}, {0.7, 0.1}).X, 0x1.999999999999ap-2},
+        {"last bits: PolygonArea", area.d, 0x1.c28f5c28f5c27p-2},
+        {"last bits: circle centre X", circle.p.X, 0x1.753e0e1fab322p+4},
+        {"last bits: circle centre Y", circle.p.Y, 0x1.5f6d53871e2b7p+7},
+        {"last bits: circle radius", circle.d, 0x1.16840de08957dp+9},
+        {"last bits: foot X", foot.p.X, -0x1.af48e27c15af6p+0},
+        {"last bits: foot Y", foot.p.Y, 0x1.20134679ace04p+2},
+        {"last bits: foot distance", foot.d, 0x1.72fb84996f463p+3},
+        {"last bits: intersection X", cross.p.X, 0x1.215dade281a50p+2},
+        {"last bits: intersection Y", cross.p.Y, -0x1.29c612e2667c2p+3},
+        {"last bits: VertexAngle", angle.d, 0x1.e6e49700e4ef8p-2},
     };
     for (const auto& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
+    // The exact pi is a little more than the literal, and that must show.
+    EXPECT_GT(tavix::RadianToDegree(std::numbers::pi), 180.0);
+    for (double bad : {1e307, kNaN})
+        EXPECT_EQ(vb::Trap([&] { (void)tavix::RadianToDegree(bad); }), vb::ErrOverflow) << bad;
+
+    const double big = std::ldexp(1.0, 1023);  // the sum would overflow, the span does not
+    const Point2D mids[][3] = {{{1, 5}, {3, 1}, {2, 3}}, {{big, -big}, {1.5 * big, -big}, {1.25 * big, -big}}};
+    for (const auto& m : mids)
+        for (const Point2D& got : {tavix::MidPoint(m[0], m[1]), tavix::MidPoint(m[1], m[0])})
+            EXPECT_TRUE(got.X == m[2].X && got.Y == m[2].Y) << m[0].X;
+    for (const Point2D& bad : {Point2D{-1e308, 0}, Point2D{0, kNaN}})
+        EXPECT_EQ(vb::Trap([&] { (void)tavix::MidPoint(bad, {1e308, 0}); }), vb::ErrOverflow) << bad.X << "," << bad.Y;
 }
 
 }  // namespace

@@ -1,45 +1,81 @@
-// The measure commands as click sequences: state after every click, the boxes, the ends,
-// and one measure driven with real mouse events.
-#include <QApplication>
-#include <QMouseEvent>
+// The measure commands and their results: the clicks and what follows the pointer, the rows a
+// finished measure lists or the box it refuses with, the results drawn on the still, and the list
+// removed, emptied and saved.
+#include <QDir>
+#include <QFontMetricsF>
+#include <QLocale>
+#include <QPainter>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <clocale>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <numbers>
+#include <optional>
+#include <vector>
+
+#include "CalcModule.h"
 #include "CommandArea.h"
 #include "CommonModule.h"
 #include "Convert.h"
+#include "DialogHost.h"
 #include "MeasureCommands.h"
+#include "MeasureResults.h"
 #include "OpenImage.h"
 #include "PointerFeedback.h"
 #include "Proof.h"
+#include "ResultDrawing.h"
+#include "ResultTable.h"
 #include "StartedMain.h"
 #include "StillDisplay.h"
+#include "VariableDefinition.h"
 
 using tavix::frmMain;
 using testing_support::QuarterPicture;
+using Cmd = tavix::CommandMode;
+using tavix::GST;
+using tavix::Point2D;
+using tavix::Var;
+using Answer = std::optional<int>;
 
 namespace {
 
-constexpr int kHidden = -1;
+constexpr int kEnded = -1;  // the guidance hidden: the command has ended
 
 // One click and the state after it.
 struct Step {
-    char button;  // 'L', 'R'; 'Y'/'N': a left click answered Yes/No by a question box; 'B': a refusal box
+    char button;  // 'L', 'R', 'M'; 'Y'/'N': a left click answered Yes/No by a question box; 'B': a refusal box
     double x, y;
-    int mode, points, guidance;
+    int points, guidance;
     const char* lines;    // loaded linMeasure elements
     const char* circles;  // loaded shaMeasure elements
-    int results;
 };
 
 struct CommandCase {
     const char* what;
     int16_t button, twoPointMode, angleMode;
-    int firstGuidance;
-    int backTo;  // up to this many points a right click takes the last one back
+    int mode, firstGuidance;
+    int backTo;      // up to this many points a right click takes the last one back
+    int results;     // added at the end
+    int16_t listed;  // before the start; a start refused for a full list has the first guidance kEnded
     std::vector<Step> steps;
-    int32_t boxText = 0, boxTitle = 0;  // of every box the steps meet
+    int32_t boxText = 0, boxTitle = 0;  // of every box met
     int boxButtons = 0;
 };
+
+// One box as it shows, and the boxes shown since the last look.
+std::string Box(int32_t text, int32_t title, int buttons) {
+    return (tavix::GST(title) + '|' + tavix::GST(text) + '|' + QString::number(buttons) + '\n').toStdString();
+}
+std::string Shown(testing_support::ScriptedDialogHost& host) {
+    std::string boxes;
+    for (const auto& b : host.Boxes)
+        boxes += (b.Title + '|' + b.Prompt + '|' + QString::number(b.Buttons) + '\n').toStdString();
+    host.Boxes.clear();
+    return boxes;
+}
 
 template <class T>
 std::string Loaded(const vb::ControlArray<T>& a) {
@@ -58,7 +94,7 @@ struct MeasureWindow : testing_support::StartedMain {
         tavix::DispImage(f, false);
     }
     int Guidance() const {
-        if (!f.txtComment[0]->Locked()) return kHidden;
+        if (!f.txtComment[0]->Locked()) return kEnded;
         return f.txtComment[0]->Text().mid(1).toInt();
     }
 };
@@ -66,127 +102,102 @@ struct MeasureWindow : testing_support::StartedMain {
 TEST(MeasureCommand, ClickSequences) {
     // After every left click of a running command a right click must give back the state before
     // it, and the same left click again the state after it.
-    constexpr int kAll = 99;
+    constexpr int kAll = 99, kFull = vb::vbOKOnly | vb::vbExclamation;
     // clang-format off
     const CommandCase cases[] = {
-        {"distance", 0, 0, 0, 32, kAll, {
-          {'L', 0, 0, 101, 1, 33, "1", "", 0},
-          {'L', 30, 40, 0, 2, kHidden, "", "", 1}}},
-        {"distance to a parallel", 0, 1, 0, 57, kAll, {
-          {'L', 0, 0, 108, 1, 58, "1", "", 0},
-          {'L', 100, 0, 108, 2, 59, "1,2,3", "", 0},
-          {'B', 150, 20, 108, 2, 59, "1,2,3", "", 0},  // foot beyond the base line
-          {'B', -1.5, 30, 108, 2, 59, "1,2,3", "", 0},  // beyond by more than 1 pixel
-          {'L', -0.4, 30, 0, 3, kHidden, "", "", 1}},  // within 1 pixel the foot still counts as between
+        {"distance into the last row", 0, 0, 0, 101, 32, kAll, 1, 98, {{'L', 0, 0, 1, 33, "1", ""}, {'L', 30, 40, 2, kEnded, "", ""}}},
+        {"distance to a parallel", 0, 1, 0, 108, 57, kAll, 1, 0, {
+          {'L', 0, 0, 1, 58, "1", ""}, {'L', 100, 0, 2, 59, "1,2,3", ""},
+          {'B', 150, 20, 2, 59, "1,2,3", ""},  // foot beyond the base line
+          {'B', -1.5, 30, 2, 59, "1,2,3", ""},  // beyond by more than 1 pixel
+          {'L', -0.4, 30, 3, kEnded, "", ""}},  // within 1 pixel the foot still counts as between
          20134, 11134, vb::vbOKOnly | vb::vbCritical},
-        {"circle", 1, 0, 0, 34, kAll, {
-          {'L', 0, 0, 102, 1, 35, "", "", 0},
-          {'L', 10, 10, 102, 2, 36, "", "1", 0},
-          {'L', 20, 0, 0, 3, kHidden, "", "", 1}}},
-        {"two circles", 2, 0, 0, 37, kAll, {
-          {'L', 0, 10, 103, 1, 38, "", "", 0},
-          {'L', 10, 0, 103, 2, 39, "", "1", 0},
-          {'L', 0, -10, 103, 3, 40, "", "1", 0},
-          {'L', 50, 10, 103, 4, 41, "", "1", 0},
-          {'L', 60, 0, 103, 5, 42, "", "1,2", 0},
-          {'L', 50, -10, 0, 6, kHidden, "", "", 3}}},
-        {"perpendicular", 3, 0, 0, 43, 2, {
-          {'L', -100, 0, 104, 1, 44, "1", "", 0},
-          {'L', 100, 0, 104, 2, 45, "1", "", 0},  // back from here, line 1 stays: its end follows the pointer
-          {'L', 0, 30, 104, 3, 46, "1,2", "", 0},
-          {'L', 20, -40, 104, 4, 46, "1,2,3", "", 0},
-          {'L', 50, 10, 104, 5, 46, "1,2,3,4", "", 0},
-          {'R', 0, 0, 0, 5, kHidden, "", "", 3}}},
-        {"area", 4, 0, 0, 50, kAll, {
-          {'L', 0, 0, 105, 1, 51, "1", "", 0},
-          {'L', 100, 0, 105, 2, 51, "1,2", "", 0},
-          {'L', 0.5, 1, 105, 3, 51, "1,2,3", "", 0},  // the third corner near the first does not ask
-          {'R', 0, 0, 105, 2, 51, "1,2", "", 0},
-          {'L', 100, 100, 105, 3, 51, "1,2,3", "", 0},
-          {'N', 2.9, 0, 105, 3, 51, "1,2,3", "", 0},
-          {'L', 0, 3.0, 105, 4, 51, "1,2,3,4", "", 0},
-          {'Y', 0, 2, 0, 4, kHidden, "", "", 1}},
+        {"circle", 1, 0, 0, 102, 34, kAll, 1, 0, {
+          {'M', 5, 5, 0, 34, "", ""},  // a middle button does nothing
+          {'L', 0, 0, 1, 35, "", ""}, {'L', 10, 10, 2, 36, "", "1"}, {'L', 20, 0, 3, kEnded, "", ""}}},
+        {"two circles into the last rows", 2, 0, 0, 103, 37, kAll, 3, 96, {
+          {'L', 0, 10, 1, 38, "", ""}, {'L', 10, 0, 2, 39, "", "1"}, {'L', 0, -10, 3, 40, "", "1"},
+          {'L', 50, 10, 4, 41, "", "1"}, {'L', 60, 0, 5, 42, "", "1,2"}, {'L', 50, -10, 6, kEnded, "", ""}}},
+        {"perpendicular", 3, 0, 0, 104, 43, 2, 3, 0, {
+          {'L', -100, 0, 1, 44, "1", ""},
+          {'L', 100, 0, 2, 45, "1", ""},  // back from here, line 1 stays: its end follows the pointer
+          {'L', 0, 30, 3, 46, "1,2", ""}, {'L', 20, -40, 4, 46, "1,2,3", ""}, {'L', 50, 10, 5, 46, "1,2,3,4", ""},
+          {'R', 0, 0, 5, kEnded, "", ""}}},
+        {"area", 4, 0, 0, 105, 50, kAll, 1, 0, {
+          {'L', 0, 0, 1, 51, "1", ""}, {'L', 100, 0, 2, 51, "1,2", ""},
+          {'L', 0.5, 1, 3, 51, "1,2,3", ""},  // the third corner near the first does not ask
+          {'R', 0, 0, 2, 51, "1,2", ""}, {'L', 100, 100, 3, 51, "1,2,3", ""}, {'N', 2.9, 0, 3, 51, "1,2,3", ""},
+          {'L', 0, 3.0, 4, 51, "1,2,3,4", ""}, {'Y', 0, 2, 4, kEnded, "", ""}},
          20120, 11120, vb::vbYesNo | vb::vbQuestion},
-        {"angle by three points", 5, 0, 0, 47, kAll, {
-          {'L', 50, 0, 106, 1, 48, "1", "", 0},
-          {'L', 0, 0, 106, 2, 49, "1,2", "", 0},
-          {'L', 0, 50, 0, 3, kHidden, "", "", 1}}},
-        {"angle by two lines", 5, 0, 1, 52, kAll, {
-          {'L', -50, 0, 107, 1, 53, "1", "", 0},
-          {'L', 50, 0, 107, 2, 54, "1", "", 0},
-          {'L', 0, -50, 107, 3, 55, "1,2", "", 0},
-          {'L', 0, 50, 107, 4, 56, "1,2", "", 0},
-          {'L', 10, 10, 0, 5, kHidden, "", "", 1}}},
-        {"count", 6, 0, 0, 30, 0, {
-          {'L', 0, 0, 100, 1, 31, "", "", 0},
-          {'L', 10, 0, 100, 2, 31, "", "", 0},
-          {'R', 0, 0, 0, 2, kHidden, "", "", 1}}},
+        {"angle by three points", 5, 0, 0, 106, 47, kAll, 1, 0, {
+          {'L', 50, 0, 1, 48, "1", ""}, {'L', 0, 0, 2, 49, "1,2", ""}, {'L', 0, 50, 3, kEnded, "", ""}}},
+        {"angle by two lines", 5, 0, 1, 107, 52, kAll, 1, 0, {
+          {'L', -50, 0, 1, 53, "1", ""}, {'L', 50, 0, 2, 54, "1", ""}, {'L', 0, -50, 3, 55, "1,2", ""},
+          {'L', 0, 50, 4, 56, "1,2", ""}, {'L', 10, 10, 5, kEnded, "", ""}}},
+        {"circle ended at once", 1, 0, 0, 102, 34, 0, 0, 0, {{'R', 0, 0, 0, kEnded, "", ""}}},
+        {"count", 6, 0, 0, 100, 30, 0, 1, 0, {
+          {'L', 0, 0, 1, 31, "", ""}, {'L', 10, 0, 2, 31, "", ""}, {'R', 0, 0, 2, kEnded, "", ""}}},
+        {"distance in a full list", 0, 0, 0, 0, kEnded, 0, 0, 99, {}, 20141, 11141, kFull},
+        {"two circles in a list too full", 2, 0, 0, 0, kEnded, 0, 0, 97, {}, 20141, 11141, kFull},
+        {"count in a full list", 6, 0, 0, 0, kEnded, 0, 0, 99, {}, 20141, 11141, kFull},
+        {"perpendicular drops the point that would pass row 99", 3, 0, 0, 104, 43, 0, 1, 98, {
+          {'L', -100, 0, 1, 44, "1", ""}, {'L', 100, 0, 2, 45, "1", ""}, {'L', 0, 10, 3, 46, "1,2", ""},
+          {'B', 0, 20, 3, 46, "1,2", ""}, {'R', 0, 0, 3, kEnded, "", ""}},
+         20141, 11141, kFull},
     };
     // clang-format on
     for (const CommandCase& c : cases) {
+        SCOPED_TRACE(c.what);
         MeasureWindow w;
         frmMain& f = w.f;
         tavix::Var().TwoPointCommandMode = c.twoPointMode;
         tavix::Var().AngleCommandMode = c.angleMode;
-        tavix::cmdMeasure_Click(f, c.button);
-        EXPECT_EQ(w.Guidance(), c.firstGuidance) << c.what;
-        EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), 0x0080FFFFu) << c.what;
-        EXPECT_FALSE(f.cmdPicLoad->Enabled()) << c.what;
-        EXPECT_FALSE(f.chkScale->Enabled()) << c.what;
+        // Neither a click outside a command nor a button beyond the seven starts anything.
+        tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
+        tavix::cmdMeasure_Click(f, 7);
+        EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
+        f.ResultCount = c.listed;
+        const bool refused = c.firstGuidance == kEnded;
+        if (refused) w.host.AnswerMsgBox(vb::vbOK);
+        f.cmdMeasure[c.button]->OnClick();  // as wired to the button
+        EXPECT_EQ(Shown(w.host), refused ? Box(c.boxText, c.boxTitle, c.boxButtons) : "");
+        // The running command's button lit, the rest of the measure area locked.
+        const auto area = [&] {
+            return std::tuple(int(f.CommandMode), w.Guidance(), f.cmdMeasure[c.button]->BackColor(),
+                              f.cmdPicLoad->Enabled(), f.chkScale->Enabled());
+        };
+        const auto idle = std::tuple(0, kEnded, vb::vbButtonFace, true, true);
+        EXPECT_EQ(area(), refused ? idle : std::tuple(c.mode, c.firstGuidance, 0x0080FFFFu, false, false));
         const auto state = [&] {
             return std::tuple(int(f.CommandMode), int(f.WorkPoints.size()) - 1, w.Guidance(), Loaded(f.linMeasure),
                               Loaded(f.shaMeasure), int(f.ResultCount));
         };
-        const auto press = [&](int16_t button, double x, double y, size_t boxes, const std::string& at) {
-            const size_t before = w.host.Boxes.size();
+        const auto press = [&](int16_t button, double x, double y, bool box, const std::string& at) {
+            w.host.Boxes.clear();
             tavix::picStillView_MouseUp(f, button, 0, static_cast<float>(x), static_cast<float>(y));
-            EXPECT_EQ(w.host.Boxes.size(), before + boxes) << at;
-            if (boxes == 0) return;
-            const auto& box = w.host.Boxes.back();
-            EXPECT_EQ(std::tuple(box.Prompt, box.Title, box.Buttons),
-                      std::tuple(tavix::GST(c.boxText), tavix::GST(c.boxTitle), c.boxButtons))
-                << at;
+            EXPECT_EQ(Shown(w.host), box ? Box(c.boxText, c.boxTitle, c.boxButtons) : "") << at;
         };
         auto previous = state();
         int i = 0;
         for (const Step& s : c.steps) {
-            const std::string at = std::string(c.what) + " step " + std::to_string(++i);
+            const std::string at = "step " + std::to_string(++i);
             if (s.button == 'Y' || s.button == 'N') w.host.AnswerMsgBox(s.button == 'Y' ? vb::vbYes : vb::vbNo);
             if (s.button == 'B') w.host.AnswerMsgBox(vb::vbOK);
-            const bool plain = s.button == 'L' || s.button == 'R';
-            press(s.button == 'R' ? 2 : 1, s.x, s.y, plain ? 0 : 1, at);
-            const auto expected =
-                std::tuple(s.mode, s.points, s.guidance, std::string(s.lines), std::string(s.circles), s.results);
+            press(s.button == 'R' ? 2 : s.button == 'M' ? 4 : 1, s.x, s.y, !strchr("LRM", s.button), at);
+            const bool ended = s.guidance == kEnded;
+            const auto expected = std::tuple(ended ? 0 : c.mode, s.points, s.guidance, std::string(s.lines),
+                                             std::string(s.circles), c.listed + (ended ? c.results : 0));
             EXPECT_EQ(state(), expected) << at;
-            if (s.button == 'L' && s.mode != 0 && s.points <= c.backTo) {
-                press(2, 0, 0, 0, at + " back");
+            if (s.button == 'L' && !ended && s.points <= c.backTo) {
+                press(2, 0, 0, false, at + " back");
                 EXPECT_EQ(state(), previous) << at << " back";
-                press(1, s.x, s.y, 0, at + " again");
+                press(1, s.x, s.y, false, at + " again");
                 EXPECT_EQ(state(), expected) << at << " again";
             }
             previous = state();
         }
-        EXPECT_EQ(f.cmdMeasure[c.button]->BackColor(), vb::vbButtonFace) << c.what;
-        EXPECT_TRUE(f.cmdPicLoad->Enabled()) << c.what;
-        EXPECT_TRUE(f.chkScale->Enabled()) << c.what;
+        EXPECT_EQ(area(), idle);
     }
-}
-
-TEST(MeasureCommand, NothingHappensOutsideACommandOrWithOtherButtons) {
-    MeasureWindow w;
-    frmMain& f = w.f;
-    tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
-    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
-    tavix::cmdMeasure_Click(f, 1);
-    tavix::picStillView_MouseUp(f, 4, 0, 0, 0);
-    EXPECT_EQ(f.WorkPoints.size(), 1u);
-    tavix::cmdMeasure_Click(f, 7);  // no such button
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Circle);
-    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);  // right at once: the end, no result
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
-    EXPECT_EQ(f.ResultCount, 0);
-    EXPECT_EQ(f.cmdMeasure[1]->BackColor(), vb::vbButtonFace);
 }
 
 TEST(MeasureCommand, TheHundredthCountEndsByItself) {
@@ -196,166 +207,666 @@ TEST(MeasureCommand, TheHundredthCountEndsByItself) {
     for (int i = 0; i < 99; ++i) tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(i - 50), 0);
     EXPECT_EQ(f.CommandMode, tavix::CommandMode::Count);
     // Each click leaves its mark on the still in the colour of the running command.
-    const QImage still = f.picStillView->GetImage();
     const QRect r = f.picStillView->CanvasRect();
-    EXPECT_EQ(still.pixel(r.width() / 2 + 48, r.height() / 2 + 2) & 0xFFFFFF,
+    EXPECT_EQ(f.picStillView->GetImage().pixel(r.width() / 2 + 48, r.height() / 2 + 2) & 0xFFFFFF,
               vb::ToQColor(tavix::Var().MeasureLineColor[3]).rgb() & 0xFFFFFF);
     tavix::picStillView_MouseUp(f, 1, 0, 60, 10);
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
-    ASSERT_EQ(f.ResultCount, 1);
-    EXPECT_EQ(tavix::Var().ResultTable[1].Value, 100);
-}
-
-TEST(MeasureCommand, AFullResultListRefusesWhatCannotFit) {
-    const struct {
-        int16_t listed, button;
-        bool starts;
-    } cases[] = {
-        {98, 0, true}, {99, 0, false}, {96, 2, true}, {97, 2, false}, {98, 3, true}, {99, 6, false},
-    };
-    for (const auto& c : cases) {
-        MeasureWindow w;
-        frmMain& f = w.f;
-        f.ResultCount = c.listed;
-        if (!c.starts) w.host.AnswerMsgBox(vb::vbOK);
-        tavix::cmdMeasure_Click(f, c.button);
-        EXPECT_EQ(f.CommandMode != tavix::CommandMode::Idle, c.starts) << c.listed << " listed, button " << c.button;
-        if (c.starts) continue;
-        ASSERT_EQ(w.host.Boxes.size(), 1u);
-        EXPECT_EQ(w.host.Boxes[0].Prompt, tavix::GST(20141));
-        EXPECT_EQ(w.host.Boxes[0].Title, tavix::GST(11141));
-        EXPECT_EQ(w.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbExclamation);
-        EXPECT_TRUE(f.cmdPicLoad->Enabled());
-        EXPECT_FALSE(f.txtComment[0]->Locked());
-    }
-    // A running perpendicular drops the point that would pass row 99 and goes on.
-    MeasureWindow w;
-    frmMain& f = w.f;
-    f.ResultCount = 97;
-    tavix::cmdMeasure_Click(f, 3);
-    for (const auto& p : {std::pair{-100.0, 0.0}, std::pair{100.0, 0.0}, std::pair{0.0, 10.0}, std::pair{0.0, 20.0}})
-        tavix::picStillView_MouseUp(f, 1, 0, p.first, p.second);
-    w.host.AnswerMsgBox(vb::vbOK);
-    tavix::picStillView_MouseUp(f, 1, 0, 0, 30);
-    EXPECT_EQ(w.host.Boxes.size(), 1u);
-    EXPECT_EQ(f.WorkPoints.size(), 5u);
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Perpendicular);
-    tavix::picStillView_MouseUp(f, 2, 0, 0, 0);
-    EXPECT_EQ(f.ResultCount, 99);
-    EXPECT_EQ(f.grdResult->TextMatrix(99, 0), QStringLiteral("99"));
+    EXPECT_EQ(std::tuple(f.CommandMode, f.ResultCount, tavix::Var().ResultTable[1].Value),
+              std::tuple(tavix::CommandMode::Idle, int16_t(1), 100.0));
 }
 
 // ---- What follows the pointer between clicks ----
 
-struct LineAt {
-    int k;
-    double x1, y1, x2, y2;
-};
-
 struct MoveCase {
     const char* what;
-    std::function<void(frmMain&)> start;
+    int16_t button;     // -1: the calibration
+    int16_t otherMode;  // the parallel or the angle by two lines
     std::vector<std::pair<double, double>> clicks;
     std::pair<double, double> move;
-    std::vector<LineAt> lines;
-    int circle = 0;  // shaMeasure element to check, 0 for none
+    std::vector<std::pair<int, QLineF>> lines;  // linMeasure elements
+    int circle = 0;                             // shaMeasure element to check, 0 for none
     bool circleVisible = false;
     QRectF circleBox = {};
 };
 
 TEST(PointerFeedback, OverlayItemsAfterAMove) {
-    auto measure = [](int16_t button) { return [button](frmMain& f) { tavix::cmdMeasure_Click(f, button); }; };
-    const auto parallel = [](frmMain& f) {
-        tavix::Var().TwoPointCommandMode = 1;
-        tavix::cmdMeasure_Click(f, 0);
-    };
-    const auto twoLines = [](frmMain& f) {
-        tavix::Var().AngleCommandMode = 1;
-        tavix::cmdMeasure_Click(f, 5);
-    };
     // clang-format off
     const MoveCase cases[] = {
-        {"distance: the free end", measure(0), {{0, 0}}, {30, 40}, {{1, 0, 0, 30, 40}}},
-        {"perpendicular after the base line: nothing moves", measure(3), {{0, 0}, {50, 0}}, {30, 40}, {{1, 0, 0, 50, 0}}},
-        {"circle: hidden with the pointer on the line, back through it", measure(1), {{-10, 0}, {10, 0}}, {0, 10}, {}, 1, true, QRectF(-10, -10, 20, 20)},
-        {"circle with the pointer on their line is hidden", measure(1), {{-10, 0}, {10, 0}}, {20, 0}, {}, 1, false},
-        {"two circles: the first stands still after its third point", measure(2), {{-10, 0}, {10, 0}, {0, 10}}, {0, 30}, {}, 1, false},
-        {"angle by two lines with two points: nothing moves", twoLines, {{0, 0}, {40, 0}}, {5, 5}, {{1, 0, 0, 40, 0}}},
-        {"angle by two lines: the second line", twoLines, {{0, 0}, {40, 0}, {10, 10}}, {20, 30}, {{1, 0, 0, 40, 0}, {2, 10, 10, 20, 30}}},
-        {"area: the last line", measure(4), {{0, 0}, {40, 0}}, {40, 40}, {{1, 0, 0, 40, 0}, {2, 40, 0, 40, 40}}},
-        {"parallel through the pointer", parallel, {{0, 0}, {100, 0}}, {50, 20}, {{2, 0, 20, 100, 20}, {3, 50, 20, 50, 0}}},
-        {"parallel with the pointer on the base line", parallel, {{0, 0}, {100, 0}}, {130, 0}, {{2, 0, 0, 100, 0}, {3, 130, 0, 130, 0}}},
-        {"count: nothing follows", measure(6), {{0, 0}}, {20, 20}, {}},
-        {"calibration: the free end", [](frmMain& f) { tavix::cmdProofConfig_Click(f); }, {{5, 5}}, {-20, 7}, {{1, 5, 5, -20, 7}}},
+        {"distance: the free end", 0, 0, {{0, 0}}, {30, 40}, {{1, {0, 0, 30, 40}}}},
+        {"perpendicular after the base line: nothing moves", 3, 0, {{0, 0}, {50, 0}}, {30, 40}, {{1, {0, 0, 50, 0}}}},
+        {"circle: hidden with the pointer on the line, back through it", 1, 0, {{-10, 0}, {10, 0}}, {0, 10}, {}, 1, true, QRectF(-10, -10, 20, 20)},
+        {"circle with the pointer on their line is hidden", 1, 0, {{-10, 0}, {10, 0}}, {20, 0}, {}, 1, false},
+        {"two circles: the first stands still after its third point", 2, 0, {{-10, 0}, {10, 0}, {0, 10}}, {0, 30}, {}, 1, false},
+        {"angle by two lines with two points: nothing moves", 5, 1, {{0, 0}, {40, 0}}, {5, 5}, {{1, {0, 0, 40, 0}}}},
+        {"angle by two lines: the second line", 5, 1, {{0, 0}, {40, 0}, {10, 10}}, {20, 30}, {{1, {0, 0, 40, 0}}, {2, {10, 10, 20, 30}}}},
+        {"area: the last line", 4, 0, {{0, 0}, {40, 0}}, {40, 40}, {{1, {0, 0, 40, 0}}, {2, {40, 0, 40, 40}}}},
+        {"parallel through the pointer", 0, 1, {{0, 0}, {100, 0}}, {50, 20}, {{2, {0, 20, 100, 20}}, {3, {50, 20, 50, 0}}}},
+        {"parallel with the pointer on the base line", 0, 1, {{0, 0}, {100, 0}}, {130, 0}, {{2, {0, 0, 100, 0}}, {3, {130, 0, 130, 0}}}},
+        {"count: nothing follows", 6, 0, {{0, 0}}, {20, 20}, {}},
+        {"calibration: the free end", -1, 0, {{5, 5}}, {-20, 7}, {{1, {5, 5, -20, 7}}}},
     };
     // clang-format on
     for (const MoveCase& c : cases) {
+        SCOPED_TRACE(c.what);
         MeasureWindow w;
         frmMain& f = w.f;
-        c.start(f);
+        tavix::Var().TwoPointCommandMode = tavix::Var().AngleCommandMode = c.otherMode;
+        c.button < 0 ? tavix::cmdProofConfig_Click(f) : tavix::cmdMeasure_Click(f, c.button);
         for (const auto& [x, y] : c.clicks)
             tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(x), static_cast<float>(y));
         const qint64 canvas = f.picStillView->GetImage().cacheKey();
         // With or without a button held, the same; (3, 0) lies on the line of the circles' first points.
         tavix::picStillView_MouseMove(f, 1, 0, 3, 0);
         tavix::picStillView_MouseMove(f, 0, 0, static_cast<float>(c.move.first), static_cast<float>(c.move.second));
-        EXPECT_EQ(f.picStillView->GetImage().cacheKey(), canvas) << c.what << ": the still is not repainted";
-        for (const LineAt& l : c.lines) {
-            const vb::LineControl* line = f.linMeasure[l.k];
-            EXPECT_EQ(QLineF(line->X1(), line->Y1(), line->X2(), line->Y2()), QLineF(l.x1, l.y1, l.x2, l.y2))
-                << c.what << ", line " << l.k;
+        EXPECT_EQ(f.picStillView->GetImage().cacheKey(), canvas) << "the still is not repainted";
+        for (const auto& [k, want] : c.lines) {
+            const vb::LineControl* line = f.linMeasure[k];
+            EXPECT_EQ(QLineF(line->X1(), line->Y1(), line->X2(), line->Y2()), want) << k;
         }
-        if (c.lines.empty() && c.circle == 0) {
-            EXPECT_EQ(Loaded(f.linMeasure) + Loaded(f.shaMeasure), "") << c.what;
-        }
+        const bool none = c.lines.empty() && c.circle == 0;
+        EXPECT_TRUE(!none || Loaded(f.linMeasure) + Loaded(f.shaMeasure) == "") << "nothing drawn";
         if (c.circle == 0) continue;
         const vb::Shape* shape = f.shaMeasure[c.circle];
-        EXPECT_EQ(shape->Visible(), c.circleVisible) << c.what;
-        if (c.circleVisible) {
-            EXPECT_EQ(QRectF(shape->Left(), shape->Top(), shape->Width(), shape->Height()), c.circleBox) << c.what;
+        const QRectF box(shape->Left(), shape->Top(), shape->Width(), shape->Height());
+        EXPECT_EQ(std::tuple(shape->Visible(), c.circleVisible ? box : QRectF()),
+                  std::tuple(c.circleVisible, c.circleBox));
+    }
+}
+
+// ---- The rows a finished measure lists, or its box ----
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kHuge = 1e308;
+const QString kMark = QStringLiteral("-"), kMm = QStringLiteral("mm");
+constexpr auto kMarkKind = tavix::CommandMode(-1);
+
+using Points = std::vector<Point2D>;  // from element 1
+const Points kCircles{{10, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}},
+    kFive{{0, 0}, {10, 0}, {3, 4}, {5, -6}, {7, 8}};
+const Points kLines{{-5, 0}, {20, 0}, {0, -5}, {0, 30}};  // crossing at (0, 0); the far ends are the 2nd and 4th
+
+// A started still-measure window.
+struct Rig {
+    testing_support::StartedMain s{3};
+    tavix::frmMain& f = s.f;
+
+    // listed results before the measure; rows and slots after them hold marks, to see writes.
+    void Reset(tavix::CommandMode mode, const Points& clicks, int16_t listed, double zoom = 1, double cal = 1,
+               const char* format = "0.0", bool dirty = false) {
+        // A calibration other than slot 0, and slot 0 wrong, so the current one must be read.
+        Var().CurrentProofNo = 2;
+        Var().ProofTable[0] = {QStringLiteral("wrong"), 1000, QStringLiteral("km")};
+        Var().ProofTable[2] = {QStringLiteral("used"), cal, kMm};
+        Var().ZoomFactor = zoom;
+        f.ResultFormat = QString::fromLatin1(format);
+        f.CommandMode = mode;
+        f.WorkPoints = Points{Point2D{}};
+        f.WorkPoints.insert(f.WorkPoints.end(), clicks.begin(), clicks.end());
+        f.ResultCount = listed;
+        f.ResultDirty = dirty;
+        s.host.Boxes.clear();
+        for (int row = listed + 1; row <= tavix::MaxResultRows; ++row)
+            for (int col = 0; col < 4; ++col) f.grdResult->SetTextMatrix(row, col, kMark);
+        for (int slot = listed + 1; slot < tavix::ResultTableSize; ++slot) {
+            Var().ResultTable[slot].Kind = kMarkKind;
+            Var().ResultTable[slot].Points.assign(9, Point2D{-1, -1});
+        }
+    }
+
+    QStringList Row(int row) const {
+        QStringList texts;
+        for (int col = 0; col < 4; ++col) texts << f.grdResult->TextMatrix(row, col);
+        return texts;
+    }
+
+    // Nothing written from slot/row `from` on.
+    void ExpectUntouchedFrom(int from, const char* what) const {
+        for (int row = from; row <= tavix::MaxResultRows; ++row)
+            EXPECT_EQ(Row(row), QStringList({kMark, kMark, kMark, kMark})) << what << " row " << row;
+        for (int slot = from; slot < tavix::ResultTableSize; ++slot)
+            EXPECT_EQ(Var().ResultTable[slot].Kind, kMarkKind) << what << " slot " << slot;
+    }
+};
+
+// Points as text, NaN as nan: got from element 1 (its upper bound the size of want), want from 0.
+void ExpectPoints(const Points& got, const Points& want, const std::string& what) {
+    QString text[2];
+    for (int k : {0, 1})
+        for (const Point2D& p : k ? Points(got.begin() + !got.empty(), got.end()) : want)
+            text[k] += QStringLiteral("%1,%2 ").arg(p.X).arg(p.Y);
+    EXPECT_EQ(text[1], text[0]) << what;
+}
+
+struct WantRow {
+    tavix::CommandMode kind;
+    double value;
+    QString name, text, unit;
+    Points points;  // from element 1; the upper bound is its size
+};
+
+// Float errors without a failure way count here too: routines without a truth value give 0,
+// and perpendicular points whose foot fails are skipped.
+TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
+    Rig rig;
+    constexpr int32_t kFull = 20141;
+    const QString circle1 = GST(11135).replace(u'@', u'1'), circle2 = GST(11135).replace(u'@', u'2');
+    ASSERT_NE(circle1, circle2);
+    const Points square{{0, 0}, {10, 0}, {10, 10}, {0, 10}},
+        seven{{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {7, 7}};
+    const std::vector<WantRow> circleRows{{Cmd::TwoCircles, 20, circle1, "20.00", kMm, {{0, 0}, {10, 0}}},
+                                          {Cmd::TwoCircles, 10, circle2, "10.00", kMm, {{30, 40}, {5, 0}}},
+                                          {Cmd::Distance, 50, GST(11136), "50.00", kMm, {{0, 0}, {30, 40}}}};
+    const std::vector<WantRow> footRows{
+        {Cmd::Perpendicular, 8, GST(11137), "8.0", kMm, {{0, 0}, {10, 0}, {3, 4}, {3, 0}}},
+        {Cmd::Perpendicular, 12, GST(11137), "12.0", kMm, {{0, 0}, {10, 0}, {5, -6}, {5, 0}}},
+        {Cmd::Perpendicular, 16, GST(11137), "16.0", kMm, {{0, 0}, {10, 0}, {7, 8}, {7, 0}}}};
+    // listed: results before the measure; the last rows end on grid row 99.
+    const struct {
+        const char* what;
+        tavix::CommandMode mode;
+        Points clicks;
+        double zoom, cal;
+        const char* format;
+        std::vector<WantRow> rows;
+        int16_t listed = 4;
+        int32_t text = 0;  // the box of a failure or refusal
+        bool firstWay = false, dirtyBefore = false, reduced = false;
+    } cases[] = {
+        // clang-format off
+        {"200 displayed px at zoom 2", Cmd::Distance, {{0, 0}, {120, 160}}, 2.0, 0.01, "0.000",
+         {{Cmd::Distance, 1, GST(11132), "1.000", kMm, {{0, 0}, {120, 160}}}}},
+        {"the same object at zoom 0.5", Cmd::Distance, {{0, 0}, {30, 40}}, 0.5, 0.01, "0.000",
+         {{Cmd::Distance, 1, GST(11132), "1.000", kMm, {}}}},
+        // (1 / 3) * 0.01 * 3 differs in its last bit from 0.01 / 3 * 3 and 3 / 3 * 0.01; stored unrounded.
+        {"calibrated in order", Cmd::Distance, {{0, 0}, {3, 0}}, 3.0, 0.01, "0.000",
+         {{Cmd::Distance, 0.009999999999999998, GST(11132), "0.010", kMm, {}}}},
+        {"circle gives the diameter", Cmd::Circle, {{100, 0}, {0, 100}, {-100, 0}}, 1, 1, "0.0",
+         {{Cmd::Circle, 200, GST(11133), "200.0", kMm, {{0, 0}, {100, 0}}}}},
+        {"two circles, then their centres", Cmd::TwoCircles, kCircles, 1, 1, "0.00", circleRows},
+        {"five perpendicular points", Cmd::Perpendicular, kFive, 1, 2, "0.0", footRows},
+        {"area squared unit", Cmd::Area, square, 1, 0.5, "0.0",
+         {{Cmd::Area, 25, GST(11138), "25.0", QStringLiteral("mm2"), square}}},
+        {"count of 7", Cmd::Count, seven, 3, 0.01, "0.000", {{Cmd::Count, 7, GST(11130), "7", GST(11131), seven}}},
+        {"angle by three points, in degrees of the short pi", Cmd::ThreePointAngle, {{10, 0}, {0, 0}, {0, 10}}, 2, 0.01, "0.0",
+         {{Cmd::ThreePointAngle, std::numbers::pi / 2 * 180 / tavix::Pi, GST(11139), "90.0", GST(11140), {{10, 0}, {0, 0}, {0, 10}}}}},
+        {"distance to a slanted parallel", Cmd::ParallelDistance, {{0, 0}, {10, 10}, {0, 10}}, 1, 0.1, "0.000",
+         {{Cmd::ParallelDistance, std::sqrt(0.5), GST(11132), "0.707", kMm, {{0, 0}, {10, 10}, {-5, 5}, {5, 15}, {5, 5}, {0, 10}}}}},
+        {"distance overflows to 0", Cmd::Distance, {{0, 0}, {1.7e308, 1.7e308}}, 1, 1, "0.0",
+         {{Cmd::Distance, 0, GST(11132), "0.0", kMm, {}}}},
+        {"perpendicular middle point NaN closes up", Cmd::Perpendicular, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, 1, 1, "0.0",
+         {{Cmd::Perpendicular, 4, GST(11137), "4.0", kMm, {{0, 0}, {10, 0}, {3, 4}, {3, 0}}},
+          {Cmd::Perpendicular, 8, GST(11137), "8.0", kMm, {{0, 0}, {10, 0}, {7, 8}, {7, 0}}}}},
+        {"perpendicular every point NaN", Cmd::Perpendicular, {{0, 0}, {10, 0}, {kNaN, 1}, {kNaN, 2}}, 1, 1, "0.0", {}},
+        {"distance into row 99", Cmd::Distance, {{0, 0}, {3, 4}}, 1, 1, "0.0", {{Cmd::Distance, 5, GST(11132), "5.0", kMm, {}}}, 98},
+        {"two circles ending on row 99", Cmd::TwoCircles, kCircles, 1, 1, "0.00", circleRows, 96},
+        {"three perpendiculars ending on row 99", Cmd::Perpendicular, kFive, 1, 2, "0.0", footRows, 96},
+        // Failures of the measure, and refusals of a measure whose rows would not fit the grid.
+        {"circle on one line", Cmd::Circle, {{0, 0}, {1, 1}, {2, 2}}, 1, 1, "0.0", {}, 6, 20130, true},
+        {"circle overflows", Cmd::Circle, {{-kHuge, 0}, {kHuge, 0}, {0, kHuge}}, 1, 1, "0.0", {}, 6, 20130, true},
+        {"first of two circles NaN", Cmd::TwoCircles, {{kNaN, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}}, 1, 1, "0.0", {}, 6, 20130, true},
+        {"second of two circles on one line", Cmd::TwoCircles, {{10, 0}, {0, 10}, {-10, 0}, {0, 0}, {1, 0}, {2, 0}}, 1, 1, "0.0", {}, 6, 20130, true, true},
+        {"parallel of NaN", Cmd::ParallelDistance, {{0, 0}, {10, 0}, {kNaN, 3}}, 1, 1, "0.0", {}, 6, 20131, true},
+        {"area overflows", Cmd::Area, {{kHuge, kHuge}, {-kHuge, kHuge}, {-kHuge, -kHuge}}, 1, 1, "0.0", {}, 6, 20132},
+        {"area of NaN", Cmd::Area, {{0, 0}, {kNaN, 0}, {1, 1}}, 1, 1, "0.0", {}, 6, 20132, false, true},
+        {"angle ray of length 0", Cmd::ThreePointAngle, {{0, 0}, {0, 0}, {5, 5}}, 1, 1, "0.0", {}, 6, 20133},
+        {"parallel lines", Cmd::TwoLineAngle, {{0, 0}, {10, 0}, {0, 5}, {10, 5}, {3, 3}}, 1, 1, "0.0", {}, 6, 20133},
+        {"side point on the vertex", Cmd::TwoLineAngle, {kLines[0], kLines[1], kLines[2], kLines[3], {0, 0}}, 1, 1, "0.0", {}, 6, 20133, false, false, true},
+        {"distance past row 99", Cmd::Distance, {{0, 0}, {3, 4}}, 1, 1, "0.0", {}, 99, kFull},
+        {"two circles, third row past 99", Cmd::TwoCircles, kCircles, 1, 1, "0.0", {}, 97, kFull},
+        {"three perpendiculars, last past 99", Cmd::Perpendicular, kFive, 1, 1, "0.0", {}, 97, kFull},
+        // Counted by points, not by the feet that would succeed; and checked before computing.
+        {"perpendiculars refused though one fails", Cmd::Perpendicular, {{0, 0}, {10, 0}, {3, 4}, {kNaN, 1}, {7, 8}}, 1, 1, "0.0", {}, 97, kFull},
+        {"circle that would fail", Cmd::Circle, {{0, 0}, {1, 1}, {2, 2}}, 1, 1, "0.0", {}, 99, kFull},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        const int16_t listed = c.listed, n = static_cast<int16_t>(c.rows.size());
+        rig.Reset(c.mode, c.clicks, listed, c.zoom, c.cal, c.format, c.dirtyBefore);
+        if (c.text) rig.s.host.AnswerMsgBox(vb::vbOK);
+        tavix::AddMeasureResult(rig.f);
+        // A failure or refusal: its box, and the clicks left as they were (or reduced to rays).
+        const bool full = c.text == kFull;
+        const std::string box =
+            Box(c.text, full ? 11141 : 11134, vb::vbOKOnly | (full ? vb::vbExclamation : vb::vbCritical));
+        EXPECT_EQ(std::tuple(Shown(rig.s.host), rig.f.ResultCount, rig.f.ResultDirty),
+                  std::tuple(c.text ? box : "", listed + n, !c.text || c.firstWay || c.dirtyBefore))
+            << c.what;
+        const Points rays{{20, 0}, {0, 0}, {0, 30}, kLines[3], {0, 0}};
+        if (c.text) ExpectPoints(rig.f.WorkPoints, c.reduced ? rays : c.clicks, c.what + std::string(" WorkPoints"));
+        for (int16_t i = 0; i < n; ++i) {
+            const WantRow& w = c.rows[i];
+            const int16_t no = listed + 1 + i;
+            SCOPED_TRACE(testing::Message() << c.what << ", row " << no);
+            const tavix::ResultRecord& r = Var().ResultTable[no];
+            EXPECT_EQ(std::tuple(r.No, r.Kind, r.Value, rig.Row(no)),
+                      std::tuple(no, w.kind, w.value, QStringList({QString::number(no), w.name, w.text, w.unit})));
+            if (!w.points.empty()) ExpectPoints(r.Points, w.points, "");
+        }
+        // Slot 100 stands for everything the grid cannot show, and is never written.
+        rig.ExpectUntouchedFrom(listed + n + 1, c.what);
+    }
+}
+
+TEST(MeasureResult, AngleByTwoLinesTakesTheSideOfTheSidePoint) {
+    Rig rig;
+    const double deg = std::acos(-1.0) / 180;
+    const auto at = [&](double degrees) {
+        return Point2D{100 * std::cos(degrees * deg), 100 * std::sin(degrees * deg)};
+    };
+    const Points rays{{20, 0}, {0, 0}, {0, 30}};
+    const auto with = [&](Point2D side) {
+        Points p = kLines;
+        p.push_back(side);
+        return p;
+    };
+    // Two lines and the side point; WorkPoints(1..3) afterwards.
+    const struct {
+        const char* what;
+        Points clicks;
+        double want;
+        Points rays;
+    } cases[] = {
+        // clang-format off
+        {"side point between the far ends", with({5, 5}), 90, rays},
+        {"side point on the other side", with({-5, -5}), 270, rays},
+        {"clicks in the other order", {{20, 0}, {-5, 0}, {0, 30}, {0, -5}, {5, 5}}, 90, rays},
+        {"equal distances take the second click", {{-10, 0}, {10, 0}, {0, -10}, {0, 10}, {5, 5}}, 90, {{10, 0}, {0, 0}, {0, 10}}},
+        {"half a degree past a ray stays inner", with(at(90.4)), 90, rays},
+        {"past the 1-degree rule", with(at(90.6)), 270, rays},
+        {"acute angle outside", {{0, 0}, {10, 0}, {0, 0}, {10, 10}, {-10, 1}}, 315, {{10, 0}, {0, 0}, {10, 10}}},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        rig.Reset(Cmd::TwoLineAngle, c.clicks, 0);
+        tavix::AddMeasureResult(rig.f);
+        const tavix::ResultRecord& r = Var().ResultTable[1];
+        EXPECT_EQ(std::tuple(rig.f.ResultCount, r.Kind, std::round(r.Value * 1e9) / 1e9, rig.Row(1)),
+                  std::tuple(int16_t(1), Cmd::ThreePointAngle, c.want,
+                             QStringList({"1", GST(11139), vb::Format(c.want, "0.0"), GST(11140)})))
+            << c.what;
+        // The record holds the reduced rays with the fourth click and the side point.
+        Points stored = c.rays;
+        stored.insert(stored.end(), {c.clicks[3], c.clicks[4]});
+        ExpectPoints(r.Points, stored, c.what);
+        ExpectPoints(rig.f.WorkPoints, stored, c.what + std::string(" WorkPoints"));
+    }
+}
+
+// ---- Results drawn on the still ----
+
+// Colours as the settings hold them (0x00BBGGRR) and as the canvas shows them.
+constexpr uint32_t kLine1 = 0x0000FF, kLine2 = 0x00FF00, kValue1 = 0xFFFF00, kValue2 = 0xFF00FF;
+constexpr QRgb kRed = 0xFFFF0000, kGreen = 0xFF00FF00, kCyan = 0xFF00FFFF, kMagenta = 0xFFFF00FF;
+constexpr QRgb kGrey = 0xFF404040;
+const QString kValueText = QStringLiteral("12.346");  // 12.3456 in "0.000"
+
+struct Drawing : testing_support::StartedMain {
+    QImage canvas;
+
+    Drawing() : StartedMain(3) {
+        tavix::VariableDefinition& v = Var();  // line 3 is the running command's: must not show
+        std::tie(v.MeasureLineColor[1], v.MeasureLineColor[2], v.MeasureLineColor[3]) =
+            std::tuple(kLine1, kLine2, 0xFFFFFFu);
+        std::tie(v.MeasureValueColor[1], v.MeasureValueColor[2]) = std::tuple(kValue1, kValue2);
+        f.ResultFormat = QStringLiteral("0.000");
+        QImage grey(400, 300, QImage::Format_RGB32);
+        grey.fill(kGrey);
+        f.picTempView->SetPicture(grey);
+        Select(99, 99);  // no record selected unless a test says so
+    }
+    void Add(tavix::CommandMode kind, std::vector<Point2D> points, double value = 12.3456) {
+        points.insert(points.begin(), Point2D{});
+        ++f.ResultCount;
+        Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, points, value};
+    }
+    void Select(int row, int rowSel) {
+        f.grdResult->SetRow(row);
+        f.grdResult->SetRowSel(rowSel);
+    }
+    void Redraw() {
+        tavix::DispImage(f, false);
+        tavix::DrawMeasureResults(f);
+        canvas = f.picStillView->GetImage();
+    }
+    // Canvas pixel of a point in the still's scale.
+    QPoint Px(double x, double y) const {
+        const vb::PictureBox& still = *f.picStillView;
+        return QPoint(int(std::floor(still.ToPixelX(x) + 0.5)), int(std::floor(still.ToPixelY(y) + 0.5))) -
+               still.CanvasRect().topLeft();
+    }
+    QRgb At(double x, double y) const {
+        const QPoint p = Px(x, y);
+        return canvas.valid(p) ? canvas.pixel(p) : 0;
+    }
+    // Lines are not antialiased, but a sample may fall a pixel beside a slanted one.
+    bool Around(double x, double y, QRgb colour) const {
+        for (int dy = -1; dy <= 1; ++dy)
+            for (int dx = -1; dx <= 1; ++dx)
+                if (At(x + dx, y + dy) == colour) return true;
+        return false;
+    }
+    // The text with its top left at (x, y): every fully covered pixel of the same text laid out
+    // by Qt in the still's font, and no other pixel of that box, is in the colour.
+    void ExpectText(double x, double y, const QString& text, QRgb colour) const {
+        const QFont& font = f.picStillView->Font();
+        const QFontMetricsF fm(font);
+        QImage ref(int(std::ceil(fm.horizontalAdvance(text))) + 2, int(std::ceil(fm.height())) + 1,
+                   QImage::Format_RGB32);
+        ref.fill(kGrey);
+        QPainter p(&ref);
+        p.setFont(font);
+        p.setPen(QColor::fromRgb(colour));
+        p.drawText(QPointF(0, fm.ascent()), text);
+        p.end();
+        const QPoint at = Px(x, y);
+        int full = 0, wrong = 0;
+        for (int ry = 0; ry < ref.height(); ++ry)
+            for (int rx = 0; rx < ref.width(); ++rx) {
+                const bool want = ref.pixel(rx, ry) == colour;
+                const QPoint c = at + QPoint(rx, ry);
+                full += want;
+                wrong += want != (canvas.valid(c) && canvas.pixel(c) == colour);
+            }
+        ASSERT_GT(full, 0) << "the reference text has no solid pixel";
+        EXPECT_EQ(wrong, 0) << qPrintable(text) << " at " << x << "," << y;
+    }
+};
+
+struct KindCase {
+    tavix::CommandMode kind;
+    std::vector<Point2D> points;
+    std::vector<Point2D> on;   // on a drawn line or circle
+    std::vector<Point2D> off;  // on a line the kind does not draw
+    Point2D text;
+};
+
+TEST(Draw, EachKindDrawsItsLinesAndPutsItsValueAtItsPlace) {
+    // clang-format off
+    const KindCase cases[] = {
+        {Cmd::Distance, {{-100, -80}, {60, 0}}, {{-100, -80}, {60, 0}, {-60, -60}}, {}, {-20, -40}},
+        // The radius is P(2).X, not the distance to P(2).
+        {Cmd::Circle, {{0, 0}, {80, 30}}, {{80, 0}, {0, -80}, {-80, 0}, {0, 80}}, {{-85, 0}, {0, 85}}, {0, 0}},
+        {Cmd::TwoCircles, {{-50, 10}, {60, -3}}, {{10, 10}, {-50, -50}, {-110, 10}}, {}, {-50, 10}},
+        {Cmd::Perpendicular, {{-150, -100}, {50, -100}, {0, -100}, {0, 100}}, {{-140, -100}, {40, -100}, {0, 90}, {0, -60}}, {}, {0, 0}},
+        // The last line closes the polygon.
+        {Cmd::Area, {{-100, -100}, {100, -100}, {100, 100}, {-100, 100}}, {{0, -100}, {100, 0}, {0, 100}, {-100, 0}}, {}, {-100, -100}},
+        // P(4) and P(5) of an angle by two lines stay undrawn.
+        {Cmd::ThreePointAngle, {{-120, 60}, {0, -60}, {120, 60}, {-120, -120}, {120, -120}}, {{-60, 0}, {60, 0}},
+         {{0, -120}, {0, 60}, {-120, -30}}, {0, -60}},
+        {Cmd::ParallelDistance, {{-100, -80}, {100, -80}, {-100, 80}, {100, 80}, {-40, -80}, {-40, 80}},
+         {{-90, -80}, {90, 80}, {-40, -60}, {-40, 60}}, {{0, 0}, {30, 0}}, {-40, 0}},
+    };
+    // clang-format on
+    Drawing d;
+    for (const KindCase& c : cases) {
+        d.f.ResultCount = 0;
+        d.Add(c.kind, c.points);
+        d.Redraw();
+        for (const Point2D& p : c.on)
+            EXPECT_TRUE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
+        for (const Point2D& p : c.off)
+            EXPECT_FALSE(d.Around(p.X, p.Y, kRed)) << int(c.kind) << " at " << p.X << "," << p.Y;
+        d.ExpectText(c.text.X, c.text.Y, kValueText, kCyan);
+    }
+}
+
+TEST(Draw, CountMarksAreThreePixelSquaresNumberedWithTheirRowAsAPrintedNumber) {
+    Drawing d;
+    for (int i = 0; i < 6; ++i) d.Add(Cmd::Distance, {{-190, 140.0 - 4 * i}, {-150, 140.0 - 4 * i}});
+    const std::vector<Point2D> marks{{-100, -50}, {0, 0}, {100, 60}};
+    d.Add(Cmd::Count, marks);
+    d.Redraw();
+    for (const Point2D& p : marks) {
+        for (int dy = -2; dy <= 2; ++dy)
+            for (int dx = -2; dx <= 2; ++dx) {
+                const bool inside = std::abs(dx) <= 1 && std::abs(dy) <= 1;
+                EXPECT_EQ(d.At(p.X + dx, p.Y + dy), inside ? kRed : kGrey)
+                    << "mark at " << p.X << "," << p.Y << " offset " << dx << "," << dy;
+            }
+        // A blank for the sign in front of the row number: the digit stands one blank right.
+        d.ExpectText(p.X + 4, p.Y + 4, QStringLiteral(" 7 "), kCyan);
+    }
+}
+
+TEST(Draw, SelectedRowsTakeTheSecondColoursAndRowsBeyondTheCountStayUndrawn) {
+    const struct {
+        int row, rowSel, count;
+        std::vector<int> selected;
+    } cases[] = {
+        {1, 1, 5, {1}},                               // as at start
+        {5, 2, 5, {2, 3, 4, 5}},                      // either way round
+        {2, 5, 5, {2, 3, 4, 5}}, {4, 99, 5, {4, 5}},  // past the count
+        {6, 6, 5, {}},                                // an empty row, as after a removal
+        {1, 1, 3, {1}},          {1, 1, 0, {}},
+    };
+    Drawing d;
+    for (const auto& c : cases) {
+        d.f.ResultCount = 0;
+        for (int i = 1; i <= 5; ++i) d.Add(Cmd::Distance, {{-150, -140.0 + 45 * i}, {150, -140.0 + 45 * i}});
+        d.f.ResultCount = static_cast<int16_t>(c.count);
+        d.Select(c.row, c.rowSel);
+        d.Redraw();
+        for (int i = 1; i <= 5; ++i) {
+            const double y = -140.0 + 45 * i;
+            const bool sel = std::find(c.selected.begin(), c.selected.end(), i) != c.selected.end();
+            const QRgb expected = i > c.count ? kGrey : sel ? kGreen : kRed;
+            EXPECT_EQ(d.At(-100, y), expected) << "row " << i << " with " << c.row << "-" << c.rowSel;
+            if (i <= c.count) d.ExpectText(0, y, kValueText, sel ? kMagenta : kCyan);
         }
     }
 }
 
-// ---- A measure as a user makes it: real mouse events on the real widgets ----
-
-void Click(QWidget* widget, QPoint at, Qt::MouseButton button) {
-    const QPointF local(at), global(widget->mapToGlobal(at));
-    QMouseEvent press(QEvent::MouseButtonPress, local, global, button, button, Qt::NoModifier);
-    QApplication::sendEvent(widget, &press);
-    QMouseEvent release(QEvent::MouseButtonRelease, local, global, button, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(widget, &release);
+TEST(Draw, LaterRowsLieOverEarlierOnes) {
+    Drawing d;
+    d.Add(Cmd::Distance, {{-50, 20}, {50, 20}});
+    d.Add(Cmd::Distance, {{20, -50}, {20, 50}});
+    for (const auto& [selected, crossing] : {std::pair{2, kGreen}, {1, kRed}}) {
+        d.Select(selected, selected);
+        d.Redraw();
+        EXPECT_EQ(d.At(20, 20), crossing) << "row " << selected << " selected";
+    }
 }
 
-TEST(MeasureFlow, DistanceByMouseEndsInTheGridRow) {
-    testing_support::StartedMain s(3);
-    frmMain& f = s.f;
-    const QString picture = s.box.File(QStringLiteral("sample.bmp"));
-    ASSERT_TRUE(QuarterPicture(600, 400).save(picture));
-    s.host.AnswerFile(picture);
-    Click(f.cmdPicLoad->Widget(), QPoint(10, 10), Qt::LeftButton);
-    ASSERT_EQ(f.picTempView->GetPicture().size(), QSize(600, 400));
-    tavix::ProofRecord& proof = tavix::Var().ProofTable[tavix::Var().CurrentProofNo];
-    proof.Value = 0.5;
-    proof.Unit = QStringLiteral("mm");
+TEST(Draw, ZoomMovesLinesAndPlacesButNotTheTextSizeOrTheMark) {
+    Drawing d;
+    d.Add(Cmd::Distance, {{-50, 20}, {50, 20}});
+    d.Add(Cmd::Count, {{30, -30}});
+    d.Select(2, 2);  // the count's number in another colour than the value
+    d.Redraw();
+    EXPECT_EQ(std::tuple(d.At(45, 20), d.At(90, 40)), std::tuple(kRed, kGrey));
+    testing_support::Zoom(d.f, "x 2.0");
+    ASSERT_DOUBLE_EQ(Var().ZoomFactor, 2.0);
+    d.canvas = d.f.picStillView->GetImage();
+    // The line doubled, the mark moved and kept its size, the text moved in its size.
+    EXPECT_EQ(std::tuple(d.At(90, 40), d.At(60, -60), d.At(62, -60)), std::tuple(kRed, kGreen, kGrey));
+    d.ExpectText(0, 40, kValueText, kCyan);
+}
 
-    Click(f.cmdMeasure[0]->Widget(), QPoint(10, 10), Qt::LeftButton);
-    ASSERT_EQ(f.CommandMode, tavix::CommandMode::Distance);
-    QWidget* still = f.picStillView->ClientWidget();
-    // The scale's origin is the picture's centre, the middle of the widget.
-    const QPoint centre(300, 200);
-    Click(still, centre + QPoint(-30, 0), Qt::LeftButton);
-    Click(still, centre + QPoint(0, 0), Qt::RightButton);  // takes the first point back
-    Click(still, centre + QPoint(-60, -40), Qt::LeftButton);
-    Click(still, centre + QPoint(60, 120), Qt::LeftButton);  // 200 pixels away
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Idle);
-    ASSERT_EQ(f.ResultCount, 1);
-    EXPECT_EQ(f.grdResult->TextMatrix(1, 0), QStringLiteral("1"));
-    EXPECT_EQ(f.grdResult->TextMatrix(1, 1), tavix::GST(11132));
-    EXPECT_EQ(f.grdResult->TextMatrix(1, 2), vb::Format(100.0, f.ResultFormat));
-    EXPECT_EQ(f.grdResult->TextMatrix(1, 3), QStringLiteral("mm"));
-    EXPECT_TRUE(f.ResultDirty);
-    EXPECT_TRUE(s.host.Boxes.empty());
+constexpr int kYesNoDefaultNo = 292, kOkExclamation = 48;
+
+// ---- The result list: removed, emptied, saved ----
+
+struct Table : testing_support::StartedMain {
+    explicit Table(int n = 0) : StartedMain(3) {
+        f.picTempView->SetPicture(testing_support::QuarterPicture(200, 100));
+        testing_support::ResultsInCyan();
+        Fill(n);
+    }
+    // n results as measures leave them, texts no formatting gives; slot 20 an old one.
+    void Fill(int n) {
+        for (int i = 1; i <= n; ++i) {
+            Var().ResultTable[i] = {int16_t(i), Cmd::Distance, {{}, {double(i), 1}, {-40, double(i)}}, i + 0.25};
+            const char* prefix[] = {"", "N", "v", "u"};
+            for (int c = 0; c < 4; ++c) f.grdResult->SetTextMatrix(i, c, prefix[c] + QString::number(i));
+        }
+        Var().ResultTable[20] = {20, Cmd::Circle, {{}, {5, 5}}, 9};
+        f.ResultCount = int16_t(n);
+        f.ResultDirty = n > 0;
+    }
+    // The still bare but for a grey mark at its centre, so a repaint shows as the mark gone.
+    void Mark() {
+        tavix::DispImage(f, false);
+        f.picStillView->LineBox(-20, -20, 20, 20, 0x808080, true);
+    }
+    bool Inked() const {
+        const QRect r = f.picStillView->CanvasRect();
+        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF808080;
+    }
+    // Grid rows 1..n, those in the list followed by "No Value Point" of their record.
+    std::string Rows(int n) const {
+        QString rows;
+        for (int r = 1; r <= n; ++r) {
+            QStringList t;
+            for (int c = 0; c < 4; ++c) t << f.grdResult->TextMatrix(r, c);
+            const tavix::ResultRecord& rec = Var().ResultTable[r];
+            if (r <= f.ResultCount)
+                t.last() += QStringLiteral(" %1 %2 %3").arg(rec.No).arg(rec.Value).arg(rec.Points.at(1).X);
+            rows += t.join('|') + '\n';
+        }
+        return rows.toStdString();
+    }
+    std::string Shown() { return ::Shown(host); }
+};
+
+TEST(ResultTable, RemoveAndClearChangeTheListOnlyAfterYes) {
+    const struct {
+        const char* what;
+        bool clear;
+        int count, row, rowSel;
+        Answer answer;
+        bool dirtyBefore;
+        std::vector<int> kept, selection;
+        bool dirtyAfter;
+    } cases[] = {
+        {"dragged down 3..5", false, 6, 3, 5, vb::vbYes, false, {1, 2, 6}, {4, 4, 0, 3}, true},
+        {"dragged up 5..3", false, 6, 5, 3, vb::vbYes, false, {1, 2, 6}, {4, 4, 0, 3}, true},
+        {"4..20 of 6", false, 6, 4, 20, vb::vbYes, false, {1, 2, 3}, {4, 4, 0, 3}, true},
+        {"wholly below", false, 6, 9, 9, {}, false, {1, 2, 3, 4, 5, 6}, {9, 9, 0, 0}, false},
+        {"all", false, 3, 1, 3, vb::vbYes, true, {}, {1, 1, 0, 3}, false},
+        {"last of five", false, 5, 5, 5, vb::vbYes, true, {1, 2, 3, 4}, {5, 5, 0, 3}, true},
+        {"row 2 of 5", false, 5, 2, 2, vb::vbYes, true, {1, 3, 4, 5}, {5, 5, 0, 3}, true},
+        {"remove, No", false, 5, 2, 3, vb::vbNo, true, {1, 2, 3, 4, 5}, {2, 3, 0, 0}, true},
+        {"clear, empty list", true, 0, 3, 4, {}, false, {}, {3, 4, 0, 0}, false},
+        {"clear, No", true, 4, 3, 4, vb::vbNo, true, {1, 2, 3, 4}, {3, 4, 0, 0}, true},
+        {"clear", true, 4, 3, 4, vb::vbYes, true, {}, {1, 1, 0, 3}, false},  // the still left bare
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Table t(c.count);
+        t.f.ResultDirty = c.dirtyBefore;
+        t.f.grdResult->SetRow(c.row);
+        t.f.grdResult->SetRowSel(c.rowSel);
+        t.Mark();
+        if (c.answer) t.host.AnswerMsgBox(*c.answer);
+        c.clear ? tavix::cmdResultClear_Click(t.f) : tavix::cmdResultRemove_Click(t.f);
+
+        const std::string question = c.clear ? Box(20070, 11070, kYesNoDefaultNo) : Box(20080, 11080, kYesNoDefaultNo);
+        QString rows;
+        for (int r = 1; r <= c.count; ++r) {
+            const int k = r <= int(c.kept.size()) ? c.kept[r - 1] : 0;
+            rows += k ? QStringLiteral("%1|N%2|v%2|u%2 %1 %3 %2\n").arg(r).arg(k).arg(k + 0.25) : "|||\n";
+        }
+        const auto& g = *t.f.grdResult;
+        EXPECT_EQ(std::tuple(t.Shown(), t.Rows(c.count), int(t.f.ResultCount), t.f.ResultDirty),
+                  std::tuple(c.answer ? question : "", rows.toStdString(), int(c.kept.size()), c.dirtyAfter));
+        EXPECT_EQ(std::vector<int>({g.Row(), g.RowSel(), g.Col(), g.ColSel()}), c.selection);
+        // Only a Yes repaints the still, with the results that are left; Clear empties every slot.
+        const bool yes = c.answer == vb::vbYes;
+        EXPECT_EQ(std::tuple(t.Inked(), testing_support::ResultPixels(t.f) > 0, Var().ResultTable[20].Points.empty()),
+                  std::tuple(!yes, yes && !c.kept.empty(), c.clear && yes));
+    }
+}
+
+TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
+    const QByteArray old(500, 'x');
+    const struct {
+        const char* what;
+        int count;
+        std::optional<QString> name;
+        int boxText, boxTitle;
+        QByteArray file;
+        int error;
+        bool dirtyAfter;
+    } cases[] = {
+        {"three rows", 3, "r.txt", 0, 0, "1,N1,v1,u1\r\n2,a,b,v2,u2\r\n3,N3,v3,\r\n", 0, false},
+        {"cancelled", 2, std::nullopt, 0, 0, old, 0, true},
+        {"nothing to save", 0, {}, 20090, 11090, old, 0, false},
+        {"folder gone", 2, "gone/r.txt", 20092, 11092, old, 76, true},
+        {"folder in the way", 2, "dir", 20092, 11092, old, 75, true},  // not by permissions: root may write
+    };
+    for (const auto& c : cases) {
+        Table t(c.count);
+        t.f.grdResult->SetTextMatrix(2, 1, QStringLiteral("a,b"));
+        t.f.grdResult->SetTextMatrix(3, 3, QString());
+        t.box.Write("r.txt", old);
+        QDir(t.box.Path()).mkdir("dir");
+        if (c.count > 0) t.host.AnswerFile(c.name ? std::optional(t.box.File(*c.name)) : std::nullopt);
+        if (c.boxText) t.host.AnswerMsgBox(vb::vbOK);
+        tavix::cmdResultSave_Click(t.f);
+
+        const std::string box = c.boxText ? Box(c.boxText, c.boxTitle, kOkExclamation) : "";
+        const bool logged = t.box.LogTexts().contains(QStringLiteral("cmdResultSave_Click Error.(%1)").arg(c.error));
+        EXPECT_EQ(
+            std::tuple(t.Shown(), t.box.Read("r.txt"), t.f.ResultDirty, t.host.BusyDepth, logged, t.f.cdlFile->Flags),
+            std::tuple(box, c.file, c.dirtyAfter, 0, c.error != 0, c.count > 0 ? 34818 : 0))
+            << c.what;
+    }
+}
+
+TEST(ResultTable, SavedValuesKeepThePointUnderADecimalCommaLocale) {
+    const QLocale qtLocale;
+    const std::string cLocale = std::setlocale(LC_ALL, nullptr);
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    std::setlocale(LC_ALL, "de_DE.UTF-8");  // where the machine has it
+    {
+        Rig rig;
+        rig.Reset(Cmd::Distance, {{0, 0}, {3, 4}}, 0, 1, 0.5, "0.000");
+        tavix::AddMeasureResult(rig.f);
+        rig.s.host.AnswerFile(rig.s.box.File("de.txt"));
+        tavix::cmdResultSave_Click(rig.f);
+        EXPECT_EQ(rig.s.box.Read("de.txt"), ("1," + GST(11132) + ",2.500,mm\r\n").toUtf8());
+    }
+    QLocale::setDefault(qtLocale);
+    std::setlocale(LC_ALL, cLocale.c_str());
+}
+
+// Each question about unsaved results comes exactly when ResultDirty says the list would be lost;
+// a picture loaded empties the list.
+TEST(ResultTable, QuestionsFollowResultDirtyOverASession) {
+    Table t;
+    tavix::frmMain& f = t.f;
+    const QString picture = t.box.File("p.bmp");
+    testing_support::QuarterPicture(80, 60).save(picture);
+    auto save = [&] {
+        t.host.AnswerFile(t.box.File("s.txt"));
+        tavix::cmdResultSave_Click(f);
+    };
+    auto load = [&] {
+        t.host.AnswerFile(picture);
+        tavix::cmdPicLoad_Click(f);
+    };
+    const struct {
+        const char* what;
+        std::function<void()> act;
+        Answer answer;
+        int title, count;
+        bool dirty;
+    } steps[] = {
+        // clang-format off
+        {"three measured, saved", [&] { t.Fill(3); save(); }, {}, 0, 3, false},
+        {"removal after saving", [&] { f.grdResult->SetRow(2); tavix::cmdResultRemove_Click(f); }, vb::vbYes, 11080, 2, true},
+        {"other picture", load, vb::vbYes, 11020, 0, false},
+        {"two saved, other picture", [&] { t.Fill(2); save(); load(); }, {}, 0, 0, false},
+        // clang-format on
+    };
+    for (const auto& s : steps) {
+        if (s.answer) t.host.AnswerMsgBox(*s.answer);
+        s.act();
+        const std::string shown = t.Shown();
+        EXPECT_EQ(std::tuple(shown.substr(0, shown.find('|')), f.ResultCount, f.ResultDirty),
+                  std::tuple(s.title ? GST(s.title).toStdString() : "", int16_t(s.count), s.dirty))
+            << s.what;
+    }
 }
 
 }  // namespace

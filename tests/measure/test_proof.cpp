@@ -1,22 +1,33 @@
-// The calibration table: its file, the choice of a slot, and the calibration measure with its dialog.
+// The settings dialogs: the calibration table with its file, its choice and its measure, and
+// frmMeasureConfig with what its OK or Cancel does to the main window and the ini file.
 #include <QCoreApplication>
 #include <QDir>
 #include <QKeyEvent>
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <optional>
+#include <tuple>
 
 #include "CommandArea.h"
 #include "CommonModule.h"
+#include "Convert.h"
+#include "CrossLines.h"
+#include "MeasureCommands.h"
 #include "Proof.h"
 #include "StartedMain.h"
+#include "Startup.h"
 #include "StillDisplay.h"
+#include "Wiring.h"
+#include "frmMeasureConfig.h"
 #include "frmProofConfig.h"
 
 using tavix::frmProofConfig;
 using tavix::GST;
 using tavix::Var;
 using testing_support::Sandbox;
+using Cmd = tavix::CommandMode;
+using tavix::frmMeasureConfig;
 
 namespace {
 
@@ -30,9 +41,18 @@ QByteArray Records(int n) {
     return out;
 }
 
-void ExpectBox(const testing_support::RecordedBox& box, int text, int title, int buttons) {
-    EXPECT_TRUE(box.Prompt == GST(text) && box.Title == GST(title) && box.Buttons == buttons)
-        << box.Prompt.toStdString();
+// A slot as "name|value|unit", and the boxes shown as "title|text|buttons" lines.
+std::string Slot(const tavix::ProofRecord& p) {
+    return (p.Name + '|' + QString::number(p.Value, 'g', 16) + '|' + p.Unit).toStdString();
+}
+std::string Box(int text, int title, int buttons) {
+    return (GST(title) + '|' + GST(text) + '|' + QString::number(buttons) + '\n').toStdString();
+}
+std::string Shown(const testing_support::ScriptedDialogHost& host) {
+    std::string boxes;
+    for (const auto& b : host.Boxes)
+        boxes += (b.Title + '|' + b.Prompt + '|' + QString::number(b.Buttons) + '\n').toStdString();
+    return boxes;
 }
 
 struct ProofWindow : testing_support::StartedMain {
@@ -44,11 +64,8 @@ struct ProofWindow : testing_support::StartedMain {
     }
     // Lines across the still, one a row, that a redraw shows.
     void AddResults(int16_t n) {
-        for (f.ResultCount = 1; f.ResultCount <= n; ++f.ResultCount)
-            Var().ResultTable[f.ResultCount] = {f.ResultCount,
-                                                tavix::CommandMode::Distance,
-                                                {{}, {-50, -20.0 * f.ResultCount}, {50, -20.0 * f.ResultCount}},
-                                                1};
+        for (int16_t r = 1; r <= n; ++r)
+            Var().ResultTable[r] = {r, tavix::CommandMode::Distance, {{}, {-50, -20.0 * r}, {50, -20.0 * r}}, 1};
         f.ResultCount = n;
     }
     bool ResultsShown() const { return testing_support::ResultPixels(f) > 0; }
@@ -68,29 +85,20 @@ void Key(QWidget* target, int key) {
     QCoreApplication::sendEvent(target, &press);
 }
 
-// Types into the dialog; without a unit the one shown stays.
-void Enter(frmProofConfig& d, const char* name, const char* value, const char* unit = nullptr) {
-    d.txtName->SetText(QString::fromUtf8(name));
-    d.txtValue->SetText(QString::fromUtf8(value));
-    for (int i = 0; unit && i < d.cboUnit->ListCount(); ++i)
-        if (d.cboUnit->List(i) == QString::fromUtf8(unit)) d.cboUnit->SetListIndex(i);
-}
-
 TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
+    // slot: "name|value|unit" of the slot read; a failure leaves the table as it was.
     const struct {
         const char* what;
         QByteArray file;
         int error, slot;
-        QString name;
-        double value;
-        QString unit;
+        const char* want;
     } cases[] = {
-        {"missing leading zero", "\"a\",.5,\"mm\"\r\n" + Records(9), 0, 0, "a", 0.5, "mm"},
-        {"exponent", "\"a\",1.5E-05,\"cm\"\r\n" + Records(9), 0, 0, "a", 1.5e-05, "cm"},
-        {"anything behind the tenth is not read", Records(10) + "garbage,,\r\n", 0, 9, "s9", 1, "mm"},
-        {"no file", {}, 53, 0, {}, 0, {}},
-        {"nine records", Records(9), 62, 0, {}, 0, {}},
-        {"a value that is no number", Records(4) + "\"a\",abc,\"mm\"\r\n" + Records(5), 13, 0, {}, 0, {}},
+        {"missing leading zero", "\"a\",.5,\"mm\"\r\n" + Records(9), 0, 0, "a|0.5|mm"},
+        {"exponent", "\"a\",1.5E-05,\"cm\"\r\n" + Records(9), 0, 0, "a|1.5e-05|cm"},
+        {"anything behind the tenth is not read", Records(10) + "garbage,,\r\n", 0, 9, "s9|1|mm"},
+        {"no file", {}, 53, 0, "before|7|px"},
+        {"nine records", Records(9), 62, 0, "before|7|px"},
+        {"a value that is no number", Records(4) + "\"a\",abc,\"mm\"\r\n" + Records(5), 13, 0, "before|7|px"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -98,19 +106,11 @@ TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
         tavix::ResetVariableDefinition();
         Var().ProofFileName = QStringLiteral("\\Proof.txt");
         Var().ProofTable.fill({QStringLiteral("before"), 7, QStringLiteral("px")});
-        if (c.error == 53)
-            box.Remove(kProof);
-        else
-            box.Write(kProof, c.file);
-        EXPECT_EQ(tavix::ReadProofData(), c.error == 0);
-        const tavix::ProofRecord& p = Var().ProofTable[c.slot];
-        if (c.error != 0) {
-            EXPECT_EQ(box.LogTexts(), QStringList{QStringLiteral("ReadProofData Error.(%1)").arg(c.error)});
-            EXPECT_EQ(p.Name, QStringLiteral("before"));
-            continue;
-        }
-        EXPECT_EQ(QStringList({p.Name, p.Unit}), QStringList({c.name, c.unit}));
-        EXPECT_DOUBLE_EQ(p.Value, c.value);
+        c.error == 53 ? box.Remove(kProof) : box.Write(kProof, c.file);
+        EXPECT_EQ(tavix::ReadProofData(), !c.error);
+        EXPECT_EQ(Slot(Var().ProofTable[c.slot]), c.want);
+        const QString logged = QStringLiteral("ReadProofData Error.(%1)").arg(c.error);
+        EXPECT_EQ(box.LogTexts(), c.error ? QStringList{logged} : QStringList{});
     }
     // The rewrite: ten lines in general number form, whatever the file held.
     Sandbox box;
@@ -148,12 +148,11 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
         bool dirty;
         int answer;
         bool moves;
-        int16_t left;
     } cases[] = {
-        {"no results", 0, true, 0, true, 0},
-        {"saved results go silently", 2, false, 0, true, 0},
-        {"unsaved results, Yes", 2, true, vb::vbYes, true, 0},
-        {"unsaved results, No", 2, true, vb::vbNo, false, 2},
+        {"no results", 0, true, 0, true},
+        {"saved results go silently", 2, false, 0, true},
+        {"unsaved results, Yes", 2, true, vb::vbYes, true},
+        {"unsaved results, No", 2, true, vb::vbNo, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -166,13 +165,13 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
         Var().ProofTable[4] = {QStringLiteral("s4"), 0.000123456, QStringLiteral("mm")};
         if (c.answer) w.host.AnswerMsgBox(c.answer);
         w.f.cboProof->SetListIndex(4);  // fires the wired Click; a second box would fail the test
-        EXPECT_EQ(w.f.picStillView->GetImage() != before, c.moves) << "the scale bar follows at once";
-        EXPECT_EQ(w.f.lblProofValue->Caption() == GST(10202, QStringLiteral("0.0001235 mm")), c.moves);
-        ASSERT_EQ(w.host.Boxes.size(), c.answer ? 1u : 0u);
-        if (c.answer) ExpectBox(w.host.Boxes[0], 20000, 11000, kQuestion);
-        EXPECT_EQ(Var().CurrentProofNo, c.moves ? 4 : 0);
-        EXPECT_EQ(w.f.cboProof->ListIndex(), c.moves ? 4 : 0);
-        EXPECT_EQ(w.f.ResultCount, c.left);
+        // The scale bar follows at once.
+        EXPECT_EQ(std::tuple(w.f.picStillView->GetImage() != before,
+                             w.f.lblProofValue->Caption() == GST(10202, QStringLiteral("0.0001235 mm"))),
+                  std::tuple(c.moves, c.moves));
+        EXPECT_EQ(Shown(w.host), c.answer ? Box(20000, 11000, kQuestion) : "");
+        EXPECT_EQ(std::tuple(Var().CurrentProofNo, w.f.cboProof->ListIndex(), w.f.ResultCount),
+                  std::tuple(c.moves ? 4 : 0, c.moves ? 4 : 0, c.moves ? 0 : c.results));
         if (c.answer == vb::vbNo) w.host.AnswerMsgBox(vb::vbYes);
         w.f.cboProof->SetListIndex(6);
         EXPECT_EQ(Var().CurrentProofNo, 6) << "the busy flag is down again";
@@ -184,53 +183,75 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
         ProofWindow w(1, true);
         w.host.AnswerMsgBox(vb::vbNo);
         tavix::cmdProofConfig_Click(w.f);
-        ExpectBox(w.host.Boxes.at(0), 20060, 11060, kQuestion);
-        EXPECT_EQ(w.f.CommandMode, tavix::CommandMode::Idle);
+        EXPECT_EQ(std::tuple(Shown(w.host), w.f.CommandMode),
+                  std::tuple(Box(20060, 11060, kQuestion), tavix::CommandMode::Idle));
     }
     ProofWindow w(1, false);  // saved: no question
     w.f.WorkPoints.push_back({5, 5});
     tavix::EnableCommandArea(w.f, *w.f.picMeasureCommandArea);  // as in the still view
-    const auto expectFirstPointAwaited = [&] {
-        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Calibration && w.f.WorkPoints.size() == 1u &&
-                    w.Guidance() == Var().GuidanceTable[20][0]);
+    const auto firstPointAwaited = [&] {
+        return std::tuple(w.f.CommandMode, w.f.WorkPoints.size(), w.Guidance(), w.f.chkScale->Enabled());
     };
+    const auto awaited = std::tuple(tavix::CommandMode::Calibration, size_t(1), Var().GuidanceTable[20][0], false);
     tavix::cmdProofConfig_Click(w.f);
-    expectFirstPointAwaited();
-    EXPECT_FALSE(w.f.chkScale->Enabled()) << "all of the measure area";
+    EXPECT_EQ(firstPointAwaited(), awaited);  // and all of the measure area locked
 
     w.Click(4, 1, 1);  // a middle button does nothing
     w.Click(1, 10, 20);
     ASSERT_TRUE(w.f.linMeasure.Exists(1));
     const vb::LineControl& line = *w.f.linMeasure[1];
-    EXPECT_TRUE(line.Visible() && w.Guidance() == Var().GuidanceTable[21][0]);
-    EXPECT_EQ(QList<double>({line.X1(), line.Y1(), line.X2(), line.Y2()}), QList<double>({10, 20, 10, 20}));
+    EXPECT_EQ(std::tuple(line.Visible(), w.Guidance(), QLineF(line.X1(), line.Y1(), line.X2(), line.Y2())),
+              std::tuple(true, Var().GuidanceTable[21][0], QLineF(10, 20, 10, 20)));
 
     w.Click(2);  // back to the first point
-    expectFirstPointAwaited();
+    EXPECT_EQ(firstPointAwaited(), awaited);
     EXPECT_TRUE(!w.f.linMeasure.Exists(1) && !w.ResultsShown());
 
     w.Click(2);  // abandoned: the hidden results come back
     EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.ResultsShown() && w.f.chkScale->Enabled());
 }
 
-TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom) {
-    const QStringList units{kMu, QStringLiteral("mm"), QStringLiteral("cm")};
-    // unit: the slot's before; shown: the one the dialog opens with, μ for a unit not in its list.
-    // key: how the user ends it (0: a click on the button), pressed on the cancel button when onCancel.
+// The dialog opens with the slot, ends only by its buttons (Enter and Escape included), and OK stores
+// what was typed whatever the zoom; a refusal or a failed rewrite keeps it open and changes nothing.
+TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
+    enum { Any, Name, Value, Unit };
+    const QString kNew = QStringLiteral("新しい ");
+    // unit: the slot's before, shown: the index of the one the dialog opens with (μ for a unit not
+    // in its list); key: how the user ends it, 0 for a click on OK (ok) or Cancel, on the cancel
+    // button when onCancel; stored: the slot after, "" for unchanged. text: the refusal's box,
+    // focus: the field at fault; a rewrite goes to file (made a folder when directory) and logs
+    // error, and the user then retries.
     const struct {
-        const char* what;
-        const char* unit;
+        const char *what, *unit;
         int shown;
         double zoom;
         float apart;
+        const char *name, *value;
         bool ok, dirty;
         int key;
-        bool onCancel = false;
+        bool onCancel;
+        const char* stored;
+        int text = 0, focus = Any;
+        const char* file = nullptr;
+        bool directory = false;
+        int error = 0;
     } cases[] = {
-        {"OK at zoom 2, a foreign unit", "px", 0, 2.0, 200, true, true, 0},
-        {"Enter in a text box is OK; zoom 0.5, saved results", "cm", 2, 0.5, 50, true, false, Qt::Key_Return},
-        {"Escape is Cancel", "mm", 1, 1.0, 100, false, false, Qt::Key_Escape},
-        {"Enter on the cancel button is Cancel, unsaved", "mm", 1, 1.0, 100, false, true, Qt::Key_Return, true},
+        // clang-format off
+        {"OK at zoom 2, a foreign unit", "px", 0, 2.0, 200, "新しい ", "10x", true, true, 0, false, "新しい |0.1|μ"},
+        {"Enter in a text box is OK; zoom 0.5, saved results", "cm", 2, 0.5, 50, "新しい ", "10x", true, false, Qt::Key_Return, false, "新しい |0.1|cm"},
+        {"Escape is Cancel", "mm", 1, 1, 100, "新しい ", "10x", false, false, Qt::Key_Escape, false, ""},
+        {"Enter on the cancel button is Cancel, unsaved", "mm", 1, 1, 100, "新しい ", "10x", false, true, Qt::Key_Return, true, ""},
+        {"blank name", "cm", 2, 1, 100, "   ", "1", true, false, 0, false, "", 24000, Name},
+        {"blank value", "cm", 2, 1, 100, "a", "  ", true, false, 0, false, "", 24001, Value},
+        {"zero", "cm", 2, 1, 100, "a", "0", true, false, 0, false, "", 24002, Value},
+        {"negative", "cm", 2, 1, 100, "a", "-1", true, false, 0, false, "", 24002, Value},
+        {"letters read as 0", "cm", 2, 1, 100, "a", "abc", true, false, 0, false, "", 24002, Value},
+        {"no unit", "cm", 2, 1, 100, "a", "1", true, false, 0, false, "", 24003, Unit},
+        {"two clicks on one point", "cm", 2, 1, 0, "a", "5", true, false, 0, false, "", 24004, Value},
+        {"a value beyond a double", "cm", 2, 1, 100, "a", "1e400", true, false, 0, false, "", 24004, Value},
+        {"rewrite, folder gone", "cm", 2, 1, 100, "new", "2", true, false, 0, false, "new|0.02|cm", 24005, Any, "\\gone\\Proof.txt", false, 76},
+        {"rewrite, target is a folder", "cm", 2, 1, 100, "new", "2", true, false, 0, false, "new|0.02|cm", 24005, Any, "\\Proof.txt", true, 75},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -241,15 +262,21 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
         w.AddResults(3);
         w.f.ResultDirty = c.dirty;
         if (c.dirty) w.host.AnswerMsgBox(vb::vbYes);  // the question at the start, and no other
+        if (c.text) w.host.AnswerMsgBox(vb::vbOK);
+        if (c.file) Var().ProofFileName = QString::fromLatin1(c.file);
+        const std::string former = Slot(Var().ProofTable[5]);
         const QByteArray file = w.box.Read(kProof);
+        if (c.directory) w.box.Remove(kProof);
+        ASSERT_TRUE(!c.directory || QDir(w.box.Path()).mkdir(kProof));
         w.Calibrate(c.apart, [&](frmProofConfig& d) {
-            EXPECT_EQ(d.Caption() + d.Label1[0]->Caption() + d.Label1[2]->Caption(),
-                      GST(14000) + GST(14001) + GST(14003));
-            EXPECT_EQ(QStringList({d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
-                      QStringList({"slot5", "1", QString::number(c.apart)}));
+            // The measured length in pixels of the picture; the rubber line stays.
+            EXPECT_EQ(
+                QStringList({d.Caption(), d.Label1[0]->Caption(), d.Label1[2]->Caption(), d.lblMeasured->Caption(),
+                             d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
+                QStringList({GST(14000), GST(14001), GST(14003), GST(14004, QLatin1String(c.apart ? "100.0" : "0.0")),
+                             "slot5", "1", QString::number(c.apart)}));
             EXPECT_TRUE(d.cboUnit->ListCount() == 3 && d.cboUnit->ListIndex() == c.shown);
-            EXPECT_EQ(d.lblMeasured->Caption(), GST(14004, QStringLiteral("100.0"))) << "in pixels of the picture";
-            EXPECT_TRUE(w.f.linMeasure.Exists(1) && w.f.linMeasure[1]->Visible()) << "rubber line stays";
+            EXPECT_TRUE(w.f.linMeasure.Exists(1) && w.f.linMeasure[1]->Visible());
             d.setParent(&w.f, d.windowFlags() | Qt::Dialog);  // as the program's dialog host does
             EXPECT_FALSE(d.windowFlags() &
                          (Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
@@ -258,102 +285,260 @@ TEST(ProofDialog, OpensWithTheSlotEndsOnlyByItsButtonsOkStoresIndependentOfZoom)
             d.close();  // a window manager's close
             EXPECT_FALSE(d.Unloaded());
             d.txtName->SetFocus();
-            const vb::Control* order[] = {d.txtName, d.txtValue, d.cboUnit, d.cmdOK, d.cmdCancel};
-            for (int i = 1; i < 5; ++i) {
+            for (const vb::Control* next : {(vb::Control*)d.txtValue, (vb::Control*)d.cboUnit, (vb::Control*)d.cmdOK,
+                                            (vb::Control*)d.cmdCancel}) {
                 Key(d.focusWidget(), Qt::Key_Tab);
-                EXPECT_EQ(d.focusWidget(), order[i]->Widget()) << "tab position " << i;
+                EXPECT_EQ(d.focusWidget(), next->Widget()) << "tab order at " << next->Name().toStdString();
             }
-            Enter(d, "新しい ", "10x");  // name kept untrimmed, value read up to the letter
-            if (c.key == 0) {
-                (c.ok ? d.cmdOK : d.cmdCancel)->Click();
-            } else {
-                (c.onCancel ? static_cast<vb::Control*>(d.cmdCancel) : d.txtValue)->SetFocus();
-                Key(d.focusWidget(), c.key);
+            d.txtName->SetText(QString::fromUtf8(c.name));  // a name kept untrimmed, a value read up to a letter
+            d.txtValue->SetText(QString::fromUtf8(c.value));
+            if (c.focus == Unit) d.cboUnit->SetListIndex(-1);
+            if (c.text) d.cmdCancel->SetFocus();  // the focus must move to the field at fault
+            if (c.key == 0) (c.ok ? d.cmdOK : d.cmdCancel)->Click();
+            if (c.key) (c.onCancel ? static_cast<vb::Control*>(d.cmdCancel) : d.txtValue)->SetFocus();
+            if (c.key) Key(d.focusWidget(), c.key);
+            if (c.text) {
+                const vb::Control* fields[4] = {nullptr, d.txtName, d.txtValue, d.cboUnit};
+                EXPECT_EQ(std::tuple(d.Unloaded(), Slot(Var().ProofTable[5])), std::tuple(false, former));
+                EXPECT_TRUE(c.focus == Any || d.focusWidget() == fields[c.focus]->Widget());
+                if (c.error) Var().ProofFileName = QStringLiteral("\\Retry.txt");  // the user made room: OK again
+                (c.error ? d.cmdOK : d.cmdCancel)->Click();
             }
             EXPECT_TRUE(d.Unloaded());
         });
-        EXPECT_EQ(Var().DialogResult, c.ok);
-        EXPECT_TRUE(w.f.ResultCount == (c.ok ? 0 : 3) && w.ResultsShown() == !c.ok);
-        EXPECT_EQ(w.f.cboProof->ListIndex(), 5);
-        EXPECT_FALSE(w.f.linMeasure.Exists(1)) << "measure ended";
-        const tavix::ProofRecord& slot = Var().ProofTable[5];
-        if (!c.ok) {
-            EXPECT_TRUE(w.f.ResultCount == 3 && w.f.ResultDirty == c.dirty);
-            EXPECT_TRUE(slot.Value == 1.0 && slot.Unit == QString::fromUtf8(c.unit));
-            EXPECT_EQ(w.box.Read(kProof), file);
+        const std::string boxes = (c.dirty ? Box(20060, 11060, kQuestion) : std::string()) +
+                                  (c.text ? Box(c.text, 14100, vb::vbOKOnly | vb::vbExclamation) : std::string());
+        EXPECT_EQ(Shown(w.host), boxes);
+        // The measure ended; a stored slot empties the list, else the results and the file stay.
+        const bool stored = *c.stored;
+        EXPECT_EQ(std::tuple(Var().DialogResult, w.f.ResultCount, w.ResultsShown(), w.f.cboProof->ListIndex()),
+                  std::tuple(stored, int16_t(stored ? 0 : 3), !stored, 5));
+        EXPECT_FALSE(w.f.linMeasure.Exists(1));
+        if (!stored) {
+            EXPECT_EQ(std::tuple(w.f.ResultDirty, Slot(Var().ProofTable[5]), w.box.Read(kProof)),
+                      std::tuple(c.dirty, former, file));
             continue;
         }
-        // OK stores the unit that was shown.
-        EXPECT_TRUE(slot.Value == 0.1 && slot.Unit == units[c.shown]) << slot.Value;
-        EXPECT_EQ(w.f.cboProof->List(5), QStringLiteral("新しい "));
-        EXPECT_EQ(w.f.lblProofValue->Caption(), GST(10202, QStringLiteral("0.1 ") + units[c.shown]));
-        const QStringList lines =
-            QString::fromUtf8(w.box.Read(kProof)).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+        const QStringList slot = QString::fromUtf8(c.stored).split(u'|');
+        EXPECT_EQ(std::tuple(Slot(Var().ProofTable[5]), w.f.cboProof->List(5), w.f.lblProofValue->Caption()),
+                  std::tuple(std::string(c.stored), slot[0], GST(10202, slot[1] + u' ' + slot[2])));
+        const QStringList lines = QString::fromUtf8(w.box.Read(c.error ? QStringLiteral("Retry.txt") : kProof))
+                                      .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
         ASSERT_EQ(lines.size(), 10);
-        EXPECT_EQ(lines[5], QStringLiteral("\"新しい \",0.1,\"%1\"").arg(units[c.shown]));
+        EXPECT_EQ(lines[5], QStringLiteral("\"%1\",%2,\"%3\"").arg(slot[0], slot[1], slot[2]));
+        const QString logged = QStringLiteral("frmProofConfig:cmdOK_Click Error.(%1)").arg(c.error);
+        EXPECT_EQ(w.box.LogTexts().contains(logged), c.error != 0);
     }
 }
 
-TEST(ProofDialog, RefusalsAndAFailedRewriteKeepTheDialogOpenAndChangeNothing) {
-    enum { Name, Value, Unit, None };
-    // A rewrite goes to fileName (made a folder when directory) and logs error; the user then retries.
-    const struct {
-        const char *what, *name, *value;
-        float apart;
-        int text, focus;
-        const char* fileName = nullptr;
-        bool directory = false;
-        int error = 0;
-    } cases[] = {
-        {"blank name", "   ", "1", 9, 24000, Name},
-        {"blank value", "a", "  ", 9, 24001, Value},
-        {"zero", "a", "0", 9, 24002, Value},
-        {"negative", "a", "-1", 9, 24002, Value},
-        {"letters read as 0", "a", "abc", 9, 24002, Value},
-        {"no unit", "a", "1", 9, 24003, Unit},
-        {"two clicks on one point", "a", "5", 0, 24004, Value},
-        {"a value beyond a double", "a", "1e400", 9, 24004, Value},
-        {"rewrite, folder gone", "new", "2", 10, 24005, None, "\\gone\\Proof.txt", false, 76},
-        {"rewrite, target is a folder", "new", "2", 10, 24005, None, "\\Proof.txt", true, 75},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        ProofWindow w;
-        Var().ZoomFactor = 1.0;
-        if (c.fileName) Var().ProofFileName = QString::fromLatin1(c.fileName);
-        const tavix::ProofRecord former = Var().ProofTable[0];
-        const QByteArray file = w.box.Read(kProof);
-        if (c.directory) {
-            w.box.Remove(kProof);
-            ASSERT_TRUE(QDir(w.box.Path()).mkdir(kProof));
-        }
-        w.host.AnswerMsgBox(vb::vbOK);
-        w.Calibrate(c.apart, [&](frmProofConfig& d) {
-            Enter(d, c.name, c.value, "cm");
-            if (c.focus == Unit) d.cboUnit->SetListIndex(-1);
-            d.cmdCancel->SetFocus();
-            d.cmdOK->Click();
-            EXPECT_FALSE(d.Unloaded());
-            const tavix::ProofRecord& slot = Var().ProofTable[0];
-            EXPECT_TRUE(slot.Name == former.Name && slot.Value == former.Value && slot.Unit == former.Unit);
-            const vb::Control* fields[3] = {d.txtName, d.txtValue, d.cboUnit};
-            EXPECT_TRUE(c.focus == None || d.focusWidget() == fields[c.focus]->Widget())
-                << "focus on the field at fault";
-            if (!c.error) return d.cmdCancel->Click();
-            Var().ProofFileName = QStringLiteral("\\Retry.txt");  // the user made room: OK again
-            d.cmdOK->Click();
+// ---- frmMeasureConfig ----
+
+// Every setting the dialog edits, compared as a whole.
+struct Settings {
+    std::array<uint32_t, 7> colors{};
+    int16_t crossLineNum = 0, decimals = 0, fontSize = 0, angleMode = 0, twoPointMode = 0;
+    static Settings Now() {
+        const tavix::VariableDefinition& v = Var();
+        Settings s{{v.MeasureLineColor[1], v.MeasureValueColor[1], v.MeasureLineColor[2], v.MeasureValueColor[2],
+                    v.MeasureLineColor[3], v.CrossLineColor, v.ScaleColor}};
+        std::tie(s.crossLineNum, s.decimals, s.fontSize, s.angleMode, s.twoPointMode) =
+            std::tie(v.CrossLineNum, v.NumberOfDecimals, v.MeasureFontSize, v.AngleCommandMode, v.TwoPointCommandMode);
+        return s;
+    }
+    bool operator==(const Settings&) const = default;
+};
+
+struct Config : testing_support::StartedMain {
+    explicit Config(const QString& deployment = QStringLiteral("ja")) : StartedMain(3, deployment) {
+        QImage grey(400, 300, QImage::Format_RGB32);
+        grey.fill(0xFF404040);
+        f.picTempView->SetPicture(grey);
+        tavix::DispImage(f, false);
+    }
+    // Presses cmdMeasureConfig; user plays the dialog and ends it with OK or Cancel.
+    void Open(std::function<void(frmMeasureConfig&)> user, bool ok) {
+        host.AnswerModal([user, ok](vb::Form& form) {
+            auto& d = dynamic_cast<frmMeasureConfig&>(form);
+            user(d);
+            (ok ? d.cmdOK : d.cmdCancel)->Click();
             EXPECT_TRUE(d.Unloaded());
         });
-        ASSERT_EQ(w.host.Boxes.size(), 1u);
-        ExpectBox(w.host.Boxes[0], c.text, 14100, vb::vbOKOnly | vb::vbExclamation);
-        if (!c.error) {
-            EXPECT_EQ(w.box.Read(kProof), file);
-            continue;
-        }
-        EXPECT_TRUE(w.box.LogTexts().contains(QStringLiteral("frmProofConfig:cmdOK_Click Error.(%1)").arg(c.error)));
-        EXPECT_TRUE(w.box.Read(QStringLiteral("Retry.txt")).startsWith("\"new\",0.2,\"cm\"\r\n"));
-        EXPECT_EQ(w.f.cboProof->List(0), QStringLiteral("new"));
+        f.cmdMeasureConfig->Click();
     }
+    void Ok(std::function<void(frmMeasureConfig&)> change) { Open(change, true); }
+    void Pick(frmMeasureConfig& d, int i, std::optional<uint32_t> c) {
+        host.AnswerColor(c);
+        d.lblColor[i]->OnClick();
+    }
+    void Add(tavix::CommandMode kind, double value, const QString& text) {
+        ++f.ResultCount;
+        Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, {{}, {-60, 50}, {60, 50}}, value};
+        f.grdResult->SetTextMatrix(f.ResultCount, 2, text);
+    }
+    // Marks the still so a repaint shows as its absence.
+    void Mark() { f.picStillView->LineBox(-5, -5, 5, 5, 0x000080, true); }
+    bool Marked() const {
+        const QRect r = f.picStillView->CanvasRect();
+        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF800000;
+    }
+    // Pixels of the still drawn over the grey picture.
+    int Drawn() const {
+        const QImage shown = f.picStillView->GetImage();
+        return shown.width() * shown.height() - testing_support::Pixels(shown, 0xFF404040);
+    }
+};
+
+TEST(MeasureConfigDialog, OpensWithTheSettings) {
+    // shown: which option is on in the cross lines, the angle and the two-point command, then the
+    // decimals and the font size; a size not in the list shows the first.
+    const struct {
+        int16_t crossLineNum, decimals, fontSize, angleMode, twoPointMode;
+        const char* shown;
+    } cases[] = {
+        {1, 0, 10, 0, 0, "10 10 10 0 10"}, {2, 8, 20, 1, 1, "01 01 01 8 20"}, {1, 3, 13, 1, 0, "10 01 10 3 8"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.shown);
+        Config w{c.decimals == 8 ? QStringLiteral("en") : QStringLiteral("ja")};
+        tavix::VariableDefinition& v = Var();
+        std::tie(v.CrossLineNum, v.NumberOfDecimals, v.MeasureFontSize, v.AngleCommandMode, v.TwoPointCommandMode) =
+            std::tie(c.crossLineNum, c.decimals, c.fontSize, c.angleMode, c.twoPointMode);
+        for (int i = 1; i <= 3; ++i) v.MeasureLineColor[i] = 0x010101u * i;
+        v.ScaleColor = 0x80000005;
+        w.Open(
+            [&](frmMeasureConfig& d) {
+                // Captions come from the string table, but for the digits of the count and the shared buttons.
+                QStringList texts;
+                for (const auto& r : Var().StringTable) texts << r.Text;
+                for (const vb::Control* control : d.Controls) {
+                    const bool fixed = control == d.cmdOK || control == d.cmdCancel ||
+                                       control->Name() == QLatin1String("optCrossLineNum");
+                    EXPECT_TRUE(fixed || control->Caption().isEmpty() || texts.contains(control->Caption()))
+                        << control->Name().toStdString();
+                }
+                for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), Settings::Now().colors[i]) << i;
+                QString shown;
+                for (const auto& options : {d.optCrossLineNum, d.optAngleCommand, d.opt2PointCommand})
+                    shown += QString::number(options[0]->Value()) + QString::number(options[1]->Value()) + u' ';
+                EXPECT_EQ(shown + d.cboDec->Text() + u' ' + d.cboFontSize->Text(), QLatin1String(c.shown));
+            },
+            false);
+    }
+}
+
+// Cancel keeps the settings, OK stores them for the ini file at exit; after either the window is
+// rebuilt from the settings: captions, icons and the next command, colours, font, the grid's texts.
+TEST(MeasureConfigDialog, OkStoresCancelKeepsBothRebuildTheWindowTheIniReadsBack) {
+    const struct {
+        bool ok;
+        int16_t twoPoint, angle;
+        const char* shown;  // the distance of 3.14159 in the grid
+    } cases[] = {{false, 1, 1, "3.14"}, {true, 1, 0, "3"}, {true, 0, 1, "3"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "OK " << c.ok << ", modes " << c.twoPoint << c.angle);
+        Config w;
+        tavix::frmMain& f = w.f;
+        const tavix::VariableDefinition& v = Var();
+        Settings want = Settings::Now();
+        // A main window out of line with the settings, so the rebuild shows.
+        f.cmdMeasure[0]->SetCaption(QStringLiteral("stale"));
+        f.cmdMeasure[5]->SetCaption(QStringLiteral("stale"));
+        f.picCrossLineV[1]->SetBackColor(0x0000FE);
+        f.linMeasure[0]->SetBorderColor(0x0000FE);
+        f.shaMeasure[0]->SetBorderColor(0x0000FE);
+        f.picStillView->SetFontSize(30);
+        f.ResultFormat = QStringLiteral("0.00000");
+        w.Add(Cmd::Distance, 3.14159, QStringLiteral("stale"));
+        w.Add(Cmd::Count, 4, QStringLiteral("4 counted"));
+        w.Mark();
+        w.Open(
+            [&](frmMeasureConfig& d) {
+                for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00102030u + static_cast<uint32_t>(i));
+                w.Pick(d, 2, std::nullopt);  // the colour dialog cancelled keeps the swatch
+                EXPECT_EQ(d.lblColor[2]->BackColor(), 0x00102032u);
+                d.optCrossLineNum[1]->SetValue(true);
+                d.cboDec->SetListIndex(0);
+                d.cboFontSize->SetListIndex(6);
+                d.opt2PointCommand[c.twoPoint]->SetValue(true);
+                d.optAngleCommand[c.angle]->SetValue(true);
+                if (c.ok) want = {{}, 2, 0, int16_t(d.cboFontSize->Text().toInt()), c.angle, c.twoPoint};
+                for (int i = 0; c.ok && i < 7; ++i) want.colors[i] = 0x00102030u + i;
+            },
+            c.ok);
+        EXPECT_TRUE(Settings::Now() == want);
+        const int16_t twoPoint = v.TwoPointCommandMode, angle = v.AngleCommandMode;
+        EXPECT_EQ((QStringList{f.cmdMeasure[0]->Caption(), f.cmdMeasure[5]->Caption()}),
+                  (QStringList{GST(twoPoint ? 10112 : 10101), GST(angle ? 10110 : 10106)}));
+        EXPECT_EQ(std::tuple(f.cmdMeasure[0]->GetPicture().cacheKey(), f.cmdMeasure[5]->GetPicture().cacheKey()),
+                  std::tuple(f.img2PointIcon[twoPoint]->GetPicture().cacheKey(),
+                             f.imgAngleIcon[angle]->GetPicture().cacheKey()));
+        EXPECT_NE(f.img2PointIcon[0]->GetPicture().cacheKey(), f.img2PointIcon[1]->GetPicture().cacheKey());
+        EXPECT_EQ(std::tuple(f.picCrossLineV[1]->BackColor(), f.linMeasure[0]->BorderColor(),
+                             f.shaMeasure[0]->BorderColor(), f.picStillView->FontSize()),
+                  std::tuple(v.CrossLineColor, v.MeasureLineColor[3], v.MeasureLineColor[3], v.MeasureFontSize));
+        // The value reformatted from the record, never rounded in it; a count's text left alone.
+        EXPECT_EQ(std::tuple(f.grdResult->TextMatrix(1, 2), f.grdResult->TextMatrix(2, 2), v.ResultTable[1].Value),
+                  std::tuple(QString::fromLatin1(c.shown), QStringLiteral("4 counted"), 3.14159));
+        EXPECT_FALSE(w.Marked()) << "the still is repainted";
+        EXPECT_GT(w.Drawn(), 0) << "with its results";
+        tavix::cmdMeasure_Click(f, 0);
+        EXPECT_EQ(f.CommandMode, twoPoint ? Cmd::ParallelDistance : Cmd::Distance);
+        tavix::EndMeasureCommand(f);
+        tavix::cmdMeasure_Click(f, 5);
+        EXPECT_EQ(f.CommandMode, angle ? Cmd::TwoLineAngle : Cmd::ThreePointAngle);
+        tavix::EndMeasureCommand(f);
+
+        // A new start on the same installation reads them back.
+        f.ResultDirty = false;
+        f.cmdExit->Click();
+        ASSERT_TRUE(f.Unloaded());
+        tavix::ResetVariableDefinition();
+        tavix::frmMain again;
+        tavix::WireMain(again);
+        ASSERT_TRUE(tavix::Form_Load(again, 3));
+        EXPECT_TRUE(Settings::Now() == want);
+        EXPECT_EQ(again.ResultFormat, tavix::MakeResultFormat(want.decimals));
+    }
+}
+
+TEST(MeasureConfigCrossLines, OffAfterAChangeOfNumberOnInTheNewColourOtherwise) {
+    constexpr uint32_t kNew = 0x00C0FFEE;
+    for (const auto& [from, to] : {std::pair<int16_t, int16_t>{1, 1}, {2, 2}, {1, 2}, {2, 1}}) {
+        Config w;
+        Var().CrossLineNum = from;
+        w.f.chkCross->SetValue(1);
+        for (int k = 0; k < from; ++k) tavix::ClickCrossLine(w.f, 1, 10.0f * (k + 1), 10.0f);
+        ASSERT_EQ(w.f.CommandMode, tavix::CommandMode::Idle) << from;
+        const qint64 icon = w.f.chkCross->GetPicture().cacheKey();
+        w.Ok([&](frmMeasureConfig& d) {
+            w.Pick(d, 5, kNew);
+            d.optCrossLineNum[to - 1]->SetValue(true);
+        });
+        const bool changed = from != to;
+        EXPECT_EQ(w.f.chkCross->Value(), changed ? 0 : 1) << from << to;
+        for (int k = 0; k < 2; ++k) {
+            const auto &v = *w.f.picCrossLineV[k], &h = *w.f.picCrossLineH[k];
+            EXPECT_EQ(std::tuple(v.Visible(), h.Visible(), v.BackColor(), h.BackColor()),
+                      std::tuple(!changed && k < from, !changed && k < from, kNew, kNew))
+                << from << to << " pair " << k;
+        }
+        const qint64 want = changed ? w.f.imgCrossIcon[to - 1]->GetPicture().cacheKey() : icon;
+        EXPECT_EQ(w.f.chkCross->GetPicture().cacheKey(), want) << from << to;
+    }
+}
+
+TEST(MeasureConfigRepaint, TheStillViewRepaintsTheLiveViewRedrawsOnlyTheScale) {
+    for (const int16_t viewMode : {0, 1})
+        for (const bool scale : {false, true}) {
+            Config w;
+            w.f.chkScale->OnClick = nullptr;  // no scale dialog: only the box's state matters here
+            w.f.chkScale->SetValue(scale);
+            w.f.ViewMode = tavix::ViewMode(viewMode);
+            w.Mark();
+            w.Ok([](frmMeasureConfig&) {});
+            const bool still = viewMode == 1;
+            EXPECT_NE(w.Marked(), still) << viewMode << scale;
+            EXPECT_EQ(w.f.picScaleSize->Visible() || (still && w.Drawn() > 0), scale) << viewMode << scale;
+        }
 }
 
 }  // namespace
