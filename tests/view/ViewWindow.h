@@ -47,8 +47,7 @@ struct Win : testing_support::StartedMain {
     }
     QString Comments() const { return f.txtComment[0]->Text() + QLatin1Char('|') + f.txtComment[1]->Text(); }
     Box BoxAt(size_t i) const {
-        if (host.Boxes.size() <= i) return {};
-        return {host.Boxes[i].Prompt, host.Boxes[i].Title, host.Boxes[i].Buttons};
+        return i < host.Boxes.size() ? Box(host.Boxes[i].Prompt, host.Boxes[i].Title, host.Boxes[i].Buttons) : Box();
     }
     QWidget* View() const { return f.picViewArea->ClientWidget(); }
     QWidget* Still() const { return f.picStillView->ClientWidget(); }

@@ -97,17 +97,17 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         const char* key;  // "Ctrl+Wheel": the wheel one notch up with Ctrl held; "drop.x": that file dropped
         int selected;     // above 0: two result rows, with this one selected
         int clicks;       // at or above 0: a distance begun with this many clicks
-        char asked;       // 'f': the file dialog, cancelled; 'y', 'n', 'k': a box answered Yes, No or OK
+        int asked;        // -1: the file dialog, cancelled; else a box answered so, or 0: nothing
         CommandMode mode;
         int results;
         double zoom;
         int copied = 0, first = 0;  // lines in the clipboard, and the first row's number
         bool opened = false;
     } rows[] = {
-        {"Ctrl+O", 0, -1, 'f', CommandMode::Idle, 0, 1},
+        {"Ctrl+O", 0, -1, -1, CommandMode::Idle, 0, 1},
         {"Ctrl+O", 0, 0, 0, CommandMode::Distance, 0, 1},  // no dialog during a command
-        {"Ctrl+S", 0, -1, 'f', CommandMode::Idle, 0, 1},
-        {"Delete", 1, -1, 'y', CommandMode::Idle, 1, 1},
+        {"Ctrl+S", 0, -1, -1, CommandMode::Idle, 0, 1},
+        {"Delete", 1, -1, vb::vbYes, CommandMode::Idle, 1, 1},
         {"Escape", 0, 1, 0, CommandMode::Distance, 0, 1},  // the click is taken back
         {"Escape", 0, 0, 0, CommandMode::Idle, 0, 1},
         {"Ctrl+C", 2, -1, 0, CommandMode::Idle, 2, 1, 2, 2},
@@ -116,8 +116,8 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         {"Ctrl+Wheel", 0, 0, 0, CommandMode::Distance, 0, 1},
         {"drop.bmp", 0, -1, 0, CommandMode::Idle, 0, 1, 0, 0, true},
         {"drop.bmp", 0, 0, 0, CommandMode::Distance, 0, 1},
-        {"drop.bmp", 1, -1, 'n', CommandMode::Idle, 2, 1},  // unsaved results kept
-        {"drop.txt", 0, -1, 'k', CommandMode::Idle, 0, 1},  // not a picture
+        {"drop.bmp", 1, -1, vb::vbNo, CommandMode::Idle, 2, 1},  // unsaved results kept
+        {"drop.txt", 0, -1, vb::vbOK, CommandMode::Idle, 0, 1},  // not a picture
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.key) + std::to_string(row.selected) + std::to_string(row.clicks));
@@ -130,9 +130,8 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         }
         if (row.clicks >= 0) tavix::cmdMeasure_Click(w.f, 0);
         if (row.clicks > 0) tavix::picStillView_MouseUp(w.f, 1, 0, 5, 5);
-        if (row.asked == 'f') w.host.AnswerFile(std::nullopt);
-        if (row.asked == 'y' || row.asked == 'n' || row.asked == 'k')
-            w.host.AnswerMsgBox(row.asked == 'y' ? vb::vbYes : row.asked == 'n' ? vb::vbNo : vb::vbOK);
+        if (row.asked < 0) w.host.AnswerFile(std::nullopt);
+        if (row.asked > 0) w.host.AnswerMsgBox(row.asked);
         const QString key = QString::fromLatin1(row.key), file = w.box.File(key);
         if (key == QLatin1String("Ctrl+Wheel")) {
             Wheel(w.View(), QPoint(0, 120), Qt::ControlModifier);
@@ -153,7 +152,7 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         EXPECT_EQ(std::tuple(w.f.CommandMode, w.f.ResultCount, Var().ZoomFactor, w.f.picTempView->Width() == 321 * 15),
                   std::tuple(row.mode, row.results, row.zoom, row.opened));
         EXPECT_TRUE(row.clicks <= 0 || w.f.WorkPoints.size() == 1) << "the click taken back";
-        EXPECT_TRUE(row.asked != 'k' || std::get<0>(w.BoxAt(0)) == GST(20022, file));
+        EXPECT_TRUE(row.asked != vb::vbOK || std::get<0>(w.BoxAt(0)) == GST(20022, file));
         const QStringList lines = QApplication::clipboard()->text().split(QLatin1Char('\n'));
         EXPECT_EQ(lines.size() - 1, row.copied);
         if (!row.copied) continue;
