@@ -222,7 +222,7 @@ TEST(Movie, ArmedForWhatTheFreeSpaceAllowsOrRefusedWithTheResultsGone) {
         {"m.avi", usable(3.9), 60},
         {"m.avi", usable(4), 120},
         {"m.avi", usable(29.9), 840},
-        {"m.avi", usable(31), 900, 0, nullptr, 0, true},
+        {"m.avi", usable(5000), 900, 0, nullptr, 0, true},
         {"m.avi", usable(2) - 2, 0, 20032},
         {"m.avi", std::nullopt, 0, 20031},  // a folder not to be looked at
         {"nas/m.avi", 100 * kGiB, 0, 20031, "nfs"},
