@@ -16,16 +16,11 @@ namespace {
 using tavix::frmScale;
 using testing_support::ResultPixels;
 
-// A 400 x 300 picture at 1.0 with one distance.
-void Show(Win& w) {
+TEST(Still, SameItemAndTheFirstClickAtZeroDoNothingAPaintFailureFallsBackToOneThenGivesUp) {
+    Win w(2);
     w.f.picTempView->SetPicture(QuarterPicture(400, 300));
     tavix::DispImage(w.f, false);
     Var().ResultTable[++w.f.ResultCount] = {1, CommandMode::Distance, {{}, {10, -4}, {-10, -8}}, 7.5};
-}
-
-TEST(Still, SameItemAndTheFirstClickAtZeroDoNothingAPaintFailureFallsBackToOneThenGivesUp) {
-    Win w(2);
-    Show(w);
     w.f.picStillView->LineBox(-5, -5, 5, 5, 0x00FFFF, true);  // survives only when nothing repaints
     for (const double before : {1.0, 0.0}) {                  // 0 as before the first click at start-up
         Var().ZoomFactor = before;
