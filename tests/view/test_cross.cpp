@@ -91,7 +91,10 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveViewInTheirColour) {
             const QImage shown = w.View()->grab().toImage();
             for (const char k : std::string(s.shown)) {
                 const QPoint p = w.Crossing(k - '0');
-                EXPECT_TRUE(w.Magenta(shown, p + QPoint(0, 8)) && w.Magenta(shown, p + QPoint(8, 0))) << k;
+                // Lines, not a block; the test camera's picture may hold the colour itself.
+                EXPECT_TRUE(w.Magenta(shown, p + QPoint(0, 8)) && w.Magenta(shown, p + QPoint(8, 0)) &&
+                            (s.viewMode == 0 || !w.Magenta(shown, p + QPoint(8, 8))))
+                    << k;
             }
             // A pair no longer following the pointer stands where it was clicked.
             for (int k = 0; left && k < 2; ++k) {
