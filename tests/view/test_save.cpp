@@ -1,212 +1,188 @@
-// Saving the still with its comment, files that cannot be written, frmJpegQty, and arming a movie.
+// Opening and saving a picture with its comment, frmJpegQty, and arming a movie.
+#include <QBuffer>
 #include <QFileInfo>
 #include <QPainter>
 #include <QRandomGenerator>
 #include <cmath>
-#include <gtest/gtest.h>
 
-#include "CommonModule.h"
 #include "Drive.h"
-#include "Graph.h"
-#include "Ini.h"
-#include "frmJpegQty.h"
-#include "OpenImage.h"
 #include "Pictures.h"
 #include "ResultDrawing.h"
 #include "SaveImage.h"
-#include "StartedMain.h"
+#include "ViewWindow.h"
+#include "frmJpegQty.h"
 
-using Cmd = tavix::CommandMode;
-
-using tavix::frmMain;
-using tavix::GST;
-using testing_support::kQuarterColors;
-using testing_support::QuarterPicture;
-
-using testing_support::Zoom;
-
+namespace view_test {
 namespace {
 
-constexpr double kGiB = 1073741824.0;
+using tavix::ViewMode;
+using testing_support::Near;
 
-struct SaveWindow : testing_support::StartedMain {
-    explicit SaveWindow(int16_t type = 2) : StartedMain(type) {}
-    void Open(const QImage& picture) {
-        const QString path = box.File(QStringLiteral("opened.png"));
-        ASSERT_TRUE(picture.save(path));
-        host.AnswerFile(path);
-        tavix::cmdPicLoad_Click(f);
-    }
-    void Save(const std::optional<QString>& path) {
-        host.AnswerFile(path);
-        f.cmdPicSave->Click();
-    }
-    void Comment(const char* a, const char* b) {
-        f.txtComment[0]->SetText(QString::fromUtf8(a));
-        f.txtComment[1]->SetText(QString::fromUtf8(b));
-    }
-    // One result line 100 pixels either side of (0, y) drawn on the still.
-    void Result(double y) {
-        tavix::Var().ResultTable[1] = {1, Cmd::Distance, {{}, {-100, y}, {100, y}}, 1};
-        f.ResultCount = 1;
-        tavix::DrawMeasureResults(f);
-    }
-    void ExpectBox(int32_t text, int32_t title, const QString& with = {}) {
-        ASSERT_EQ(host.Boxes.size(), 1u);
-        const auto& b = host.Boxes[0];
-        EXPECT_EQ(std::tuple(b.Prompt, b.Title, b.Buttons), std::tuple(with.isEmpty() ? GST(text) : GST(text, with),
-                                                                       GST(title), vb::vbOKOnly | vb::vbExclamation));
-    }
-};
+Box Warned(const QString& prompt, int32_t title) { return {prompt, GST(title), vb::vbOKOnly | vb::vbExclamation}; }
 
-TEST(SavePicture, ByTheEndingExactlyWithTheCommentBeside) {
+// Half a JPEG of noise: Qt's reader would fill the rest with grey.
+QByteArray CutJpeg() {
+    QImage noise(400, 300, QImage::Format_RGB32);
+    QRandomGenerator rng(3);
+    for (int y = 0; y < noise.height(); ++y)
+        for (int x = 0; x < noise.width(); ++x) noise.setPixel(x, y, rng.generate() | 0xFF000000u);
+    QByteArray bytes;
+    QBuffer out(&bytes);
+    EXPECT_TRUE(out.open(QIODevice::WriteOnly) && noise.save(&out, "jpeg", 90));
+    return bytes.left(bytes.size() / 2);
+}
+
+TEST(OpenPicture, ShownAtOneWithTheCommentBesideOrEverythingLeftAsItWas) {
+    const QByteArray sjis = "first line\r\n\x91\xe6\x93\xf1\x8d\x73\r\nthird line\r\n";
+    // A picture of that name opens unless there is an error; the file is written with the bytes.
+    const struct {
+        const char *picture, *file;
+        QByteArray bytes;
+        const char* comment;
+        int error = 0;
+    } cases[] = {
+        {"a.bmp", "a.txt", sjis, "first line|第二行"},
+        {"b.jpg", "b.txt", sjis, "first line|第二行"},
+        {"p.bmp", "p.txt", "only\r\n", "only|"},
+        {"p.bmp", "p.txt", "", "|"},
+        {"p.bmp", nullptr, {}, "|"},                              // the comment of before goes
+        {"p.jpeg", "p..txt", "four\r\nletters", "four|letters"},  // exactly four characters are cut
+        {"p.jpeg", "p.txt", "wrong\r\n", "|"},                    // not the side file of another name
+        {"x.bmp", "x.bmp", "this is text, not a bitmap", "kept|too", 481},
+        {"y.jpg", "y.jpg", "", "kept|too", 481},
+        {"gone.bmp", nullptr, {}, "kept|too", 53},
+        {"cut.jpg", "cut.jpg", CutJpeg(), "kept|too", 481},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.picture) + " " + c.comment);
+        Win w(2);
+        w.Open(QuarterPicture(100, 80));
+        Zoom(w.f, "x 2.0");
+        w.Comment("kept", "too");
+        Var().ResultTable[1].Points = {{}, {20, 10}};
+        w.f.ResultCount = 1;
+        w.f.ResultDirty = true;
+        w.host.AnswerMsgBox(vb::vbYes);  // discard the unsaved results
+        EXPECT_TRUE(c.error || QuarterPicture(300, 200).save(w.box.File(c.picture)));
+        if (c.file) w.box.Write(c.file, c.bytes);
+        if (c.error) w.host.AnswerMsgBox(vb::vbOK);
+        w.OpenFile(w.box.File(c.picture));
+        EXPECT_EQ(w.Comments(), QString::fromUtf8(c.comment));
+        EXPECT_TRUE(w.f.cdlFile->Filter == GST(11021) && w.f.cdlFile->Flags == 4100 && w.f.ViewMode == ViewMode::Still);
+        // At 1.0 the new picture, or the old one with the points following the zoom.
+        const QSize size = c.error ? QSize(100, 80) : QSize(300, 200);
+        EXPECT_EQ(std::tuple(w.f.cboScale->Text(), Var().ZoomFactor, w.f.picTempView->GetPicture().size(),
+                             w.f.picStillView->ScaleWidth(), w.f.ResultCount, w.f.ResultDirty),
+                  std::tuple(QStringLiteral("x 1.0"), 1.0, size, size.width(), int(c.error != 0), c.error != 0));
+        EXPECT_TRUE(Near(w.Shown(-30, -30), kQuarterColors[0]) && Near(w.Shown(30, 30), kQuarterColors[3]));
+        if (!c.error) continue;
+        EXPECT_EQ(w.BoxAt(1), Warned(GST(20022, w.box.File(c.picture)), 11022));
+        EXPECT_EQ(w.box.LogTexts().last(), QStringLiteral("cmdPicLoad_Click LoadPicture Error.(%1)").arg(c.error));
+        EXPECT_EQ(Var().ResultTable[1].Points[1].X, 10);
+    }
+}
+
+TEST(SavePicture, ByTheEndingAtTheQualitySetWithTheCommentBesideOrRefused) {
     const QByteArray comment = " \r\nsecond line\r\n", old = "old\r\n";
     // Only lower-case endings pick the format, a bare name takes the chosen type's; any other
     // ending is refused with nothing written. An empty comment leaves an old side file.
     const struct {
-        const char* typed;
-        const char* name;
+        const char *typed, *saved;
         QByteArray magic;
-        bool commented;
         int box;
+        const char* with = "";  // in the box's text
+        bool commented = true;
     } cases[] = {
-        {"p.bmp", "p.bmp", "BM", true, 0},   {"p.jpg", "p.jpg", "\xFF\xD8", true, 0},
-        {"p", "p.bmp", "BM", true, 0},       {"p.BMP", "p.BMP", {}, true, 20038},
-        {"p.JPG", "p.JPG", {}, true, 20038}, {"p.jpeg", "p.jpeg", {}, true, 20038},
-        {"p.avi", "p.avi", {}, true, 20035}, {"x.AVI", "x.AVI", {}, true, 20035},
-        {"p.bmp", "p.bmp", "BM", false, 0},
+        {"p.bmp", "p.bmp", "BM", 0},
+        {"p.jpg", "p.jpg", "\xFF\xD8", 0},
+        {"p", "p.bmp", "BM", 0},
+        {"p.bmp", "p.bmp", "BM", 0, "", false},
+        {"p.BMP", "p.BMP", {}, 20038, ".bmp .jpg"},
+        {"p.JPG", "p.JPG", {}, 20038, ".bmp .jpg"},
+        {"p.jpeg", "p.jpeg", {}, 20038, ".bmp .jpg"},
+        {"p.avi", "p.avi", {}, 20035},
+        {"x.AVI", "x.AVI", {}, 20035},
     };
     for (const auto& c : cases) {
-        SaveWindow w;
+        SCOPED_TRACE(c.typed);
+        Win w(2);
         w.Open(QuarterPicture(120, 80));
         w.box.Write("p.txt", old);
         w.Comment(c.commented ? " " : "  ", c.commented ? "second line" : "");
         if (c.box) w.host.AnswerMsgBox(vb::vbOK);
+        Var().JpegQty = 10;
         w.Save(w.box.File(c.typed));
-        EXPECT_TRUE(w.f.cdlFile->Filter == GST(11031) && w.f.cdlFile->Flags == 34818) << c.typed;
-        EXPECT_EQ(w.box.Read(c.name).left(2), c.magic) << c.typed;
-        EXPECT_EQ(w.box.Read("p.txt"), c.commented && !c.box ? comment : old) << c.typed;
-        EXPECT_FALSE(QFileInfo::exists(w.box.File("p..txt")) || QFileInfo::exists(w.box.File("x.txt"))) << c.typed;
-        EXPECT_EQ(QFileInfo::exists(w.box.File("TempBitmap.bmp")), c.magic == "\xFF\xD8") << c.typed;
-        if (c.box == 20038)
-            w.ExpectBox(20038, 11035, QStringLiteral(".bmp .jpg"));
-        else if (c.box)
-            w.ExpectBox(c.box, 11033);
-        EXPECT_TRUE((c.box != 0 || w.host.Boxes.empty()) && w.host.BusyDepth == 0) << c.typed;
+        EXPECT_TRUE(w.f.cdlFile->Filter == GST(11031) && w.f.cdlFile->Flags == 34818 && w.host.BusyDepth == 0);
+        EXPECT_EQ(w.box.Read(c.saved).left(2), c.magic);
+        EXPECT_EQ(w.box.Read("p.txt"), c.commented && !c.box ? comment : old);
+        EXPECT_FALSE(QFileInfo::exists(w.box.File("p..txt")) || QFileInfo::exists(w.box.File("x.txt")));
+        EXPECT_EQ(QFileInfo::exists(w.box.File("TempBitmap.bmp")), QString(c.typed).endsWith(".jpg"));
+        if (c.magic.startsWith('\xFF')) {  // made from the temporary bitmap at the quality set
+            const QImage temp = vb::LoadPicture(w.box.File("TempBitmap.bmp"));
+            ASSERT_EQ(tavix::SaveJpeg(temp, w.box.File("q.jpg"), 10), 0);
+            EXPECT_EQ(w.box.Read(c.saved), w.box.Read("q.jpg"));
+            ASSERT_EQ(tavix::SaveJpeg(temp, w.box.File("q.jpg"), 100), 0);
+            EXPECT_LT(w.box.Read(c.saved).size(), w.box.Read("q.jpg").size());
+        }
+        const QString with = QString::fromLatin1(c.with);
+        EXPECT_EQ(w.BoxAt(0), !c.box           ? Box()
+                              : with.isEmpty() ? Warned(GST(c.box), 11033)
+                                               : Warned(GST(c.box, with), 11035));
     }
+    testing_support::Sandbox box;  // no picture leaves the target as it was
+    box.Write("kept.jpg", "keep me");
+    EXPECT_EQ(tavix::SaveJpeg(QImage(), box.File("kept.jpg"), 90), vb::ErrTypeMismatch);
+    EXPECT_EQ(box.Read("kept.jpg"), "keep me");
 }
 
-TEST(SavePicture, AtTheViewSizeOnlyWhatTheViewShows) {
-    SaveWindow w;
+TEST(SavePicture, AtTheViewSizeWhatItShowsWithResultsWhenAskedThenSavedOrAtPictureSizeWithout) {
     QImage picture = QuarterPicture(1600, 1200);
     QPainter(&picture).fillRect(780, 580, 10, 10, Qt::black);  // 20 to 10 pixels up-left of the centre
-    w.Open(picture);
-    Zoom(w.f, "x 2.0");
-    w.Save(w.box.File("v.bmp"));
-    const QImage saved(w.box.File("v.bmp"));
-    ASSERT_EQ(saved.size(), QSize(w.f.picViewArea->ClientPixelWidth(), w.f.picViewArea->ClientPixelHeight()));
-    const int cx = saved.width() / 2, cy = saved.height() / 2;
-    EXPECT_EQ(saved.pixel(cx - 30, cy - 30), 0xFF000000u) << "the mark at twice its size";
-    EXPECT_EQ(saved.pixel(cx - 15, cy - 15), kQuarterColors[0]);
-    EXPECT_EQ(saved.pixel(0, 0), kQuarterColors[0]);
-    EXPECT_EQ(saved.pixel(saved.width() - 1, saved.height() - 1), kQuarterColors[3]);
-}
-
-TEST(SavePicture, AtPictureSizeWithoutResults) {
-    SaveWindow w(3);
-    const QImage picture = QuarterPicture(300, 200);
-    w.Open(picture);
-    tavix::Var().Still1xSave = 1;
-    Zoom(w.f, "x 2.0");
-    w.f.chkMeasureSave->SetValue(1);
-    w.Result(0);
-    w.Save(w.box.File("one.bmp"));
-    EXPECT_EQ(QImage(w.box.File("one.bmp")).convertToFormat(QImage::Format_RGB32), picture);
-}
-
-TEST(SavePicture, ResultsInThePictureCountAsSaved) {
-    for (const int with : {0, 1}) {
-        SaveWindow w(3);
-        w.Open(QuarterPicture(300, 200));
-        w.Result(-50);
+    for (const auto& [oneX, with] : {std::pair(0, 0), std::pair(0, 1), std::pair(1, 1)}) {
+        SCOPED_TRACE(oneX * 10 + with);
+        Win w(3);
+        w.Open(picture);
+        Var().Still1xSave = oneX;
+        Zoom(w.f, "x 2.0");
+        Var().ResultTable[1] = {1, CommandMode::Distance, {{}, {-100, -50}, {100, -50}}, 1};
+        w.f.ResultCount = 1;
+        tavix::DrawMeasureResults(w.f);
         w.f.ResultDirty = true;
         w.f.chkMeasureSave->SetValue(with);
         w.Save(w.box.File("r.bmp"));
-        // The line may fall a pixel either way of the centre of an odd-sized view.
-        const QImage saved(w.box.File("r.bmp"));
-        bool onLine = false;
-        for (int dy = -1; dy <= 1; ++dy)
-            onLine |= saved.pixel(saved.width() / 2 + 80, saved.height() / 2 - 50 + dy) != kQuarterColors[1];
-        EXPECT_EQ(onLine, with == 1) << with;
-        EXPECT_EQ(w.f.ResultDirty, with == 0) << with;
-        EXPECT_NE(w.f.picStillView->GetImage().pixel(230, 50), kQuarterColors[1])
-            << "the results stand on the still again";
+        const QImage s = QImage(w.box.File("r.bmp")).convertToFormat(QImage::Format_RGB32);
+        if (oneX) {
+            EXPECT_EQ(s, picture);
+            continue;
+        }
+        ASSERT_EQ(s.size(), QSize(w.f.picViewArea->ClientPixelWidth(), w.f.picViewArea->ClientPixelHeight()));
+        const int cx = s.width() / 2, cy = s.height() / 2;  // the mark at twice its size
+        EXPECT_EQ((std::vector{s.pixel(cx - 30, cy - 30), s.pixel(cx - 15, cy - 15), s.pixel(0, 0),
+                               s.pixel(s.width() - 1, s.height() - 1)}),
+                  (std::vector{0xFF000000u, kQuarterColors[0], kQuarterColors[0], kQuarterColors[3]}));
+        bool onLine = false, again = false;  // the line may fall a pixel either way of the centre
+        for (int dy = -1; dy <= 1; ++dy) {
+            onLine |= s.pixel(cx + 80, cy - 50 + dy) != kQuarterColors[1];
+            again |= w.Shown(80, -50 + dy) != kQuarterColors[1];  // the results on the still again
+        }
+        EXPECT_EQ(std::tuple(onLine, w.f.ResultDirty, again), std::tuple(with == 1, with == 0, true));
     }
 }
 
-TEST(SavePicture, JpegQualityTellsInTheFileSize) {
-    SaveWindow w;
-    QImage noisy(200, 150, QImage::Format_RGB32);
-    QRandomGenerator rng(3);
-    for (int y = 0; y < noisy.height(); ++y)
-        for (int x = 0; x < noisy.width(); ++x) noisy.setPixel(x, y, rng.generate() | 0xFF000000u);
-    w.Open(noisy);
-    tavix::Var().Still1xSave = 1;
-    for (const int q : {10, 100}) {
-        tavix::Var().JpegQty = q;
-        const QString name = QStringLiteral("q%1.jpg").arg(q);
-        w.Save(w.box.File(name));
-        // The same bytes as when made from the temporary bitmap read back.
-        const QString fromBitmap = w.box.File("from-bitmap.jpg");
-        ASSERT_EQ(tavix::SaveJpeg(vb::LoadPicture(w.box.File("TempBitmap.bmp")), fromBitmap, q), 0);
-        EXPECT_EQ(w.box.Read(name), w.box.Read("from-bitmap.jpg")) << q;
-    }
-    EXPECT_LT(2 * QFileInfo(w.box.File("q10.jpg")).size(), QFileInfo(w.box.File("q100.jpg")).size());
-}
-
-TEST(SaveJpeg, NoPictureLeavesTheTargetAsItWas) {
-    testing_support::Sandbox box;
-    box.Write("kept.jpg", "keep me");
-    EXPECT_EQ(tavix::SaveJpeg(QImage(), box.File("kept.jpg"), 90), vb::ErrTypeMismatch);
-    EXPECT_EQ(box.Read("kept.jpg"), QByteArray("keep me"));
-}
-
-TEST(SavePicture, FilesThatCannotBeWrittenAreReported) {
-    const struct {
-        const char* name;
-        const char* temp;
-        const char* failed;
-    } cases[] = {
-        {"gone/p.bmp", nullptr, "gone/p.bmp"},
-        {"file/p.jpg", nullptr, "file/p.jpg"},  // no folder, a file
-        {"old.jpg", "\\gone\\t.bmp", "gone/t.bmp"},
-    };
-    for (const auto& c : cases) {
-        SaveWindow w;
-        w.Open(QuarterPicture(60, 40));
-        w.box.Write("file", "not a folder");
-        w.box.Write("old.jpg", "keep me");
-        if (c.temp) tavix::Var().TempBitmapFile = QString::fromLatin1(c.temp);
-        w.Comment("a comment", "");
-        w.host.AnswerMsgBox(vb::vbOK);
-        w.Save(w.box.File(c.name));
-        w.ExpectBox(20034, 11035, w.box.File(c.failed));
-        EXPECT_EQ(w.box.LogTexts().last(), QStringLiteral("cmdPicSave_Click Error.(76)")) << c.name;
-        EXPECT_TRUE(w.box.Read("old.jpg") == "keep me" && w.host.BusyDepth == 0) << c.name;
-    }
-}
-
-TEST(SavePicture, FromTheLiveViewBackToLive) {
-    SaveWindow w(1);
-    ASSERT_TRUE(testing_support::WaitFor([&] { return !w.f.FilterGraph->GetCurrentImage().isNull(); }));
+TEST(SavePicture, FromTheLiveViewBackToLiveAlsoWhenOpeningFails) {
+    Win w(1);
+    const auto live = [&] { return w.f.ViewMode == ViewMode::Live; };
     w.Save(std::nullopt);
-    EXPECT_TRUE(w.f.ViewMode == tavix::ViewMode::Live && w.f.cdlFile->Filter == GST(11030));
+    EXPECT_TRUE(live() && w.f.cdlFile->Filter == GST(11030));
     w.Save(w.box.File("live.bmp"));
-    EXPECT_TRUE(w.f.ViewMode == tavix::ViewMode::Live &&
-                QImage(w.box.File("live.bmp")).width() == w.f.picViewArea->ClientPixelWidth());
+    EXPECT_TRUE(live() && QImage(w.box.File("live.bmp")).width() == w.f.picViewArea->ClientPixelWidth());
     w.host.AnswerMsgBox(vb::vbOK);
     w.Save(w.box.File("gone/live.bmp"));
-    EXPECT_TRUE(w.host.Boxes.size() == 1 && w.f.ViewMode == tavix::ViewMode::Live);
+    EXPECT_TRUE(live() && w.host.Boxes.size() == 1);
+    w.box.Write("bad.jpg", CutJpeg());
+    w.host.AnswerMsgBox(vb::vbOK);
+    w.OpenFile(w.box.File("bad.jpg"));
+    EXPECT_TRUE(live() && w.host.Boxes.size() == 2);
 }
 
 TEST(JpegQuality, OkStoresAtOnceCancelStoresNothing) {
@@ -216,7 +192,7 @@ TEST(JpegQuality, OkStoresAtOnceCancelStoresNothing) {
         int kept;
     } cases[] = {{10, true, 10}, {100, true, 100}, {40, false, 90}};
     for (const auto& c : cases) {
-        SaveWindow w;
+        Win w(2);
         w.host.AnswerModal([&](vb::Form& form) {
             auto& d = static_cast<tavix::frmJpegQty&>(form);
             EXPECT_TRUE(d.Caption() == GST(12000) && d.sldJpegQty->Value() == 90);
@@ -224,105 +200,67 @@ TEST(JpegQuality, OkStoresAtOnceCancelStoresNothing) {
             (c.ok ? d.cmdOK : d.cmdCancel)->Click();
         });
         w.f.lblJpegQty->OnClick();
-        QString ini;
-        vb::GetPrivateProfileString("FILE", "JPEGQTY", "", ini, 16, w.box.File("Tavix.Ini"));
         const QString kept = QString::number(c.kept);
-        EXPECT_TRUE(tavix::Var().JpegQty == c.kept && ini == kept && w.f.lblJpegQty->Caption() == kept) << c.value;
+        EXPECT_EQ(std::tuple(Var().JpegQty, w.f.lblJpegQty->Caption()), std::tuple(c.kept, kept));
+        EXPECT_TRUE(w.box.Read("Tavix.Ini").contains("JPEGQTY=" + kept.toLatin1() + "\r\n")) << "stored at once";
     }
 }
 
-// A window whose target drive is whatever the test says, with one result to clear.
-struct MovieWindow : SaveWindow {
-    QString mounts = QStringLiteral("/dev/sda1 / ext4 rw 0 0\n");
-    std::optional<double> free = 100 * kGiB;
-    explicit MovieWindow(int16_t type = 0) : SaveWindow(type) {
-        if (f.FilterGraph) {
-            EXPECT_TRUE(testing_support::WaitFor([this] { return !f.FilterGraph->GetCurrentImage().isNull(); }));
-        }
-        vb::SetDriveProbe([this] { return mounts; }, [this](const QString&) { return free; });
-        f.ResultCount = 1;
-    }
-    ~MovieWindow() { vb::SetDriveProbe({}, {}); }
-    // Free bytes giving at least usable GiB.
-    static double ForUsable(double usable) { return std::ceil(usable / 0.7 * kGiB) + 1; }
-};
-
-TEST(Movie, LimitFollowsTheFreeSpace) {
-    const struct {
-        double usable;
-        int seconds;
-    } cases[] = {{2, 60}, {3.9, 60}, {4, 120}, {29.9, 840}, {30, 900}, {31, 900}, {5000, 900}};
-    for (const auto& c : cases) {
-        MovieWindow w;
-        w.free = MovieWindow::ForUsable(c.usable);
-        w.Save(w.box.File("m.Avi"));
-        EXPECT_TRUE(w.f.RecordSecondsLeft == c.seconds && w.f.CommandMode == tavix::CommandMode::MovieArmed)
-            << c.usable;
-        EXPECT_EQ(w.f.txtComment[1]->Text(), GST(20033, QString::number(c.seconds)));
-    }
-}
-
-TEST(Movie, ArmedFromTheStillOrTheLiveView) {
-    for (const bool fromStill : {false, true}) {
-        MovieWindow w;
-        frmMain& f = w.f;
-        if (fromStill) f.cmdPlayStop->Click();
-        w.Save(w.box.File("movie.avi"));
-        EXPECT_TRUE(f.ViewMode == tavix::ViewMode::Live && f.CommandMode == tavix::CommandMode::MovieArmed &&
-                    f.MovieFileName == w.box.File("movie.avi"))
-            << fromStill;
-        EXPECT_TRUE(f.cmdPlayStop->Caption() == GST(11034) && f.cmdPlayStop->Enabled());
-        EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgRecIcon[0]->GetPicture().cacheKey());
-        for (vb::Control* c : std::initializer_list<vb::Control*>{
-                 f.cmdPicSave, f.cmdPicLoad, f.fraScale, f.fraSaveOption, f.chkScale, f.cmdMeasureConfig, f.cmdExit})
-            EXPECT_FALSE(c->Enabled()) << c->Name().toStdString();
-        EXPECT_EQ(f.txtComment[0]->Text(), tavix::Var().GuidanceTable[2][0]);
-        EXPECT_TRUE(w.f.ResultCount == 0 && !QFileInfo::exists(w.box.File("movie.avi")));
-    }
-}
-
-TEST(Movie, RefusedTargetsLeaveItUnarmedButTheResultsGone) {
+TEST(Movie, ArmedForWhatTheFreeSpaceAllowsOrRefusedWithTheResultsGone) {
+    constexpr double kGiB = 1073741824.0;
+    const auto usable = [](double gib) { return std::ceil(gib / 0.7 * kGiB) + 1; };  // free bytes giving that
     const struct {
         const char* name;
-        const char* mount;
         std::optional<double> free;
-        int text;
+        int seconds;  // 0: not armed
+        int box = 0;
+        const char* mount = nullptr;
+        int answer = 0;  // to the question on unsaved results
+        bool fromStill = false;
     } cases[] = {
-        {"nas/m.avi", "nfs", 100 * kGiB, 20031},
-        {"nas/m.avi", "cifs", 100 * kGiB, 20031},
-        {"nas/m.avi", "fuse.sshfs", 100 * kGiB, 20031},
-        {"//server/share/m.avi", nullptr, 100 * kGiB, 20031},
-        {"m.avi", nullptr, std::nullopt, 20031},  // a folder not to be looked at
-        {"m.avi", nullptr, MovieWindow::ForUsable(2) - 2, 20032},
+        {"m.Avi", usable(2), 60},
+        {"m.avi", usable(3.9), 60},
+        {"m.avi", usable(4), 120},
+        {"m.avi", usable(29.9), 840},
+        {"m.avi", usable(5000), 900, 0, nullptr, 0, true},
+        {"m.avi", usable(2) - 2, 0, 20032},
+        {"m.avi", std::nullopt, 0, 20031},  // a folder not to be looked at
+        {"nas/m.avi", 100 * kGiB, 0, 20031, "nfs"},
+        {"//server/share/m.avi", 100 * kGiB, 0, 20031},
+        {"m.avi", 100 * kGiB, 0, 20030, nullptr, vb::vbNo},
+        {"m.avi", 100 * kGiB, 900, 20030, nullptr, vb::vbYes},
     };
     for (const auto& c : cases) {
-        MovieWindow w;
-        if (c.mount) w.mounts += QStringLiteral("srv:/x %1 %2 rw 0 0\n").arg(w.box.File("nas"), c.mount);
-        w.free = c.free;
-        w.host.AnswerMsgBox(vb::vbOK);
-        const QString name = QString::fromLatin1(c.name);
-        w.Save(name.startsWith("//") ? name : w.box.File(name));
-        w.ExpectBox(c.text, 11033);
-        EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.f.ResultCount == 0 &&
-                    w.f.ViewMode == tavix::ViewMode::Live)
-            << c.name << c.mount;
-    }
-}
-
-TEST(Movie, UnsavedResultsAskFirst) {
-    for (const int answer : {vb::vbNo, vb::vbYes}) {
-        MovieWindow w;
-        w.f.ResultDirty = true;
-        w.host.AnswerMsgBox(answer);
-        w.Save(w.box.File("m.avi"));
-        ASSERT_EQ(w.host.Boxes.size(), 1u);
-        const auto& b = w.host.Boxes[0];
-        EXPECT_EQ(std::tuple(b.Prompt, b.Title, b.Buttons),
-                  std::tuple(GST(20030), GST(11032), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2));
-        const int yes = answer == vb::vbYes;
-        EXPECT_TRUE(w.f.ResultCount == 1 - yes && int(w.f.CommandMode) == yes && w.f.ViewMode == tavix::ViewMode::Live)
-            << answer;
+        SCOPED_TRACE(std::string(c.name) + (c.mount ? c.mount : "") + std::to_string(c.free.value_or(-1)));
+        Win w(0);
+        tavix::frmMain& f = w.f;
+        QString mounts = QStringLiteral("/dev/sda1 / ext4 rw 0 0\n");
+        if (c.mount) mounts += QStringLiteral("srv:/x %1 %2 rw 0 0\n").arg(w.box.File("nas"), c.mount);
+        vb::SetDriveProbe([&] { return mounts; }, [&](const QString&) { return c.free; });
+        f.ResultCount = 1;
+        f.ResultDirty = c.answer != 0;
+        if (c.box) w.host.AnswerMsgBox(c.answer ? c.answer : vb::vbOK);
+        if (c.fromStill) f.cmdPlayStop->Click();
+        const QString path = c.name[0] == '/' ? QString(c.name) : w.box.File(c.name);
+        w.Save(path);
+        vb::SetDriveProbe({}, {});
+        EXPECT_EQ(w.BoxAt(0), !c.box ? Box()
+                              : c.answer
+                                  ? Box(GST(20030), GST(11032), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2)
+                                  : Warned(GST(c.box), 11033));
+        EXPECT_EQ(std::tuple(f.CommandMode, f.ViewMode, f.ResultCount),
+                  std::tuple(c.seconds ? CommandMode::MovieArmed : CommandMode::Idle, ViewMode::Live,
+                             int(c.answer == vb::vbNo)));
+        if (!c.seconds) continue;
+        EXPECT_EQ(std::tuple(f.RecordSecondsLeft, f.MovieFileName, f.txtComment[0]->Text(), f.txtComment[1]->Text()),
+                  std::tuple(c.seconds, path, Var().GuidanceTable[2][0], GST(20033, QString::number(c.seconds))));
+        EXPECT_TRUE(f.cmdPlayStop->Caption() == GST(11034) && f.cmdPlayStop->Enabled() && !QFileInfo::exists(path));
+        EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgRecIcon[0]->GetPicture().cacheKey());
+        for (vb::Control* x : std::initializer_list<vb::Control*>{
+                 f.cmdPicSave, f.cmdPicLoad, f.fraScale, f.fraSaveOption, f.chkScale, f.cmdMeasureConfig, f.cmdExit})
+            EXPECT_FALSE(x->Enabled()) << x->Name().toStdString();
     }
 }
 
 }  // namespace
+}  // namespace view_test

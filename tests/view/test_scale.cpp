@@ -1,41 +1,59 @@
-// The scale bar on the still and over the live picture, frmScale, and the bar in a saved picture.
+// The still at a zoom and its paint failure; the scale bar on the still and over the live
+// picture, frmScale, and the bar in a saved picture.
 #include <algorithm>
 #include <cmath>
-#include <gtest/gtest.h>
 
 #include "CameraView.h"
-#include "CommonModule.h"
-#include "OpenImage.h"
-#include "SaveImage.h"
 #include "ScaleOverlay.h"
-#include "StartedMain.h"
-#include "ViewPan.h"
 #include "StillDisplay.h"
+#include "ViewPan.h"
+#include "ViewWindow.h"
 #include "frmScale.h"
 
-using tavix::frmMain;
-using tavix::frmScale;
-using tavix::GST;
-using tavix::Var;
-using testing_support::CameraMain;
-using testing_support::QuarterPicture;
-using testing_support::ResultPixels;
-using testing_support::StartedMain;
-using testing_support::Zoom;
-
+namespace view_test {
 namespace {
 
-constexpr double kTwips = 15;
-constexpr QRgb kBarRgb = 0xFFFF00FF;  // magenta: in none of the test pictures
+using tavix::frmScale;
+using testing_support::ResultPixels;
+
+TEST(Still, SameItemAndTheFirstClickAtZeroDoNothingAPaintFailureFallsBackToOneThenGivesUp) {
+    Win w(2);
+    w.f.picTempView->SetPicture(QuarterPicture(400, 300));
+    tavix::DispImage(w.f, false);
+    Var().ResultTable[++w.f.ResultCount] = {1, CommandMode::Distance, {{}, {10, -4}, {-10, -8}}, 7.5};
+    w.f.picStillView->LineBox(-5, -5, 5, 5, 0x00FFFF, true);  // survives only when nothing repaints
+    for (const double before : {1.0, 0.0}) {                  // 0 as before the first click at start-up
+        Var().ZoomFactor = before;
+        Zoom(w.f, "x 1.0");
+        EXPECT_EQ(std::tuple(w.Shown(0, 0), Var().ZoomFactor, Var().ResultTable[1].Points[1].X),
+                  std::tuple(0xFFFFFF00u, 1.0, 10.0));
+    }
+    testing_support::ResultsInCyan();
+    w.host.AnswerMsgBox(vb::vbOK);
+    vb::PictureBox::FailNextPaints(1);
+    Zoom(w.f, "x 2.0");
+    EXPECT_EQ(w.BoxAt(0), Box(GST(20171), GST(11170), vb::vbOKOnly | vb::vbCritical));
+    // Back at 1.0 with the points in its scale and the results on the picture.
+    EXPECT_EQ(std::tuple(w.f.cboScale->Text(), Var().ZoomFactor, Var().ResultTable[1].Points[1].X,
+                         w.f.picStillView->ScaleWidth(), w.Shown(-100, -100)),
+              std::tuple(QStringLiteral("x 1.0"), 1.0, 10.0, 400.0, kQuarterColors[0]));
+    EXPECT_GT(ResultPixels(w.f), 0);
+    w.host.AnswerMsgBox(vb::vbOK);
+    vb::PictureBox::FailNextPaints(1);
+    tavix::DispImage(w.f, false);
+    EXPECT_EQ(w.BoxAt(1), Box(GST(20170), GST(11170), vb::vbOKOnly | vb::vbCritical));
+    EXPECT_TRUE(w.f.picTempView->GetPicture().isNull() && w.f.picTempView->Width() == w.f.picViewArea->Width());
+    EXPECT_EQ(std::pair(w.Shown(100, 100), w.Shown(-100, -100)), std::pair(0xFF000000u, 0xFF000000u));
+}
 
 // ScaleX 100 and ScaleY 50 at 2.5 units a pixel.
 void Settle(int16_t type, int16_t position) {
     tavix::VariableDefinition& v = Var();
     v.ProofTable[v.CurrentProofNo] = {QStringLiteral("t"), 2.5, QStringLiteral("mm")};
-    v.ScaleX = 100, v.ScaleY = 50, v.ScaleType = type, v.ScalePosition = position, v.ScaleColor = kBarRgb & 0xFFFFFF;
+    v.ScaleX = 100, v.ScaleY = 50, v.ScaleType = type, v.ScalePosition = position, v.ScaleColor = kMagenta & 0xFFFFFF;
 }
 
-int Count(const QImage& image) { return testing_support::Pixels(image, kBarRgb); }
+int Count(const QImage& image) { return testing_support::Pixels(image, kMagenta); }
 
 // Per position, the edge whose margin it keeps: -1 left or top, 1 right or bottom, 0 centre.
 constexpr struct {
@@ -43,84 +61,73 @@ constexpr struct {
     int x, y;
 } kPlaces[] = {{0, 1, 1}, {1, -1, 1}, {2, 1, -1}, {3, -1, -1}, {4, 0, 0}};
 
-std::string Row(double what, int type, int position) {
-    return std::to_string(what) + ", type " + std::to_string(type) + ", position " + std::to_string(position);
+// The colour at a point of the still's centred scale.
+QRgb At(const Win& w, double x, double y) {
+    const vb::PictureBox& s = *w.f.picStillView;
+    const QPoint client(qRound(x - s.ScaleLeft()), qRound(y - s.ScaleTop()));
+    return s.CanvasRect().contains(client) ? s.GetImage().pixel(client - s.CanvasRect().topLeft()) : 0;
 }
 
-struct StillWindow : StartedMain {
-    StillWindow() : StartedMain(3) {}
-    // The colour at a point of the still's centred scale.
-    QRgb At(double x, double y) const {
-        const vb::PictureBox& s = *f.picStillView;
-        const QPoint client(qRound(x - s.ScaleLeft()), qRound(y - s.ScaleTop()));
-        return s.CanvasRect().contains(client) ? s.GetImage().pixel(client - s.CanvasRect().topLeft()) : 0;
-    }
-    // A point half way between pixels may round to either.
-    bool Bar(double x, double y) const {
-        for (double px : {std::floor(x), std::ceil(x)})
-            for (double py : {std::floor(y), std::ceil(y)})
-                if (At(px, py) == kBarRgb) return true;
-        return false;
-    }
-};
+// A point half way between pixels may round to either.
+bool Bar(const Win& w, double x, double y) {
+    bool any = false;
+    for (double px : {std::floor(x), std::ceil(x)})
+        for (double py : {std::floor(y), std::ceil(y)}) any |= At(w, px, py) == kMagenta;
+    return any;
+}
 
 TEST(ScaleOnStill, BarKeepsItsMarginsInsideWhatIsShown) {
-    const struct {
-        QSize picture;
-        QPointF pan;  // screen pixels
-    } cases[] = {{{200, 160}, {}}, {{3000, 2400}, {}}, {{3000, 2400}, {400, 300}}};
-    for (const auto& [picture, pan] : cases) {
-        SCOPED_TRACE(pan.x());
-        StillWindow w;
-        w.f.picTempView->SetPicture(QuarterPicture(picture.width(), picture.height()));
+    for (const auto& [size, pan] : {std::pair(QSize(200, 160), QPointF()), std::pair(QSize(3000, 2400), QPointF()),
+                                    std::pair(QSize(3000, 2400), QPointF(400, 300))}) {
+        SCOPED_TRACE(size.width() + pan.x());
+        Win w;
+        w.f.picTempView->SetPicture(QuarterPicture(size.width(), size.height()));
         Zoom(w.f, "x 1.5");
         tavix::PanBy(w.f, pan.x(), pan.y());
-        // The middle of what is shown, which the pan moved off the picture's centre.
-        const double cx = w.f.Pan.X * 1.5, cy = w.f.Pan.Y * 1.5;
-        ASSERT_EQ(cx > 0, pan.x() > 0);
         const vb::PictureBox& still = *w.f.picStillView;
-        // Half of what is shown: the picture, or the view where the picture is larger.
+        // The middle of what is shown, moved by the pan, and half of it: the picture, or the view
+        // where the picture is larger.
+        const double cx = w.f.Pan.X * 1.5, cy = w.f.Pan.Y * 1.5, lenX = 60;  // 100 / 2.5 * 1.5
         const double halfW = std::min(still.ScaleWidth(), w.f.picViewArea->ScaleWidth() / kTwips) / 2;
         const double halfH = std::min(still.ScaleHeight(), w.f.picViewArea->ScaleHeight() / kTwips) / 2;
-        ASSERT_EQ(halfW<still.ScaleWidth() / 2, picture.width()> 1000);
-        const double lenX = 60;        // 100 / 2.5 * 1.5
+        ASSERT_EQ(std::pair(cx > 0, halfW < still.ScaleWidth() / 2), std::pair(pan.x() > 0, size.width() > 1000));
         for (int16_t type : {1, 0}) {  // 1 first: each type 0 row shows no vertical bar stays
             const double lenY = type == 1 ? 30 : 0;
-            for (const auto& at : kPlaces) {
-                const std::string row = Row(picture.width(), type, at.position);
-                Settle(type, at.position);
+            for (const auto& p : kPlaces) {
+                SCOPED_TRACE(type * 10 + p.position);
+                Settle(type, p.position);
                 tavix::DispImage(w.f, false);
                 const QImage before = still.GetImage();
                 tavix::DrawScale(w.f);
-                const double ax = cx + (at.x == 1 ? halfW - 30 : at.x == -1 ? -halfW + 30 + lenX : 0);
-                const double ay = cy + (at.y == 1 ? halfH - 30 : at.y == -1 ? -halfH + 30 + lenY : 0);
-                EXPECT_TRUE(w.Bar(ax - lenX / 2, ay) && w.Bar(ax - lenX, ay - 8) && w.Bar(ax - lenX, ay + 8)) << row;
-                EXPECT_TRUE(w.At(ax - lenX - 4, ay) != kBarRgb && w.At(ax + 4, ay) != kBarRgb) << row << ": 60 long";
-                EXPECT_NE(w.At(ax - lenX, ay - 12), kBarRgb) << row << ": tick 16 long";
-                EXPECT_EQ(w.Bar(ax, ay - 15), type == 1) << row << ": vertical bar";
-                EXPECT_EQ(w.Bar(ax, ay + 8), type == 0) << row << ": right tick";
-                EXPECT_TRUE(type != 1 || (w.Bar(ax - 8, ay - lenY) && w.Bar(ax + 8, ay - lenY))) << row;
+                const double ax = cx + p.x * (halfW - 30) + (p.x < 0) * lenX;
+                const double ay = cy + p.y * (halfH - 30) + (p.y < 0) * lenY;
+                // The bar 60 long with ticks 16 long at its left end; at its right end the vertical bar
+                // 30 high with its tick on top, or a tick.
+                const bool two = type == 1;
+                EXPECT_EQ((std::vector{Bar(w, ax - lenX / 2, ay), Bar(w, ax - lenX, ay - 8), Bar(w, ax - lenX, ay + 8),
+                                       At(w, ax - lenX - 4, ay) == kMagenta, At(w, ax + 4, ay) == kMagenta,
+                                       At(w, ax - lenX, ay - 12) == kMagenta, Bar(w, ax, ay - 15), Bar(w, ax, ay + 8),
+                                       Bar(w, ax - 8, ay - lenY), Bar(w, ax + 8, ay - lenY)}),
+                          (std::vector{true, true, true, false, false, false, two, !two, true, two}));
                 // The text is what else changed, under the bar and centred on it.
                 const QImage after = still.GetImage();
                 const int top = qRound(ay - still.ScaleTop()) - still.CanvasRect().top();
                 int first = INT_MAX, last = INT_MIN;
                 for (int y = std::max(top + 3, 0); y < std::min(top + 30, after.height()); ++y)
                     for (int x = 0; x < after.width(); ++x)
-                        if (after.pixel(x, y) != before.pixel(x, y) && after.pixel(x, y) != kBarRgb)
+                        if (after.pixel(x, y) != before.pixel(x, y) && after.pixel(x, y) != kMagenta)
                             first = std::min(first, x), last = std::max(last, x);
-                ASSERT_LE(first, last) << row << ": no text";
-                EXPECT_NEAR((first + last) / 2.0 + still.CanvasRect().left() + still.ScaleLeft(), ax - lenX / 2, 3)
-                    << row;
+                ASSERT_LE(first, last) << "no text";
+                EXPECT_NEAR((first + last) / 2.0 + still.CanvasRect().left() + still.ScaleLeft(), ax - lenX / 2, 3);
             }
         }
     }
 }
 
 // Over the test camera's 640 x 480, smaller and larger than the view, in twips.
-TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShown) {
-    CameraMain m;
-    ASSERT_TRUE(m.started && m.WaitFrame());
-    frmMain& f = m.f;
+TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShownAndGoIntoTheStill) {
+    Win w(1);
+    tavix::frmMain& f = w.f;
     for (double zoom : {0.5, 2.0}) {
         Zoom(f, zoom == 0.5 ? "x 0.5" : "x 2.0");
         const vb::PictureBox &cam = *f.picCameraView, &area = *f.picViewArea;
@@ -129,37 +136,52 @@ TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShown) {
         const double visT = std::max(cam.Top(), 0.0), visB = std::min(cam.Top() + cam.Height(), area.ScaleHeight());
         for (int16_t type : {1, 0}) {
             const double lenY = type == 1 ? 50 / 2.5 * zoom * kTwips : 0;
-            for (const auto& at : kPlaces) {
-                const std::string row = Row(zoom, type, at.position);
-                Settle(type, at.position);
+            for (const auto& p : kPlaces) {
+                SCOPED_TRACE(zoom * 100 + type * 10 + p.position);
+                Settle(type, p.position);
                 tavix::DrawScale(f);
                 const vb::PictureBox &tick = *f.picScaleLine[0], &bar = *f.picScaleLine[1],
                                      &vertical = *f.picScaleLine[2], &top = *f.picScaleLine[3], &text = *f.picScaleSize;
                 const double ax = bar.Left() + bar.Width(), ay = bar.Top();
-                EXPECT_DOUBLE_EQ(bar.Width(), 100 / 2.5 * zoom * kTwips) << row;
                 // Off by at most the rounding of the camera view's place.
-                EXPECT_NEAR(at.x == 1    ? visR - ax - 465
-                            : at.x == -1 ? bar.Left() - visL - 450
-                                         : ax - (visL + visR) / 2,
-                            0, 1)
-                    << row << ": across";
-                EXPECT_NEAR(at.y == 1    ? visB - ay - 450
-                            : at.y == -1 ? ay - lenY - visT - 450
-                                         : ay - (visT + visB) / 2,
-                            0, 1)
-                    << row << ": down";
-                EXPECT_TRUE(tick.Left() == bar.Left() && tick.Top() + tick.Height() / 2 == ay && vertical.Left() == ax)
-                    << row;
-                EXPECT_DOUBLE_EQ(vertical.Height(), type == 1 ? lenY : tick.Height()) << row;
-                EXPECT_DOUBLE_EQ(vertical.Top(), type == 1 ? ay - lenY : ay - tick.Height() / 2) << row;
-                EXPECT_TRUE(type != 1 || (top.Left() + top.Width() / 2 == ax && top.Top() == ay - lenY)) << row;
-                EXPECT_TRUE(tick.Visible() && bar.Visible() && vertical.Visible() && text.Visible()) << row;
-                EXPECT_EQ(top.Visible(), type == 1) << row;
-                EXPECT_DOUBLE_EQ(text.Left() + text.Width() / 2, bar.Left() + bar.Width() / 2) << row;
-                EXPECT_DOUBLE_EQ(text.Top(), ay + 80) << row;
+                const double across = p.x == 1    ? visR - ax - 465
+                                      : p.x == -1 ? bar.Left() - visL - 450
+                                                  : ax - (visL + visR) / 2;
+                const double down = p.y == 1    ? visB - ay - 450
+                                    : p.y == -1 ? ay - lenY - visT - 450
+                                                : ay - (visT + visB) / 2;
+                EXPECT_TRUE(std::abs(across) <= 1 && std::abs(down) <= 1) << across << ", " << down;
+                // The ticks at the bar's ends, the vertical bar or the right tick, the text under the bar.
+                const bool two = type == 1;
+                EXPECT_EQ((std::vector{bar.Width(), tick.Left(), tick.Top() + tick.Height() / 2, vertical.Left(),
+                                       vertical.Top(), vertical.Height(), text.Left() + text.Width() / 2, text.Top()}),
+                          (std::vector{100 / 2.5 * zoom * kTwips, bar.Left(), ay, ax,
+                                       two ? ay - lenY : ay - tick.Height() / 2, two ? lenY : tick.Height(),
+                                       bar.Left() + bar.Width() / 2, ay + 80}));
+                EXPECT_TRUE(!two || (top.Left() + top.Width() / 2 == ax && top.Top() == ay - lenY));
+                EXPECT_EQ(
+                    (std::vector{tick.Visible(), bar.Visible(), vertical.Visible(), text.Visible(), top.Visible()}),
+                    (std::vector{true, true, true, true, two}));
             }
         }
     }
+    // Through the check box: the boxes go into the still and come back.
+    Settle(1, 0);
+    const auto shown = [&f] {
+        int n = f.picScaleSize->Visible();
+        for (int i = 0; i < 4; ++i) n += f.picScaleLine[i]->Visible();
+        return n;
+    };
+    w.host.AnswerModal([](vb::Form& form) { dynamic_cast<frmScale&>(form).cmdOK->Click(); });
+    f.chkScale->SetValue(1);
+    EXPECT_EQ(shown(), 5);
+    tavix::SwitchViewMode(f, true);
+    EXPECT_EQ(shown(), 0) << "no live boxes over the still";
+    EXPECT_GT(Count(f.picStillView->GetImage()), 40) << "drawn into the still";
+    tavix::SwitchViewMode(f, false);
+    EXPECT_EQ(shown(), 5) << "placed anew by the refit";
+    f.chkScale->SetValue(0);
+    EXPECT_EQ(shown(), 0);
 }
 
 void Answer(frmScale& d, const char* x, const char* y, int type, int position) {
@@ -169,27 +191,9 @@ void Answer(frmScale& d, const char* x, const char* y, int type, int position) {
     d.cboPosition->SetListIndex(position);
 }
 
-TEST(ScaleDialog, ShowsTheSettingsAndOpensYOnlyForTwoBars) {
-    StartedMain w(3);
-    for (int16_t type : {0, 1}) {
-        Settle(type, 3);
-        Var().ScaleX = 12.5;
-        frmScale d;
-        d.Form_Load();
-        EXPECT_EQ((QStringList{d.Caption(), d.txtScaleLen[0]->Text(), d.txtScaleLen[1]->Text(), d.lblUnit[1]->Caption(),
-                               d.cboPosition->List(4)}),
-                  (QStringList{GST(15000), "12.5", "50", "mm", GST(15009)}));
-        EXPECT_TRUE(d.optAxis[type]->Value() && d.cboPosition->ListIndex() == 3);
-        EXPECT_EQ(d.txtScaleLen[1]->Enabled() && d.Label1[1]->Enabled() && d.lblUnit[1]->Enabled(), type == 1);
-        d.optAxis[1 - type]->SetValue(true);
-        EXPECT_EQ(d.txtScaleLen[1]->Enabled(), type == 0) << "the other option turns Y round";
-    }
-}
-
-TEST(ScaleDialog, OkRefusesLengthsOfNothingAndStoresBoth) {
+TEST(ScaleDialog, ShowsTheSettingsOpensYOnlyForTwoBarsRefusesLengthsOfNothingAndStoresBoth) {
     const struct {
-        const char* x;
-        const char* y;
+        const char *x, *y;
         int type;
         const char* refused;
         double storedX = 0, storedY = 0;
@@ -204,35 +208,39 @@ TEST(ScaleDialog, OkRefusesLengthsOfNothingAndStoresBoth) {
         {" 2.5", ".5", 0, nullptr, 2.5, 0.5},
     };
     for (const auto& r : rows) {
-        StartedMain w(3);
-        Settle(1, 0);
+        SCOPED_TRACE(std::string(r.x) + " / " + r.y);
+        Win w;
+        const int16_t shown = 1 - r.type;  // the other type, so that the answer turns Y round
+        Settle(shown, 3);
+        Var().ScaleX = 12.5;
         Var().DialogResult = false;
         frmScale d;
         d.Form_Load();
+        EXPECT_EQ((QStringList{d.Caption(), d.txtScaleLen[0]->Text(), d.txtScaleLen[1]->Text(), d.lblUnit[1]->Caption(),
+                               d.cboPosition->List(4)}),
+                  (QStringList{GST(15000), "12.5", "50", "mm", GST(15009)}));
+        EXPECT_TRUE(d.optAxis[shown]->Value() && d.cboPosition->ListIndex() == 3);
+        EXPECT_EQ(d.txtScaleLen[1]->Enabled() && d.Label1[1]->Enabled() && d.lblUnit[1]->Enabled(), shown == 1);
         Answer(d, r.x, r.y, r.type, 2);
+        EXPECT_EQ(d.txtScaleLen[1]->Enabled(), r.type == 1);
         if (r.refused) w.host.AnswerMsgBox(vb::vbOK);
         d.cmdOK->Click();
-        const std::string row = std::string(r.x) + " / " + r.y;
-        EXPECT_TRUE(d.Unloaded() == !r.refused && Var().DialogResult == !r.refused) << row;
         const tavix::VariableDefinition& v = Var();
-        using Stored = std::tuple<double, double, int, int>;
-        const Stored stored = r.refused ? Stored(100, 50, 1, 0) : Stored(r.storedX, r.storedY, r.type, 2);
-        EXPECT_EQ(Stored(v.ScaleX, v.ScaleY, v.ScaleType, v.ScalePosition), stored) << row;
-        ASSERT_EQ(w.host.Boxes.size(), r.refused ? 1u : 0u) << row;
-        if (r.refused) {
-            EXPECT_EQ(std::tuple(w.host.Boxes[0].Prompt, w.host.Boxes[0].Title, w.host.Boxes[0].Buttons),
-                      std::tuple(GST(25000, QLatin1String(r.refused)), GST(15100), vb::vbOKOnly | vb::vbExclamation));
-        }
+        using Stored = std::tuple<bool, bool, double, double, int, int>;
+        EXPECT_EQ(
+            Stored(d.Unloaded(), v.DialogResult, v.ScaleX, v.ScaleY, v.ScaleType, v.ScalePosition),
+            r.refused ? Stored(false, false, 12.5, 50, shown, 3) : Stored(true, true, r.storedX, r.storedY, r.type, 2));
+        EXPECT_EQ(w.BoxAt(0),
+                  r.refused ? Box(GST(25000, QLatin1String(r.refused)), GST(15100), vb::vbOKOnly | vb::vbExclamation)
+                            : Box());
     }
 }
 
-TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
-    StillWindow w;
+TEST(ScaleCheckBox, OnTheStillOkDrawsAlsoIntoTheSavedViewCancelAndUncheckTakeItAway) {
+    Win w;
     EXPECT_EQ(w.f.chkScale->Value(), 0) << "unchecked at start";
-    w.f.picTempView->SetPicture(QuarterPicture(200, 160));
-    Zoom(w.f, "x 1.0");
-    tavix::DispImage(w.f, false);
-    Var().ResultTable[1] = {1, tavix::CommandMode::Distance, {{}, {-50, -40}, {50, -40}}, 1};
+    w.Open(QuarterPicture(200, 160));
+    Var().ResultTable[1] = {1, CommandMode::Distance, {{}, {-50, -40}, {50, -40}}, 1};
     w.f.ResultCount = 1;
     testing_support::ResultsInCyan();
     Settle(0, 0);
@@ -247,54 +255,19 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
         EXPECT_TRUE(ok || (ResultPixels(w.f) > 0 && Count(w.f.picStillView->GetImage()) == 0))
             << "Cancel repaints with the results";
     }
-    EXPECT_TRUE(w.Bar(-8, 0) && w.At(-28, 0) != kBarRgb);
+    EXPECT_TRUE(Bar(w, -8, 0) && At(w, -28, 0) != kMagenta);
     Zoom(w.f, "x 2.0");
-    EXPECT_TRUE(w.Bar(-28, 0)) << "32 pixels at zoom 2";
+    EXPECT_TRUE(Bar(w, -28, 0)) << "32 pixels at zoom 2";
+    // Saved at the view size: the bar ends in its middle.
+    Var().Still1xSave = 0;
+    w.Save(w.box.File("saved.bmp"));
+    const QImage saved(w.box.File("saved.bmp"));
+    const QImage row = saved.copy(0, saved.height() / 2 - 1, saved.width(), 3);
+    EXPECT_GE(Count(row), 32);
+    EXPECT_EQ(Count(row.copy(saved.width() / 2 + 2, 0, saved.width(), 3)), 0) << "nothing beyond its right end";
     w.f.chkScale->SetValue(0);
     EXPECT_TRUE(Count(w.f.picStillView->GetImage()) == 0 && ResultPixels(w.f) > 0);
 }
 
-TEST(ScaleCheckBox, LiveBoxesGoToTheStillAndComeBack) {
-    CameraMain m;
-    ASSERT_TRUE(m.started && m.WaitFrame());
-    frmMain& f = m.f;
-    Settle(1, 0);
-    const auto shown = [&f] {
-        int n = f.picScaleSize->Visible();
-        for (int i = 0; i < 4; ++i) n += f.picScaleLine[i]->Visible();
-        return n;
-    };
-    m.host.AnswerModal([](vb::Form& form) { dynamic_cast<frmScale&>(form).cmdOK->Click(); });
-    f.chkScale->SetValue(1);
-    EXPECT_EQ(shown(), 5);
-    tavix::SwitchViewMode(f, true);
-    EXPECT_EQ(shown(), 0) << "no live boxes over the still";
-    EXPECT_GT(Count(f.picStillView->GetImage()), 40) << "drawn into the still";
-    tavix::SwitchViewMode(f, false);
-    EXPECT_EQ(shown(), 5) << "placed anew by the refit";
-    f.chkScale->SetValue(0);
-    EXPECT_EQ(shown(), 0);
-}
-
-TEST(ScaleCheckBox, BarIsInThePictureSavedAtTheViewSize) {
-    StillWindow w;
-    const QString opened = w.box.File(QStringLiteral("opened.png"));
-    ASSERT_TRUE(QuarterPicture(400, 300).save(opened));
-    w.host.AnswerFile(opened);
-    tavix::cmdPicLoad_Click(w.f);
-    Settle(0, 0);
-    Var().Still1xSave = 0;
-    w.host.AnswerModal([](vb::Form& form) { dynamic_cast<frmScale&>(form).cmdOK->Click(); });
-    w.f.chkScale->SetValue(1);
-    w.host.AnswerFile(w.box.File(QStringLiteral("saved.bmp")));
-    tavix::cmdPicSave_Click(w.f);
-    const QImage saved(w.box.File(QStringLiteral("saved.bmp")));
-    // The picture in the middle of the view; a 40 pixel bar ending 30 inside its lower right corner.
-    const int ax = saved.width() / 2 + 200 - 30, ay = saved.height() / 2 + 150 - 30;
-    ASSERT_GT(saved.height(), ay + 1);
-    const QImage row = saved.copy(0, ay - 1, saved.width(), 3);
-    EXPECT_GE(Count(row), 40);
-    EXPECT_EQ(Count(row.copy(ax + 2, 0, row.width() - ax - 2, 3)), 0) << "nothing beyond its right end";
-}
-
 }  // namespace
+}  // namespace view_test
