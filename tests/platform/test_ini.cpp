@@ -1,48 +1,32 @@
-#include "Ini.h"
-#include "Sandbox.h"
-
+// The settings file: reading keys of sections, cutting to the caller's buffer, writing in place.
 #include <gtest/gtest.h>
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
+
+#include "Ini.h"
+#include "Sandbox.h"
 
 namespace {
 
-class IniTest : public ::testing::Test {
+class IniTest : public testing_support::TempDirTest {
 protected:
-    QTemporaryDir dir;
     QString path = dir.filePath("Tavix.Ini");
-
-    void Put(const QByteArray& bytes) { testing_support::WriteFile(path, bytes); }
-    QByteArray Bytes() const { return testing_support::ReadFile(path); }
+    QString Get(const char* section, const char* key, const QString& def, int size = 255) {
+        QString out = "junk";
+        const int n = vb::GetPrivateProfileString(section, key, def, out, size, path);
+        EXPECT_EQ(n, out.size()) << "the count is of what was given";
+        return out;
+    }
 };
 
-const QByteArray kSample =
-    "; settings\r\n"
-    "[COMMON]\r\n"
-    "[ Camera ]\r\n"
-    "CameraFilterName = USB Camera \r\n"
-    "GRPFILENAME=graph.grf\r\n"
-    "  TEMPBITMAPFILE\t=\\temp.bmp\r\n"
-    "DEFAULTSCALE=3\r\n"
-    "defaultscale=4\r\n"
-    "QUOTED=\"  padded  \"\r\n"
-    "EQUALS=a=b\r\n"
-    "[CAMERA]\r\n"
-    "LATER=found only in the second section\r\n"
-    "[FILE]\r\n"
-    "JPEGQTY=80";
-
 TEST_F(IniTest, Reads) {
-    Put(kSample);
-    const struct {
-        const char* section;
-        const char* key;
-        const char* def;
-        const char* value;
-    } cases[] = {
+    Put("Tavix.Ini",
+        "; settings\r\n[COMMON]\r\n[ Camera ]\r\nCameraFilterName = USB Camera \r\nGRPFILENAME=graph.grf\r\n"
+        "  TEMPBITMAPFILE\t=\\temp.bmp\r\nDEFAULTSCALE=3\r\ndefaultscale=4\r\nQUOTED=\"  padded  \"\r\n"
+        "EQUALS=a=b\r\n[CAMERA]\r\nLATER=found only in the second section\r\n[FILE]\r\nJPEGQTY=80");
+    const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+        // section, key, default, value
         {"camera", "cameraFilterName", "", "USB Camera"},
         {" CAMERA\t", " CAMERAFILTERNAME ", "", "USB Camera"},
         {"CAMERA", "TEMPBITMAPFILE ", "", "\\temp.bmp"},
@@ -54,59 +38,33 @@ TEST_F(IniTest, Reads) {
         {"FILE", "JPEGQTY", "", "80"},
         {"NOSECTION", "JPEGQTY", "d  ", "d"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.section) + "/" + c.key);
-        QString out = "junk";
-        const int n = vb::GetPrivateProfileString(c.section, c.key, c.def, out, 255, path);
-        EXPECT_EQ(out, QString::fromUtf8(c.value));
-        EXPECT_EQ(n, out.size());
-    }
+    for (const auto& [section, key, def, value] : cases) EXPECT_EQ(Get(section, key, def), QString(value)) << key;
 }
 
 TEST_F(IniTest, CutsAtSizeLessOneBytes) {
-    const QString a300(300, u'a');
-    const QString kana = QString::fromUtf8("テスト");  // three bytes each in UTF-8
-    const struct {
-        QString value;
-        int size;
-        QString expected;
-    } cases[] = {
-        {a300, 255, QString(254, u'a')}, {a300, 1, ""},
-        {"ab" + kana, 5, "ab"},  // 4 bytes: テ would need 3 more
-        {"ab" + kana, 6, "abテ"},        {"ab" + kana, 9, "abテス"},
+    const QByteArray a300(300, 'a'), kana = "[S]\nK=ab\xE3\x83\x86\xE3\x82\xB9\xE3\x83\x88\n";  // abテスト
+    const std::tuple<QByteArray, int, QString> cases[] = {
+        // the file, the size given, what is read
+        {"[S]\nK=" + a300, 255, QString(254, u'a')},
+        {"[S]\nK=" + a300, 1, ""},
+        {kana, 5, "ab"},  // 4 bytes: テ would need 3 more
+        {kana, 6, "abテ"},
+        {kana, 9, "abテス"},
+        {"[S]\r\nK=\x83\x65\x83\x58\x83\x67\r\n", 255, "テスト"},  // CP932, not valid UTF-8
+        {"[S]\r\nK=\x83\x65\x83\x58\x83\x67\r\n", 6, "テス"},      // two bytes a character
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.size);
-        Put("[S]\nK=" + c.value.toUtf8() + "\n");
-        QString out;
-        EXPECT_EQ(vb::GetPrivateProfileString("S", "K", "", out, c.size, path), c.expected.size());
-        EXPECT_EQ(out, c.expected);
+    for (const auto& [file, size, expected] : cases) {
+        Put("Tavix.Ini", file);
+        EXPECT_EQ(Get("S", "K", "", size), expected) << size;
     }
     // The default, here of a file that is not there, is cut the same way.
-    QString out;
-    EXPECT_EQ(vb::GetPrivateProfileString("S", "K", a300, out, 255, dir.filePath("none.ini")), 254);
-    EXPECT_EQ(out, a300.left(254));
-}
-
-TEST_F(IniTest, ReadsCp932File) {
-    // [S] K=テスト in CP932, which is not valid UTF-8.
-    Put("[S]\r\nK=\x83\x65\x83\x58\x83\x67\r\n");
-    QString out;
-    EXPECT_EQ(vb::GetPrivateProfileString("S", "K", "", out, 255, path), 3);
-    EXPECT_EQ(out, QString::fromUtf8("テスト"));
-    // Two bytes a character in CP932: 5 bytes hold two of them.
-    EXPECT_EQ(vb::GetPrivateProfileString("S", "K", "", out, 6, path), 2);
-    EXPECT_EQ(out, QString::fromUtf8("テス"));
+    path = dir.filePath("none.ini");
+    EXPECT_EQ(Get("S", "K", a300), QString(a300.left(254)));
 }
 
 TEST_F(IniTest, WriteReplacesLineInPlace) {
-    const struct {
-        const char* section;
-        const char* key;
-        const char* value;
-        QByteArray before;
-        QByteArray after;
-    } cases[] = {
+    // Section, key, value; the file before (null: no file) and after.
+    const std::tuple<const char*, const char*, const char*, QByteArray, QByteArray> cases[] = {
         // The key is written as passed, trimmed; other lines keep their own line ends.
         {"measure", "ScaleX ", "7", "[MEASURE]\nscalex = 1 \r\nSCALEY=1\n[X]\r\nSCALEX=0",
          "[MEASURE]\nScaleX=7\r\nSCALEY=1\n[X]\r\nSCALEX=0"},
@@ -123,26 +81,18 @@ TEST_F(IniTest, WriteReplacesLineInPlace) {
         // A new section goes at the end, with the file's line ends.
         {"C", "K", "1", "[A]\nK=1\n", "[A]\nK=1\n[C]\nK=1\n"},
         {"C", "K", "1", "", "[C]\r\nK=1\r\n"},
+        {"FILE", "JPEGQTY", "80", {}, "[FILE]\r\nJPEGQTY=80\r\n"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.before.toStdString());
-        Put(c.before);
-        EXPECT_TRUE(vb::WritePrivateProfileString(c.section, c.key, QString::fromUtf8(c.value), path));
-        EXPECT_EQ(Bytes(), c.after);
+    for (const auto& [section, key, value, before, after] : cases) {
+        QFile::remove(path);
+        if (!before.isNull()) Put("Tavix.Ini", before);
+        EXPECT_TRUE(vb::WritePrivateProfileString(section, key, value, path));
+        EXPECT_EQ(testing_support::ReadFile(path), after) << before.toStdString();
     }
-}
-
-TEST_F(IniTest, WriteCreatesMissingFile) {
-    EXPECT_TRUE(vb::WritePrivateProfileString("FILE", "JPEGQTY", "80", path));
-    EXPECT_EQ(Bytes(), QByteArray("[FILE]\r\nJPEGQTY=80\r\n"));
-}
-
-TEST_F(IniTest, WriteFailsWithoutTouchingAnything) {
-    const QString missingFolder = dir.filePath("no/such/Tavix.Ini");
-    EXPECT_FALSE(vb::WritePrivateProfileString("FILE", "JPEGQTY", "80", missingFolder));
-    EXPECT_FALSE(QFile::exists(missingFolder));
-
-    // A folder where the file should be.
+    // A missing folder, or a folder where the file should be: nothing is made or touched.
+    EXPECT_FALSE(vb::WritePrivateProfileString("FILE", "JPEGQTY", "80", dir.filePath("no/such/Tavix.Ini")));
+    EXPECT_FALSE(QFileInfo::exists(dir.filePath("no")));
+    QFile::remove(path);
     ASSERT_TRUE(QDir(dir.path()).mkdir("Tavix.Ini"));
     EXPECT_FALSE(vb::WritePrivateProfileString("FILE", "JPEGQTY", "80", path));
     EXPECT_TRUE(QFileInfo(path).isDir());
