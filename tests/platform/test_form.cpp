@@ -1,7 +1,6 @@
 // Forms: Resize inside the statement that sizes the window, the unload events and their
 // modes, docking of aligned areas, modal dialogs and the file dialog filters.
 #include <QApplication>
-#include <QCloseEvent>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -14,66 +13,41 @@ using namespace vb;
 
 namespace {
 
-// ---- Resize ----
-
 TEST(FormResize, SettingHeightFiresResizeOnceInsideTheCall) {
     for (bool shown : {false, true}) {
         Form form("frmResize");
         form.SetClientSize(9000, 6000);
         if (shown) form.show();
-        int fired = 0;
-        double seenHeight = 0;
-        form.OnResize = [&] {
-            ++fired;
-            seenHeight = form.Height();
-        };
+        QString seen;  // the new size is there when the handler runs
+        form.OnResize = [&] { seen += QString(" %1").arg(form.Height()); };
         form.SetHeight(8100);
-        EXPECT_EQ(fired, 1) << "shown " << shown;
-        EXPECT_DOUBLE_EQ(seenHeight, 8100) << "the new size is there when the handler runs";
-        QCoreApplication::processEvents();
-        EXPECT_EQ(fired, 1) << "the later resize event of the same size does not fire again";
-        form.SetHeight(8100);
-        EXPECT_EQ(fired, 1) << "no change, no event";
+        EXPECT_EQ(seen, " 8100") << "fired inside the call, shown " << shown;
+        QCoreApplication::processEvents();  // the later resize event of the same size does not fire again
+        form.SetHeight(8100);               // no change, no event
+        EXPECT_EQ(seen, " 8100") << "shown " << shown;
     }
 }
-
-// ---- unloading ----
 
 TEST(FormUnload, CancelKeepsTheWindowAndTheModeTellsWhoClosed) {
-    const struct {
-        const char* what;
-        bool (*close)(Form&);
-        int mode;
-    } rows[] = {
-        {"close box", [](Form& f) { return f.close(); }, vbFormControlMenu},
-        {"Unload from code", [](Form& f) { return f.Unload(); }, vbFormCode},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+    for (const bool fromCode : {false, true}) {
         Form form("frmClose");
-        std::vector<int> modes;
-        int unloads = 0;
+        QString seen;
         bool cancel = true;
-        form.OnQueryUnload = [&](bool& c, int mode) {
-            modes.push_back(mode);
-            c = cancel;
-        };
-        form.OnUnload = [&](bool&) { ++unloads; };
+        form.OnQueryUnload = [&](bool& c, int mode) { seen += QString(" query %1").arg(mode), c = cancel; };
+        form.OnUnload = [&](bool&) { seen += " unload"; };
+        const auto close = [&] { return fromCode ? form.Unload() : form.close(); };
         form.show();
-        EXPECT_FALSE(row.close(form));
+        EXPECT_FALSE(close());
         EXPECT_TRUE(form.isVisible());
         cancel = false;
-        EXPECT_TRUE(row.close(form));
-        EXPECT_FALSE(form.isVisible());
-        EXPECT_TRUE(form.Unloaded());
+        EXPECT_TRUE(close());
+        EXPECT_EQ(std::tuple(form.isVisible(), form.Unloaded()), std::tuple(false, true));
         form.show();
-        form.close();
-        EXPECT_EQ(modes, std::vector<int>({row.mode, row.mode})) << "once unloaded, nothing more is asked";
-        EXPECT_EQ(unloads, 1) << "the close that Unload causes runs no handler again";
+        form.close();  // once unloaded, nothing more is asked; Unload's own close runs no handler again
+        const int mode = fromCode ? vbFormCode : vbFormControlMenu;
+        EXPECT_EQ(seen, QString(" query %1 query %1 unload").arg(mode));
     }
 }
-
-// ---- docking ----
 
 // Areas of the main form: a top bar (Align 1), a left (3) and a right (4) area.
 struct DockedForm {
@@ -88,23 +62,23 @@ struct DockedForm {
         box->SetAlign(align);
         return box;
     }
-    static QRectF RectOf(PictureBox* b) { return QRectF(b->Left(), b->Top(), b->Width(), b->Height()); }
 };
+
+QRectF RectOf(PictureBox* b) { return QRectF(b->Left(), b->Top(), b->Width(), b->Height()); }
 
 TEST(FormLayout, AlignedAreasDockTopThenLeftAndRightBelowIt) {
     // Rectangles in twips; the left one is not checked when hidden.
     const struct {
-        const char* what;
         double clientW, clientH;
         bool leftVisible;
         QRectF top, left, right;
     } rows[] = {
-        {"design size", 14460, 9615, true, {0, 0, 14460, 1035}, {0, 1035, 3195, 8580}, {3225, 1035, 11235, 8580}},
-        {"hidden left area takes no room", 14460, 9615, false, {0, 0, 14460, 1035}, {}, {3225, 1035, 11235, 8580}},
-        // clang-format off
-        {"smaller than the areas: heights do not go negative", 6000, 600, true, {0, 0, 6000, 1035}, {0, 1035, 3195, 0},
-         {-5235, 1035, 11235, 0}},
-        // clang-format on
+        // the design size
+        {14460, 9615, true, {0, 0, 14460, 1035}, {0, 1035, 3195, 8580}, {3225, 1035, 11235, 8580}},
+        // a hidden left area takes no room
+        {14460, 9615, false, {0, 0, 14460, 1035}, {}, {3225, 1035, 11235, 8580}},
+        // smaller than the areas: heights do not go negative
+        {6000, 600, true, {0, 0, 6000, 1035}, {0, 1035, 3195, 0}, {-5235, 1035, 11235, 0}},
     };
     for (const auto& row : rows) {
         DockedForm d;
@@ -113,45 +87,30 @@ TEST(FormLayout, AlignedAreasDockTopThenLeftAndRightBelowIt) {
         d.left->SetVisible(row.leftVisible);
         d.form.SetClientSize(row.clientW, row.clientH);
         d.form.LayoutAligned();
-        EXPECT_EQ(DockedForm::RectOf(d.top), row.top) << row.what;
-        if (row.leftVisible) {
-            EXPECT_EQ(DockedForm::RectOf(d.left), row.left) << row.what;
-        }
-        EXPECT_EQ(DockedForm::RectOf(d.right), row.right) << row.what;
-        EXPECT_EQ(DockedForm::RectOf(loose), QRectF(15, 30, 45, 60)) << row.what << ": Align 0 stays put";
-        EXPECT_EQ(d.right->Widget()->geometry().topLeft(), QPoint(qRound(row.right.left() / 15), 69)) << row.what;
+        EXPECT_EQ(std::tuple(RectOf(d.top), row.leftVisible ? RectOf(d.left) : QRectF(), RectOf(d.right)),
+                  std::tuple(row.top, row.left, row.right))
+            << row.clientW;
+        EXPECT_EQ(RectOf(loose), QRectF(15, 30, 45, 60)) << "Align 0 stays put";
+        EXPECT_EQ(d.right->Widget()->geometry().topLeft(), QPoint(qRound(row.right.left() / 15), 69));
     }
-}
-
-TEST(FormLayout, ResizeHandlerWidthChangeDocksAgain) {
+    // A Resize handler that narrows the right area: it must still end at the right edge.
     DockedForm d;
     d.left->SetVisible(false);
     d.form.SetClientSize(14460, 9615);
-    // The handler narrows the right area; it must still end at the right edge.
     d.form.OnResize = [&] { d.right->SetWidth(d.form.ScaleWidth() - 4000); };
     d.form.show();
-    EXPECT_DOUBLE_EQ(d.right->Width(), 14460 - 4000);
-    EXPECT_DOUBLE_EQ(d.right->Left() + d.right->Width(), 14460);
+    EXPECT_EQ(RectOf(d.right), QRectF(4000, 1035, 10460, 8580));
 }
-
-// ---- file dialog filters ----
 
 TEST(FileDialogFilter, PlatformFiltersBecomeQtNameFilters) {
-    const struct {
-        const char* in;
-        const char* out;
-    } rows[] = {
-        {"Bitmap (*.bmp)|*.bmp|JPEG|*.jpg;*.jpeg", "Bitmap (*.bmp) (*.bmp);;JPEG (*.jpg *.jpeg)"},
-        {"All|*.bmp; *.jpg", "All (*.bmp *.jpg)"},
-        {"Pictures|*.bmp;*.jpg|Dangling", "Pictures (*.bmp *.jpg)"},
-        {"No pattern|", "No pattern (*)"},
-    };
-    for (const auto& r : rows) {
-        EXPECT_EQ(QtFilterFromPlatform(QString::fromUtf8(r.in)), QString::fromUtf8(r.out)) << r.in;
+    for (const auto& [in, out] :
+         {std::pair{"Bitmap (*.bmp)|*.bmp|JPEG|*.jpg;*.jpeg", "Bitmap (*.bmp) (*.bmp);;JPEG (*.jpg *.jpeg)"},
+          {"All|*.bmp; *.jpg", "All (*.bmp *.jpg)"},
+          {"Pictures|*.bmp;*.jpg|Dangling", "Pictures (*.bmp *.jpg)"},
+          {"No pattern|", "No pattern (*)"}}) {
+        EXPECT_EQ(QtFilterFromPlatform(in), out) << in;
     }
 }
-
-// ---- Modal forms ----
 
 TEST(ModalForm, TheQtHostCentresItOnItsOwnerAndReturnsOnceItUnloads) {
     Form owner("frmOwner");
