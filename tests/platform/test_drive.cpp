@@ -1,9 +1,7 @@
 // The target drive of a movie: what holds its folder, and the free space.
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QStorageInfo>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include "Drive.h"
@@ -12,8 +10,7 @@
 
 namespace {
 
-struct DriveProbe : testing::Test {
-    QTemporaryDir dir;
+struct DriveProbe : testing_support::TempDirTest {
     QString table;
     std::optional<double> free;
     QStringList asked;
@@ -24,44 +21,36 @@ struct DriveProbe : testing::Test {
                               return free;
                           });
     }
-    void TearDown() override { vb::SetDriveProbe({}, {}); }
+    void TearDown() override { vb::SetDriveProbe({}, {}), vb::SetBlockDeviceProbe({}, {}); }
 };
 
-// A sysfs tree with a fixed disk (sda), a USB stick (sdb), a CD drive, a RAM disk, a loop
-// device on a file in RAM and an encrypted volume on the stick.
+// A sysfs tree with fixed disks (sda, sdc), a USB stick (sdb), a CD drive, a RAM disk, a loop
+// device on a file in RAM, an encrypted volume on the stick and an md array on sda.
 void MakeSysfs(const QString& sys, const QString& loopFile) {
-    auto file = [&](const QString& path, const QByteArray& text) {
+    const auto file = [&](const QString& path, const QByteArray& text) {
         QDir().mkpath(QFileInfo(sys + path).path());
         testing_support::WriteFile(sys + path, text);
     };
-    auto device = [&](const QString& dev, const QString& number, const QString& name) {
-        QDir().mkpath(sys + "/class/block");
-        QDir().mkpath(sys + "/dev/block");
-        ASSERT_TRUE(QFile::link(sys + "/devices/" + dev, sys + "/class/block/" + name));
-        if (!number.isEmpty()) {
-            ASSERT_TRUE(QFile::link(sys + "/devices/" + dev, sys + "/dev/block/" + number));
-        }
+    const auto link = [&](const QString& device, const QString& name) {
+        QDir().mkpath(QFileInfo(sys + name).path());
+        ASSERT_TRUE(QFile::link(sys + "/devices/" + device, sys + name));
     };
-    for (const char* disk : {"sda", "sdb", "sdc"}) {
-        file(QStringLiteral("/devices/%1/removable").arg(disk), disk == QLatin1String("sdb") ? "1\n" : "0\n");
-        for (int part : {1, 2}) {
-            file(QStringLiteral("/devices/%1/%1%2/partition").arg(disk).arg(part), "1\n");
-            device(QStringLiteral("%1/%1%2").arg(disk).arg(part), {}, QStringLiteral("%1%2").arg(disk).arg(part));
+    for (const QString disk : {"sda", "sdb", "sdc"}) {
+        file("/devices/" + disk + "/removable", disk == "sdb" ? "1\n" : "0\n");
+        for (const QString& part : {disk + "1", disk + "2"}) {
+            file("/devices/" + disk + "/" + part + "/partition", "1\n");
+            link(disk + "/" + part, "/class/block/" + part);
         }
     }
     file("/devices/sr0/removable", "0\n");  // many CD drives say 0: their SCSI type tells
     file("/devices/sr0/device/type", "5\n");
-    device("sr0", {}, "sr0");
     file("/devices/zram0/removable", "0\n");
-    device("zram0", {}, "zram0");
     file("/devices/loop0/loop/backing_file", loopFile.toUtf8() + "\n");
-    device("loop0", {}, "loop0");
-    QDir().mkpath(sys + "/devices/dm-0/slaves");
-    ASSERT_TRUE(QFile::link(sys + "/devices/sdb/sdb1", sys + "/devices/dm-0/slaves/sdb1"));
-    device("dm-0", "252:0", "dm-0");
-    QDir().mkpath(sys + "/devices/md0/slaves");
-    ASSERT_TRUE(QFile::link(sys + "/devices/sda/sda2", sys + "/devices/md0/slaves/sda2"));
-    device("md0", "9:0", "md0");
+    for (const QString dev : {"sr0", "zram0", "loop0", "dm-0", "md0"}) link(dev, "/class/block/" + dev);
+    link("sdb/sdb1", "/devices/dm-0/slaves/sdb1");
+    link("dm-0", "/dev/block/252:0");
+    link("sda/sda2", "/devices/md0/slaves/sda2");
+    link("md0", "/dev/block/9:0");
 }
 
 TEST_F(DriveProbe, WhatHoldsTheFolderByMountTableAndSysfs) {
@@ -72,62 +61,39 @@ TEST_F(DriveProbe, WhatHoldsTheFolderByMountTableAndSysfs) {
     // Encrypted and md volumes are found by the folder's device number, the rest by the source.
     vb::SetBlockDeviceProbe(
         [&](const QString& folder) {
-            if (folder.startsWith(m + "/crypt")) return QStringLiteral("252:0");
-            if (folder.startsWith(m + "/raid")) return QStringLiteral("9:0");
-            return QString();
+            return folder.startsWith(m + "/crypt") ? "252:0" : folder.startsWith(m + "/raid") ? "9:0" : QString();
         },
         dir.filePath("sys"));
-    table = QStringLiteral(
-                "/dev/sda1 / ext4 rw 0 0\n"
-                "srv:/export %1/nas nfs4 rw 0 0\n"
-                "/dev/sdb1 %1/nas/usb vfat rw 0 0\n"
-                "tmpfs %1/shm tmpfs rw 0 0\n"
-                "none %1/ram ramfs rw 0 0\n"
-                "//srv/share %1/win cifs rw 0 0\n"
-                "u@host:/ %1/ssh fuse.sshfs rw 0 0\n"
-                "srv:/b %1/with\\040blank nfs rw 0 0\n"
-                "host0 %1/vm 9p rw 0 0\n"
-                "/dev/sr0 %1/cdrom iso9660 ro 0 0\n"
-                "/dev/sr0 %1/dvdram ext2 rw 0 0\n"
-                "/dev/sdc1 %1/over cifs rw 0 0\n"
-                "/dev/sdc1 %1/over ext4 rw 0 0\n"
-                "/dev/sdb2 %1/stick fuseblk rw 0 0\n"
-                "/dev/sda2 %1/home btrfs rw 0 0\n"
-                "/dev/zram0 %1/zram ext4 rw 0 0\n"
-                "/dev/loop0 %1/img ext4 rw 0 0\n"
-                "/dev/mapper/secret %1/crypt ext4 rw 0 0\n"
-                "/dev/md0 %1/raid ext4 rw 0 0\n"
-                "srv:/s %2 nfs rw 0 0\n")
-                .arg(m, QFileInfo(dir.filePath("share")).canonicalFilePath());
     using T = vb::DriveType;
-    const struct {
-        QString path;
-        T type;
-    } cases[] = {
-        {m + "/x/m.avi", T::Fixed},
-        {m + "/nas/a/b/m.avi", T::Network},
-        {m + "/nas/usb/m.avi", T::Removable},
-        {m + "/shm/m.avi", T::Ram},
-        {m + "/ram/m.avi", T::Ram},
-        {m + "/win/m.AVI", T::Network},
-        {m + "/ssh/m.avi", T::Network},
-        {m + "/with blank/m.avi", T::Network},
-        {m + "/vm/m.avi", T::Network},
-        {m + "/cdrom/m.avi", T::Optical},
-        {m + "/dvdram/m.avi", T::Optical},
-        {m + "/over/m.avi", T::Fixed},
-        {m + "/stick/m.avi", T::Removable},
-        {m + "/home/m.avi", T::Fixed},
-        {m + "/zram/m.avi", T::Ram},
-        {m + "/img/m.avi", T::Ram},
-        {m + "/crypt/m.avi", T::Removable},
-        {m + "/raid/m.avi", T::Fixed},
-        {dir.filePath("link/m.avi"), T::Network},
-        {"//server/share/m.avi", T::Network},
-        {"\\\\server\\share\\m.avi", T::Network},
+    // A line of the mount table (%1: the root above, %2: the folder the link leads to), and a
+    // movie in a folder and what holds it.
+    const std::tuple<const char*, QString, T> cases[] = {
+        {"/dev/sda1 / ext4", m + "/x/m.avi", T::Fixed},
+        {"srv:/export %1/nas nfs4", m + "/nas/a/b/m.avi", T::Network},
+        {"/dev/sdb1 %1/nas/usb vfat", m + "/nas/usb/m.avi", T::Removable},
+        {"tmpfs %1/shm tmpfs", m + "/shm/m.avi", T::Ram},
+        {"none %1/ram ramfs", m + "/ram/m.avi", T::Ram},
+        {"//srv/share %1/win cifs", m + "/win/m.AVI", T::Network},
+        {"u@host:/ %1/ssh fuse.sshfs", m + "/ssh/m.avi", T::Network},
+        {"srv:/b %1/with\\040blank nfs", m + "/with blank/m.avi", T::Network},
+        {"host0 %1/vm 9p", m + "/vm/m.avi", T::Network},
+        {"/dev/sr0 %1/cdrom iso9660", m + "/cdrom/m.avi", T::Optical},
+        {"/dev/sr0 %1/dvdram ext2", m + "/dvdram/m.avi", T::Optical},
+        {"/dev/sdc1 %1/over cifs rw 0 0\n/dev/sdc1 %1/over ext4", m + "/over/m.avi", T::Fixed},  // the later one
+        {"/dev/sdb2 %1/stick fuseblk", m + "/stick/m.avi", T::Removable},
+        {"/dev/sda2 %1/home btrfs", m + "/home/m.avi", T::Fixed},
+        {"/dev/zram0 %1/zram ext4", m + "/zram/m.avi", T::Ram},
+        {"/dev/loop0 %1/img ext4", m + "/img/m.avi", T::Ram},
+        {"/dev/mapper/secret %1/crypt ext4", m + "/crypt/m.avi", T::Removable},
+        {"/dev/md0 %1/raid ext4", m + "/raid/m.avi", T::Fixed},
+        {"srv:/s %2 nfs", dir.filePath("link/m.avi"), T::Network},
+        {"", "//server/share/m.avi", T::Network},
+        {"", "\\\\server\\share\\m.avi", T::Network},
     };
-    for (const auto& c : cases) EXPECT_EQ(vb::TargetDriveType(c.path), c.type) << c.path.toStdString();
-    vb::SetBlockDeviceProbe({}, {});
+    for (const auto& [mount, path, type] : cases)
+        if (*mount) table += mount + QStringLiteral(" rw 0 0\n");
+    table = table.arg(m, QFileInfo(dir.filePath("share")).canonicalFilePath());
+    for (const auto& [mount, path, type] : cases) EXPECT_EQ(vb::TargetDriveType(path), type) << path.toStdString();
 }
 
 TEST_F(DriveProbe, FreeSpaceOfTheTargetsFolder) {
@@ -138,17 +104,14 @@ TEST_F(DriveProbe, FreeSpaceOfTheTargetsFolder) {
     EXPECT_EQ(vb::Trap([&] { vb::FreeSpace(dir.filePath("m.avi")); }), vb::ErrPathNotFound);
 }
 
-TEST(Drive, RealLookUpsOnceTheProbeIsGone) {
-    QTemporaryDir dir;
-    vb::SetDriveProbe([] { return QStringLiteral("srv:/x / nfs rw 0 0\n"); }, [](const QString&) { return 1.0; });
+TEST_F(DriveProbe, RealLookUpsOnceTheProbeIsGone) {
     vb::SetDriveProbe({}, {});
     // The test machine's temporary folder lies on its own disk or in RAM, never elsewhere.
     const vb::DriveType type = vb::TargetDriveType(dir.filePath("m.avi"));
     EXPECT_TRUE(type == vb::DriveType::Fixed || type == vb::DriveType::Ram) << int(type);
     EXPECT_EQ(vb::TargetDriveType(QStringLiteral("/dev/shm/m.avi")), vb::DriveType::Ram);
-    const double free = vb::FreeSpace(dir.filePath("m.avi"));
-    const double expected = static_cast<double>(QStorageInfo(dir.path()).bytesAvailable());
-    EXPECT_NEAR(free, expected, 64.0 * 1024 * 1024);  // other writers may run meanwhile
+    // Other writers may run meanwhile.
+    EXPECT_NEAR(vb::FreeSpace(dir.filePath("m.avi")), QStorageInfo(dir.path()).bytesAvailable(), 64.0 * 1024 * 1024);
     EXPECT_EQ(vb::Trap([&] { vb::FreeSpace(dir.filePath("gone/m.avi")); }), vb::ErrPathNotFound);
 }
 
