@@ -14,42 +14,35 @@ using vb::ProgramFolder;
 namespace {
 
 TEST(DataFolder, ChoiceByProgramFolderAndEnvironment) {
-    const struct {
-        const char* what;
-        ProgramFolder kind;
-        QStringList env;  // NAME=value
-        const char* path;
-        const char* shipped;
-    } rows[] = {
-        // clang-format off
-        {"a writable ini keeps the portable folder", ProgramFolder::WritableIni, {"HOME=/h"}, "/opt/t/bin", ""},
-        {"a read-only ini seeds the user's folder", ProgramFolder::ReadOnlyIni, {"HOME=/h"}, "/h/.config/tavix", "/opt/t/bin"},
-        {"installed, English by default", ProgramFolder::NoIni, {"HOME=/h/"}, "/h/.config/tavix", "/opt/t/share/tavix/en"},
-        {"a ja locale ships Japanese", ProgramFolder::NoIni, {"HOME=/h", "LANG=ja_JP.UTF-8"}, "/h/.config/tavix",
-         "/opt/t/share/tavix/ja"},
-        {"LC_ALL wins over LANG", ProgramFolder::NoIni, {"HOME=/h", "LANG=ja_JP.UTF-8", "LC_ALL=C.UTF-8"},
-         "/h/.config/tavix", "/opt/t/share/tavix/en"},
-        {"LC_MESSAGES wins over LANG", ProgramFolder::NoIni, {"HOME=/h", "LANG=C", "LC_MESSAGES=ja_JP"},
-         "/h/.config/tavix", "/opt/t/share/tavix/ja"},
-        {"XDG_CONFIG_HOME wins over HOME", ProgramFolder::NoIni, {"HOME=/h", "XDG_CONFIG_HOME=/x"}, "/x/tavix",
-         "/opt/t/share/tavix/en"},
-        {"a relative XDG_CONFIG_HOME is ignored", ProgramFolder::NoIni, {"HOME=/h", "XDG_CONFIG_HOME=x"},
-         "/h/.config/tavix", "/opt/t/share/tavix/en"},
-        {"no HOME but XDG_CONFIG_HOME", ProgramFolder::NoIni, {"XDG_CONFIG_HOME=/x"}, "/x/tavix", "/opt/t/share/tavix/en"},
-        {"no HOME: no folder", ProgramFolder::NoIni, {"LANG=ja_JP"}, "", ""},
-        {"an empty HOME: no folder", ProgramFolder::ReadOnlyIni, {"HOME="}, "", ""},
-        {"no HOME does not matter to a portable folder", ProgramFolder::WritableIni, {}, "/opt/t/bin", ""},
-        // clang-format on
+    using P = ProgramFolder;
+    // The program lies in /opt/t/bin. Each row: its kind, the environment (NAME=value), the data folder, the
+    // folder shipped files come from ("": none; both empty: no folder, an error).
+    const std::tuple<ProgramFolder, QStringList, const char*, const char*> rows[] = {
+        // A writable ini keeps the portable folder; a read-only one seeds the user's folder.
+        {P::WritableIni, {"HOME=/h"}, "/opt/t/bin", ""},
+        {P::ReadOnlyIni, {"HOME=/h"}, "/h/.config/tavix", "/opt/t/bin"},
+        // Installed: English by default, Japanese for a ja locale; LC_ALL, then LC_MESSAGES win over LANG.
+        {P::NoIni, {"HOME=/h/"}, "/h/.config/tavix", "/opt/t/share/tavix/en"},
+        {P::NoIni, {"HOME=/h", "LANG=ja_JP.UTF-8"}, "/h/.config/tavix", "/opt/t/share/tavix/ja"},
+        {P::NoIni, {"HOME=/h", "LANG=ja_JP.UTF-8", "LC_ALL=C.UTF-8"}, "/h/.config/tavix", "/opt/t/share/tavix/en"},
+        {P::NoIni, {"HOME=/h", "LANG=C", "LC_MESSAGES=ja_JP"}, "/h/.config/tavix", "/opt/t/share/tavix/ja"},
+        // XDG_CONFIG_HOME wins over HOME, unless it is relative; it is enough without HOME.
+        {P::NoIni, {"HOME=/h", "XDG_CONFIG_HOME=/x"}, "/x/tavix", "/opt/t/share/tavix/en"},
+        {P::NoIni, {"HOME=/h", "XDG_CONFIG_HOME=x"}, "/h/.config/tavix", "/opt/t/share/tavix/en"},
+        {P::NoIni, {"XDG_CONFIG_HOME=/x"}, "/x/tavix", "/opt/t/share/tavix/en"},
+        // No HOME or an empty one: no folder, but that does not matter to a portable folder.
+        {P::NoIni, {"LANG=ja_JP"}, "", ""},
+        {P::ReadOnlyIni, {"HOME="}, "", ""},
+        {P::WritableIni, {}, "/opt/t/bin", ""},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+    for (const auto& [kind, vars, path, shipped] : rows) {
         QProcessEnvironment env(QProcessEnvironment::InheritFromParent);
         env.clear();
-        for (const QString& pair : row.env) env.insert(pair.section(u'=', 0, 0), pair.section(u'=', 1));
-        const vb::DataFolderChoice choice = vb::ChooseDataFolder(QStringLiteral("/opt/t/bin"), row.kind, env);
-        EXPECT_EQ(choice.Path, QString::fromUtf8(row.path));
-        EXPECT_EQ(choice.Shipped, QString::fromUtf8(row.shipped));
-        EXPECT_EQ(choice.Error.isEmpty(), *row.path != 0);
+        for (const QString& pair : vars) env.insert(pair.section(u'=', 0, 0), pair.section(u'=', 1));
+        const vb::DataFolderChoice choice = vb::ChooseDataFolder(QStringLiteral("/opt/t/bin"), kind, env);
+        EXPECT_EQ(std::tuple(choice.Path, choice.Shipped, choice.Error.isEmpty()),
+                  std::tuple(QString(path), QString(shipped), *path != 0))
+            << vars.join(' ').toStdString();
     }
 }
 

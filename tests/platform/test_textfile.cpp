@@ -17,11 +17,8 @@ namespace {
 using TextFileTest = testing_support::TempDirTest;
 
 TEST(DecodeText, PicksUtf8OrCp932) {
-    // text is UTF-8.
-    const struct {
-        QByteArray bytes;
-        const char* text;
-    } cases[] = {
+    const std::pair<QByteArray, const char*> cases[] = {
+        // the bytes, and their text in UTF-8
         {"", ""},
         {"\xE3\x83\x86\xE3\x82\xB9\xE3\x83\x88", "テスト"},
         {QByteArray("\xEF\xBB\xBF") + "abc", "abc"},
@@ -30,17 +27,16 @@ TEST(DecodeText, PicksUtf8OrCp932) {
         // A broken lead byte costs one character, not the line feed behind it.
         {"a\x83\nb", "a\xEF\xBF\xBD\nb"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.bytes.toHex().toStdString());
-        EXPECT_EQ(vb::DecodeText(c.bytes), QString::fromUtf8(c.text));
-    }
+    for (const auto& [bytes, text] : cases)
+        EXPECT_EQ(vb::DecodeText(bytes), QString(text)) << bytes.toHex().toStdString();
 }
 
 TEST_F(TextFileTest, ReadErrorsAndFileExists) {
     ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
-    EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("missing.txt")); }), vb::ErrFileNotFound);
-    EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("nofolder/x.txt")); }), vb::ErrPathNotFound);
-    EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath("sub")); }), 75);
+    for (const auto& [name, error] : {std::pair{"missing.txt", vb::ErrFileNotFound},
+                                      {"nofolder/x.txt", vb::ErrPathNotFound},
+                                      {"sub", vb::ErrPathFileAccess}})
+        EXPECT_EQ(vb::Trap([&] { vb::ReadTextLines(dir.filePath(name)); }), error) << name;
     // Only a file exists as one.
     EXPECT_TRUE(vb::FileExists(Put("empty.txt", "")));
     for (const char* name : {"b.bmp", "sub", ""}) EXPECT_FALSE(vb::FileExists(*name ? dir.filePath(name) : "")) << name;
@@ -62,13 +58,11 @@ TEST_F(TextFileTest, WritesThroughATemporaryFileWithCrLf) {
     EXPECT_EQ(vb::WriteTextFileSafely(dir.filePath("sub"), {"x"}), vb::ErrPathFileAccess);
     // No temporary files are left beside the target.
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList({"link.txt", "out.txt"}));
-}
 
-TEST_F(TextFileTest, AppendsLines) {
-    const QString path = dir.filePath("Error.Log");
-    EXPECT_TRUE(vb::AppendTextLine(path, "first"));
-    EXPECT_TRUE(vb::AppendTextLine(path, QString::fromUtf8("二")));
-    EXPECT_EQ(ReadFile(path), QByteArray("first\r\n\xE4\xBA\x8C\r\n"));
+    // A line appended to a log, also to one that is there.
+    EXPECT_TRUE(vb::AppendTextLine(dir.filePath("Error.Log"), "first") &&
+                vb::AppendTextLine(dir.filePath("Error.Log"), "二"));
+    EXPECT_EQ(ReadFile(dir.filePath("Error.Log")), QByteArray("first\r\n\xE4\xBA\x8C\r\n"));
     EXPECT_FALSE(vb::AppendTextLine(dir.filePath("nofolder/Error.Log"), "x"));
 }
 
