@@ -1,11 +1,8 @@
 // The picture box: scale mapping, pixels drawn into the canvas, Cls, the bounded canvas,
 // the overlay of Line children and mouse coordinates in the scale.
-#include <gtest/gtest.h>
-
 #include <QCoreApplication>
 #include <QMouseEvent>
-#include <functional>
-#include <vector>
+#include <gtest/gtest.h>
 
 #include "Form.h"
 #include "PictureBox.h"
@@ -19,23 +16,17 @@ constexpr uint32_t kRed = 0x0000FF, kGreen = 0x00FF00, kBlue = 0xFF0000, kWhite 
 // A canvas pixel as 0x00BBGGRR, to compare with the colours drawn.
 uint32_t At(const QImage& image, int x, int y) { return vb::FromQColor(QColor(image.pixel(x, y))); }
 
-class PictureBoxTest : public ::testing::Test {
-protected:
-    PictureBoxTest() : form("frmTest") { form.SetClientSize(2000 * 15, 1100 * 15); }
-    // A box on the form; position and size in the form's pixels.
-    PictureBox* Box(int x, int y, int w, int h, bool pixelScale = true, bool border = false) {
-        auto* box = new PictureBox(form, &form, "pic" + QString::number(++count), -1, pixelScale, border);
-        box->Move(x * 15.0, y * 15.0, w * 15.0, h * 15.0);
+struct PictureBoxTest : testing::Test {
+    vb::Form form{"frmTest"};
+    // A box at the form's corner, its size in pixels; white: cleared to white.
+    PictureBox* Box(int w, int h, bool pixelScale = true, bool border = false, bool white = false) {
+        form.SetClientSize(2000 * 15, 1100 * 15);
+        auto* box = new PictureBox(form, &form, "pic" + QString::number(form.Controls.size()), -1, pixelScale, border);
+        box->Move(0, 0, w * 15.0, h * 15.0);
+        if (white) box->SetBackColor(kWhite), box->Cls();
         return box;
     }
-    PictureBox* WhiteBox(int w, int h) {
-        PictureBox* box = Box(0, 0, w, h);
-        box->SetBackColor(kWhite);
-        box->Cls();
-        return box;
-    }
-    vb::Form form;
-    int count = 0;
+    PictureBox* WhiteBox(int w, int h) { return Box(w, h, true, false, true); }
 };
 
 TEST_F(PictureBoxTest, ScaleMapsToClientPixels) {
@@ -68,20 +59,17 @@ TEST_F(PictureBoxTest, ScaleMapsToClientPixels) {
     // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
-        PictureBox* box = Box(0, 0, 200, 100, row.pixelScale, row.border);
+        PictureBox* box = Box(200, 100, row.pixelScale, row.border);
         row.setup(*box);
-        EXPECT_EQ(box->ScaleMode(), row.mode);
-        EXPECT_DOUBLE_EQ(box->ScaleLeft(), row.scaleLeft);
-        EXPECT_DOUBLE_EQ(box->ScaleWidth(), row.scaleWidth);
-        EXPECT_DOUBLE_EQ(box->ToPixelX(row.x), row.pixelX);
-        EXPECT_DOUBLE_EQ(box->ToPixelY(row.y), row.pixelY);
-        EXPECT_DOUBLE_EQ(box->FromPixelX(row.pixelX), row.x);
-        EXPECT_DOUBLE_EQ(box->FromPixelY(row.pixelY), row.y);
+        EXPECT_EQ(std::tuple(box->ScaleMode(), box->ScaleLeft(), box->ScaleWidth()),
+                  std::tuple(row.mode, row.scaleLeft, row.scaleWidth));
+        EXPECT_EQ(std::pair(box->ToPixelX(row.x), box->ToPixelY(row.y)), std::pair(row.pixelX, row.pixelY));
+        EXPECT_EQ(std::pair(box->FromPixelX(row.pixelX), box->FromPixelY(row.pixelY)), std::pair(row.x, row.y));
     }
 }
 
 TEST_F(PictureBoxTest, ChildrenFollowAScaleChange) {
-    PictureBox* outer = Box(10, 10, 200, 100);
+    PictureBox* outer = Box(200, 100);
     auto* inner = new PictureBox(form, outer, "picInner", -1, true, false);
     inner->Move(0, 0, 10, 10);
     outer->SetScaleLeft(-100);
@@ -138,12 +126,11 @@ TEST_F(PictureBoxTest, ClsShowsBackColorAndPicture) {
     box->SetBackColor(kBlue);
     box->Line(0, 8, 19, 8, kGreen);
     box->Cls();
-    EXPECT_EQ(At(box->GetImage(), 4, 4), kRed);
-    EXPECT_EQ(At(box->GetImage(), 10, 8), kBlue);
+    EXPECT_EQ(std::pair(At(box->GetImage(), 4, 4), At(box->GetImage(), 10, 8)), std::pair(kRed, kBlue));
 }
 
 TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
-    PictureBox* area = Box(0, 0, 1900, 1000, false, false);
+    PictureBox* area = Box(1900, 1000, false);
     auto* still = new PictureBox(form, area, "picStill", -1, true, false);
     still->SetCanvasBoundedByContainer(true);
     still->Move(-3050 * 15, -2500 * 15, 8000 * 15, 6000 * 15);  // 8000 x 6000, centred
@@ -158,9 +145,7 @@ TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
     still->Line(-4000, 100, 3999, 100, kBlue);      // crosses the visible part
     QImage img = still->GetImage();
     ASSERT_EQ(img.size(), QSize(1900, 1000));
-    EXPECT_EQ(At(img, 950, 500), kRed);
-    EXPECT_EQ(At(img, 0, 600), kBlue);
-    EXPECT_EQ(At(img, 1899, 600), kBlue);
+    EXPECT_EQ(std::tuple(At(img, 950, 500), At(img, 0, 600), At(img, 1899, 600)), std::tuple(kRed, kBlue, kBlue));
     int red = 0;
     for (int y = 0; y < img.height(); ++y)
         for (int x = 0; x < img.width(); ++x) red += At(img, x, y) == kRed;
@@ -176,7 +161,7 @@ TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
 }
 
 TEST_F(PictureBoxTest, AnUnboundedCanvasTooLargeIsErrorSeven) {
-    PictureBox* box = Box(0, 0, 40000, 40000);
+    PictureBox* box = Box(40000, 40000);
     EXPECT_EQ(vb::Trap([&] { box->Cls(); }), 0);  // nothing drawn yet, nothing to allocate
     EXPECT_EQ(vb::Trap([&] { box->Line(0, 0, 5, 5, kRed); }), vb::ErrOutOfMemory);
     box->Move(0, 0, 10 * 15, 10 * 15);
@@ -190,27 +175,23 @@ TEST_F(PictureBoxTest, LineChildrenShowAboveTheCanvasButAreNotInIt) {
     auto* line = new vb::LineControl(form, box, "linMeasure", 0);
     line->SetBorderColor(kRed);
     line->SetPoints(10, 25, 40, 25);
-    QImage shown = box->ClientWidget()->grab().toImage();
-    EXPECT_EQ(At(shown, 25, 25), kRed);
-    EXPECT_EQ(At(shown, 25, 5), kBlue);
-    EXPECT_EQ(At(box->GetImage(), 25, 25), kWhite);
+    const QImage shown = box->ClientWidget()->grab().toImage();
+    EXPECT_EQ(std::tuple(At(shown, 25, 25), At(shown, 25, 5), At(box->GetImage(), 25, 25)),
+              std::tuple(kRed, kBlue, kWhite));
     line->SetPoints(10, 30, 40, 30);
     EXPECT_EQ(At(box->ClientWidget()->grab().toImage(), 25, 25), kWhite) << "a moved line leaves nothing behind";
 }
 
 TEST_F(PictureBoxTest, MouseEventsComeInTheScale) {
-    PictureBox* box = Box(0, 0, 200, 100);
+    PictureBox* box = Box(200, 100);
     box->SetScaleLeft(-100);
     box->SetScaleTop(-50);
     QString got;
-    auto record = [&](const char* kind) {
-        return [&got, kind](int b, int s, float x, float y) {
+    for (auto [handler, kind] :
+         {std::pair{&box->OnMouseDown, "down"}, {&box->OnMouseMove, "move"}, {&box->OnMouseUp, "up"}})
+        *handler = [&got, kind](int b, int s, float x, float y) {
             got = QString("%1 %2 %3 %4 %5").arg(kind).arg(b).arg(s).arg(x).arg(y);
         };
-    };
-    box->OnMouseDown = record("down");
-    box->OnMouseMove = record("move");
-    box->OnMouseUp = record("up");
     const struct {
         QEvent::Type type;
         QPoint pos;
@@ -221,17 +202,18 @@ TEST_F(PictureBoxTest, MouseEventsComeInTheScale) {
     } rows[] = {
         {QEvent::MouseButtonPress, {150, 75}, Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier, "down 1 1 50 25"},
         {QEvent::MouseButtonRelease, {0, 0}, Qt::MiddleButton, Qt::NoButton, Qt::AltModifier, "up 4 4 -100 -50"},
-        // clang-format off
-        {QEvent::MouseMove, {199, 99}, Qt::NoButton, Qt::LeftButton | Qt::RightButton,
-         Qt::ShiftModifier | Qt::ControlModifier, "move 3 3 99 49"},
-        // clang-format on
+        {QEvent::MouseMove,
+         {199, 99},
+         Qt::NoButton,
+         Qt::LeftButton | Qt::RightButton,
+         Qt::ShiftModifier | Qt::ControlModifier,
+         "move 3 3 99 49"},
     };
     QWidget* client = box->ClientWidget();
-    for (const auto& row : rows) {
-        QMouseEvent ev(row.type, QPointF(row.pos), client->mapToGlobal(QPointF(row.pos)), row.button, row.held,
-                       row.mods);
+    for (const auto& r : rows) {
+        QMouseEvent ev(r.type, QPointF(r.pos), client->mapToGlobal(QPointF(r.pos)), r.button, r.held, r.mods);
         QCoreApplication::sendEvent(client, &ev);
-        EXPECT_EQ(got, row.expected);
+        EXPECT_EQ(got, r.expected);
     }
 }
 
