@@ -21,6 +21,18 @@ using namespace vb;
 
 namespace {
 
+// Input as the user gives it: a mouse event at a point of the widget (button: the one that
+// changed; held: those down after it), and a key press.
+void Mouse(QWidget* to, QEvent::Type type, QPoint at, Qt::MouseButton button = Qt::LeftButton,
+           Qt::MouseButtons held = Qt::LeftButton, Qt::KeyboardModifiers mods = {}) {
+    QMouseEvent e(type, QPointF(at), to->mapToGlobal(QPointF(at)), button, held, mods);
+    QApplication::sendEvent(to, &e);
+}
+void Key(QWidget* to, int key, Qt::KeyboardModifiers mods = {}, const QString& text = {}) {
+    QKeyEvent e(QEvent::KeyPress, key, mods, text);
+    QApplication::sendEvent(to, &e);
+}
+
 // Controls: twip geometry in nested containers, own Enabled/Visible flags, Click from code,
 // list and grid bounds, the slider, control arrays, the common dialog's Cancel, and errors
 // no handler trapped.
@@ -137,10 +149,7 @@ TEST(TextBoxMaxLength, LimitsWhatTheUserEntersNotWhatCodeSets) {
         box->SetText(start);
         auto* edit = static_cast<QLineEdit*>(box->Widget());
         edit->end(false);
-        for (QChar ch : QString(typed)) {
-            QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, QString(ch));
-            QCoreApplication::sendEvent(edit, &press);
-        }
+        for (QChar ch : QString(typed)) Key(edit, 0, {}, ch);
         if (*pasted) edit->insert(pasted);
         EXPECT_EQ(box->Text(), expected) << start << "+" << typed << "+" << pasted;
     }
@@ -221,8 +230,7 @@ TEST_F(Controls, SliderChangeFiresOnceForEveryNewValueFromCodeOrUser) {
     slider->SetValue(50);
     slider->SetValue(50);  // the same value is no change
     slider->SetLargeChange(10);
-    QKeyEvent page(QEvent::KeyPress, Qt::Key_PageUp, Qt::NoModifier);
-    QCoreApplication::sendEvent(slider->Widget(), &page);
+    Key(slider->Widget(), Qt::Key_PageUp);
     EXPECT_EQ(Trap([&] { slider->SetValue(101); }), 380);
     EXPECT_EQ(Trap([&] { slider->SetValue(9); }), 380);
     EXPECT_EQ(seen, " 50 60");
@@ -241,11 +249,7 @@ TEST_F(Controls, UntrappedErrorEndsWithTheErrorNumberFromEveryKindOfEvent) {
     pic->OnMouseUp = [](int, int, float, float) { Raise(6); };
     combo->OnClick = [] { Raise(9); };
     form.OnQueryUnload = [](bool&, int) { Raise(53); };
-    const auto mouseUp = [&] {
-        QMouseEvent up(QEvent::MouseButtonRelease, QPointF(5, 5), QPointF(5, 5), Qt::LeftButton, Qt::NoButton,
-                       Qt::NoModifier);
-        QCoreApplication::sendEvent(pic->ClientWidget(), &up);
-    };
+    const auto mouseUp = [&] { Mouse(pic->ClientWidget(), QEvent::MouseButtonRelease, {5, 5}, Qt::LeftButton, {}); };
     for (const auto& [act, number] : {std::pair<std::function<void()>, int>{[&] { button->Click(); }, 13},
                                       {mouseUp, 6},
                                       {[&] { form.close(); }, 53}}) {
@@ -277,15 +281,8 @@ struct Grid : testing::Test {
         form.show();
         grid.OnSelChange = [this] { ++changes; };
     }
-    void Mouse(QEvent::Type type, QPoint at, Qt::KeyboardModifiers mods = Qt::NoModifier) {
-        QMouseEvent e(type, QPointF(at), table.viewport()->mapToGlobal(QPointF(at)), Qt::LeftButton,
-                      type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, mods);
-        QApplication::sendEvent(table.viewport(), &e);
-    }
-    void MouseOnRow(QEvent::Type type, int row) { Mouse(type, table.visualItemRect(table.item(row, 1)).center()); }
-    void Key(int key, Qt::KeyboardModifiers mods = Qt::NoModifier) {
-        QKeyEvent e(QEvent::KeyPress, key, mods);
-        QApplication::sendEvent(&table, &e);
+    void MouseOnRow(QEvent::Type type, int row) {
+        Mouse(table.viewport(), type, table.visualItemRect(table.item(row, 1)).center());
     }
     // Row RowSel [the rows shown selected]
     QString State() const {
@@ -316,12 +313,12 @@ TEST_F(Grid, DraggingUpAndShiftKeysExtendWholeRows) {
     EXPECT_EQ(std::tuple(grid.Row(), grid.RowSel(), grid.Col(), grid.ColSel(), changes), std::tuple(6, 3, 0, 3, 3));
     MouseOnRow(QEvent::MouseButtonPress, 0);  // the heading row is not selectable
     EXPECT_EQ(grid.Row(), 1);
-    Key(Qt::Key_Down, Qt::ShiftModifier);
-    Key(Qt::Key_Down, Qt::ShiftModifier);
+    Key(&table, Qt::Key_Down, Qt::ShiftModifier);
+    Key(&table, Qt::Key_Down, Qt::ShiftModifier);
     EXPECT_EQ(std::pair(grid.Row(), grid.RowSel()), std::pair(1, 3));
-    Key(Qt::Key_Up);  // a plain key moves from Row and stops at the first row
+    Key(&table, Qt::Key_Up);  // a plain key moves from Row and stops at the first row
     EXPECT_EQ(std::pair(grid.Row(), grid.RowSel()), std::pair(1, 1));
-    Key(Qt::Key_End);
+    Key(&table, Qt::Key_End);
     EXPECT_EQ(State(), "19 19 [19]");
 }
 
@@ -341,9 +338,9 @@ TEST_F(Grid, NoTextIsCutAndTheUserDragsABorder) {
         }
     EXPECT_EQ(table.columnWidth(1), 67) << "a column with room keeps its width";
     const int border = table.columnViewportPosition(2);
-    Mouse(QEvent::MouseButtonPress, {border, 10});
-    Mouse(QEvent::MouseMove, {border + 40, 10});
-    Mouse(QEvent::MouseButtonRelease, {border + 40, 10});
+    Mouse(table.viewport(), QEvent::MouseButtonPress, {border, 10});
+    Mouse(table.viewport(), QEvent::MouseMove, {border + 40, 10});
+    Mouse(table.viewport(), QEvent::MouseButtonRelease, {border + 40, 10}, Qt::LeftButton, {});
     EXPECT_EQ(table.columnWidth(1), 67 + 40);
     EXPECT_EQ(changes, 0) << "dragging a border selects nothing";
 }
@@ -359,8 +356,8 @@ TEST(FormResize, SettingHeightFiresResizeOnceInsideTheCall) {
         form.OnResize = [&] { seen += QString(" %1").arg(form.Height()); };
         form.SetHeight(8100);
         EXPECT_EQ(seen, " 8100") << "fired inside the call, shown " << shown;
-        QCoreApplication::processEvents();  // the later resize event of the same size does not fire again
-        form.SetHeight(8100);               // no change, no event
+        QApplication::processEvents();  // the later resize event of the same size does not fire again
+        form.SetHeight(8100);           // no change, no event
         EXPECT_EQ(seen, " 8100") << "shown " << shown;
     }
 }
@@ -650,28 +647,19 @@ TEST_F(PictureBoxTest, MouseEventsComeInTheScale) {
         *handler = [&got, kind](int b, int s, float x, float y) {
             got = QString("%1 %2 %3 %4 %5").arg(kind).arg(b).arg(s).arg(x).arg(y);
         };
-    const struct {
-        QEvent::Type type;
-        QPoint pos;
-        Qt::MouseButton button;
-        Qt::MouseButtons held;
-        Qt::KeyboardModifiers mods;
-        const char* expected;  // event, button, shift, x, y
-    } rows[] = {
-        {QEvent::MouseButtonPress, {150, 75}, Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier, "down 1 1 50 25"},
-        {QEvent::MouseButtonRelease, {0, 0}, Qt::MiddleButton, Qt::NoButton, Qt::AltModifier, "up 4 4 -100 -50"},
-        {QEvent::MouseMove,
-         {199, 99},
-         Qt::NoButton,
-         Qt::LeftButton | Qt::RightButton,
-         Qt::ShiftModifier | Qt::ControlModifier,
-         "move 3 3 99 49"},
-    };
-    QWidget* client = box->ClientWidget();
-    for (const auto& r : rows) {
-        QMouseEvent ev(r.type, QPointF(r.pos), client->mapToGlobal(QPointF(r.pos)), r.button, r.held, r.mods);
-        QCoreApplication::sendEvent(client, &ev);
-        EXPECT_EQ(got, r.expected);
+    // The event, its point in pixels, the button that changed, those held; what the handler saw.
+    const std::tuple<QEvent::Type, QPoint, Qt::MouseButton, Qt::MouseButtons, Qt::KeyboardModifiers, const char*>
+        rows[] = {
+            {QEvent::MouseButtonPress, {150, 75}, Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier, "down 1 1 50 25"},
+            {QEvent::MouseButtonRelease, {0, 0}, Qt::MiddleButton, Qt::NoButton, Qt::AltModifier, "up 4 4 -100 -50"},
+            // clang-format off
+            {QEvent::MouseMove, {199, 99}, Qt::NoButton, Qt::LeftButton | Qt::RightButton,
+             Qt::ShiftModifier | Qt::ControlModifier, "move 3 3 99 49"},
+            // clang-format on
+        };
+    for (const auto& [type, at, button, held, mods, expected] : rows) {
+        Mouse(box->ClientWidget(), type, at, button, held, mods);
+        EXPECT_EQ(got, expected);  // event, button, shift, x, y
     }
 }
 
