@@ -208,18 +208,19 @@ TEST(DataFolder, ChoiceByProgramFolderAndEnvironment) {
     }
 }
 
-TEST(DataFolder, ProgramFolderIsPortableOnlyWithItsIni) {
-    QTemporaryDir dir;
+using DataFolderTest = testing_support::TempDirTest;
+
+TEST_F(DataFolderTest, ProgramFolderIsPortableOnlyWithItsIni) {
     EXPECT_EQ(vb::ProgramFolderOf(dir.path()), ProgramFolder::NoIni);
     QFile(dir.filePath("Tavix.Ini")).open(QIODevice::WriteOnly);
     EXPECT_EQ(vb::ProgramFolderOf(dir.path()), ProgramFolder::WritableIni);
 }
 
-TEST(DataFolder, FirstStartCopiesLaterStartsKeep) {
-    QTemporaryDir home;
+TEST_F(DataFolderTest, FirstStartCopiesLaterStartsKeep) {
+    QTemporaryDir& home = dir;
     // A read-only portable folder: its programs and its log stay behind.
     const QString shipped = home.filePath("shipped");
-    QDir().mkpath(shipped);
+    ASSERT_TRUE(QDir().mkpath(shipped));
     for (const char* name : {"Tavix.Ini", "Proof.txt", "Error.Log", "tavix"}) WriteFile(shipped + '/' + name, name);
     QFile::setPermissions(shipped + "/tavix", QFile::ReadOwner | QFile::ExeOwner);
     // The parent folder does not exist yet, as ~/.config on a new account.

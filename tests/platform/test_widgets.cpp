@@ -535,12 +535,9 @@ TEST_F(PictureBoxTest, ChildrenFollowAScaleChange) {
 }
 
 TEST_F(PictureBoxTest, DrawingLandsOnTheRightPixels) {
-    struct Row {
-        const char* what;
-        std::function<void(PictureBox&)> draw;
-        uint32_t color;
-        std::vector<QPoint> painted, untouched;
-    };
+    // What is drawn on a white box, in which colour; pixels that take it and pixels that stay white.
+    using Row =
+        std::tuple<const char*, std::function<void(PictureBox&)>, uint32_t, std::vector<QPoint>, std::vector<QPoint>>;
     // clang-format off
     const std::vector<Row> rows = {
         {"line with both end points", [](PictureBox& b) { b.Line(5, 5, 15, 5, kRed); }, kRed,
@@ -562,14 +559,14 @@ TEST_F(PictureBoxTest, DrawingLandsOnTheRightPixels) {
          {{18, 15}, {22, 15}}, {{17, 15}, {23, 15}, {20, 14}}},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
+    for (const auto& [what, draw, color, painted, untouched] : rows) {
+        SCOPED_TRACE(what);
         PictureBox* box = WhiteBox(40, 30);
-        row.draw(*box);
+        draw(*box);
         const QImage img = box->GetImage();
         ASSERT_EQ(img.size(), QSize(40, 30));
-        for (const QPoint& p : row.painted) EXPECT_EQ(At(img, p.x(), p.y()), row.color) << p.x() << "," << p.y();
-        for (const QPoint& p : row.untouched) EXPECT_EQ(At(img, p.x(), p.y()), kWhite) << p.x() << "," << p.y();
+        for (const QPoint& p : painted) EXPECT_EQ(At(img, p.x(), p.y()), color) << p.x() << "," << p.y();
+        for (const QPoint& p : untouched) EXPECT_EQ(At(img, p.x(), p.y()), kWhite) << p.x() << "," << p.y();
     }
 }
 
