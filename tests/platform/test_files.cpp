@@ -502,14 +502,10 @@ TEST_F(PictureTest, SavesWhatQtWritesForRgb32) {
         // Left over from a larger picture: a scratch write over it must not keep its tail.
         const QString path = Put("out.bmp", QByteArray(6 * 1024 * 1024, 'x'));
         for (const QImage& img : sources) {
-            SCOPED_TRACE(testing::Message() << img.size().width() << "x" << img.size().height() << " format "
-                                            << img.format() << (scratch ? " scratch" : ""));
             const QImage rgb = img.convertToFormat(QImage::Format_RGB32);
-            ASSERT_EQ(vb::Trap([&] { vb::SavePicture(img, path, scratch); }), 0);
-            EXPECT_TRUE(testing_support::ReadFile(path) == Encode(rgb, "BMP"));
-            QImage back;
-            ASSERT_EQ(vb::Trap([&] { back = vb::LoadPicture(path); }), 0);
-            EXPECT_TRUE(back == rgb);
+            vb::SavePicture(img, path, scratch);
+            EXPECT_TRUE(testing_support::ReadFile(path) == Encode(rgb, "BMP") && vb::LoadPicture(path) == rgb)
+                << img.width() << "x" << img.height() << " format " << img.format() << (scratch ? " scratch" : "");
         }
     }
 }
