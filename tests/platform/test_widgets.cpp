@@ -42,7 +42,7 @@ struct Controls : testing::Test {
     QString seen;  // what the handlers saw, in order
 };
 
-TEST(ControlGeometry, TwipsMapToPixelsOfTheImmediateContainer) {
+TEST_F(Controls, TwipsMapToPixelsOfTheImmediateContainer) {
     // The frame in the form and the button in the frame, in twips; the button's pixels in the frame's widget.
     const std::tuple<QRectF, QRectF, QRect> rows[] = {
         // The frame's offset does not leak into the child.
@@ -53,11 +53,9 @@ TEST(ControlGeometry, TwipsMapToPixelsOfTheImmediateContainer) {
         // The size is what lies between the rounded edges: rounded on its own it would be 67 and overlap.
         {{0, 0, 6000, 3000}, {8, 8, 1000, 1000}, {1, 1, 66, 66}},
     };
+    auto* button = new CommandButton(form, frame, "cmdA");
     for (const auto& [inForm, inFrame, expected] : rows) {
-        Form form("frmGeo");
-        auto* frame = new Frame(form, &form, "fraA");
         frame->Move(inForm.x(), inForm.y(), inForm.width(), inForm.height());
-        auto* button = new CommandButton(form, frame, "cmdA");
         button->Move(inFrame.x(), inFrame.y(), inFrame.width(), inFrame.height());
         EXPECT_EQ(std::tuple(button->Widget()->parentWidget(), button->Widget()->geometry(), button->Left()),
                   std::tuple(frame->Widget(), expected, inFrame.x()));  // twips are kept unrounded
@@ -135,19 +133,18 @@ TEST_F(Controls, ClickFiresInsideEveryCallThatSetsAValue) {
     }
 }
 
-TEST(TextBoxMaxLength, LimitsWhatTheUserEntersNotWhatCodeSets) {
+TEST_F(Controls, TextBoxMaxLengthLimitsWhatTheUserEntersNotWhatCodeSets) {
     const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
         // Text set by code, then typed, then pasted, and what the box holds.
         {"", "abcdefg", "", "abcde"},     // typing stops at the limit
         {"ab", "", "cdefg", "abcde"},     // a paste is cut to what fits
         {"abcdefg", "x", "", "abcdefg"},  // text set longer than the limit is kept, typing adds nothing
     };
+    auto* box = new TextBox(form, &form, "txtA");
+    auto* edit = static_cast<QLineEdit*>(box->Widget());
+    box->SetMaxLength(5);
     for (const auto& [start, typed, pasted, expected] : rows) {
-        Form form("frmText");
-        auto* box = new TextBox(form, &form, "txtA");
-        box->SetMaxLength(5);
         box->SetText(start);
-        auto* edit = static_cast<QLineEdit*>(box->Widget());
         edit->end(false);
         for (QChar ch : QString(typed)) Key(edit, 0, {}, ch);
         if (*pasted) edit->insert(pasted);
