@@ -483,7 +483,6 @@ struct PictureBoxTest : testing::Test {
 
 TEST_F(PictureBoxTest, ScaleMapsToClientPixels) {
     struct Row {
-        const char* what;
         bool pixelScale, border;
         std::function<void(PictureBox&)> setup;
         int mode;
@@ -491,26 +490,25 @@ TEST_F(PictureBoxTest, ScaleMapsToClientPixels) {
     };
     // clang-format off
     const std::vector<Row> rows = {
-        {"twips", false, false, [](PictureBox&) {}, 1, 0, 3000, 150, 10, 1500, 100},
-        {"twips, border inside Width", false, true, [](PictureBox&) {}, 1, 0, 196 * 15, 15, 1, 30, 2},
-        {"user, origin at the centre", true, false, [](PictureBox& b) { b.SetScaleLeft(-100), b.SetScaleTop(-50); },
-         0, -100, 200, 0, 100, 0, 50},
-        {"user, 2 units a pixel across, 0.5 down", true, false,
-         [](PictureBox& b) { b.SetScaleWidth(400), b.SetScaleHeight(50); }, 0, 0, 400, 100, 50, 50, 100},
-        {"user keeps units per pixel when the box shrinks", true, false,
-         [](PictureBox& b) { b.SetScaleWidth(400), b.SetWidth(100 * 15); }, 0, 0, 200, 100, 50, 10, 10},
-        {"zoom change: origin at 0, box halved, then centred", true, false,
-         [](PictureBox& b) {
+        // Twips, then with a border inside Width.
+        {false, false, [](PictureBox&) {}, 1, 0, 3000, 150, 10, 1500, 100},
+        {false, true, [](PictureBox&) {}, 1, 0, 196 * 15, 15, 1, 30, 2},
+        // A user scale: origin at the centre; 2 units a pixel across, 0.5 down; units per pixel
+        // kept when the box shrinks.
+        {true, false, [](PictureBox& b) { b.SetScaleLeft(-100), b.SetScaleTop(-50); }, 0, -100, 200, 0, 100, 0, 50},
+        {true, false, [](PictureBox& b) { b.SetScaleWidth(400), b.SetScaleHeight(50); }, 0, 0, 400, 100, 50, 50, 100},
+        {true, false, [](PictureBox& b) { b.SetScaleWidth(400), b.SetWidth(100 * 15); }, 0, 0, 200, 100, 50, 10, 10},
+        // A zoom change: origin at 0, the box halved, then centred.
+        {true, false, [](PictureBox& b) {
              b.SetScaleLeft(0), b.SetScaleTop(0), b.Move(0, 0, 100 * 15, 50 * 15);
              b.SetScaleLeft(-b.ScaleWidth() / 2), b.SetScaleTop(-b.ScaleHeight() / 2);
-         },
-         0, -50, 100, 0, 50, 0, 25},
-        {"ScaleMode 3 resets a user scale", true, false, [](PictureBox& b) { b.SetScaleLeft(-77), b.SetScaleMode(3); },
-         3, 0, 200, 5, 5, 7, 7},
+         }, 0, -50, 100, 0, 50, 0, 25},
+        // ScaleMode 3 resets a user scale.
+        {true, false, [](PictureBox& b) { b.SetScaleLeft(-77), b.SetScaleMode(3); }, 3, 0, 200, 5, 5, 7, 7},
     };
     // clang-format on
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(testing::Message() << "row " << &row - rows.data());
         PictureBox* box = Box(200, 100, row.pixelScale, row.border);
         row.setup(*box);
         EXPECT_EQ(std::tuple(box->ScaleMode(), box->ScaleLeft(), box->ScaleWidth()),
