@@ -1,137 +1,82 @@
+// Number conversions: CInt/CByte/CLng, Val, Format, CStr and Print.
+#include <gtest/gtest.h>
+
+#include <cfenv>
+#include <cmath>
+#include <cstring>
+#include <random>
+
 #include "Convert.h"
 #include "Errors.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstdio>
-#include <random>
-#include <string>
-#include <functional>
-#include <limits>
-
 namespace {
 
-using TextConversion = std::function<long long(const QString&)>;
-const TextConversion kCInt = [](const QString& t) { return vb::CInt(t); };
-const TextConversion kCByte = [](const QString& t) { return vb::CByte(t); };
-const TextConversion kCLng = [](const QString& t) { return vb::CLng(t); };
+constexpr long long E6 = -1000006, E13 = -1000013;  // the conversion raises error 6 or 13
 
-TEST(Convert, IntegersFromText) {
-    struct Case {
-        const char* name;
-        const TextConversion& convert;
-        const char* text;
-        long long expected;
-        int error;
-    };
-    const Case cases[] = {
-        {"CInt", kCInt, "  -7\t", -7, 0},
-        // Halves round to even, anything above a half rounds up.
-        {"CInt", kCInt, "2.5", 2, 0},
-        {"CInt", kCInt, "3.5", 4, 0},
-        {"CInt", kCInt, "-2.5", -2, 0},
-        {"CInt", kCInt, "2.51", 3, 0},
-        {"CInt", kCInt, "-32768.5", -32768, 0},
-        {"CInt", kCInt, "&hFFFF", -1, 0},
-        // Out of range is 6, text that is no number is 13.
-        {"CInt", kCInt, "32767.5", 0, vb::ErrOverflow},
-        {"CInt", kCInt, "1e400", 0, vb::ErrOverflow},
-        {"CInt", kCInt, "&H10000", 0, vb::ErrOverflow},
-        {"CInt", kCInt, "", 0, vb::ErrTypeMismatch},
-        {"CInt", kCInt, "12abc", 0, vb::ErrTypeMismatch},
-        {"CInt", kCInt, "1 2", 0, vb::ErrTypeMismatch},
-        {"CInt", kCInt, "1e", 0, vb::ErrTypeMismatch},
-        {"CInt", kCInt, "１２", 0, vb::ErrTypeMismatch},
-        {"CByte", kCByte, "-0.5", 0, 0},
-        {"CByte", kCByte, "255.5", 0, vb::ErrOverflow},
-        {"CByte", kCByte, "-0.6", 0, vb::ErrOverflow},
-        {"CByte", kCByte, "&H100", 0, vb::ErrOverflow},
-        {"CLng", kCLng, "-2147483648", -2147483648LL, 0},
-        {"CLng", kCLng, "&HFFFF", 65535, 0},
-        {"CLng", kCLng, "&HFFFFFFFF", -1, 0},
-        {"CLng", kCLng, "&H100000000", 0, vb::ErrOverflow},
-        {"CLng", kCLng, "12,5", 0, vb::ErrTypeMismatch},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.name) + "(\"" + c.text + "\")");
-        long long got = 0;
-        EXPECT_EQ(vb::Trap([&] { got = c.convert(QString::fromUtf8(c.text)); }), c.error);
-        EXPECT_EQ(got, c.expected);
-    }
+template <class F>
+long long Result(F convert) {
+    long long got = 0;
+    const int error = vb::Trap([&] { got = convert(); });
+    return error ? -1000000 - error : got;
 }
 
-TEST(Convert, IntegersFromDouble) {
-    constexpr long long kOverflow = std::numeric_limits<long long>::min();
-    // kOverflow: the conversion raises error 6.
-    const struct {
-        double value;
-        long long cint, clng;
-    } cases[] = {
-        {2.4999999, 2, 2},
-        {32767.5, kOverflow, 32768},
-        {-32768.6, kOverflow, -32769},
-        {2147483648.0, kOverflow, kOverflow},
-        {std::nan(""), kOverflow, kOverflow},
-        {std::numeric_limits<double>::infinity(), kOverflow, kOverflow},
+TEST(Convert, IntegersFromText) {
+    // I: CInt, B: CByte, L: CLng. Halves round to even, anything above a half rounds up.
+    const std::tuple<char, const char*, long long> cases[] = {
+        {'I', "  -7\t", -7},    {'I', "2.5", 2},           {'I', "3.5", 4},          {'I', "-2.5", -2},
+        {'I', "2.51", 3},       {'I', "-32768.5", -32768}, {'I', "&hFFFF", -1},      {'I', "32767.5", E6},
+        {'I', "1e400", E6},     {'I', "&H10000", E6},      {'I', "", E13},           {'I', "12abc", E13},
+        {'I', "1 2", E13},      {'I', "1e", E13},          {'I', "１２", E13},       {'B', "-0.5", 0},
+        {'B', "255.5", E6},     {'B', "-0.6", E6},         {'B', "&H100", E6},       {'L', "-2147483648", INT32_MIN},
+        {'L', "&HFFFF", 65535}, {'L', "&HFFFFFFFF", -1},   {'L', "&H100000000", E6}, {'L', "12,5", E13},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.value);
-        long long got = 0;
-        EXPECT_EQ(vb::Trap([&] { got = vb::CInt(c.value); }), c.cint == kOverflow ? vb::ErrOverflow : 0);
-        EXPECT_EQ(got, c.cint == kOverflow ? 0 : c.cint);
-        got = 0;
-        EXPECT_EQ(vb::Trap([&] { got = vb::CLng(c.value); }), c.clng == kOverflow ? vb::ErrOverflow : 0);
-        EXPECT_EQ(got, c.clng == kOverflow ? 0 : c.clng);
+    for (const auto& [fn, text, expected] : cases) {
+        const QString t = QString::fromUtf8(text);
+        const auto convert = [&]() -> long long {
+            return fn == 'I' ? vb::CInt(t) : fn == 'B' ? vb::CByte(t) : vb::CLng(t);
+        };
+        EXPECT_EQ(Result(convert), expected) << fn << " \"" << text << '"';
+    }
+    const std::tuple<double, long long, long long> doubles[] = {{2.4999999, 2, 2},      {32767.5, E6, 32768},
+                                                                {-32768.6, E6, -32769}, {2147483648.0, E6, E6},
+                                                                {std::nan(""), E6, E6}, {HUGE_VAL, E6, E6}};
+    for (const auto& [value, cint, clng] : doubles) {
+        EXPECT_EQ(Result([&] { return vb::CInt(value); }), cint) << value;
+        EXPECT_EQ(Result([&] { return vb::CLng(value); }), clng) << value;
     }
 }
 
 TEST(Convert, ValTakesTheLongestNumberAtTheStart) {
-    const struct {
-        const char* text;
-        double expected;
-    } cases[] = {
+    const std::pair<const char*, double> cases[] = {
         {"1.5mm", 1.5}, {"abc", 0},     {"", 0},       {".5", 0.5},    {"1e2x", 100},
         {"1e", 1},      {"1E-2", 0.01}, {"2d3", 2000}, {" 1 2", 12},   {"\t- 4 .5", -4.5},
         {"1.2.3", 1.2}, {"--1", 0},     {"12,5", 12},  {"&HFFFF", -1}, {"&H10000", 65536},
         {"&O17", 15},   {"0x10", 0},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
-        double got = -999;
-        EXPECT_EQ(vb::Trap([&] { got = vb::Val(QString::fromUtf8(c.text)); }), 0);
-        EXPECT_DOUBLE_EQ(got, c.expected);
-    }
+    for (const auto& [text, expected] : cases) EXPECT_DOUBLE_EQ(vb::Val(QString::fromUtf8(text)), expected) << text;
     EXPECT_EQ(vb::Trap([] { vb::Val("1e400"); }), vb::ErrOverflow);
     EXPECT_FALSE(std::signbit(vb::Val("-0")));
 }
 
-TEST(Convert, Format) {
-    const struct {
-        double value;
-        const char* format;
-        const char* expected;
-    } cases[] = {
-        // Half away from zero, unlike CInt.
-        {2.5, "0", "3"},           {0.125, "0.00", "0.13"},
-        {1.005, "0.00", "1.00"},  // 1.005 is stored just below the half
-        {9.9951, "0.00", "10.00"}, {-0.001, "0.00", "0.00"},
-        {0.5, "#.00", ".50"},      {1234567.891, "#,##0.00", "1,234,567.89"},
-        {5, "00", "05"},           {1.5, "0.0#", "1.5"},
-        {1.25, "0.0#", "1.25"},    {1e20, "0", "100000000000000000000"},
+TEST(Convert, FormatCStrAndPrint) {
+    // Half away from zero, unlike CInt; 1.005 is stored just below the half.
+    const std::tuple<double, const char*, const char*> cases[] = {
+        {2.5, "0", "3"},
+        {0.125, "0.00", "0.13"},
+        {1.005, "0.00", "1.00"},
+        {9.9951, "0.00", "10.00"},
+        {-0.001, "0.00", "0.00"},
+        {0.5, "#.00", ".50"},
+        {1234567.891, "#,##0.00", "1,234,567.89"},
+        {5, "00", "05"},
+        {1.5, "0.0#", "1.5"},
+        {1.25, "0.0#", "1.25"},
+        {1e20, "0", "100000000000000000000"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.format) + " " + std::to_string(c.value));
-        EXPECT_EQ(vb::Format(c.value, QString::fromUtf8(c.format)), QString::fromUtf8(c.expected));
-    }
-}
-
-TEST(Convert, GeneralNumberAndPrint) {
-    const struct {
-        double value;
-        const char* cstr;
-        const char* print;
-    } cases[] = {
+    for (const auto& [value, format, expected] : cases)
+        EXPECT_EQ(vb::Format(value, format), expected) << format << value;
+    // A general number: CStr, Format without a pattern, and Print with its sign place and blank.
+    const std::tuple<double, const char*, const char*> general[] = {
         {7, "7", " 7 "},
         {-7, "-7", "-7 "},
         {-0.0, "0", " 0 "},
@@ -142,37 +87,23 @@ TEST(Convert, GeneralNumberAndPrint) {
         {0.0001, "0.0001", " 0.0001 "},
         {0.00001, "1E-05", " 1E-05 "},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.cstr);
-        EXPECT_EQ(vb::CStr(c.value), QString::fromUtf8(c.cstr));
-        EXPECT_EQ(vb::Format(c.value), QString::fromUtf8(c.cstr));
-        EXPECT_EQ(vb::PrintForm(c.value), QString::fromUtf8(c.print));
+    for (const auto& [value, cstr, print] : general) {
+        EXPECT_EQ(std::tuple(vb::CStr(value), vb::Format(value), vb::PrintForm(value)),
+                  std::tuple(QString(cstr), QString(cstr), QString(print)));
     }
 }
 
-}  // namespace
-
-namespace {
-
-// The slow, obviously exact way: every digit of the binary value, then half away from zero.
+// printf rounds the exact binary value in the current rounding mode; Format rounds a tie of
+// the full expansion away from zero.
 std::string ReferenceFixed(double x, int decimals) {
-    static char buf[1500];
-    std::snprintf(buf, sizeof buf, "%.1100f", std::fabs(x));
-    std::string s(buf);
-    const size_t dot = s.find('.');
-    std::string digits = s.substr(0, dot) + s.substr(dot + 1, static_cast<size_t>(decimals));
-    if (s[dot + 1 + static_cast<size_t>(decimals)] >= '5') {
-        int i = static_cast<int>(digits.size()) - 1;
-        for (; i >= 0 && digits[static_cast<size_t>(i)] == '9'; --i) digits[static_cast<size_t>(i)] = '0';
-        if (i < 0)
-            digits.insert(digits.begin(), '1');
-        else
-            ++digits[static_cast<size_t>(i)];
-    }
-    std::string out = digits.substr(0, digits.size() - static_cast<size_t>(decimals));
-    if (decimals > 0) out += "." + digits.substr(digits.size() - static_cast<size_t>(decimals));
-    const bool zero = out.find_first_not_of("0.") == std::string::npos;
-    return (x < 0 && !zero ? "-" : "") + out;
+    char all[1500], out[400];
+    std::snprintf(all, sizeof all, "%.1100f", x);
+    const char* rest = std::strchr(all, '.') + 1 + decimals;
+    const bool tie = *rest == '5' && std::strspn(rest + 1, "0") == std::strlen(rest + 1);
+    std::fesetround(!tie ? FE_TONEAREST : x < 0 ? FE_DOWNWARD : FE_UPWARD);
+    std::snprintf(out, sizeof out, "%.*f", decimals, x);
+    std::fesetround(FE_TONEAREST);
+    return std::strspn(out, "-0.") == std::strlen(out) ? out + (*out == '-') : out;
 }
 
 TEST(FormatFixed, AgreesWithTheFullExpansionIncludingHalfWayPoints) {
