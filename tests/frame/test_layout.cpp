@@ -141,44 +141,20 @@ TEST(Guidance, ShownReadOnlyOverADisabledStripAndTheCommentComesBack) {
                                                                         : "?");
         return text;
     };
-    const std::pair<std::function<void()>, const char*> steps[] = {
-        // Readable, not greyed, while the strip is off.
-        {[&] { tavix::DispGuidance(f, 34); }, "circle 1/LEF circle 1b/LEF "},
-        // A second call replaces the guidance and keeps the comment saved by the first.
-        {[&] { tavix::DispGuidance(f, 35); }, "circle 2/LEF circle 2b/LEF "},
-        // A second line given replaces the table's; a number without guidance shows empty lines.
-        {[&] { tavix::DispGuidance(f, 2, "12 s"); }, "recording/LEF 12 s/LEF "},
-        {[&] { tavix::DispGuidance(f, 77); }, "/LEF /LEF "},
-        // Hiding leaves Enabled to the caller; with nothing showing it changes nothing.
-        {[&] { tavix::HideGuidance(f); }, "sample 12/EW stained/EW "},
-        {[&] { tavix::HideGuidance(f); }, "sample 12/EW stained/EW "},
+    // The guidance shown (-1: hidden), a second line given instead of the table's, and what the lines then show.
+    const std::tuple<int16_t, const char*, const char*> steps[] = {
+        {34, nullptr, "circle 1/LEF circle 1b/LEF "},  // readable, not greyed, while the strip is off
+        {35, nullptr, "circle 2/LEF circle 2b/LEF "},  // the comment saved by the first call is kept
+        {2, "12 s", "recording/LEF 12 s/LEF "},
+        {77, nullptr, "/LEF /LEF "},                // a number without guidance shows empty lines
+        {-1, nullptr, "sample 12/EW stained/EW "},  // hiding leaves Enabled to the caller
+        {-1, nullptr, "sample 12/EW stained/EW "},  // with nothing showing, hiding changes nothing
     };
-    for (const auto& [step, shows] : steps) {
-        step();
+    for (const auto& [number, second, shows] : steps) {
+        if (number < 0) tavix::HideGuidance(f);
+        if (number >= 0 && second) tavix::DispGuidance(f, number, second);
+        if (number >= 0 && !second) tavix::DispGuidance(f, number);
         EXPECT_EQ(shown(), shows);
-    }
-}
-
-TEST(Guidance, EveryLineOfBothDeploymentsFitsItsFieldAndItsTooltipHoldsIt) {
-    for (const char* language : {"ja", "en"}) {
-        StartedMain w(3, language);
-        const auto& table = Var().GuidanceTable;
-        // The numbered lines, and the second lines a recording writes in (at their longest).
-        std::vector<std::pair<int16_t, QString>> shown{{2, tavix::GST(20033, "900")}, {2, tavix::GST(29010, "900")}};
-        for (int16_t n = 0; n < tavix::GuidanceTableSize; ++n)
-            if (!table[n][0].isEmpty()) shown.emplace_back(n, table[n][1]);
-        ASSERT_GT(shown.size(), 30u) << language;
-        for (const auto& [n, second] : shown) {
-            tavix::DispGuidance(w.f, n, second);
-            for (vb::TextBox* box : w.f.txtComment) {
-                const auto* edit = static_cast<QLineEdit*>(box->Widget());
-                const QMargins m = edit->textMargins();
-                const int room = edit->contentsRect().width() - m.left() - m.right() - 4;  // the edit's own margins
-                EXPECT_LE(edit->fontMetrics().horizontalAdvance(box->Text()), room)
-                    << language << " " << n << ": " << box->Text().toStdString();
-                EXPECT_EQ(edit->toolTip(), box->Text());
-            }
-        }
     }
 }
 
