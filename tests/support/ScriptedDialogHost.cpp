@@ -19,6 +19,14 @@ std::optional<T> Next(std::deque<T>& answers, const std::string& what) {
     answers.pop_front();
     return answer;
 }
+
+// The dialog's value set from the next scripted answer; false for Cancel.
+template <class T, class U>
+bool Answered(std::deque<std::optional<T>>& answers, U& into, const char* what) {
+    const std::optional<T> answer = Next(answers, what + std::string(" dialog")).value_or(std::nullopt);
+    if (answer) into = *answer;
+    return answer.has_value();
+}
 }  // namespace
 
 ScriptedDialogHost::ScriptedDialogHost() : previous_(&vb::Host()) { vb::SetHost(this); }
@@ -37,23 +45,9 @@ int ScriptedDialogHost::MsgBox(const QString& prompt, int buttons, const QString
     return Next(msgAnswers_, what).value_or(vb::vbOK);
 }
 
-bool ScriptedDialogHost::ShowOpen(vb::CommonDialog& dlg, QWidget*) {
-    const auto path = Next(fileAnswers_, "open dialog").value_or(std::nullopt);
-    if (path) dlg.FileName = *path;
-    return path.has_value();
-}
-
-bool ScriptedDialogHost::ShowSave(vb::CommonDialog& dlg, QWidget*) {
-    const auto path = Next(fileAnswers_, "save dialog").value_or(std::nullopt);
-    if (path) dlg.FileName = *path;
-    return path.has_value();
-}
-
-bool ScriptedDialogHost::ShowColor(vb::CommonDialog& dlg, QWidget*) {
-    const auto color = Next(colorAnswers_, "colour dialog").value_or(std::nullopt);
-    if (color) dlg.Color = *color;
-    return color.has_value();
-}
+bool ScriptedDialogHost::ShowOpen(vb::CommonDialog& d, QWidget*) { return Answered(fileAnswers_, d.FileName, "open"); }
+bool ScriptedDialogHost::ShowSave(vb::CommonDialog& d, QWidget*) { return Answered(fileAnswers_, d.FileName, "save"); }
+bool ScriptedDialogHost::ShowColor(vb::CommonDialog& d, QWidget*) { return Answered(colorAnswers_, d.Color, "colour"); }
 
 void ScriptedDialogHost::ShowModal(vb::Form& form, QWidget*) {
     if (const auto user = Next(modalAnswers_, "modal form " + form.Name().toStdString())) (*user)(form);
