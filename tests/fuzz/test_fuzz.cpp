@@ -57,14 +57,6 @@ QByteArray Encoded(const char* format) {
     return bytes;
 }
 
-struct Reader {
-    const char* what;
-    const char* file;  // in the sandbox, replaced by each mutation
-    int rounds;
-    std::function<bool(const QString& path)> read;  // true when the file was taken
-    std::vector<QByteArray> extraSeeds = {};
-};
-
 TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
     testing_support::Sandbox box;
     ASSERT_TRUE(tavix::GetIniFileData() && tavix::ReadStringTableData());
@@ -76,12 +68,16 @@ TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
         tavix::cam::GraphFileStore store;
         return vb::Trap([&] { store.LoadGraphFile(graph, path); }) == 0;
     };
+    // What, the file in the sandbox each mutation replaces, the rounds, the reader (true when it
+    // took the file) and seeds besides the shipped file.
+    using Reader =
+        std::tuple<const char*, const char*, int, std::function<bool(const QString&)>, std::vector<QByteArray>>;
     // clang-format off
     const Reader readers[] = {
-        {"ini", "Tavix.Ini", 3000, [](const QString&) { return tavix::GetIniFileData(); }},
-        {"string table", "StringTable.txt", 3000, [](const QString&) { return tavix::ReadStringTableData(); }},
-        {"guidance", "Guidance.txt", 3000, [](const QString&) { return tavix::ReadGuidanceData(); }},
-        {"calibrations", "Proof.txt", 3000, [](const QString&) { return tavix::ReadProofData(); }},
+        {"ini", "Tavix.Ini", 3000, [](const QString&) { return tavix::GetIniFileData(); }, {}},
+        {"string table", "StringTable.txt", 3000, [](const QString&) { return tavix::ReadStringTableData(); }, {}},
+        {"guidance", "Guidance.txt", 3000, [](const QString&) { return tavix::ReadGuidanceData(); }, {}},
+        {"calibrations", "Proof.txt", 3000, [](const QString&) { return tavix::ReadProofData(); }, {}},
         // A comment file takes any bytes; only a crash would be wrong.
         {"comment", "p.txt", 3000, [](const QString& p) { return vb::Trap([&] { vb::ReadTextLines(p); }) == 0; },
          {"first line\r\nsecond\r\n", "\x82\xB1\x82\xF1\r\n\r\n"}},
@@ -97,24 +93,24 @@ TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
     // The decoders' complaints about each spoiled picture are expected by the thousand.
     const QtMessageHandler previous =
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    for (const Reader& r : readers) {
-        SCOPED_TRACE(r.what);
-        std::vector<QByteArray> seeds = r.extraSeeds;
-        if (const QByteArray shipped = box.Read(r.file); !shipped.isEmpty()) seeds.push_back(shipped);
+    for (const auto& [what, file, rounds, read, extraSeeds] : readers) {
+        SCOPED_TRACE(what);
+        std::vector<QByteArray> seeds = extraSeeds;
+        if (const QByteArray shipped = box.Read(file); !shipped.isEmpty()) seeds.push_back(shipped);
         std::mt19937 rng{20261125};
         int refused = 0;
-        const QString path = box.File(r.file);
+        const QString path = box.File(file);
         QElapsedTimer clock;
         clock.start();
         // Bounded by rounds and by time, so a slow machine ends too.
-        for (int i = 0; i < r.rounds && clock.elapsed() < 20000; ++i) {
-            box.Write(r.file, Mutated(seeds, rng));
-            refused += !r.read(path);
+        for (int i = 0; i < rounds && clock.elapsed() < 20000; ++i) {
+            box.Write(file, Mutated(seeds, rng));
+            refused += !read(path);
         }
         // The mutations reached the refusals, and a reader that refused is not left broken.
-        EXPECT_TRUE(refused > 0 || std::string(r.what) == "comment");
-        box.Write(r.file, seeds.back());
-        EXPECT_TRUE(r.read(path));
+        EXPECT_TRUE(refused > 0 || std::string(what) == "comment");
+        box.Write(file, seeds.back());
+        EXPECT_TRUE(read(path));
     }
     qInstallMessageHandler(previous);
 }
