@@ -165,10 +165,10 @@ TEST(WriteFaults, TheOldFileStaysTheUserIsToldAndTheProgramGoesOn) {
             const QStringList left = QDir(folder).entryList(QDir::Files | QDir::Hidden);
             EXPECT_TRUE(std::none_of(left.begin(), left.end(), vb::IsSafeFileTemporary))
                 << left.join(' ').toStdString();
-            QStringList shown, told;
-            for (const auto& b : w->host.Boxes) shown << b.Prompt + " / " + b.Title;
-            if (t.box) told << t.box(*w, number) + " / " + GST(t.title);
-            EXPECT_EQ(shown, told);
+            using Boxes = std::vector<testing_support::RecordedBox>;
+            const Boxes told =
+                t.box ? Boxes{{t.box(*w, number), vb::vbOKOnly | vb::vbExclamation, GST(t.title)}} : Boxes{};
+            EXPECT_EQ(w->host.Boxes, told);
             // With the program's own folder gone, the log is gone with it.
             const bool logGone = kind == kFolderGone && folder == w->box.Path();
             EXPECT_TRUE(logGone || w->box.LogTexts().contains(QString(t.log).replace("%1", QString::number(number))))
