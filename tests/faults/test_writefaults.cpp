@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 
 #include "CameraView.h"
 #include "CommonModule.h"
@@ -28,15 +29,8 @@ namespace {
 constexpr long long kHalf = -1, kAllButOne = -2;
 constexpr FaultKind kFolderGone = FaultNone;
 
-struct Fault {
-    const char* what;
-    FaultKind kind;
-    long long budget;
-    int err;
-    int number;  // what the user's box and the log then say
-};
-
-const Fault kFaults[] = {
+// What goes wrong, the fault, its budget, its errno and the error number the box and the log then say.
+const std::tuple<const char*, FaultKind, long long, int, int> kFaults[] = {
     {"disk full at the first byte", FaultWrite, 0, ENOSPC, 61},
     {"disk full in the middle", FaultWrite, kHalf, ENOSPC, 61},
     {"disk full at the last block", FaultWrite, kAllButOne, ENOSPC, 61},
@@ -47,7 +41,7 @@ const Fault kFaults[] = {
 };
 
 void OpenPicture(Window& w) {
-    const QString path = w.box.File(QStringLiteral("opened.png"));
+    const QString path = w.box.File("opened.png");
     ASSERT_TRUE(testing_support::QuarterPicture(160, 120).save(path));
     w.host.AnswerFile(path);
     tavix::cmdPicLoad_Click(w.f);
@@ -61,11 +55,11 @@ void PictureWithResult(Window& w) {
     w.f.CommandMode = tavix::CommandMode::Idle;
 }
 
-// A still with one unsaved result, saved with its results under name.
-void SavePicture(Window& w, const char* name, bool comment = false) {
+// The still saved with its results under name.
+void SavePicture(Window& w, const char* name, const QString& comment = {}) {
     w.f.chkMeasureSave->SetValue(1);
-    w.f.txtComment[0]->SetText(comment ? QStringLiteral("first") : QString());
-    w.host.AnswerFile(w.box.File(QString::fromLatin1(name)));
+    w.f.txtComment[0]->SetText(comment);
+    w.host.AnswerFile(w.box.File(name));
     w.f.cmdPicSave->Click();
 }
 
@@ -74,145 +68,125 @@ void Calibrate(Window& w) {
     tavix::ProofMeasure_MouseUp(w.f, 1, 0, 0);
     w.host.AnswerModal([](vb::Form& form) {
         auto& d = dynamic_cast<tavix::frmProofConfig&>(form);
-        d.txtName->SetText(QStringLiteral("new"));
-        d.txtValue->SetText(QStringLiteral("2"));
+        d.txtName->SetText("new");
+        d.txtValue->SetText("2");
         d.cmdOK->Click();
         if (!d.Unloaded()) d.cmdCancel->Click();
     });
     tavix::ProofMeasure_MouseUp(w.f, 1, 0, 10);
 }
 
+using BoxText = std::function<QString(Window&, int n)>;
+BoxText Text(int number) {
+    return [=](Window&, int) { return GST(number); };
+}
+BoxText NamesFile(const char* name) {
+    return [=](Window& w, int) { return GST(20034, w.box.File(name)); };
+}
+std::function<void(Window&)> Save(const char* name) {
+    return [=](Window& w) { SavePicture(w, name); };
+}
+bool StillDirty(Window& w) { return w.f.ResultDirty && w.f.ResultCount == 1; }
+
 struct Target {
-    const char* what;
     const char* file;  // the replaced file, in the sandbox
     int16_t variant;
     std::function<void(Window&)> prepare, act;
-    // The box the user gets for error number n, empty when none; the log line.
-    std::function<QString(Window&, int n)> box;
-    int title;
-    std::function<QString(int n)> log;
+    BoxText box;  // the box the user gets for error number n; nullptr: none
     std::function<bool(Window&)> kept = [](Window&) { return true; };
-    bool synced = true;    // false: a scratch file, never synced
-    bool shipped = false;  // the old file is the deployment's own
+    int title = 11035;
+    const char* log = "cmdPicSave_Click Error.(%1)";  // %1: the error number
+    bool synced = true;                               // false: a scratch file, never synced
+    bool shipped = false;                             // the old file is the deployment's own
 };
-
-QString SaveBox(Window& w, const char* name) { return GST(20034, w.box.File(QString::fromLatin1(name))); }
-QString PicSaveLog(int n) { return QStringLiteral("cmdPicSave_Click Error.(%1)").arg(n); }
-bool StillDirty(Window& w) { return w.f.ResultDirty && w.f.ResultCount == 1; }
 
 // clang-format off
 const Target kTargets[] = {
-    {"settings at exit", "Tavix.Ini", 3, [](Window&) { Var().JpegQty = 55; },
-     [](Window& w) { bool cancel = false; tavix::Form_Unload(w.f, cancel); }, nullptr, 0,
-     [](int) { return QStringLiteral("WriteIniFileData WritePrivateProfileString Error "
-                                     "[Section]=FILE,[Key]=JPEGQTY,[Value]=55"); },
-     [](Window&) { return true; }, true, true},
-    {"calibration", "Proof.txt", 3, OpenPicture, Calibrate, [](Window&, int) { return GST(24005); }, 14100,
-     [](int n) { return QStringLiteral("frmProofConfig:cmdOK_Click Error.(%1)").arg(n); },
-     [](Window&) { return Var().ProofTable[0].Name != QLatin1String("new"); }},
-    {"result file", "out/results.txt", 3, PictureWithResult,
+    {"Tavix.Ini", 3, [](Window&) { Var().JpegQty = 55; }, [](Window& w) { bool cancel = false; tavix::Form_Unload(w.f, cancel); },
+     nullptr, [](Window&) { return true; }, 0,
+     "WriteIniFileData WritePrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY,[Value]=55", true, true},
+    {"Proof.txt", 3, OpenPicture, Calibrate, Text(24005), [](Window&) { return Var().ProofTable[0].Name != "new"; },
+     14100, "frmProofConfig:cmdOK_Click Error.(%1)"},
+    {"out/results.txt", 3, PictureWithResult,
      [](Window& w) { w.host.AnswerFile(w.box.File("out/results.txt")), tavix::cmdResultSave_Click(w.f); },
-     [](Window&, int) { return GST(20092); }, 11092,
-     [](int n) { return QStringLiteral("cmdResultSave_Click Error.(%1)").arg(n); }, StillDirty},
-    {"BMP", "out/p.bmp", 3, PictureWithResult, [](Window& w) { SavePicture(w, "out/p.bmp"); },
-     [](Window& w, int) { return SaveBox(w, "out/p.bmp"); }, 11035, PicSaveLog, StillDirty},
-    {"JPEG", "out/p.jpg", 3, PictureWithResult, [](Window& w) { SavePicture(w, "out/p.jpg"); },
-     [](Window& w, int) { return SaveBox(w, "out/p.jpg"); }, 11035, PicSaveLog, StillDirty},
-    {"temporary bitmap", "TempBitmap.bmp", 3,
-     [](Window& w) { PictureWithResult(w), w.box.Write(QStringLiteral("out/p.jpg"), "old picture"); },
-     [](Window& w) { SavePicture(w, "out/p.jpg"); }, [](Window& w, int) { return SaveBox(w, "TempBitmap.bmp"); }, 11035,
-     PicSaveLog, [](Window& w) { return StillDirty(w) && w.box.Read(QStringLiteral("out/p.jpg")) == "old picture"; },
-     false},
+     Text(20092), StillDirty, 11092, "cmdResultSave_Click Error.(%1)"},
+    {"out/p.bmp", 3, PictureWithResult, Save("out/p.bmp"), NamesFile("out/p.bmp"), StillDirty},
+    {"out/p.jpg", 3, PictureWithResult, Save("out/p.jpg"), NamesFile("out/p.jpg"), StillDirty},
+    {"TempBitmap.bmp", 3, [](Window& w) { PictureWithResult(w), w.box.Write("out/p.jpg", "old picture"); },
+     Save("out/p.jpg"), NamesFile("TempBitmap.bmp"),
+     [](Window& w) { return StillDirty(w) && w.box.Read("out/p.jpg") == "old picture"; }, 11035, "cmdPicSave_Click Error.(%1)", false},
     // Without its folder the picture beside the comment fails first, and the box names it.
-    {"comment file", "out/p.txt", 3, OpenPicture, [](Window& w) { SavePicture(w, "out/p.bmp", true); },
-     [](Window& w, int n) { return SaveBox(w, n == 76 ? "out/p.bmp" : "out/p.txt"); }, 11035, PicSaveLog},
-    {"camera settings", "Tavix.grf", 1, [](Window&) {},
+    {"out/p.txt", 3, OpenPicture, [](Window& w) { SavePicture(w, "out/p.bmp", "first"); },
+     [](Window& w, int n) { return GST(20034, w.box.File(n == 76 ? "out/p.bmp" : "out/p.txt")); }},
+    {"Tavix.grf", 1, [](Window&) {},
      [](Window& w) {
          w.host.AnswerModal([](vb::Form& d) { static_cast<vb::CommandButton*>(d.FindControl("cmdCancel"))->Click(); });
          tavix::cmdPinProp_Click(w.f);
      },
-     [](Window&, int n) { return GST(20109, tavix::WriteFailureReason(n)); }, 11103,
-     [](int n) { return QStringLiteral("cmdPinProp_Click Error.(%1)").arg(n); },
-     [](Window& w) { return w.f.FilterGraph != nullptr && !w.f.Unloaded(); }},
+     [](Window&, int n) { return GST(20109, tavix::WriteFailureReason(n)); },
+     [](Window& w) { return w.f.FilterGraph != nullptr && !w.f.Unloaded(); }, 11103, "cmdPinProp_Click Error.(%1)"},
 };
 // clang-format on
 
-// The file's size when the write goes through, so a fault can strike its middle or last block.
-qint64 WrittenSize(const Target& t) {
-    Window w(t.variant);
-    QDir(w.box.Path()).mkpath(QStringLiteral("out"));
-    t.prepare(w);
-    if (!t.shipped) w.box.Write(QString::fromLatin1(t.file), "old");
-    t.act(w);
-    EXPECT_TRUE(w.host.Boxes.empty()) << t.what;
-    return QFileInfo(w.box.File(QString::fromLatin1(t.file))).size();
+// A window with the target's state made and an old file worth keeping, unlike anything the program would write.
+std::unique_ptr<Window> Prepared(const Target& t, QByteArray& old) {
+    auto w = std::make_unique<Window>(t.variant);
+    QDir(w->box.Path()).mkpath("out");
+    t.prepare(*w);
+    old = t.shipped ? w->box.Read(t.file) : "old contents\r\n" + QByteArray(100, 'x');
+    if (!t.shipped) w->box.Write(t.file, old);
+    return w;
 }
 
 TEST(WriteFaults, TheOldFileStaysTheUserIsToldAndTheProgramGoesOn) {
     for (const Target& t : kTargets) {
-        const qint64 size = WrittenSize(t);
-        EXPECT_GT(size, 3) << t.what;
-        for (const Fault& fault : kFaults) {
-            if (fault.kind == FaultFsync && !t.synced) continue;
-            SCOPED_TRACE(std::string(t.what) + ", " + fault.what);
-            Window w(t.variant);
-            const QString file = w.box.File(QString::fromLatin1(t.file));
-            const QString folder = QFileInfo(file).absolutePath();
-            QDir(w.box.Path()).mkpath(QStringLiteral("out"));
-            t.prepare(w);
-            // An old file worth keeping, unlike anything the program would write.
-            const QByteArray old =
-                t.shipped ? w.box.Read(QString::fromLatin1(t.file)) : "old contents\r\n" + QByteArray(100, 'x');
-            if (!t.shipped) w.box.Write(QString::fromLatin1(t.file), old);
-            if (t.box) w.host.AnswerMsgBox(vb::vbOK);
-
-            const long long budget = fault.budget == kHalf        ? size / 2
-                                     : fault.budget == kAllButOne ? size - 1
-                                                                  : fault.budget;
-            const QString aside = folder + QStringLiteral(".aside");
-            if (fault.kind == kFolderGone)
-                ASSERT_TRUE(QDir().rename(folder, aside));
-            else
-                faultfs_arm(fault.kind, QFileInfo(file).fileName().toUtf8().constData(), budget, fault.err);
-            t.act(w);
+        // The file's size when the write goes through, so a fault can strike its middle or last block.
+        QByteArray old;
+        const auto written = Prepared(t, old);
+        t.act(*written);
+        EXPECT_TRUE(written->host.Boxes.empty()) << t.file;
+        EXPECT_NE(written->box.Read(t.file), old) << t.file;
+        const qint64 size = written->box.Read(t.file).size();
+        for (const auto& [what, kind, bytes, err, number] : kFaults) {
+            if (kind == FaultFsync && !t.synced) continue;
+            SCOPED_TRACE(std::string(t.file) + ", " + what);
+            const auto w = Prepared(t, old);
+            const QString file = w->box.File(t.file), folder = QFileInfo(file).absolutePath(),
+                          aside = folder + ".aside";
+            if (t.box) w->host.AnswerMsgBox(vb::vbOK);
+            const long long budget = bytes == kHalf ? size / 2 : bytes == kAllButOne ? size - 1 : bytes;
+            if (kind != kFolderGone) faultfs_arm(kind, QFileInfo(file).fileName().toUtf8().constData(), budget, err);
+            ASSERT_TRUE(kind != kFolderGone || QDir().rename(folder, aside));
+            t.act(*w);
             faultfs_disarm();
-            if (fault.kind == kFolderGone)
-                ASSERT_TRUE(QDir().rename(aside, folder));
-            else
-                EXPECT_GT(faultfs_hits(), 0) << "the fault never struck";
-
-            EXPECT_EQ(w.box.Read(QString::fromLatin1(t.file)), old);
+            ASSERT_TRUE(kind != kFolderGone || QDir().rename(aside, folder));
+            EXPECT_TRUE(kind == kFolderGone || faultfs_hits() > 0) << "the fault never struck";
+            EXPECT_EQ(w->box.Read(t.file), old);
             const QStringList left = QDir(folder).entryList(QDir::Files | QDir::Hidden);
             EXPECT_TRUE(std::none_of(left.begin(), left.end(), vb::IsSafeFileTemporary))
                 << left.join(' ').toStdString();
-            EXPECT_EQ(w.host.Boxes.size(), t.box ? 1u : 0u);
-            if (t.box && !w.host.Boxes.empty()) {
-                EXPECT_TRUE(w.host.Boxes[0].Prompt == t.box(w, fault.number) && w.host.Boxes[0].Title == GST(t.title))
-                    << w.host.Boxes[0].Prompt.toStdString();
-            }
+            using Boxes = std::vector<testing_support::RecordedBox>;
+            const Boxes told =
+                t.box ? Boxes{{t.box(*w, number), vb::vbOKOnly | vb::vbExclamation, GST(t.title)}} : Boxes{};
+            EXPECT_EQ(w->host.Boxes, told);
             // With the program's own folder gone, the log is gone with it.
-            const bool logGone = fault.kind == kFolderGone && folder == w.box.Path();
-            EXPECT_TRUE(logGone || w.box.LogTexts().contains(t.log(fault.number)))
-                << w.box.LogTexts().join('\n').toStdString();
-            EXPECT_EQ(w.host.Ends, 0);
-            EXPECT_TRUE(t.kept(w));
+            const bool logGone = kind == kFolderGone && folder == w->box.Path();
+            EXPECT_TRUE(logGone || w->box.LogTexts().contains(QString(t.log).replace("%1", QString::number(number))))
+                << w->box.LogTexts().join('\n').toStdString();
+            EXPECT_EQ((std::tuple{w->host.Ends, t.kept(*w)}), (std::tuple{0, true}));
         }
     }
 }
 
 TEST(WriteFaults, OnlyTheTemporariesOfEndedWritersAreRemovedAtStart) {
-    const QString dead = QStringLiteral(".Tavix.Ini.tavix-%1-Ab12Cd").arg(0x3FFFFFFF);
-    const QString live = QStringLiteral(".Tavix.Ini.tavix-%1-Ab12Cd").arg(::getpid());
-    const QString lookalikes[] = {QStringLiteral("Tavix.Ini.tavix-1-Ab12Cd"), QStringLiteral(".x.tavix-1-Ab12C"),
-                                  QStringLiteral(".Tavix.Ini.XXXXXX")};
-    testing_support::CameraMain w([&](testing_support::Sandbox& box, testing_support::ScriptedDialogHost&) {
-        for (const QString& name : {dead, live}) box.Write(name, "partial");
-        for (const QString& name : lookalikes) box.Write(name, "kept");
+    const QString dead = QString(".Tavix.Ini.tavix-%1-Ab12Cd").arg(0x3FFFFFFF);
+    const QStringList kept = {QString(".Tavix.Ini.tavix-%1-Ab12Cd").arg(::getpid()), "Tavix.Ini.tavix-1-Ab12Cd",
+                              ".x.tavix-1-Ab12C", ".Tavix.Ini.XXXXXX"};
+    testing_support::CameraMain w([&](testing_support::Sandbox& box, auto&) {
+        for (const QString& name : kept + QStringList{dead}) box.Write(name, "partial");
     });
-    const testing_support::Sandbox& box = w.box;
-    EXPECT_FALSE(QFileInfo::exists(box.File(dead)));
-    EXPECT_TRUE(QFileInfo::exists(box.File(live)));
-    for (const QString& name : lookalikes) EXPECT_TRUE(QFileInfo::exists(box.File(name))) << name.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(w.box.File(dead)));
+    for (const QString& name : kept) EXPECT_TRUE(QFileInfo::exists(w.box.File(name))) << name.toStdString();
 }
 
 }  // namespace

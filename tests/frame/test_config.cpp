@@ -1,103 +1,210 @@
-// Reading the settings at start-up and writing them back.
-#include <QDir>
+// The installation's files read at start-up: the settings (and writing them back), the string
+// table with its look-up by number, the guidance file, and the shipped tables.
+#include <QDirIterator>
+#include <QRegularExpression>
+#include <functional>
 #include <gtest/gtest.h>
+#include <map>
+#include <optional>
 
-#include "App.h"
 #include "CommonModule.h"
+#include "Guidance.h"
 #include "IniConfig.h"
 #include "Sandbox.h"
 #include "VariableDefinition.h"
 
+using tavix::GST;
 using tavix::Var;
 using testing_support::Sandbox;
 
 namespace {
 
-struct Ini {
+TEST(IniRead, ConvertsEachValueOrStopsWithItsLogLine) {
+    const QString missing = "GetIniFileData GetPrivateProfileString Error [Section]=";
+    // The key to change (nullptr: no file), its new value (nullptr: no line), the log line reading
+    // stops with (empty: it reads) and what then holds.
+    const std::tuple<const char*, const char*, QString, std::function<bool()>> cases[] = {
+        {nullptr, nullptr, missing + "CAMERA,[Key]=CAMERAFILTERNAME", nullptr},  // APPNAME passed over
+        {"JPEGQTY", "101", missing + "FILE,[Key]=JPEGQTY", nullptr},
+        {"JPEGQTY", "300", "GetIniFileData  Error.(6)[Section]=FILE,[Key]=JPEGQTY", nullptr},
+        {"SCALECOLOR", "red", "GetIniFileData  Error.(13)[Section]=MEASURE,[Key]=SCALECOLOR", nullptr},
+        // An empty value is a missing one, and the key is named with its blank.
+        {"TEMPBITMAPFILE", "", missing + "CAMERA,[Key]=TEMPBITMAPFILE ", nullptr},
+        {"2POINTCOMMANDMODE", nullptr, missing + "MEASURE,[Key]=2POINTCOMMANDMODE", nullptr},
+        {"SCALEY", "abc", {}, [] { return Var().ScaleY == 0.0; }},
+        {"SCALEX", " 2.5e1 ", {}, [] { return Var().ScaleX == 25.0; }},
+        {"MEASURELINECOLOR2", "-1", {}, [] { return Var().MeasureLineColor[2] == 0xFFFFFFFFu; }},
+        {"JPEGQTY", "49.5", {}, [] { return Var().JpegQty == 50; }},  // half to even
+        {"DEFAULTSCALE", " 7 ", {}, [] { return Var().DefaultScale == 7; }},
+        {"GRPFILENAME", "  cam one.grf  ", {}, [] { return Var().GrfFileName == "cam one.grf"; }},
+    };
+    for (const auto& [key, value, log, holds] : cases) {
+        SCOPED_TRACE(testing::Message() << (key ? key : "no file") << "=" << (value ? value : "(no line)"));
+        Sandbox box;
+        tavix::ResetVariableDefinition();
+        if (key && value) box.SetIni(key, value);
+        if (key && !value) box.RemoveIni(key);
+        if (!key) box.Remove("Tavix.Ini");
+        EXPECT_EQ(tavix::GetIniFileData(), log.isEmpty());
+        EXPECT_EQ(box.LogTexts(), log.isEmpty() ? QStringList() : QStringList{log});
+        EXPECT_TRUE(!holds || holds());
+    }
+}
+
+TEST(IniWrite, ReplacesOneValueOrLogsTheBlankKey) {
     Sandbox box;
-    Ini() { tavix::ResetVariableDefinition(); }
+    QByteArray expected = box.Read("Tavix.Ini");
+    // A key of blanks only has no line it could be written to.
+    EXPECT_FALSE(tavix::WriteIniFileData("FILE", "  ", "5"));
+    EXPECT_EQ(box.Read("Tavix.Ini"), expected);
+    EXPECT_TRUE(tavix::WriteIniFileData("FILE", "JPEGQTY", "55"));
+    const int at = expected.indexOf("JPEGQTY=");
+    EXPECT_EQ(box.Read("Tavix.Ini"), expected.replace(at, expected.indexOf('\r', at) - at, "JPEGQTY=55"));
+    EXPECT_EQ(box.LogTexts(), QStringList{"WriteIniFileData  Error.(5)[Section]=FILE,[Key]=  ,[Value]=5"});
+}
+
+// A sandbox whose string table holds exactly the given bytes (none: no file).
+struct Table : Sandbox {
+    explicit Table(const std::optional<QByteArray>& content) {
+        tavix::ResetVariableDefinition();
+        tavix::Var().StringTableFileName = "\\Table.txt";
+        if (content) Write("Table.txt", *content);
+    }
 };
 
-TEST(IniRead, AcceptsOrStopsWithItsLogLine) {
-    const struct {
-        const char* what;
-        const char* key;                // key to change; nullptr: delete the whole file
-        const char* value;              // new value; nullptr: remove the key's line
-        const char* failsAt = nullptr;  // "SECTION,KEY" of the log line; nullptr: reads
-        int error = 0;                  // error number in the log line; 0: a missing or out-of-range value
-    } cases[] = {
-        {"shipped file reads", "JPEGQTY", "90"},
-        {"missing file: APPNAME passed over", nullptr, nullptr, "CAMERA,CAMERAFILTERNAME"},
-        {"JPEGQTY above range", "JPEGQTY", "101", "FILE,JPEGQTY"},
-        {"JPEGQTY overflows the byte", "JPEGQTY", "300", "FILE,JPEGQTY", 6},
-        {"colour that is no number", "SCALECOLOR", "red", "MEASURE,SCALECOLOR", 13},
-        {"empty key counts as missing, named with its blank", "TEMPBITMAPFILE", "", "CAMERA,TEMPBITMAPFILE "},
-        {"missing key", "2POINTCOMMANDMODE", nullptr, "MEASURE,2POINTCOMMANDMODE"},
+QByteArray Records(int count) {
+    QByteArray text;
+    for (int i = 0; i < count; ++i) text += QByteArray::number(i) + ",t" + QByteArray::number(i) + "\r\n";
+    return text;
+}
+
+TEST(StringTableRead, AcceptsOrFailsWithTheErrorNumber) {
+    // What, the file (none: missing), the error number (0: read) and the text of 100 then.
+    const std::tuple<const char*, std::optional<QByteArray>, int, const char*> cases[] = {
+        {"comment and empty lines without a comma are passed over", "# texts\r\n\r\nabc\r\n100,a\r\n", 0, "a"},
+        {"LF line ends", "100,a\n200,b\n", 0, "a"},
+        {"a byte-order mark", QByteArray("\xEF\xBB\xBF") + "100,a\r\n", 0, "a"},
+        // A lone carriage return ends no line: the whole file is one record.
+        {"carriage returns only", "100,a\r200,b\r", 0, "a\r200,b"},
+        {"a CP932 lead byte at the end", "100,\x82", 0, nullptr},
+        {"a megabyte line", "100," + QByteArray(1 << 20, 'x'), 0, nullptr},
+        {"10001 records fit", Records(10001), 0, nullptr},
+        {"missing file", std::nullopt, 53, nullptr},
+        {"a record with no number", "abc,text\r\n", 13, nullptr},
+        {"the comma as first character", ",text\r\n", 13, nullptr},
+        {"NUL bytes", QByteArray("100,a\0b\r\n\0\0,\r\n", 14), 13, nullptr},
+        {"a number beyond 32 bits", "4294967296,text\r\n", 6, nullptr},
+        {"an empty file", "", 9, nullptr},
+        {"only comments", "no records here\r\n", 9, nullptr},
+        {"binary garbage", QByteArray::fromHex("89504e470d0a1a0a0000000d49484452"), 9, nullptr},
+        {"10002 records do not", Records(10002), 9, nullptr},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        Ini t;
-        if (!c.key)
-            t.box.Remove(QStringLiteral("Tavix.Ini"));
-        else if (!c.value)
-            t.box.RemoveIni(QString::fromLatin1(c.key));
-        else
-            t.box.SetIni(QString::fromLatin1(c.key), QString::fromUtf8(c.value));
-        EXPECT_EQ(tavix::GetIniFileData(), !c.failsAt);
-        QStringList log;
-        if (c.failsAt) {
-            const QString where = QStringLiteral("[Section]=%1,[Key]=%2")
-                                      .arg(QString::fromLatin1(c.failsAt).section(QLatin1Char(','), 0, 0),
-                                           QString::fromLatin1(c.failsAt).section(QLatin1Char(','), 1));
-            log << (c.error ? QStringLiteral("GetIniFileData  Error.(%1)").arg(c.error) + where
-                            : QStringLiteral("GetIniFileData GetPrivateProfileString Error ") + where);
+    for (const auto& [what, content, error, text100] : cases) {
+        SCOPED_TRACE(what);
+        Table t(content);
+        EXPECT_EQ(tavix::ReadStringTableData(), error == 0);
+        const QString failed = QString("ReadStringTableData Error.(%1)").arg(error);
+        EXPECT_EQ(t.LogTexts(), error ? QStringList{failed} : QStringList());
+        if (!text100) continue;
+        EXPECT_EQ(GST(100), QString::fromUtf8(text100));
+    }
+}
+
+TEST(StringTableLookup, TextsAndReplacements) {
+    Table t(
+        "100,a,b\r\n101, text\r\n102,first\r\n102,second\r\n11135,Circle @\r\n103,@ and @\r\n"
+        "104,no marker\r\n105,\r\n 106 ,blanks round the number\r\n");
+    EXPECT_EQ(GST(100), QString());  // before reading: a trapped error
+    EXPECT_EQ(t.LogTexts(), QStringList{"GST Error.(9)"});
+    ASSERT_TRUE(tavix::ReadStringTableData());
+    const std::pair<QString, const char*> cases[] = {
+        {GST(100), "a,b"},                      // further commas belong to the text
+        {GST(101), " text"},                    // so does the blank after the comma
+        {GST(102), "first"},                    // the earlier of two records wins
+        {GST(99999), ""},                       // an unknown number
+        {GST(11135, 2), "Circle 2"},            // replacement by a number
+        {GST(11135, 2.5), "Circle 2.5"},        // by a fraction
+        {GST(11135), "Circle @"},               // no replacement keeps the marker
+        {GST(103, "x"), "x and x"},             // every marker is replaced
+        {GST(104, "x"), "no marker"},           // without a marker it has no effect
+        {GST(105), ""},                         // an empty text
+        {GST(106), "blanks round the number"},  // blanks round the number
+    };
+    for (const auto& [got, want] : cases) EXPECT_EQ(got.toStdString(), want);
+    EXPECT_EQ(t.LogTexts().size(), 1);
+}
+
+// Number -> text of a table read as the program reads it.
+std::map<int, QString> Texts(const char* language) {
+    Sandbox box(language);
+    tavix::ResetVariableDefinition();
+    EXPECT_TRUE(tavix::GetIniFileData() && tavix::ReadStringTableData() && box.LogTexts().isEmpty()) << language;
+    std::map<int, QString> texts;
+    for (const auto& r : tavix::Var().StringTable) texts.emplace(r.Id, r.Text);
+    return texts;
+}
+
+TEST(Deployment, BothLanguagesHaveEveryTextInTheSameShape) {
+    const auto ja = Texts("ja"), en = Texts("en");
+    ASSERT_EQ(ja.size(), en.size());
+    for (const auto& [number, text] : ja) {
+        const QString other = en.count(number) ? en.at(number) : QString();
+        // A value goes where the marker is; a file dialog filter is pairs of description and pattern.
+        EXPECT_FALSE(text.isEmpty() || other.isEmpty()) << number;
+        EXPECT_EQ(text.count('@'), other.count('@')) << number;
+        for (const QString& t : {text, other}) {
+            const QStringList parts = t.split('|');
+            EXPECT_TRUE(parts.size() == 1 || parts.size() % 2 == 0) << number;
+            for (int i = 1; i < parts.size(); i += 2) EXPECT_TRUE(parts[i].startsWith("*.")) << number;
         }
-        EXPECT_EQ(t.box.LogTexts(), log);
+    }
+    // Every number the sources ask for by its literal is there.
+    const QRegularExpression call("GST\\((\\d+)");
+    for (const char* folder : {"app", "camera", "frame", "measure", "platform", "view"}) {
+        QDirIterator it(QString(TAVIX_SOURCE_DIR "/") + folder, {"*.cpp"});
+        while (it.hasNext()) {
+            const QString source = QString::fromUtf8(testing_support::ReadFile(it.next()));
+            for (const auto& m : call.globalMatch(source))
+                EXPECT_TRUE(ja.count(m.captured(1).toInt()))
+                    << it.fileName().toStdString() << " " << m.captured(1).toStdString();
+        }
     }
 }
 
-TEST(IniValues, ConvertedAsTheirType) {
-    const struct {
-        const char* key;
-        const char* text;
-        std::function<bool()> holds;
-    } cases[] = {
-        {"SCALEX", "1.5mm", [] { return Var().ScaleX == 1.5; }},
-        {"SCALEY", "abc", [] { return Var().ScaleY == 0.0; }},
-        {"SCALEX", " 2.5e1 ", [] { return Var().ScaleX == 25.0; }},
-        {"CROSSLINECOLOR", "&HFF", [] { return Var().CrossLineColor == 255u; }},
-        {"MEASURELINECOLOR2", "-1", [] { return Var().MeasureLineColor[2] == 0xFFFFFFFFu; }},
-        {"JPEGQTY", "49.5", [] { return Var().JpegQty == 50; }},  // half to even
-        {"DEFAULTSCALE", " 7 ", [] { return Var().DefaultScale == 7; }},
-        {"GRPFILENAME", "  cam one.grf  ", [] { return Var().GrfFileName == QLatin1String("cam one.grf"); }},
+TEST(GuidanceFile, RecordsAndTheirFailures) {
+    // What, the file, the error number in the log (0: read), and a number with its two lines then.
+    const std::tuple<const char*, QByteArray, int, int, const char*> cases[] = {
+        {"quoted items keep commas", "30,\"Click, then drag\",\"Right button: back\"\r\n", 0, 30,
+         "Click, then drag|Right button: back"},
+        {"blanks before items do not count", "  31 ,  plain text  ,\t\"b\"\r\n", 0, 31, "plain text|b"},
+        {"what stands between a closing quote and the comma is dropped", "7,\"a\" junk ,\"b\"\r\n", 0, 7, "a|b"},
+        {"an unclosed quote runs to the end of the file", "8,\"a\",\"open", 0, 8, "a|open"},
+        {"the last record of a number wins", "5,\"a\",\"b\"\r\n5,\"c\",\"d\"\r\n", 0, 5, "c|d"},
+        {"a record may go on over the next line", "6,\"a\"\r\n\"b\"\r\n7,\"c\",\"d\"", 0, 6, "a|b"},
+        {"a comma before the line end leaves an empty item", "6,\"a\",\r\n7,c,d", 0, 6, "a|"},
+        {"empty lines between records and at the end", "\r\n8,\"x\",\"y\"\r\n\r\n\r\n", 0, 8, "x|y"},
+        {"CP932 text", "9,\"\x8c\x76\x91\xaa\",\"\"\r\n", 0, 9, "計測|"},
+        {"a number with no record is empty", "1,\"a\",\"b\"\r\n", 0, 2, "|"},
+        {"number 0 and 100 are the ends of the table", "0,a,b\r\n100,c,d\r\n", 0, 100, "c|d"},
+        {"101 is outside the table", "101,\"a\",\"b\"\r\n", 9, 0, ""},
+        {"-1 is outside the table", "-1,\"a\",\"b\"\r\n", 9, 0, ""},
+        {"a first item that is no number", "abc,\"a\",\"b\"\r\n", 13, 0, ""},
+        {"a record cut off by the end of the file", "1,\"a\",\"b\"\r\n2,\"c\"\r\n", 62, 0, ""},
+        {"an empty file is an empty table", "", 0, 0, "|"},
     };
-    for (const auto& c : cases) {
-        Ini t;
-        t.box.SetIni(QString::fromLatin1(c.key), QString::fromUtf8(c.text));
-        EXPECT_TRUE(tavix::GetIniFileData()) << c.key << "=" << c.text;
-        EXPECT_TRUE(c.holds()) << c.key << "=" << c.text;
+    for (const auto& [what, file, error, number, lines] : cases) {
+        SCOPED_TRACE(what);
+        Sandbox box;
+        tavix::ResetVariableDefinition();
+        Var().GuidanceFileName = "\\Guidance.txt";
+        Var().GuidanceTable[number][0] = "left from before";
+        box.Write("Guidance.txt", file);
+        EXPECT_EQ(tavix::ReadGuidanceData(), error == 0);
+        const QStringList failed{QString("ReadGuidanceData Error.(%1)").arg(error)};
+        EXPECT_EQ(box.LogTexts(), error ? failed : QStringList());
+        if (error) continue;
+        EXPECT_EQ(Var().GuidanceTable[number][0] + '|' + Var().GuidanceTable[number][1], QString::fromUtf8(lines));
     }
-}
-
-TEST(IniWrite, ReplacesOneValueOrLogsTheFailure) {
-    Sandbox box;
-    QByteArray expected = box.Read(QStringLiteral("Tavix.Ini"));
-    // A key of blanks only has no line it could be written to.
-    EXPECT_FALSE(tavix::WriteIniFileData(QStringLiteral("FILE"), QStringLiteral("  "), QStringLiteral("5")));
-    EXPECT_EQ(box.Read(QStringLiteral("Tavix.Ini")), expected);
-    EXPECT_TRUE(tavix::WriteIniFileData(QStringLiteral("FILE"), QStringLiteral("JPEGQTY"), QStringLiteral("55")));
-    const int at = expected.indexOf("JPEGQTY=");
-    ASSERT_GE(at, 0);
-    expected.replace(at, expected.indexOf('\r', at) - at, "JPEGQTY=55");
-    EXPECT_EQ(box.Read(QStringLiteral("Tavix.Ini")), expected);
-    // A folder in the place of the file: nothing can be written there.
-    box.Remove(QStringLiteral("Tavix.Ini"));
-    ASSERT_TRUE(QDir(box.Path()).mkdir(QStringLiteral("Tavix.Ini")));
-    EXPECT_FALSE(tavix::WriteIniFileData(QStringLiteral("FILE"), QStringLiteral("JPEGQTY"), QStringLiteral("56")));
-    EXPECT_EQ(box.LogTexts(),
-              (QStringList{QStringLiteral("WriteIniFileData  Error.(5)[Section]=FILE,[Key]=  ,[Value]=5"),
-                           QStringLiteral("WriteIniFileData WritePrivateProfileString Error "
-                                          "[Section]=FILE,[Key]=JPEGQTY,[Value]=56")}));
 }
 
 }  // namespace

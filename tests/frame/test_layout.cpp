@@ -1,72 +1,66 @@
-// The window's least size and the fitting of the areas to it.
+// The window's least size and the fitting of the areas to it, shutting command areas off and on,
+// and the guidance over the comment lines.
 #include <QCoreApplication>
+#include <QLineEdit>
 #include <functional>
 #include <gtest/gtest.h>
 
 #include "App.h"
+#include "CommandArea.h"
 #include "CommonModule.h"
+#include "Guidance.h"
 #include "StartedMain.h"
 #include "Startup.h"
 
 using tavix::frmMain;
+using tavix::Var;
+using testing_support::StartedMain;
 
 namespace {
 
-using Started = testing_support::StartedMain;
-
 TEST(Layout, TooSmallSnapsBackHeightFirstThenWidth) {
-    Started s(3);
+    StartedMain s(3);
     frmMain& f = s.f;
     int resizes = 0;
-    auto inner = f.OnResize;
-    f.OnResize = [&] {
-        ++resizes;
-        inner();
-    };
+    f.OnResize = [&, inner = f.OnResize] { ++resizes, inner(); };
+    // Each correction fires the event once more.
     f.SetHeight(5000);
-    EXPECT_EQ(f.Height(), 8100);
-    EXPECT_EQ(resizes, 2) << "the correction fires the event once more";
+    EXPECT_EQ((std::tuple{f.Height(), resizes}), (std::tuple{8100.0, 2}));
     resizes = 0;
     f.SetWidth(9000);
-    EXPECT_EQ(f.Width(), 14565);
-    EXPECT_EQ(resizes, 2);
+    EXPECT_EQ((std::tuple{f.Width(), resizes}), (std::tuple{14565.0, 2}));
     // Both too small: the height is put right first, the width by the event that follows.
-    resizes = 0;
     f.SetWidth(15000);
     resizes = 0;
     f.resize(300, 200);
     QCoreApplication::processEvents();
-    EXPECT_GE(f.Height(), 8100);
-    EXPECT_GE(f.Width(), 14565);
-    EXPECT_EQ(resizes, 3);
+    EXPECT_EQ((std::tuple{f.Height() >= 8100, f.Width() >= 14565, resizes}), (std::tuple{true, true, 3}));
 }
 
-struct FitCase {
-    int16_t type;
-    double width, height;
-};
+// The view takes what the measure panel leaves, the exit button keeps to the right, the comment
+// lines keep their size and the grid grows one to one with the window.
+void ExpectFitted(const frmMain& f) {
+    const bool measure = tavix::IsMeasureVariant(tavix::Var().ProgramType);
+    const double width = f.ScaleWidth(), panel = measure ? f.picMeasureCommandArea->Width() : 0;
+    EXPECT_EQ((std::tuple{f.picViewArea->Left() + f.picViewArea->Width(), f.picViewArea->Width(),
+                          f.picViewCommandArea->Width(), f.cmdExit->Left(), f.txtComment[0]->Width()}),
+              (std::tuple{width, width - panel, width, width - 900, 6195.0}));
+    if (!measure) return;
+    EXPECT_EQ((std::tuple{f.grdResult->Height(), f.grdResult->Top(), f.picCrossLineV[1]->Height(),
+                          f.picCrossLineH[0]->Width()}),
+              (std::tuple{f.picMeasureCommandArea->Height() - 5640, 5520.0, f.picViewArea->ScaleHeight(),
+                          f.picViewArea->ScaleWidth()}));
+}
 
 TEST(Layout, AreasFollowTheWindow) {
-    const FitCase cases[] = {{0, 18000, 12000}, {3, 14565, 8100}, {1, 20000, 9000}, {2, 16000, 10000}};
-    for (const FitCase& c : cases) {
-        Started s(c.type);
-        frmMain& f = s.f;
-        f.SetWidth(c.width);
-        f.SetHeight(c.height);
-        const bool measure = tavix::IsMeasureVariant(c.type);
-        const double panel = measure ? f.picMeasureCommandArea->Width() : 0;
-        EXPECT_DOUBLE_EQ(f.picViewArea->Width(), f.ScaleWidth() - panel) << c.type;
-        EXPECT_DOUBLE_EQ(f.picViewArea->Left() + f.picViewArea->Width(), f.ScaleWidth()) << c.type;
-        EXPECT_DOUBLE_EQ(f.cmdExit->Left(), f.picViewCommandArea->Width() - 900) << c.type;
-        EXPECT_DOUBLE_EQ(f.picViewCommandArea->Width(), f.ScaleWidth()) << c.type;
-        EXPECT_DOUBLE_EQ(f.txtComment[0]->Width(), 6195) << "the comment lines keep their size";
-        if (measure) {
-            // The grid grows one to one with the window; its top stays.
-            EXPECT_DOUBLE_EQ(f.grdResult->Height(), f.picMeasureCommandArea->Height() - 5640) << c.type;
-            EXPECT_DOUBLE_EQ(f.grdResult->Top(), 5520);
-            EXPECT_DOUBLE_EQ(f.picCrossLineV[1]->Height(), f.picViewArea->ScaleHeight());
-            EXPECT_DOUBLE_EQ(f.picCrossLineH[0]->Width(), f.picViewArea->ScaleWidth());
-        }
+    // The variant and the window's width and height.
+    for (const auto& [type, width, height] :
+         {std::tuple{0, 18000, 12000}, {3, 14565, 8100}, {1, 20000, 9000}, {2, 16000, 10000}}) {
+        SCOPED_TRACE(type);
+        StartedMain s(type);
+        s.f.SetWidth(width);
+        s.f.SetHeight(height);
+        ExpectFitted(s.f);
     }
 }
 
@@ -79,46 +73,89 @@ bool RepaintedAfter(frmMain& f, const std::function<void()>& change) {
     return !shown.isNull() && shown.pixel(2, 2) == testing_support::kQuarterColors[0];
 }
 
-TEST(Layout, MinimizedDoesNothingAndTheStillIsRepaintedOtherwise) {
-    Started s(2);
+TEST(Layout, MinimizedDoesNothingMaximizedFitsAndRestoredSnapsBack) {
+    StartedMain s(3);
     frmMain& f = s.f;
     f.picTempView->SetPicture(testing_support::QuarterPicture(40, 30));
     EXPECT_TRUE(RepaintedAfter(f, [&] { f.SetWidth(16000); }));
     EXPECT_FALSE(RepaintedAfter(f, [&] { f.SetWindowState(1); }));
-}
-
-TEST(Layout, MaximizedKeepsItsSizeOnASmallScreenAndRestoringLaysOutAgain) {
-    Started s(3);
-    frmMain& f = s.f;
-    f.picTempView->SetPicture(testing_support::QuarterPicture(40, 30));
     EXPECT_TRUE(RepaintedAfter(f, [&] { f.SetWindowState(2); }));
     ASSERT_EQ(f.WindowState(), 2);
-    // The headless screen is 800 pixels wide, below the least width.
-    EXPECT_LT(f.Width(), 14565);
-    EXPECT_DOUBLE_EQ(f.picViewArea->Width(), f.ScaleWidth() - f.picMeasureCommandArea->Width());
-    EXPECT_DOUBLE_EQ(f.grdResult->Height(), f.picMeasureCommandArea->Height() - 5640);
+    EXPECT_LT(f.Width(), 14565);  // the headless screen is 800 pixels wide, below the least width
+    ExpectFitted(f);
     f.SetWindowState(0);
     QCoreApplication::processEvents();
-    EXPECT_GE(f.Height(), 8100);
-    EXPECT_GE(f.Width(), 14565);
-    EXPECT_DOUBLE_EQ(f.grdResult->Height(), f.picMeasureCommandArea->Height() - 5640);
+    EXPECT_EQ((std::tuple{f.Height() >= 8100, f.Width() >= 14565}), (std::tuple{true, true}));
+    ExpectFitted(f);
 }
 
 TEST(Layout, AnErrorEndsTheProgram) {
-    Started s(2);
-    frmMain& f = s.f;
+    StartedMain s(2);
     tavix::Var().ZoomFactor = -1;  // the still cannot take a negative size
-    const QByteArray ini = s.box.Read(QStringLiteral("Tavix.Ini"));
+    const QByteArray ini = s.box.Read("Tavix.Ini");
     s.host.AnswerMsgBox(vb::vbOK);
-    f.SetWidth(17000);
+    s.f.SetWidth(17000);
     tavix::Var().ZoomFactor = 1;
-    EXPECT_EQ(s.host.Ends, 1);
-    ASSERT_EQ(s.host.Boxes.size(), 1u);
-    EXPECT_EQ(s.host.Boxes[0].Prompt, tavix::FatalText);
-    EXPECT_EQ(s.host.Boxes[0].Title, vb::App::Title());
-    EXPECT_EQ(s.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbCritical);
-    EXPECT_EQ(s.box.LogTexts().last(), QStringLiteral("frmMain:Form_Resize Error.(380)"));
-    EXPECT_EQ(s.box.Read(QStringLiteral("Tavix.Ini")), ini);
+    EXPECT_EQ(s.host.Boxes, (std::vector<testing_support::RecordedBox>{
+                                {tavix::FatalText, vb::vbOKOnly | vb::vbCritical, vb::App::Title()}}));
+    EXPECT_EQ((std::tuple{s.host.Ends, s.box.LogTexts().last(), s.box.Read("Tavix.Ini")}),
+              (std::tuple{1, "frmMain:Form_Resize Error.(380)", ini}));
+}
+
+TEST(CommandArea, TheStripFollowsTheViewAndPassesOverLinesAndTimers) {
+    StartedMain s(0);
+    frmMain& f = s.f;
+    // The adjust button belongs to the live view, saving results to the still view.
+    for (const auto mode : {tavix::ViewMode::Still, tavix::ViewMode::Live}) {
+        const bool still = mode == tavix::ViewMode::Still;
+        f.ViewMode = mode;
+        tavix::DisableCommandArea(f, *f.picViewCommandArea, true);
+        f.chkMeasureSave->SetEnabled(true);
+        tavix::EnableCommandArea(f, *f.picViewCommandArea);
+        EXPECT_EQ((std::tuple{f.cmdPicLoad->Enabled(), f.cmdPinProp->Enabled(), f.chkMeasureSave->Enabled()}),
+                  (std::tuple{true, !still, still}));
+    }
+    // The panel's lines have no Enabled and the blink timer lies in no area.
+    tavix::DisableCommandArea(f, *f.picMeasureCommandArea, true);
+    EXPECT_EQ((std::tuple{f.Line1_0->Visible(), f.tmrLiveIcon->Enabled()}), (std::tuple{true, true}));
+}
+
+TEST(Guidance, ShownReadOnlyOverADisabledStripAndTheCommentComesBack) {
+    StartedMain s(3);
+    frmMain& f = s.f;
+    Var().GuidanceTable[34] = {"circle 1", "circle 1b"};
+    Var().GuidanceTable[35] = {"circle 2", "circle 2b"};
+    Var().GuidanceTable[2] = {"recording", "recording b"};
+    Var().GuidanceTable[77] = {};
+    f.txtComment[0]->SetText("sample 12");
+    f.txtComment[1]->SetText("stained");
+    tavix::DisableCommandArea(f, *f.picViewCommandArea, false);
+    // Each line's text, then L when locked, E when enabled, and F or W for the face or window colour.
+    const auto shown = [&] {
+        QString text;
+        for (const vb::TextBox* t : f.txtComment)
+            text += QString("%1/%2%3%4 ")
+                        .arg(t->Text(), t->Locked() ? "L" : "", t->Enabled() ? "E" : "",
+                             t->BackColor() == vb::vbButtonFace         ? "F"
+                             : t->BackColor() == vb::vbWindowBackground ? "W"
+                                                                        : "?");
+        return text;
+    };
+    // The guidance shown (-1: hidden), a second line given instead of the table's, and what the lines then show.
+    const std::tuple<int16_t, const char*, const char*> steps[] = {
+        {34, nullptr, "circle 1/LEF circle 1b/LEF "},  // readable, not greyed, while the strip is off
+        {35, nullptr, "circle 2/LEF circle 2b/LEF "},  // the comment saved by the first call is kept
+        {2, "12 s", "recording/LEF 12 s/LEF "},
+        {77, nullptr, "/LEF /LEF "},                // a number without guidance shows empty lines
+        {-1, nullptr, "sample 12/EW stained/EW "},  // hiding leaves Enabled to the caller
+        {-1, nullptr, "sample 12/EW stained/EW "},  // with nothing showing, hiding changes nothing
+    };
+    for (const auto& [number, second, shows] : steps) {
+        if (number < 0) tavix::HideGuidance(f);
+        if (number >= 0 && second) tavix::DispGuidance(f, number, second);
+        if (number >= 0 && !second) tavix::DispGuidance(f, number);
+        EXPECT_EQ(shown(), shows);
+    }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 // a read past a buffer counts as a crash too. The seed is fixed, so a failure comes back.
 #include <QBuffer>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QImage>
 #include <functional>
 #include <gtest/gtest.h>
@@ -12,14 +11,12 @@
 #include "CommonModule.h"
 #include "Graph.h"
 #include "Guidance.h"
-#include "Ini.h"
 #include "IniConfig.h"
 #include "JpegFrames.h"
 #include "Pictures.h"
 #include "Proof.h"
 #include "Sandbox.h"
 #include "TextFile.h"
-#include "VariableDefinition.h"
 
 namespace {
 
@@ -29,36 +26,26 @@ const QByteArray kTokens[] = {"\r\n", "\n", "\r", ",", "\"", "=", "[", "]", ";",
                               "control.", "width=", "rate=1/0", "BM", "\xFF\xD8\xFF"};
 // clang-format on
 
-class Mutator {
-public:
-    explicit Mutator(std::vector<QByteArray> seeds) : seeds_(std::move(seeds)) {}
-    QByteArray Next() {
-        QByteArray b = seeds_[Pick(seeds_.size())];
-        for (size_t n = 1 + Pick(4); n > 0; --n) Mutate(b);
-        return b;
-    }
-
-private:
-    size_t Pick(size_t below) { return below == 0 ? 0 : std::uniform_int_distribution<size_t>(0, below - 1)(rng_); }
-    void Mutate(QByteArray& b) {
-        const qsizetype at = static_cast<qsizetype>(Pick(static_cast<size_t>(b.size()) + 1));
-        const qsizetype span = std::min<qsizetype>(b.size() - at, static_cast<qsizetype>(1 + Pick(64)));
-        switch (Pick(6)) {
-        case 0:  // flip a byte
-            if (at < b.size()) b[at] = static_cast<char>(b[at] ^ (1 << Pick(8)));
+// One of the seeds with one to four mutations: a flipped bit, a byte of any value, a span cut
+// out, doubled or cut off, or a token the readers split on.
+QByteArray Mutated(const std::vector<QByteArray>& seeds, std::mt19937& rng) {
+    const auto pick = [&](size_t below) { return std::uniform_int_distribution<size_t>(0, below - 1)(rng); };
+    QByteArray b = seeds[pick(seeds.size())];
+    for (size_t n = 1 + pick(4); n > 0; --n) {
+        const qsizetype at = pick(b.size() + 1), span = std::min<qsizetype>(b.size() - at, 1 + pick(64));
+        switch (pick(6)) {
+        case 0:
+            if (at < b.size()) b[at] = static_cast<char>(b[at] ^ (1 << pick(8)));
             break;
-        case 1:  // a byte of any value
-            b.insert(at, static_cast<char>(Pick(256)));
-            break;
+        case 1: b.insert(at, static_cast<char>(pick(256))); break;
         case 2: b.remove(at, span); break;
         case 3: b.insert(at, b.mid(at, span)); break;
         case 4: b.truncate(at); break;
-        default: b.insert(at, kTokens[Pick(std::size(kTokens))]);
+        default: b.insert(at, kTokens[pick(std::size(kTokens))]);
         }
     }
-    std::vector<QByteArray> seeds_;
-    std::mt19937 rng_{20261125};
-};
+    return b;
+}
 
 QByteArray Encoded(const char* format) {
     QImage image(37, 21, QImage::Format_RGB32);
@@ -69,14 +56,6 @@ QByteArray Encoded(const char* format) {
     image.save(&buffer, format);
     return bytes;
 }
-
-struct Reader {
-    const char* what;
-    const char* file;  // in the sandbox, replaced by each mutation
-    int rounds;
-    std::function<bool(const QString& path)> read;  // true when the file was taken
-    std::vector<QByteArray> extraSeeds = {};
-};
 
 TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
     testing_support::Sandbox box;
@@ -89,12 +68,16 @@ TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
         tavix::cam::GraphFileStore store;
         return vb::Trap([&] { store.LoadGraphFile(graph, path); }) == 0;
     };
+    // What, the file in the sandbox each mutation replaces, the rounds, the reader (true when it
+    // took the file) and seeds besides the shipped file.
+    using Reader =
+        std::tuple<const char*, const char*, int, std::function<bool(const QString&)>, std::vector<QByteArray>>;
     // clang-format off
     const Reader readers[] = {
-        {"ini", "Tavix.Ini", 3000, [](const QString&) { return tavix::GetIniFileData(); }},
-        {"string table", "StringTable.txt", 3000, [](const QString&) { return tavix::ReadStringTableData(); }},
-        {"guidance", "Guidance.txt", 3000, [](const QString&) { return tavix::ReadGuidanceData(); }},
-        {"calibrations", "Proof.txt", 3000, [](const QString&) { return tavix::ReadProofData(); }},
+        {"ini", "Tavix.Ini", 3000, [](const QString&) { return tavix::GetIniFileData(); }, {}},
+        {"string table", "StringTable.txt", 3000, [](const QString&) { return tavix::ReadStringTableData(); }, {}},
+        {"guidance", "Guidance.txt", 3000, [](const QString&) { return tavix::ReadGuidanceData(); }, {}},
+        {"calibrations", "Proof.txt", 3000, [](const QString&) { return tavix::ReadProofData(); }, {}},
         // A comment file takes any bytes; only a crash would be wrong.
         {"comment", "p.txt", 3000, [](const QString& p) { return vb::Trap([&] { vb::ReadTextLines(p); }) == 0; },
          {"first line\r\nsecond\r\n", "\x82\xB1\x82\xF1\r\n\r\n"}},
@@ -102,8 +85,7 @@ TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
          {Encoded("BMP"), Encoded("JPEG"), Encoded("PNG")}},
         {"graph file", "Tavix.grf", 150, loadGraph, {graphFile}},
         {"camera frame", "f.jpg", 3000, [](const QString& p) {
-             QFile file(p);
-             const QByteArray frame = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+             const QByteArray frame = testing_support::ReadFile(p);
              return !tavix::cam::JpegFrames().Decode(reinterpret_cast<const uchar*>(frame.data()), frame.size()).isNull();
          }, {Encoded("JPEG")}},
     };
@@ -111,25 +93,24 @@ TEST(Fuzz, ReadersRefuseSpoiledFilesWithoutCrashing) {
     // The decoders' complaints about each spoiled picture are expected by the thousand.
     const QtMessageHandler previous =
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    for (const Reader& r : readers) {
-        SCOPED_TRACE(r.what);
-        std::vector<QByteArray> seeds = r.extraSeeds;
-        if (const QByteArray shipped = box.Read(QString::fromLatin1(r.file)); !shipped.isEmpty())
-            seeds.push_back(shipped);
-        Mutator mutator(seeds);
+    for (const auto& [what, file, rounds, read, extraSeeds] : readers) {
+        SCOPED_TRACE(what);
+        std::vector<QByteArray> seeds = extraSeeds;
+        if (const QByteArray shipped = box.Read(file); !shipped.isEmpty()) seeds.push_back(shipped);
+        std::mt19937 rng{20261125};
         int refused = 0;
-        const QString path = box.File(QString::fromLatin1(r.file));
+        const QString path = box.File(file);
         QElapsedTimer clock;
         clock.start();
         // Bounded by rounds and by time, so a slow machine ends too.
-        for (int i = 0; i < r.rounds && clock.elapsed() < 20000; ++i) {
-            box.Write(QString::fromLatin1(r.file), mutator.Next());
-            refused += !r.read(path);
+        for (int i = 0; i < rounds && clock.elapsed() < 20000; ++i) {
+            box.Write(file, Mutated(seeds, rng));
+            refused += !read(path);
         }
         // The mutations reached the refusals, and a reader that refused is not left broken.
-        EXPECT_TRUE(refused > 0 || std::string(r.what) == "comment");
-        box.Write(QString::fromLatin1(r.file), seeds.back());
-        EXPECT_TRUE(r.read(path));
+        EXPECT_TRUE(refused > 0 || std::string(what) == "comment");
+        box.Write(file, seeds.back());
+        EXPECT_TRUE(read(path));
     }
     qInstallMessageHandler(previous);
 }

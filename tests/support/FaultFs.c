@@ -33,7 +33,10 @@ void faultfs_disarm(void) { armed = FaultNone; }
 
 int faultfs_hits(void) { return hits; }
 
-static void* next(const char* name) { return dlsym(RTLD_NEXT, name); }
+// The C library's own function of that name, looked up once.
+#define REAL(name)                 \
+    static __typeof__(name)* real; \
+    if (!real) real = (__typeof__(name)*)dlsym(RTLD_NEXT, #name)
 
 static int path_matches(const char* path) { return path && part[0] && strstr(path, part) != NULL; }
 
@@ -53,8 +56,7 @@ static int fail(void) {
 }
 
 ssize_t write(int fd, const void* buf, size_t n) {
-    static ssize_t (*real)(int, const void*, size_t);
-    if (!real) real = (ssize_t(*)(int, const void*, size_t))next("write");
+    REAL(write);
     if (armed == FaultWrite && fd_matches(fd)) {
         pthread_mutex_lock(&lock);
         const long long left = budget - used;
@@ -71,29 +73,26 @@ ssize_t write(int fd, const void* buf, size_t n) {
 }
 
 int fsync(int fd) {
-    static int (*real)(int);
-    if (!real) real = (int (*)(int))next("fsync");
+    REAL(fsync);
     if (armed == FaultFsync && fd_matches(fd)) return fail();
     return real(fd);
 }
 
 int close(int fd) {
-    static int (*real)(int);
-    if (!real) real = (int (*)(int))next("close");
+    REAL(close);
     const int matching = armed == FaultClose && fd_matches(fd);
     const int r = real(fd);
     return matching && r == 0 ? fail() : r;
 }
 
 int rename(const char* from, const char* to) {
-    static int (*real)(const char*, const char*);
-    if (!real) real = (int (*)(const char*, const char*))next("rename");
+    REAL(rename);
     if (armed == FaultRename && (path_matches(from) || path_matches(to))) return fail();
     return real(from, to);
 }
 
 static int open_with(const char* name, const char* path, int flags, mode_t mode) {
     if (armed == FaultOpen && path_matches(path)) return fail();
-    int (*real)(const char*, int, ...) = (int (*)(const char*, int, ...))next(name);
+    int (*real)(const char*, int, ...) = (int (*)(const char*, int, ...))dlsym(RTLD_NEXT, name);
     return real(path, flags, mode);
 }

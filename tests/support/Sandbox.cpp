@@ -1,9 +1,7 @@
 #include "Sandbox.h"
 
 #include <QDir>
-#include <QFile>
 #include <QRegularExpression>
-#include <gtest/gtest.h>
 #include <algorithm>
 #include <optional>
 
@@ -34,15 +32,13 @@ Sandbox::Sandbox(const QString& deployment) : previousPath_(vb::App::Path()) {
 Sandbox::~Sandbox() { vb::App::SetPath(previousPath_); }
 
 QStringList Sandbox::LogTexts() const {
-    QStringList texts;
     static const QRegularExpression stamp(QStringLiteral("^\\d{4}/\\d{2}/\\d{2} \\d{2}:\\d{2}:\\d{2} "));
-    for (const QByteArray& raw : Read(QStringLiteral("Error.Log")).split('\n')) {
-        QString line = QString::fromUtf8(raw);
-        if (line.endsWith(QLatin1Char('\r'))) line.chop(1);
-        if (line.isEmpty()) continue;
-        const auto m = stamp.match(line);
-        EXPECT_TRUE(m.hasMatch()) << "log line without its time: " << line.toStdString();
-        texts << line.mid(m.capturedLength());
+    QStringList texts =
+        QString::fromUtf8(Read(QStringLiteral("Error.Log"))).split(QRegularExpression(QStringLiteral("\r?\n")));
+    texts.removeAll(QString());
+    for (QString& line : texts) {
+        EXPECT_TRUE(line.contains(stamp)) << "log line without its time: " << line.toStdString();
+        line.remove(stamp);
     }
     return texts;
 }

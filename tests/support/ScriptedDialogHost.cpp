@@ -7,6 +7,28 @@
 
 namespace testing_support {
 
+namespace {
+// The next scripted answer; none, and a failed test, when nobody expected the dialog.
+template <class T>
+std::optional<T> Next(std::deque<T>& answers, const std::string& what) {
+    if (answers.empty()) {
+        ADD_FAILURE() << "unexpected " << what;
+        return std::nullopt;
+    }
+    T answer = std::move(answers.front());
+    answers.pop_front();
+    return answer;
+}
+
+// The dialog's value set from the next scripted answer; false for Cancel.
+template <class T, class U>
+bool Answered(std::deque<std::optional<T>>& answers, U& into, const char* what) {
+    const std::optional<T> answer = Next(answers, what + std::string(" dialog")).value_or(std::nullopt);
+    if (answer) into = *answer;
+    return answer.has_value();
+}
+}  // namespace
+
 ScriptedDialogHost::ScriptedDialogHost() : previous_(&vb::Host()) { vb::SetHost(this); }
 
 ScriptedDialogHost::~ScriptedDialogHost() {
@@ -19,54 +41,16 @@ ScriptedDialogHost::~ScriptedDialogHost() {
 
 int ScriptedDialogHost::MsgBox(const QString& prompt, int buttons, const QString& title, QWidget*) {
     Boxes.push_back({prompt, buttons, title});
-    if (msgAnswers_.empty()) {
-        ADD_FAILURE() << "unexpected message box: \"" << prompt.toStdString() << "\" titled \"" << title.toStdString()
-                      << "\"";
-        return vb::vbOK;
-    }
-    const int answer = msgAnswers_.front();
-    msgAnswers_.pop_front();
-    return answer;
+    const std::string what = "message box: \"" + prompt.toStdString() + "\" titled \"" + title.toStdString() + "\"";
+    return Next(msgAnswers_, what).value_or(vb::vbOK);
 }
 
-namespace {
-bool FileAnswer(std::deque<std::optional<QString>>& answers, vb::CommonDialog& dlg, const char* what) {
-    if (answers.empty()) {
-        ADD_FAILURE() << "unexpected " << what << " dialog";
-        return false;
-    }
-    const std::optional<QString> answer = answers.front();
-    answers.pop_front();
-    if (!answer) return false;
-    dlg.FileName = *answer;
-    return true;
-}
-}  // namespace
-
-bool ScriptedDialogHost::ShowOpen(vb::CommonDialog& dlg, QWidget*) { return FileAnswer(fileAnswers_, dlg, "open"); }
-
-bool ScriptedDialogHost::ShowSave(vb::CommonDialog& dlg, QWidget*) { return FileAnswer(fileAnswers_, dlg, "save"); }
-
-bool ScriptedDialogHost::ShowColor(vb::CommonDialog& dlg, QWidget*) {
-    if (colorAnswers_.empty()) {
-        ADD_FAILURE() << "unexpected colour dialog";
-        return false;
-    }
-    const std::optional<uint32_t> answer = colorAnswers_.front();
-    colorAnswers_.pop_front();
-    if (!answer) return false;
-    dlg.Color = *answer;
-    return true;
-}
+bool ScriptedDialogHost::ShowOpen(vb::CommonDialog& d, QWidget*) { return Answered(fileAnswers_, d.FileName, "open"); }
+bool ScriptedDialogHost::ShowSave(vb::CommonDialog& d, QWidget*) { return Answered(fileAnswers_, d.FileName, "save"); }
+bool ScriptedDialogHost::ShowColor(vb::CommonDialog& d, QWidget*) { return Answered(colorAnswers_, d.Color, "colour"); }
 
 void ScriptedDialogHost::ShowModal(vb::Form& form, QWidget*) {
-    if (modalAnswers_.empty()) {
-        ADD_FAILURE() << "unexpected modal form " << form.Name().toStdString();
-        return;
-    }
-    const auto user = std::move(modalAnswers_.front());
-    modalAnswers_.pop_front();
-    user(form);
+    if (const auto user = Next(modalAnswers_, "modal form " + form.Name().toStdString())) (*user)(form);
 }
 
 void ScriptedDialogHost::SetBusy(bool busy) { BusyDepth += busy ? 1 : -1; }

@@ -5,6 +5,7 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <ostream>
 #include <vector>
 
 #include "DialogHost.h"
@@ -15,7 +16,11 @@ struct RecordedBox {
     QString Prompt;
     int Buttons = 0;
     QString Title;
+    bool operator==(const RecordedBox&) const = default;
 };
+inline void PrintTo(const RecordedBox& b, std::ostream* os) {
+    *os << '"' << b.Prompt.toStdString() << "\" " << b.Buttons << " \"" << b.Title.toStdString() << '"';
+}
 
 class ScriptedDialogHost : public vb::DialogHost {
 public:

@@ -45,10 +45,9 @@ QImage QuarterPicture(int width, int height) {
     QImage image(width, height, QImage::Format_RGB32);
     QPainter p(&image);
     const int hw = width / 2, hh = height / 2;
-    p.fillRect(0, 0, hw, hh, QColor::fromRgb(kQuarterColors[0]));
-    p.fillRect(hw, 0, width - hw, hh, QColor::fromRgb(kQuarterColors[1]));
-    p.fillRect(0, hh, hw, height - hh, QColor::fromRgb(kQuarterColors[2]));
-    p.fillRect(hw, hh, width - hw, height - hh, QColor::fromRgb(kQuarterColors[3]));
+    for (int q = 0; q < 4; ++q)
+        p.fillRect(q % 2 ? hw : 0, q / 2 ? hh : 0, q % 2 ? width - hw : hw, q / 2 ? height - hh : hh,
+                   QColor::fromRgb(kQuarterColors[q]));
     return image;
 }
 
