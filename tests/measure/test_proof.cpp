@@ -368,45 +368,30 @@ struct Config : testing_support::StartedMain {
     }
 };
 
-TEST(MeasureConfigDialog, OpensWithTheSettings) {
-    // shown: which option is on in the cross lines, the angle and the two-point command, then the
-    // decimals and the font size; a size not in the list shows the first.
+// The dialog opens with the settings; Cancel keeps them, OK stores them for the ini file at exit;
+// after either the window is rebuilt from them: captions, icons, colours, font, the grid's texts.
+TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuiltTheIniReadsBack) {
     const struct {
-        int16_t crossLineNum, decimals, fontSize, angleMode, twoPointMode;
-        const char* shown;
-    } cases[] = {
-        {1, 0, 10, 0, 0, "10 10 10 0 10"}, {2, 8, 20, 1, 1, "01 01 01 8 20"}, {1, 3, 13, 1, 0, "10 01 10 3 8"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.shown);
-        Config w{c.decimals == 8 ? QStringLiteral("en") : QStringLiteral("ja")};
-        tavix::VariableDefinition& v = Var();
-        std::tie(v.CrossLineNum, v.NumberOfDecimals, v.MeasureFontSize, v.AngleCommandMode, v.TwoPointCommandMode) =
-            std::tie(c.crossLineNum, c.decimals, c.fontSize, c.angleMode, c.twoPointMode);
-        for (int i = 1; i <= 3; ++i) v.MeasureLineColor[i] = 0x010101u * i;
-        v.ScaleColor = 0x80000005;
-        w.Open(
-            [&](frmMeasureConfig& d) {
-                for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), Settings::Now().colors[i]) << i;
-                QString shown;
-                for (const auto& options : {d.optCrossLineNum, d.optAngleCommand, d.opt2PointCommand})
-                    shown += QString::number(options[0]->Value()) + QString::number(options[1]->Value()) + u' ';
-                EXPECT_EQ(shown + d.cboDec->Text() + u' ' + d.cboFontSize->Text(), QLatin1String(c.shown));
-            },
-            false);
-    }
-}
-
-// Cancel keeps the settings, OK stores them for the ini file at exit; after either the window is
-// rebuilt from the settings: captions, icons and the next command, colours, font, the grid's texts.
-TEST(MeasureConfigDialog, OkStoresCancelKeepsBothRebuildTheWindowTheIniReadsBack) {
-    const struct {
+        Settings before;    // but the colours
+        const char* opens;  // which option is on in the cross lines, the angle and the two-point command,
+                            // the decimals and the font size; a size not in the list shows the first
         bool ok;
-        int16_t twoPoint, angle;
-        const char* shown;  // the distance of 3.14159 in the grid
-    } cases[] = {{false, 1, 1, "3.14"}, {true, 1, 0, "3"}, {true, 0, 1, "3"}};
+        int16_t twoPoint, angle;  // picked in the dialog
+        const char* shown;        // the distance of 3.14159 in the grid
+    } cases[] = {
+        {{{}, 1, 3, 13, 1, 0}, "10 01 10 3 8", false, 1, 1, "3.142"},
+        {{{}, 1, 0, 10, 0, 0}, "10 10 10 0 10", true, 1, 0, "3"},
+        {{{}, 2, 8, 20, 1, 1}, "01 01 01 8 20", true, 0, 1, "3"},
+    };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "OK " << c.ok << ", modes " << c.twoPoint << c.angle);
-        Config w;
+        SCOPED_TRACE(c.opens);
+        Config w{c.before.decimals == 8 ? QStringLiteral("en") : QStringLiteral("ja")};
+        tavix::VariableDefinition& s = Var();
+        std::tie(s.CrossLineNum, s.NumberOfDecimals, s.MeasureFontSize, s.AngleCommandMode, s.TwoPointCommandMode) =
+            std::tie(c.before.crossLineNum, c.before.decimals, c.before.fontSize, c.before.angleMode,
+                     c.before.twoPointMode);
+        for (int i = 1; i <= 3; ++i) s.MeasureLineColor[i] = 0x010101u * i;
+        s.ScaleColor = 0x80000005;
         tavix::frmMain& f = w.f;
         const tavix::VariableDefinition& v = Var();
         Settings want = Settings::Now();
@@ -423,6 +408,11 @@ TEST(MeasureConfigDialog, OkStoresCancelKeepsBothRebuildTheWindowTheIniReadsBack
         w.Mark();
         w.Open(
             [&](frmMeasureConfig& d) {
+                for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), want.colors[i]) << i;
+                QString opens;
+                for (const auto& options : {d.optCrossLineNum, d.optAngleCommand, d.opt2PointCommand})
+                    opens += QString::number(options[0]->Value()) + QString::number(options[1]->Value()) + u' ';
+                EXPECT_EQ(opens + d.cboDec->Text() + u' ' + d.cboFontSize->Text(), QLatin1String(c.opens));
                 for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00102030u + static_cast<uint32_t>(i));
                 w.Pick(d, 2, std::nullopt);  // the colour dialog cancelled keeps the swatch
                 EXPECT_EQ(d.lblColor[2]->BackColor(), 0x00102032u);
