@@ -4,7 +4,6 @@
 #include <QDir>
 #include <QFontMetricsF>
 #include <QLocale>
-#include <QPainter>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,7 +18,6 @@
 #include "CommandArea.h"
 #include "CommonModule.h"
 #include "Convert.h"
-#include "DialogHost.h"
 #include "MeasureCommands.h"
 #include "MeasureResults.h"
 #include "OpenImage.h"
@@ -29,7 +27,6 @@
 #include "ResultTable.h"
 #include "StartedMain.h"
 #include "StillDisplay.h"
-#include "VariableDefinition.h"
 
 using tavix::frmMain;
 using testing_support::QuarterPicture;

@@ -10,9 +10,7 @@
 
 #include "CommandArea.h"
 #include "CommonModule.h"
-#include "Convert.h"
 #include "CrossLines.h"
-#include "MeasureCommands.h"
 #include "Proof.h"
 #include "StartedMain.h"
 #include "Startup.h"
