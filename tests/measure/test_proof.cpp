@@ -52,9 +52,14 @@ std::string Shown(const testing_support::ScriptedDialogHost& host) {
     return boxes;
 }
 
-struct ProofWindow : testing_support::StartedMain {
-    explicit ProofWindow(int16_t results = 0, bool dirty = false) : StartedMain(3) {
-        f.picTempView->SetPicture(testing_support::QuarterPicture(400, 300));
+// The main window on a grey still, its results in cyan.
+struct Window : testing_support::StartedMain {
+    explicit Window(int16_t results = 0, bool dirty = false, const QString& deployment = QStringLiteral("ja"))
+        : StartedMain(3, deployment) {
+        QImage grey(400, 300, QImage::Format_RGB32);
+        grey.fill(0xFF404040);
+        f.picTempView->SetPicture(grey);
+        tavix::DispImage(f, false);
         testing_support::ResultsInCyan();
         AddResults(results);
         f.ResultDirty = dirty;
@@ -74,6 +79,37 @@ struct ProofWindow : testing_support::StartedMain {
         Click(1);
         host.AnswerModal([user](vb::Form& form) { user(dynamic_cast<frmProofConfig&>(form)); });
         Click(1, 0, apart);
+    }
+    // Presses cmdMeasureConfig; user plays the dialog and ends it with OK or Cancel.
+    void Open(std::function<void(frmMeasureConfig&)> user, bool ok) {
+        host.AnswerModal([user, ok](vb::Form& form) {
+            auto& d = dynamic_cast<frmMeasureConfig&>(form);
+            user(d);
+            (ok ? d.cmdOK : d.cmdCancel)->Click();
+            EXPECT_TRUE(d.Unloaded());
+        });
+        f.cmdMeasureConfig->Click();
+    }
+    void Ok(std::function<void(frmMeasureConfig&)> change) { Open(change, true); }
+    void Pick(frmMeasureConfig& d, int i, std::optional<uint32_t> c) {
+        host.AnswerColor(c);
+        d.lblColor[i]->OnClick();
+    }
+    void Add(tavix::CommandMode kind, double value, const QString& text) {
+        ++f.ResultCount;
+        Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, {{}, {-60, 50}, {60, 50}}, value};
+        f.grdResult->SetTextMatrix(f.ResultCount, 2, text);
+    }
+    // Marks the still so a repaint shows as its absence.
+    void Mark() { f.picStillView->LineBox(-5, -5, 5, 5, 0x000080, true); }
+    bool Marked() const {
+        const QRect r = f.picStillView->CanvasRect();
+        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF800000;
+    }
+    // Pixels of the still drawn over the grey picture.
+    int Drawn() const {
+        const QImage shown = f.picStillView->GetImage();
+        return shown.width() * shown.height() - testing_support::Pixels(shown, 0xFF404040);
     }
 };
 
@@ -151,7 +187,7 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        ProofWindow w(c.results, c.dirty);
+        Window w(c.results, c.dirty);
         const auto click = std::exchange(w.f.chkScale->OnClick, nullptr);  // checked without its dialog
         w.f.chkScale->SetValue(1);
         w.f.chkScale->OnClick = click;
@@ -175,13 +211,13 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
 
 TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
     {
-        ProofWindow w(1, true);
+        Window w(1, true);
         w.host.AnswerMsgBox(vb::vbNo);
         tavix::cmdProofConfig_Click(w.f);
         EXPECT_EQ(std::tuple(Shown(w.host), w.f.CommandMode),
                   std::tuple(Box(20060, 11060, kQuestion), tavix::CommandMode::Idle));
     }
-    ProofWindow w(1, false);  // saved: no question
+    Window w(1, false);  // saved: no question
     w.f.WorkPoints.push_back({5, 5});
     tavix::EnableCommandArea(w.f, *w.f.picMeasureCommandArea);  // as in the still view
     const auto firstPointAwaited = [&] {
@@ -246,7 +282,7 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        ProofWindow w;
+        Window w;
         w.f.cboProof->SetListIndex(5);
         Var().ProofTable[5] = {QStringLiteral("slot5"), 1, QString::fromUtf8(c.unit)};
         Var().ZoomFactor = c.zoom;
@@ -326,46 +362,6 @@ struct Settings {
     bool operator==(const Settings&) const = default;
 };
 
-struct Config : testing_support::StartedMain {
-    explicit Config(const QString& deployment = QStringLiteral("ja")) : StartedMain(3, deployment) {
-        QImage grey(400, 300, QImage::Format_RGB32);
-        grey.fill(0xFF404040);
-        f.picTempView->SetPicture(grey);
-        tavix::DispImage(f, false);
-    }
-    // Presses cmdMeasureConfig; user plays the dialog and ends it with OK or Cancel.
-    void Open(std::function<void(frmMeasureConfig&)> user, bool ok) {
-        host.AnswerModal([user, ok](vb::Form& form) {
-            auto& d = dynamic_cast<frmMeasureConfig&>(form);
-            user(d);
-            (ok ? d.cmdOK : d.cmdCancel)->Click();
-            EXPECT_TRUE(d.Unloaded());
-        });
-        f.cmdMeasureConfig->Click();
-    }
-    void Ok(std::function<void(frmMeasureConfig&)> change) { Open(change, true); }
-    void Pick(frmMeasureConfig& d, int i, std::optional<uint32_t> c) {
-        host.AnswerColor(c);
-        d.lblColor[i]->OnClick();
-    }
-    void Add(tavix::CommandMode kind, double value, const QString& text) {
-        ++f.ResultCount;
-        Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, {{}, {-60, 50}, {60, 50}}, value};
-        f.grdResult->SetTextMatrix(f.ResultCount, 2, text);
-    }
-    // Marks the still so a repaint shows as its absence.
-    void Mark() { f.picStillView->LineBox(-5, -5, 5, 5, 0x000080, true); }
-    bool Marked() const {
-        const QRect r = f.picStillView->CanvasRect();
-        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF800000;
-    }
-    // Pixels of the still drawn over the grey picture.
-    int Drawn() const {
-        const QImage shown = f.picStillView->GetImage();
-        return shown.width() * shown.height() - testing_support::Pixels(shown, 0xFF404040);
-    }
-};
-
 // The dialog opens with the settings; Cancel keeps them, OK stores them for the ini file at exit;
 // after either the window is rebuilt from them: captions, icons, colours, font, the grid's texts.
 TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuiltTheIniReadsBack) {
@@ -383,7 +379,7 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.opens);
-        Config w{c.before.decimals == 8 ? QStringLiteral("en") : QStringLiteral("ja")};
+        Window w{0, false, c.before.decimals == 8 ? QStringLiteral("en") : QStringLiteral("ja")};
         tavix::VariableDefinition& s = Var();
         std::tie(s.CrossLineNum, s.NumberOfDecimals, s.MeasureFontSize, s.AngleCommandMode, s.TwoPointCommandMode) =
             std::tie(c.before.crossLineNum, c.before.decimals, c.before.fontSize, c.before.angleMode,
@@ -456,7 +452,7 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
 TEST(MeasureConfigCrossLines, OffAfterAChangeOfNumberOnInTheNewColourOtherwise) {
     constexpr uint32_t kNew = 0x00C0FFEE;
     for (const auto& [from, to] : {std::pair<int16_t, int16_t>{1, 1}, {2, 2}, {1, 2}, {2, 1}}) {
-        Config w;
+        Window w;
         Var().CrossLineNum = from;
         w.f.chkCross->SetValue(1);
         for (int k = 0; k < from; ++k) tavix::ClickCrossLine(w.f, 1, 10.0f * (k + 1), 10.0f);
@@ -482,7 +478,7 @@ TEST(MeasureConfigCrossLines, OffAfterAChangeOfNumberOnInTheNewColourOtherwise) 
 TEST(MeasureConfigRepaint, TheStillViewRepaintsTheLiveViewRedrawsOnlyTheScale) {
     for (const int16_t viewMode : {0, 1})
         for (const bool scale : {false, true}) {
-            Config w;
+            Window w;
             w.f.chkScale->OnClick = nullptr;  // no scale dialog: only the box's state matters here
             w.f.chkScale->SetValue(scale);
             w.f.ViewMode = tavix::ViewMode(viewMode);
