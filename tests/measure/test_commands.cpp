@@ -29,7 +29,6 @@
 #include "StillDisplay.h"
 
 using tavix::frmMain;
-using testing_support::QuarterPicture;
 using Cmd = tavix::CommandMode;
 using tavix::GST;
 using tavix::Point2D;
@@ -81,18 +80,150 @@ std::string Loaded(const vb::ControlArray<T>& a) {
     return s;
 }
 
-struct MeasureWindow : testing_support::StartedMain {
-    MeasureWindow() : StartedMain(3) {
-        f.picTempView->SetPicture(QuarterPicture(600, 400));
+// Colours as the settings hold them (0x00BBGGRR) and as the canvas shows them.
+constexpr QRgb kRed = 0xFFFF0000, kGreen = 0xFF00FF00, kCyan = 0xFF00FFFF, kMagenta = 0xFFFF00FF;
+constexpr QRgb kGrey = 0xFF404040;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+const QString kMark = QStringLiteral("-"), kMm = QStringLiteral("mm");
+constexpr auto kMarkKind = tavix::CommandMode(-1);
+
+using Points = std::vector<Point2D>;  // from element 1
+const Points kCircles{{10, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}},
+    kFive{{0, 0}, {10, 0}, {3, 4}, {5, -6}, {7, 8}};
+const Points kLines{{-5, 0}, {20, 0}, {0, -5}, {0, 30}};  // crossing at (0, 0); the far ends are the 2nd and 4th
+
+// The main window with a grey still; results in red lines and cyan values, or when selected in green and
+// magenta; the running command's lines in white; guidance texts by their number.
+struct Still : testing_support::StartedMain {
+    QImage canvas;
+
+    Still() : StartedMain(3) {
+        tavix::VariableDefinition& v = Var();
+        std::tie(v.MeasureLineColor[1], v.MeasureLineColor[2], v.MeasureLineColor[3]) =
+            std::tuple(0x0000FFu, 0x00FF00u, 0xFFFFFFu);
+        std::tie(v.MeasureValueColor[1], v.MeasureValueColor[2]) = std::tuple(0xFFFF00u, 0xFF00FFu);
         for (int n = 30; n <= 59; ++n)
-            tavix::Var().GuidanceTable[n] = {QStringLiteral("G%1").arg(n), QStringLiteral("second %1").arg(n)};
+            v.GuidanceTable[n] = {QStringLiteral("G%1").arg(n), QStringLiteral("second %1").arg(n)};
+        f.ResultFormat = QStringLiteral("0.000");
+        QImage grey(400, 300, QImage::Format_RGB32);
+        grey.fill(kGrey);
+        f.picTempView->SetPicture(grey);
         tavix::EnableCommandArea(f, *f.picMeasureCommandArea);
         tavix::DispImage(f, false);
+        Select(99, 99);  // no record selected unless a test says so
     }
     int Guidance() const {
         if (!f.txtComment[0]->Locked()) return kEnded;
         return f.txtComment[0]->Text().mid(1).toInt();
     }
+
+    // listed results before the measure; rows and slots after them hold marks, to see writes.
+    void Reset(tavix::CommandMode mode, const Points& clicks, int16_t listed, double zoom = 1, double cal = 1,
+               const char* format = "0.0", bool dirty = false) {
+        // A calibration other than slot 0, and slot 0 wrong, so the current one must be read.
+        Var().CurrentProofNo = 2;
+        Var().ProofTable[0] = {QStringLiteral("wrong"), 1000, QStringLiteral("km")};
+        Var().ProofTable[2] = {QStringLiteral("used"), cal, kMm};
+        Var().ZoomFactor = zoom;
+        f.ResultFormat = QString::fromLatin1(format);
+        f.CommandMode = mode;
+        f.WorkPoints = Points{Point2D{}};
+        f.WorkPoints.insert(f.WorkPoints.end(), clicks.begin(), clicks.end());
+        f.ResultCount = listed;
+        f.ResultDirty = dirty;
+        host.Boxes.clear();
+        for (int row = listed + 1; row <= tavix::MaxResultRows; ++row)
+            for (int col = 0; col < 4; ++col) f.grdResult->SetTextMatrix(row, col, kMark);
+        for (int slot = listed + 1; slot < tavix::ResultTableSize; ++slot) {
+            Var().ResultTable[slot].Kind = kMarkKind;
+            Var().ResultTable[slot].Points.assign(9, Point2D{-1, -1});
+        }
+    }
+
+    QStringList Row(int row) const {
+        QStringList texts;
+        for (int col = 0; col < 4; ++col) texts << f.grdResult->TextMatrix(row, col);
+        return texts;
+    }
+
+    // Nothing written from slot/row `from` on.
+    void ExpectUntouchedFrom(int from, const char* what) const {
+        for (int row = from; row <= tavix::MaxResultRows; ++row)
+            EXPECT_EQ(Row(row), QStringList({kMark, kMark, kMark, kMark})) << what << " row " << row;
+        for (int slot = from; slot < tavix::ResultTableSize; ++slot)
+            EXPECT_EQ(Var().ResultTable[slot].Kind, kMarkKind) << what << " slot " << slot;
+    }
+    void Add(tavix::CommandMode kind, std::vector<Point2D> points) {
+        points.insert(points.begin(), Point2D{});
+        ++f.ResultCount;
+        Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, points, 12.3456};
+    }
+    void Select(int row, int rowSel) {
+        f.grdResult->SetRow(row);
+        f.grdResult->SetRowSel(rowSel);
+    }
+    void Redraw() {
+        tavix::DispImage(f, false);
+        tavix::DrawMeasureResults(f);
+        canvas = f.picStillView->GetImage();
+    }
+    // Canvas pixel of a point in the still's scale.
+    QPoint Px(double x, double y) const {
+        const vb::PictureBox& still = *f.picStillView;
+        return QPoint(int(std::floor(still.ToPixelX(x) + 0.5)), int(std::floor(still.ToPixelY(y) + 0.5))) -
+               still.CanvasRect().topLeft();
+    }
+    QRgb At(double x, double y) const { return canvas.valid(Px(x, y)) ? canvas.pixel(Px(x, y)) : 0; }
+    // Lines are not antialiased, but a sample may fall a pixel beside a slanted one.
+    bool Around(double x, double y, QRgb colour) const {
+        for (int dy = -1; dy <= 1; ++dy)
+            for (int dx = -1; dx <= 1; ++dx)
+                if (At(x + dx, y + dy) == colour) return true;
+        return false;
+    }
+    // Whether the value's text, its top left at (x, y), shows in the colour: ink in its box.
+    bool Text(double x, double y, QRgb colour) const {
+        const QFontMetricsF fm(f.picStillView->Font());
+        const QRect box(Px(x, y), QSize(int(fm.horizontalAdvance(QStringLiteral("12.346"))), int(fm.height())));
+        for (int py = box.top(); py <= box.bottom(); ++py)
+            for (int px = box.left(); px <= box.right(); ++px)
+                if (canvas.valid(px, py) && canvas.pixel(px, py) == colour) return true;
+        return false;
+    }
+    // n results as measures leave them, texts no formatting gives; slot 20 an old one.
+    void Fill(int n) {
+        for (int i = 1; i <= n; ++i) {
+            Var().ResultTable[i] = {int16_t(i), Cmd::Distance, {{}, {double(i), 1}, {-40, double(i)}}, i + 0.25};
+            const char* prefix[] = {"", "N", "v", "u"};
+            for (int c = 0; c < 4; ++c) f.grdResult->SetTextMatrix(i, c, prefix[c] + QString::number(i));
+        }
+        Var().ResultTable[20] = {20, Cmd::Circle, {{}, {5, 5}}, 9};
+        f.ResultCount = int16_t(n);
+        f.ResultDirty = n > 0;
+    }
+    // The still bare but for a grey mark at its centre, so a repaint shows as the mark gone.
+    void Mark() {
+        tavix::DispImage(f, false);
+        f.picStillView->LineBox(-20, -20, 20, 20, 0x808080, true);
+    }
+    bool Inked() const {
+        const QRect r = f.picStillView->CanvasRect();
+        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF808080;
+    }
+    // Grid rows 1..n, those in the list followed by "No Value Point" of their record.
+    std::string Rows(int n) const {
+        QString rows;
+        for (int r = 1; r <= n; ++r) {
+            QStringList t = Row(r);
+            const tavix::ResultRecord& rec = Var().ResultTable[r];
+            if (r <= f.ResultCount)
+                t.last() += QStringLiteral(" %1 %2 %3").arg(rec.No).arg(rec.Value).arg(rec.Points.at(1).X);
+            rows += t.join('|') + '\n';
+        }
+        return rows.toStdString();
+    }
+    std::string Shown() { return ::Shown(host); }
 };
 
 TEST(MeasureCommand, ClickSequences) {
@@ -143,7 +274,7 @@ TEST(MeasureCommand, ClickSequences) {
     // clang-format on
     for (const CommandCase& c : cases) {
         SCOPED_TRACE(c.what);
-        MeasureWindow w;
+        Still w;
         frmMain& f = w.f;
         tavix::Var().TwoPointCommandMode = c.twoPointMode;
         tavix::Var().AngleCommandMode = c.angleMode;
@@ -196,7 +327,7 @@ TEST(MeasureCommand, ClickSequences) {
 }
 
 TEST(MeasureCommand, TheHundredthCountEndsByItself) {
-    MeasureWindow w;
+    Still w;
     frmMain& f = w.f;
     tavix::cmdMeasure_Click(f, 6);
     for (int i = 0; i < 99; ++i) tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(i - 50), 0);
@@ -243,7 +374,7 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
     // clang-format on
     for (const MoveCase& c : cases) {
         SCOPED_TRACE(c.what);
-        MeasureWindow w;
+        Still w;
         frmMain& f = w.f;
         tavix::Var().TwoPointCommandMode = tavix::Var().AngleCommandMode = c.otherMode;
         c.button < 0 ? tavix::cmdProofConfig_Click(f) : tavix::cmdMeasure_Click(f, c.button);
@@ -270,58 +401,6 @@ TEST(PointerFeedback, OverlayItemsAfterAMove) {
 
 // ---- The rows a finished measure lists, or its box ----
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-const QString kMark = QStringLiteral("-"), kMm = QStringLiteral("mm");
-constexpr auto kMarkKind = tavix::CommandMode(-1);
-
-using Points = std::vector<Point2D>;  // from element 1
-const Points kCircles{{10, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}},
-    kFive{{0, 0}, {10, 0}, {3, 4}, {5, -6}, {7, 8}};
-const Points kLines{{-5, 0}, {20, 0}, {0, -5}, {0, 30}};  // crossing at (0, 0); the far ends are the 2nd and 4th
-
-// A started still-measure window.
-struct Rig {
-    testing_support::StartedMain s{3};
-    tavix::frmMain& f = s.f;
-
-    // listed results before the measure; rows and slots after them hold marks, to see writes.
-    void Reset(tavix::CommandMode mode, const Points& clicks, int16_t listed, double zoom = 1, double cal = 1,
-               const char* format = "0.0", bool dirty = false) {
-        // A calibration other than slot 0, and slot 0 wrong, so the current one must be read.
-        Var().CurrentProofNo = 2;
-        Var().ProofTable[0] = {QStringLiteral("wrong"), 1000, QStringLiteral("km")};
-        Var().ProofTable[2] = {QStringLiteral("used"), cal, kMm};
-        Var().ZoomFactor = zoom;
-        f.ResultFormat = QString::fromLatin1(format);
-        f.CommandMode = mode;
-        f.WorkPoints = Points{Point2D{}};
-        f.WorkPoints.insert(f.WorkPoints.end(), clicks.begin(), clicks.end());
-        f.ResultCount = listed;
-        f.ResultDirty = dirty;
-        s.host.Boxes.clear();
-        for (int row = listed + 1; row <= tavix::MaxResultRows; ++row)
-            for (int col = 0; col < 4; ++col) f.grdResult->SetTextMatrix(row, col, kMark);
-        for (int slot = listed + 1; slot < tavix::ResultTableSize; ++slot) {
-            Var().ResultTable[slot].Kind = kMarkKind;
-            Var().ResultTable[slot].Points.assign(9, Point2D{-1, -1});
-        }
-    }
-
-    QStringList Row(int row) const {
-        QStringList texts;
-        for (int col = 0; col < 4; ++col) texts << f.grdResult->TextMatrix(row, col);
-        return texts;
-    }
-
-    // Nothing written from slot/row `from` on.
-    void ExpectUntouchedFrom(int from, const char* what) const {
-        for (int row = from; row <= tavix::MaxResultRows; ++row)
-            EXPECT_EQ(Row(row), QStringList({kMark, kMark, kMark, kMark})) << what << " row " << row;
-        for (int slot = from; slot < tavix::ResultTableSize; ++slot)
-            EXPECT_EQ(Var().ResultTable[slot].Kind, kMarkKind) << what << " slot " << slot;
-    }
-};
-
 // Points as text, NaN as nan: got from element 1 (its upper bound the size of want), want from 0.
 void ExpectPoints(const Points& got, const Points& want, const std::string& what) {
     QString text[2];
@@ -341,7 +420,7 @@ struct WantRow {
 // Float errors without a failure way count here too: routines without a truth value give 0,
 // and perpendicular points whose foot fails are skipped.
 TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
-    Rig rig;
+    Still rig;
     constexpr int32_t kFull = 20141;
     const QString circle1 = GST(11135).replace(u'@', u'1'), circle2 = GST(11135).replace(u'@', u'2');
     ASSERT_NE(circle1, circle2);
@@ -433,13 +512,13 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
     for (const auto& c : cases) {
         const int16_t listed = c.listed, n = static_cast<int16_t>(c.rows.size());
         rig.Reset(c.mode, c.clicks, listed, c.zoom, c.cal, c.format, c.dirtyBefore);
-        if (c.text) rig.s.host.AnswerMsgBox(vb::vbOK);
+        if (c.text) rig.host.AnswerMsgBox(vb::vbOK);
         tavix::AddMeasureResult(rig.f);
         // A failure or refusal: its box, and the clicks left as they were (or reduced to rays).
         const bool full = c.text == kFull;
         const std::string box =
             Box(c.text, full ? 11141 : 11134, vb::vbOKOnly | (full ? vb::vbExclamation : vb::vbCritical));
-        EXPECT_EQ(std::tuple(Shown(rig.s.host), rig.f.ResultCount, rig.f.ResultDirty),
+        EXPECT_EQ(std::tuple(Shown(rig.host), rig.f.ResultCount, rig.f.ResultDirty),
                   std::tuple(c.text ? box : "", listed + n, !c.text || c.firstWay || c.dirtyBefore))
             << c.what;
         const Points rays{{20, 0}, {0, 0}, {0, 30}, kLines[3], {0, 0}};
@@ -462,63 +541,6 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
 
 // ---- Results drawn on the still ----
 
-// Colours as the settings hold them (0x00BBGGRR) and as the canvas shows them.
-constexpr QRgb kRed = 0xFFFF0000, kGreen = 0xFF00FF00, kCyan = 0xFF00FFFF, kMagenta = 0xFFFF00FF;
-constexpr QRgb kGrey = 0xFF404040;
-
-struct Drawing : testing_support::StartedMain {
-    QImage canvas;
-
-    Drawing() : StartedMain(3) {
-        tavix::VariableDefinition& v = Var();  // line 3 is the running command's: must not show
-        std::tie(v.MeasureLineColor[1], v.MeasureLineColor[2], v.MeasureLineColor[3]) =
-            std::tuple(0x0000FFu, 0x00FF00u, 0xFFFFFFu);
-        std::tie(v.MeasureValueColor[1], v.MeasureValueColor[2]) = std::tuple(0xFFFF00u, 0xFF00FFu);
-        f.ResultFormat = QStringLiteral("0.000");
-        QImage grey(400, 300, QImage::Format_RGB32);
-        grey.fill(kGrey);
-        f.picTempView->SetPicture(grey);
-        Select(99, 99);  // no record selected unless a test says so
-    }
-    void Add(tavix::CommandMode kind, std::vector<Point2D> points) {
-        points.insert(points.begin(), Point2D{});
-        ++f.ResultCount;
-        Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, points, 12.3456};
-    }
-    void Select(int row, int rowSel) {
-        f.grdResult->SetRow(row);
-        f.grdResult->SetRowSel(rowSel);
-    }
-    void Redraw() {
-        tavix::DispImage(f, false);
-        tavix::DrawMeasureResults(f);
-        canvas = f.picStillView->GetImage();
-    }
-    // Canvas pixel of a point in the still's scale.
-    QPoint Px(double x, double y) const {
-        const vb::PictureBox& still = *f.picStillView;
-        return QPoint(int(std::floor(still.ToPixelX(x) + 0.5)), int(std::floor(still.ToPixelY(y) + 0.5))) -
-               still.CanvasRect().topLeft();
-    }
-    QRgb At(double x, double y) const { return canvas.valid(Px(x, y)) ? canvas.pixel(Px(x, y)) : 0; }
-    // Lines are not antialiased, but a sample may fall a pixel beside a slanted one.
-    bool Around(double x, double y, QRgb colour) const {
-        for (int dy = -1; dy <= 1; ++dy)
-            for (int dx = -1; dx <= 1; ++dx)
-                if (At(x + dx, y + dy) == colour) return true;
-        return false;
-    }
-    // Whether the value's text, its top left at (x, y), shows in the colour: ink in its box.
-    bool Text(double x, double y, QRgb colour) const {
-        const QFontMetricsF fm(f.picStillView->Font());
-        const QRect box(Px(x, y), QSize(int(fm.horizontalAdvance(QStringLiteral("12.346"))), int(fm.height())));
-        for (int py = box.top(); py <= box.bottom(); ++py)
-            for (int px = box.left(); px <= box.right(); ++px)
-                if (canvas.valid(px, py) && canvas.pixel(px, py) == colour) return true;
-        return false;
-    }
-};
-
 TEST(Draw, EachKindDrawsItsLinesAndPutsItsValueAtItsPlace) {
     const struct {
         tavix::CommandMode kind;
@@ -538,7 +560,7 @@ TEST(Draw, EachKindDrawsItsLinesAndPutsItsValueAtItsPlace) {
         {Cmd::ParallelDistance, {{-100, -80}, {100, -80}, {-100, 80}, {100, 80}, {-40, -80}, {-40, 80}}, {{-90, -80}, {90, 80}, {-40, -60}, {-40, 60}}, {{0, 0}, {30, 0}}, {-40, 0}},
         // clang-format on
     };
-    Drawing d;
+    Still d;
     for (const auto& c : cases) {
         SCOPED_TRACE(int(c.kind));
         d.f.ResultCount = 0;
@@ -561,7 +583,7 @@ TEST(Draw, SelectedRowsTakeTheSecondColoursRowsBeyondTheCountStayUndrawnCountMar
         {6, 6, 5, {}},            // an empty row, as after a removal
         {1, 1, 3, {1}},
     };
-    Drawing d;
+    Still d;
     for (const auto& c : cases) {
         d.f.ResultCount = 0;
         for (int i = 1; i <= 5; ++i) d.Add(Cmd::Distance, {{-150, -140.0 + 45 * i}, {150, -140.0 + 45 * i}});
@@ -590,7 +612,7 @@ TEST(Draw, SelectedRowsTakeTheSecondColoursRowsBeyondTheCountStayUndrawnCountMar
 }
 
 TEST(Draw, LaterRowsLieOverEarlierOnesZoomMovesLinesAndPlacesButNotTheMarkSize) {
-    Drawing d;
+    Still d;
     d.Add(Cmd::Distance, {{-50, 20}, {50, 20}});
     d.Add(Cmd::Distance, {{20, -50}, {20, 50}});
     for (const auto& [selected, crossing] : {std::pair{2, kGreen}, {1, kRed}}) {
@@ -615,48 +637,6 @@ constexpr int kYesNoDefaultNo = 292, kOkExclamation = 48;
 
 // ---- The result list: removed, emptied, saved ----
 
-struct Table : testing_support::StartedMain {
-    explicit Table(int n = 0) : StartedMain(3) {
-        f.picTempView->SetPicture(testing_support::QuarterPicture(200, 100));
-        testing_support::ResultsInCyan();
-        Fill(n);
-    }
-    // n results as measures leave them, texts no formatting gives; slot 20 an old one.
-    void Fill(int n) {
-        for (int i = 1; i <= n; ++i) {
-            Var().ResultTable[i] = {int16_t(i), Cmd::Distance, {{}, {double(i), 1}, {-40, double(i)}}, i + 0.25};
-            const char* prefix[] = {"", "N", "v", "u"};
-            for (int c = 0; c < 4; ++c) f.grdResult->SetTextMatrix(i, c, prefix[c] + QString::number(i));
-        }
-        Var().ResultTable[20] = {20, Cmd::Circle, {{}, {5, 5}}, 9};
-        f.ResultCount = int16_t(n);
-        f.ResultDirty = n > 0;
-    }
-    // The still bare but for a grey mark at its centre, so a repaint shows as the mark gone.
-    void Mark() {
-        tavix::DispImage(f, false);
-        f.picStillView->LineBox(-20, -20, 20, 20, 0x808080, true);
-    }
-    bool Inked() const {
-        const QRect r = f.picStillView->CanvasRect();
-        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF808080;
-    }
-    // Grid rows 1..n, those in the list followed by "No Value Point" of their record.
-    std::string Rows(int n) const {
-        QString rows;
-        for (int r = 1; r <= n; ++r) {
-            QStringList t;
-            for (int c = 0; c < 4; ++c) t << f.grdResult->TextMatrix(r, c);
-            const tavix::ResultRecord& rec = Var().ResultTable[r];
-            if (r <= f.ResultCount)
-                t.last() += QStringLiteral(" %1 %2 %3").arg(rec.No).arg(rec.Value).arg(rec.Points.at(1).X);
-            rows += t.join('|') + '\n';
-        }
-        return rows.toStdString();
-    }
-    std::string Shown() { return ::Shown(host); }
-};
-
 TEST(ResultTable, RemoveAndClearChangeTheListOnlyAfterYes) {
     const struct {
         const char* what;
@@ -679,7 +659,8 @@ TEST(ResultTable, RemoveAndClearChangeTheListOnlyAfterYes) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        Table t(c.count);
+        Still t;
+        t.Fill(c.count);
         t.f.ResultDirty = c.dirtyBefore;
         t.f.grdResult->SetRow(c.row);
         t.f.grdResult->SetRowSel(c.rowSel);
@@ -722,7 +703,8 @@ TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
         {"folder in the way", 2, "dir", 20092, 11092, old, 75, true},  // not by permissions: root may write
     };
     for (const auto& c : cases) {
-        Table t(c.count);
+        Still t;
+        t.Fill(c.count);
         t.f.grdResult->SetTextMatrix(2, 1, QStringLiteral("a,b"));
         t.f.grdResult->SetTextMatrix(3, 3, QString());
         t.box.Write("r.txt", old);
@@ -746,12 +728,12 @@ TEST(ResultTable, SavedValuesKeepThePointUnderADecimalCommaLocale) {
     QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
     std::setlocale(LC_ALL, "de_DE.UTF-8");  // where the machine has it
     {
-        Rig rig;
+        Still rig;
         rig.Reset(Cmd::Distance, {{0, 0}, {3, 4}}, 0, 1, 0.5, "0.000");
         tavix::AddMeasureResult(rig.f);
-        rig.s.host.AnswerFile(rig.s.box.File("de.txt"));
+        rig.host.AnswerFile(rig.box.File("de.txt"));
         tavix::cmdResultSave_Click(rig.f);
-        EXPECT_EQ(rig.s.box.Read("de.txt"), ("1," + GST(11132) + ",2.500,mm\r\n").toUtf8());
+        EXPECT_EQ(rig.box.Read("de.txt"), ("1," + GST(11132) + ",2.500,mm\r\n").toUtf8());
     }
     QLocale::setDefault(qtLocale);
     std::setlocale(LC_ALL, cLocale.c_str());
@@ -760,7 +742,7 @@ TEST(ResultTable, SavedValuesKeepThePointUnderADecimalCommaLocale) {
 // A picture loaded asks about unsaved results only when ResultDirty says they would be lost, and
 // empties the list.
 TEST(ResultTable, LoadingAPictureAsksOnlyForUnsavedResults) {
-    Table t(2);
+    Still t;
     const QString picture = t.box.File("p.bmp");
     testing_support::QuarterPicture(80, 60).save(picture);
     for (const bool saved : {true, false}) {
