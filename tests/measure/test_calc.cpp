@@ -60,13 +60,9 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
         {"foot: diagonal", Foot({0, 0}, {2, 2}, {2, 0}), {true, std::sqrt(2.0), {1, 1}}},
         {"foot beyond the segment", Foot({0, 0}, {2, 2}, {6, 4}), {true, std::sqrt(2.0), {5, 5}}},
         {"foot: distance overflows after the foot", Foot({0, 0}, {1, 1}, {1e308, -1e308}), {false, kUnset, {0, 0}}},
-        {"foot: horizontal distance overflow", Foot({0, -1e308}, {1, -1e308}, {5, 1e308}), {false, kUnset, {5, -1e308}}},
         {"foot: slope overflows", Foot({0, 0}, {1e-300, 1e300}, {1, 1}), no},
-        {"foot: slope underflows to 0", Foot({0, 0}, {1e300, 1e-300}, {1, 1}), no},
-        {"foot: Y overflows after X", Foot({-1e308, 1e308}, {-5e307, 1.5e308}, {1e308, 1.5e308}), {false, kUnset, {2.5e307, kUnset}}},
         {"foot: NaN point", Foot({0, 0}, {1, 1}, {kNaN, 0}), no},
         {"foot: NaN point on a horizontal line", Foot({0, 1}, {5, 1}, {kNaN, 0}), no},
-        {"foot: NaN line", Foot({0, kNaN}, {1, 1}, {0, 0}), no},
         {"area: square at zoom 2", Area(2.0, 0, {{0, 0}, {10, 0}, {10, 10}, {0, 10}}), {true, 25}},
         {"area: reversed", Area(2.0, 0, {{0, 10}, {10, 10}, {10, 0}, {0, 0}}), {true, 25}},
         {"area: the current calibration's value", Area(1.0, 3, {{0, 0}, {4, 0}, {0, 3}}), {true, 6 * 0.5 * 0.5}},
@@ -79,18 +75,14 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
         {"area: NaN corner", Area(1.0, 0, {{0, 0}, {kNaN, 0}, {0, 1}}), no},
         {"circle off the origin", Circle({4, 3}, {1, 6}, {-2, 3}), {true, 3, {1, 3}}},
         {"circle: on one line", Circle({0, 0}, {1, 1}, {2, 2}), no},
-        {"circle: squares overflow", Circle({1e200, 0}, {0, 1e200}, {-1e200, 0}), no},
         {"circle: determinant overflows", Circle({-1.2e154, -1.2e154}, {1.2e154, 1.2e154}, {1.2e154, -1.2e154}), no},
         {"circle: NaN", Circle({0, 0}, {1, kNaN}, {0, 1}), no},
-        {"circle: centre Y overflows after X", Circle({0, 0}, {1, 0}, {2, 1e-310}), {false, kUnset, {0.5, kUnset}}},
         // The distance routine swallows its overflow, so the circle stands with radius 0.
         {"circle: radius overflows", Circle({0, 0}, {1, 0}, {2, 1e-300}), {true, 0, {0.5, 1 / 1e-300}}},
         {"lines: horizontal and vertical", Cross({0, 1}, {1, 1}, {2, 0}, {2, 1}), {true, kUnset, {2, 1}}},
         {"lines: beyond both segments", Cross({0, 0}, {1, 1}, {10, 0}, {10, 1}), {true, kUnset, {10, 10}}},
         {"lines: parallel", Cross({0, 0}, {1, 1}, {0, 1}, {1, 2}), no},
-        {"lines: products overflow", Cross({1e200, 1e200}, {-1e200, 1e200}, {0, 0}, {0, 1}), no},
         {"lines: the determinant overflows", Cross({-1e200, 0}, {1e200, 0}, {0, -1e200}, {0, 1e200}), no},
-        {"lines: Y overflows after X", Cross({0, 0}, {1e-200, 1e200}, {1, 0}, {1, 1}), {false, kUnset, {1, kUnset}}},
         {"angle: A at the vertex", Angle({2, 2}, {2, 2}, {5, 1}), no},
         {"angle: one ray", Angle({1, 0}, {0, 0}, {3, 0}), {true, 0}},
         {"angle: opposite rays", Angle({1, 0}, {0, 0}, {-2, 0}), {true, Pi}},
@@ -99,7 +91,6 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
         // pi/2 as the double nearest the true value, not the short Pi / 2.
         {"angle: right", Angle({1, 0}, {0, 0}, {0, 1}), {true, std::numbers::pi / 2}},
         {"angle: a distance overflows", Angle({1e200, 1e200}, {0, 0}, {1, 0}), no},
-        {"angle: the product of the distances overflows", Angle({1e200, 0}, {0, 0}, {0, 1e200}), no},
         // clang-format on
     };
     for (const auto& c : cases)

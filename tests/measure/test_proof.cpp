@@ -246,38 +246,36 @@ TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
 // what was typed whatever the zoom; a refusal or a failed rewrite keeps it open and changes nothing.
 TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
     enum { Any, Name, Value, Unit };
+    enum { Ok, Return, Escape, ReturnOnCancel };  // how the user ends it: a click on OK or a key
     // unit: the slot's before, shown: the index of the one the dialog opens with (μ for a unit not
-    // in its list); key: how the user ends it, 0 for a click on OK (ok) or Cancel, on the cancel
-    // button when onCancel; stored: the slot after, "" for unchanged. text: the refusal's box,
-    // focus: the field at fault; a rewrite goes to file (made a folder when directory) and logs
-    // error, and the user then retries.
+    // in its list); stored: the slot after, "" for unchanged. text: the refusal's box, focus: the
+    // field at fault; a rewrite goes to file and logs error, and the user then retries.
     const struct {
         const char *what, *unit;
         int shown;
         double zoom;
         float apart;
         const char *name, *value;
-        bool ok, dirty;
-        int key;
-        bool onCancel;
+        bool dirty;
+        int end;
         const char* stored;
         int text = 0, focus = Any;
         const char* file = nullptr;
         int error = 0;
     } cases[] = {
         // clang-format off
-        {"OK at zoom 2, a foreign unit", "px", 0, 2.0, 200, "新しい ", "10x", true, true, 0, false, "新しい |0.1|μ"},
-        {"Enter in a text box is OK; zoom 0.5, saved results", "cm", 2, 0.5, 50, "新しい ", "10x", true, false, Qt::Key_Return, false, "新しい |0.1|cm"},
-        {"Escape is Cancel", "mm", 1, 1, 100, "新しい ", "10x", false, false, Qt::Key_Escape, false, ""},
-        {"Enter on the cancel button is Cancel, unsaved", "mm", 1, 1, 100, "新しい ", "10x", false, true, Qt::Key_Return, true, ""},
-        {"blank name", "cm", 2, 1, 100, "   ", "1", true, false, 0, false, "", 24000, Name},
-        {"blank value", "cm", 2, 1, 100, "a", "  ", true, false, 0, false, "", 24001, Value},
-        {"zero", "cm", 2, 1, 100, "a", "0", true, false, 0, false, "", 24002, Value},
-        {"letters read as 0", "cm", 2, 1, 100, "a", "abc", true, false, 0, false, "", 24002, Value},
-        {"no unit", "cm", 2, 1, 100, "a", "1", true, false, 0, false, "", 24003, Unit},
-        {"two clicks on one point", "cm", 2, 1, 0, "a", "5", true, false, 0, false, "", 24004, Value},
-        {"a value beyond a double", "cm", 2, 1, 100, "a", "1e400", true, false, 0, false, "", 24004, Value},
-        {"rewrite, folder gone", "cm", 2, 1, 100, "new", "2", true, false, 0, false, "new|0.02|cm", 24005, Any, "\\gone\\Proof.txt", 76},
+        {"OK at zoom 2, a foreign unit", "px", 0, 2.0, 200, "新しい ", "10x", true, Ok, "新しい |0.1|μ"},
+        {"Enter in a text box is OK; zoom 0.5, saved results", "cm", 2, 0.5, 50, "新しい ", "10x", false, Return, "新しい |0.1|cm"},
+        {"Escape is Cancel", "mm", 1, 1, 100, "新しい ", "10x", false, Escape, ""},
+        {"Enter on the cancel button is Cancel, unsaved", "mm", 1, 1, 100, "新しい ", "10x", true, ReturnOnCancel, ""},
+        {"blank name", "cm", 2, 1, 100, "   ", "1", false, Ok, "", 24000, Name},
+        {"blank value", "cm", 2, 1, 100, "a", "  ", false, Ok, "", 24001, Value},
+        {"zero", "cm", 2, 1, 100, "a", "0", false, Ok, "", 24002, Value},
+        {"letters read as 0", "cm", 2, 1, 100, "a", "abc", false, Ok, "", 24002, Value},
+        {"no unit", "cm", 2, 1, 100, "a", "1", false, Ok, "", 24003, Unit},
+        {"two clicks on one point", "cm", 2, 1, 0, "a", "5", false, Ok, "", 24004, Value},
+        {"a value beyond a double", "cm", 2, 1, 100, "a", "1e400", false, Ok, "", 24004, Value},
+        {"rewrite, folder gone", "cm", 2, 1, 100, "new", "2", false, Ok, "new|0.02|cm", 24005, Any, "\\gone\\Proof.txt", 76},
         // clang-format on
     };
     for (const auto& c : cases) {
@@ -308,9 +306,9 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
             d.txtValue->SetText(QString::fromUtf8(c.value));
             if (c.focus == Unit) d.cboUnit->SetListIndex(-1);
             if (c.text) d.cmdCancel->SetFocus();  // the focus must move to the field at fault
-            if (c.key == 0) (c.ok ? d.cmdOK : d.cmdCancel)->Click();
-            if (c.key) (c.onCancel ? static_cast<vb::Control*>(d.cmdCancel) : d.txtValue)->SetFocus();
-            if (c.key) Key(d.focusWidget(), c.key);
+            if (c.end == ReturnOnCancel) d.cmdCancel->SetFocus();
+            if (c.end == Return || c.end == Escape) d.txtValue->SetFocus();
+            c.end == Ok ? d.cmdOK->Click() : Key(d.focusWidget(), c.end == Escape ? Qt::Key_Escape : Qt::Key_Return);
             if (c.text) {
                 const vb::Control* fields[4] = {nullptr, d.txtName, d.txtValue, d.cboUnit};
                 EXPECT_EQ(std::tuple(d.Unloaded(), Slot(Var().ProofTable[5])), std::tuple(false, former));
