@@ -447,45 +447,42 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
     }
 }
 
-TEST(MeasureConfigCrossLines, OffAfterAChangeOfNumberOnInTheNewColourOtherwise) {
+// After OK the cross lines go off when their number changed, else stay on in the new colour; the
+// still view is repainted, the live view has only its scale redrawn.
+TEST(MeasureConfigOk, CrossLinesOffAfterANewNumberTheStillRepaintedTheLiveViewOnlyItsScale) {
     constexpr uint32_t kNew = 0x00C0FFEE;
-    for (const auto& [from, to] : {std::pair<int16_t, int16_t>{1, 1}, {2, 2}, {1, 2}, {2, 1}}) {
+    const struct {
+        int16_t from, to, viewMode;
+        bool scale;
+    } cases[] = {{1, 1, 1, false}, {2, 2, 0, true}, {1, 2, 1, true}, {2, 1, 0, false}};
+    for (const auto& [from, to, viewMode, scale] : cases) {
+        SCOPED_TRACE(testing::Message() << "cross lines " << from << " to " << to << ", view " << viewMode);
         Window w;
         Var().CrossLineNum = from;
         w.f.chkCross->SetValue(1);
         for (int k = 0; k < from; ++k) tavix::ClickCrossLine(w.f, 1, 10.0f * (k + 1), 10.0f);
-        ASSERT_EQ(w.f.CommandMode, tavix::CommandMode::Idle) << from;
+        ASSERT_EQ(w.f.CommandMode, tavix::CommandMode::Idle);
         const qint64 icon = w.f.chkCross->GetPicture().cacheKey();
+        w.f.chkScale->OnClick = nullptr;  // no scale dialog: only the box's state matters here
+        w.f.chkScale->SetValue(scale);
+        w.f.ViewMode = tavix::ViewMode(viewMode);
+        w.Mark();
         w.Ok([&](frmMeasureConfig& d) {
             w.Pick(d, 5, kNew);
             d.optCrossLineNum[to - 1]->SetValue(true);
         });
-        const bool changed = from != to;
-        EXPECT_EQ(w.f.chkCross->Value(), changed ? 0 : 1) << from << to;
+        const bool changed = from != to, still = viewMode == 1;
+        const qint64 want = changed ? w.f.imgCrossIcon[to - 1]->GetPicture().cacheKey() : icon;
+        EXPECT_EQ(std::tuple(w.f.chkCross->Value(), w.f.chkCross->GetPicture().cacheKey(), w.Marked(),
+                             w.f.picScaleSize->Visible() || (still && w.Drawn() > 0)),
+                  std::tuple(changed ? 0 : 1, want, !still, scale));
         for (int k = 0; k < 2; ++k) {
             const auto &v = *w.f.picCrossLineV[k], &h = *w.f.picCrossLineH[k];
             EXPECT_EQ(std::tuple(v.Visible(), h.Visible(), v.BackColor(), h.BackColor()),
                       std::tuple(!changed && k < from, !changed && k < from, kNew, kNew))
-                << from << to << " pair " << k;
+                << " pair " << k;
         }
-        const qint64 want = changed ? w.f.imgCrossIcon[to - 1]->GetPicture().cacheKey() : icon;
-        EXPECT_EQ(w.f.chkCross->GetPicture().cacheKey(), want) << from << to;
     }
-}
-
-TEST(MeasureConfigRepaint, TheStillViewRepaintsTheLiveViewRedrawsOnlyTheScale) {
-    for (const int16_t viewMode : {0, 1})
-        for (const bool scale : {false, true}) {
-            Window w;
-            w.f.chkScale->OnClick = nullptr;  // no scale dialog: only the box's state matters here
-            w.f.chkScale->SetValue(scale);
-            w.f.ViewMode = tavix::ViewMode(viewMode);
-            w.Mark();
-            w.Ok([](frmMeasureConfig&) {});
-            const bool still = viewMode == 1;
-            EXPECT_NE(w.Marked(), still) << viewMode << scale;
-            EXPECT_EQ(w.f.picScaleSize->Visible() || (still && w.Drawn() > 0), scale) << viewMode << scale;
-        }
 }
 
 }  // namespace
