@@ -160,10 +160,9 @@ TEST_F(GraphTest, SaveAndLoadKeepCameraSizeRateAndControls) {
     FilterGraph again;
     GraphFileStore().LoadGraphFile(again, File("Tavix.grf"));
     FilterInfo& cam = *again.FilterCollection().at(0);
-    EXPECT_EQ(cam.Name(), TestCameraName);
-    EXPECT_EQ(ValueOf(again, cam, "pattern"), 6);
-    EXPECT_EQ(ValueOf(again, cam, "horizontal-speed"), 3);
-    EXPECT_EQ(ValueOf(again, cam, "clock"), 0);
+    EXPECT_EQ(std::tuple(cam.Name(), ValueOf(again, cam, "pattern"), ValueOf(again, cam, "horizontal-speed"),
+                         ValueOf(again, cam, "clock")),
+              std::tuple(TestCameraName, 6, 3, 0));
     GraphFileStore().SaveGraphFile(again, File("again.grf"));  // not run: the stored caps
     EXPECT_EQ(Read("again.grf"), expected);
 }
@@ -214,35 +213,24 @@ TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
 TEST_F(GraphTest, V4l2ControlsOfTheFakeCamera) {
     FilterInfo* cam = PlugFake(graph);
     ASSERT_NE(cam, nullptr);
-    using K = CameraControl::Kind;
-    const struct {
-        const char* id;
-        K kind;
-        int min, max, def;
-        bool inactive, readOnly;
-        std::vector<std::pair<int, QString>> named;  // menu entries, gaps left out
-    } rows[] = {
-        {"brightness", K::Integer, -64, 64, 0, false, false, {}},
-        {"contrast", K::Integer, 0, 95, 32, false, false, {}},
-        {"saturation", K::Integer, 0, 100, 64, false, false, {}},
-        {"white_balance__automatic", K::Boolean, 0, 1, 1, false, false, {}},
-        {"power_line_frequency", K::Menu, 0, 2, 1, false, false, {{0, "Disabled"}, {1, "50 Hz"}, {2, "60 Hz"}}},
-        {"white_balance_temperature", K::Integer, 2800, 6500, 4600, true, false, {}},
-        {"auto_exposure", K::Menu, 0, 3, 3, false, false, {{1, "Manual Mode"}, {3, "Aperture Priority Mode"}}},
-        {"exposure_time__absolute", K::Integer, 3, 2047, 250, true, false, {}},
-        {"privacy", K::Boolean, 0, 1, 0, false, true, {}},
-    };
-    const auto controls = graph.Controls(*cam);
-    ASSERT_EQ(controls.size(), std::size(rows)) << "the control classes are no controls";
-    for (size_t i = 0; i < controls.size(); ++i) {
-        const CameraControl& c = controls[i];
-        SCOPED_TRACE(c.Id.toStdString());
-        EXPECT_EQ(c.Id, rows[i].id);
-        EXPECT_EQ(c.kind, rows[i].kind);
-        EXPECT_EQ(std::tuple(c.Minimum, c.Maximum, c.Default, c.Value, c.Inactive, c.ReadOnly),
-                  std::tuple(rows[i].min, rows[i].max, rows[i].def, rows[i].def, rows[i].inactive, rows[i].readOnly));
-        EXPECT_EQ(c.MenuItems, rows[i].named);
+    // Id, kind (Integer, Boolean, Menu), range, default (the value too), whether inactive or
+    // read-only, and the menu entries, gaps left out; the control classes are no controls.
+    QStringList got;
+    for (const CameraControl& c : graph.Controls(*cam)) {
+        got << QStringLiteral("%1 %2 %3..%4 =%5%6%7")
+                   .arg(c.Id, QChar::fromLatin1("IBM"[c.kind]))
+                   .arg(c.Minimum)
+                   .arg(c.Maximum)
+                   .arg(c.Value == c.Default ? c.Default : -1000)
+                   .arg(c.Inactive ? " inactive" : "", c.ReadOnly ? " read-only" : "");
+        for (const auto& [value, name] : c.MenuItems) got.last() += QStringLiteral(" %1:%2").arg(value).arg(name);
     }
+    EXPECT_EQ(got.join(u'\n').toStdString(),
+              "brightness I -64..64 =0\ncontrast I 0..95 =32\nsaturation I 0..100 =64\n"
+              "white_balance__automatic B 0..1 =1\npower_line_frequency M 0..2 =1 0:Disabled 1:50 Hz 2:60 Hz\n"
+              "white_balance_temperature I 2800..6500 =4600 inactive\n"
+              "auto_exposure M 0..3 =3 1:Manual Mode 3:Aperture Priority Mode\n"
+              "exposure_time__absolute I 3..2047 =250 inactive\nprivacy B 0..1 =0 read-only");
 
     // In order: each reaches the camera, or the camera's refusal is an error.
     const struct {
@@ -317,12 +305,11 @@ TEST_F(GraphTest, StoredControlsOfTheFakeCameraComeBackAfterTheirModes) {
                      "control.white_balance__automatic=0\ncontrol.privacy=1\n");
     GraphFileStore().LoadGraphFile(graph, File("uvc.grf"));
     ASSERT_EQ(graph.FilterCollection().size(), 1u);
-    const std::map<QString, int> expected{{"exposure_time__absolute", 100},
-                                          {"auto_exposure", 1},
-                                          {"white_balance_temperature", 5000},
-                                          {"white_balance__automatic", 0},
-                                          {"privacy", 0}};
-    for (const auto& [id, value] : expected) EXPECT_EQ(ValueOf(graph, Camera(), id), value) << id.toStdString();
+    for (const char* stored : {"exposure_time__absolute=100", "auto_exposure=1", "white_balance_temperature=5000",
+                               "white_balance__automatic=0", "privacy=0"}) {
+        const QStringList pair = QString(stored).split(u'=');
+        EXPECT_EQ(ValueOf(graph, Camera(), pair[0]), pair[1].toInt()) << stored;
+    }
     // A size without a format: the smooth one.
     EXPECT_EQ(graph.CurrentFormat(), CameraFormat({1280, 720, "MJPG", 30, 1}));
 }
@@ -347,6 +334,10 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
             auto* exposure = dynamic_cast<vb::Slider*>(find("sldControl", 7));
             auto* defaults = dynamic_cast<vb::CommandButton*>(find("cmdDefaults", -1));
             ASSERT_TRUE(exposureMode && exposure && defaults && find("chkControl", 8));
+            QString kinds;  // a row per control, of its kind: integer, boolean or menu
+            for (int i = 0; find("lblControl", i); ++i)
+                kinds += find("sldControl", i) ? u'I' : find("chkControl", i) ? u'B' : u'M';
+            EXPECT_EQ(kinds, "IIIBMIMIB");
             QStringList entries;
             for (int i = 0; i < exposureMode->ListCount(); ++i) entries << exposureMode->List(i);
             EXPECT_EQ(entries, QStringList({"Manual Mode", "Aperture Priority Mode"}));
