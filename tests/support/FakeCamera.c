@@ -29,8 +29,7 @@
 
 // YUYV first; a camera of MJPG only has the modes from FirstMjpeg on.
 static const struct {
-    uint32_t fourcc;
-    int w, h, fps;
+    uint32_t fourcc, w, h, fps;
 } modes[] = {{YUYV, 640, 480, 30}, {YUYV, 1280, 720, 10}, {YUYV, 1920, 1080, 5},
              {MJPG, 640, 480, 30}, {MJPG, 1280, 720, 30}, {MJPG, 1920, 1080, 30}};
 enum { ModeCount = 6, FirstMjpeg = 3, Markers = 8 };
@@ -121,13 +120,13 @@ static void fill_yuyv(unsigned char* out, int w, int h, int seq) {
 static const struct Jpeg* jpeg_for(int mode, int seq) {
     struct Jpeg* j = &jpegs[mode][seq % Markers];
     if (j->data) return j;
-    const int w = modes[mode].w, h = modes[mode].h;
+    const int w = (int)modes[mode].w, h = (int)modes[mode].h;
     struct jpeg_compress_struct c;
     struct jpeg_error_mgr err;
     c.err = jpeg_std_error(&err);
     jpeg_create_compress(&c);
     jpeg_mem_dest(&c, &j->data, &j->size);
-    c.image_width = (JDIMENSION)w, c.image_height = (JDIMENSION)h, c.input_components = 3, c.in_color_space = JCS_RGB;
+    c.image_width = modes[mode].w, c.image_height = modes[mode].h, c.input_components = 3, c.in_color_space = JCS_RGB;
     jpeg_set_defaults(&c);
     jpeg_set_quality(&c, 90, TRUE);
     jpeg_start_compress(&c, TRUE);
@@ -144,14 +143,21 @@ static const struct Jpeg* jpeg_for(int mode, int seq) {
 
 // ---- Formats and controls ----
 
+// The nth mode of the camera in this format (and of this size, unless 0), or -1.
+static int find_mode(const struct Device* d, uint32_t fourcc, uint32_t nth, uint32_t w, uint32_t h) {
+    for (int m = d->mjpegOnly ? FirstMjpeg : 0; m < ModeCount; ++m)
+        if (modes[m].fourcc == fourcc && (!w || (modes[m].w == w && modes[m].h == h)) && nth-- == 0) return m;
+    return -1;
+}
+
 // The mode a format request comes to: its fourcc (else the first), the nearest size.
 static int nearest_mode(const struct Device* d, uint32_t fourcc, int w, int h) {
-    const int first = d->mjpegOnly ? FirstMjpeg : 0;
-    if (fourcc != modes[first].fourcc && fourcc != MJPG) fourcc = modes[first].fourcc;
+    if (find_mode(d, fourcc, 0, 0, 0) < 0) fourcc = modes[d->mjpegOnly ? FirstMjpeg : 0].fourcc;
     int best = -1;
-    for (int m = first; m < ModeCount; ++m)
+    for (int m = find_mode(d, fourcc, 0, 0, 0); m < ModeCount; ++m)
         if (modes[m].fourcc == fourcc &&
-            (best < 0 || abs(modes[m].w - w) + abs(modes[m].h - h) < abs(modes[best].w - w) + abs(modes[best].h - h)))
+            (best < 0 || labs((long)modes[m].w - w) + labs((long)modes[m].h - h) <
+                             labs((long)modes[best].w - w) + labs((long)modes[best].h - h)))
             best = m;
     return best;
 }
@@ -159,7 +165,7 @@ static int nearest_mode(const struct Device* d, uint32_t fourcc, int w, int h) {
 static void describe(struct v4l2_format* f, int m) {
     struct v4l2_pix_format* p = &f->fmt.pix;
     memset(p, 0, sizeof *p);
-    p->width = (uint32_t)modes[m].w, p->height = (uint32_t)modes[m].h, p->pixelformat = modes[m].fourcc;
+    p->width = modes[m].w, p->height = modes[m].h, p->pixelformat = modes[m].fourcc;
     p->field = V4L2_FIELD_NONE, p->colorspace = V4L2_COLORSPACE_SRGB;
     p->bytesperline = modes[m].fourcc == YUYV ? p->width * 2 : 0;
     p->sizeimage = p->width * p->height * 2;
@@ -172,7 +178,7 @@ static void arm(struct Handle* h, int fps) {
     const struct itimerspec t = {period, fps < 0 ? (struct timespec){0, 1} : period};
     timerfd_settime(h->timer, 0, &t, NULL);
 }
-static int fps_of(const struct Device* d) { return rate > 0 ? rate : modes[d->mode].fps; }
+static int fps_of(const struct Device* d) { return rate > 0 ? rate : (int)modes[d->mode].fps; }
 
 static int control_index(uint32_t id) {
     for (int i = 0; i < ControlCount; ++i)
@@ -253,13 +259,6 @@ static int add_buffers(struct Handle* h, uint32_t* capabilities, uint32_t* count
     return 0;
 }
 
-static int queue_buffer(struct Handle* h, struct v4l2_buffer* b) {
-    if (b->memory != V4L2_MEMORY_MMAP || b->index >= (uint32_t)h->count) return fail(EINVAL);
-    h->queue[h->queued++] = (int)b->index;
-    describe_buffer(h, b, (int)b->index);
-    return 0;
-}
-
 // Called with the lock held after ticks frame times have passed; frames that found no
 // buffer queued are lost, and the sequence shows the gap.
 static int dequeue_buffer(struct Handle* h, struct v4l2_buffer* b, uint64_t ticks) {
@@ -272,8 +271,8 @@ static int dequeue_buffer(struct Handle* h, struct v4l2_buffer* b, uint64_t tick
     b->type = CAPTURE, b->field = V4L2_FIELD_NONE, b->sequence = h->sequence++;
     describe_buffer(h, b, index);
     if (modes[m].fourcc == YUYV) {
-        fill_yuyv(out, modes[m].w, modes[m].h, seq);
-        b->bytesused = (uint32_t)(modes[m].w * modes[m].h * 2);
+        fill_yuyv(out, (int)modes[m].w, (int)modes[m].h, seq);
+        b->bytesused = modes[m].w * modes[m].h * 2;
     } else {
         const struct Jpeg* j = jpeg_for(m, seq);
         memcpy(out, j->data, j->size);
@@ -289,7 +288,6 @@ static int dequeue_buffer(struct Handle* h, struct v4l2_buffer* b, uint64_t tick
 
 static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     struct Device* d = &devices[h->dev];
-    const int first = d->mjpegOnly ? FirstMjpeg : 0;
     if (!alive(h)) return fail(ENODEV);
     switch (request) {
     case VIDIOC_QUERYCAP: {
@@ -305,7 +303,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     }
     case VIDIOC_ENUM_FMT: {
         struct v4l2_fmtdesc* f = arg;
-        const int m = first + (int)f->index * FirstMjpeg;
+        const int m = (d->mjpegOnly ? FirstMjpeg : 0) + (int)f->index * FirstMjpeg;
         if (f->type != CAPTURE || m >= ModeCount) return fail(EINVAL);
         *f = (struct v4l2_fmtdesc){.index = f->index,
                                    .type = CAPTURE,
@@ -316,25 +314,17 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     }
     case VIDIOC_ENUM_FRAMESIZES: {
         struct v4l2_frmsizeenum* s = arg;
-        int n = (int)s->index;
-        for (int m = first; m < ModeCount; ++m)
-            if (modes[m].fourcc == s->pixel_format && n-- == 0) {
-                s->type = V4L2_FRMSIZE_TYPE_DISCRETE;
-                s->discrete.width = (uint32_t)modes[m].w, s->discrete.height = (uint32_t)modes[m].h;
-                return 0;
-            }
-        return fail(EINVAL);
+        const int m = find_mode(d, s->pixel_format, s->index, 0, 0);
+        if (m < 0) return fail(EINVAL);
+        s->type = V4L2_FRMSIZE_TYPE_DISCRETE, s->discrete.width = modes[m].w, s->discrete.height = modes[m].h;
+        return 0;
     }
     case VIDIOC_ENUM_FRAMEINTERVALS: {
         struct v4l2_frmivalenum* iv = arg;
-        for (int m = first; m < ModeCount; ++m)
-            if (iv->index == 0 && modes[m].fourcc == iv->pixel_format && modes[m].w == (int)iv->width &&
-                modes[m].h == (int)iv->height) {
-                iv->type = V4L2_FRMIVAL_TYPE_DISCRETE;
-                iv->discrete.numerator = 1, iv->discrete.denominator = (uint32_t)modes[m].fps;
-                return 0;
-            }
-        return fail(EINVAL);
+        const int m = find_mode(d, iv->pixel_format, iv->index, iv->width, iv->height);
+        if (m < 0) return fail(EINVAL);
+        iv->type = V4L2_FRMIVAL_TYPE_DISCRETE, iv->discrete.numerator = 1, iv->discrete.denominator = modes[m].fps;
+        return 0;
     }
     case VIDIOC_TRY_FMT:
     case VIDIOC_S_FMT: {
@@ -377,13 +367,14 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
         c->index = (uint32_t)h->count;
         return add_buffers(h, &c->capabilities, &c->count);
     }
-    case VIDIOC_QUERYBUF: {
+    case VIDIOC_QUERYBUF:
+    case VIDIOC_QBUF: {
         struct v4l2_buffer* b = arg;
         if (b->type != CAPTURE || b->index >= (uint32_t)h->count) return fail(EINVAL);
+        if (request == VIDIOC_QBUF) h->queue[h->queued++] = (int)b->index;
         describe_buffer(h, b, (int)b->index);
         return 0;
     }
-    case VIDIOC_QBUF: return queue_buffer(h, arg);
     case VIDIOC_STREAMON:
         if (!h->count) return fail(EINVAL);
         if (!h->streaming) h->streaming = 1, h->sequence = 0, arm(h, fps_of(d));
@@ -555,11 +546,7 @@ void fakecam_plug(enum FakeCamVariant variant) {
     pthread_mutex_unlock(&lock);
 }
 
-void fakecam_refuse_open(int on) {
-    pthread_mutex_lock(&lock);
-    refuse = on;
-    pthread_mutex_unlock(&lock);
-}
+void fakecam_refuse_open(int on) { __atomic_store_n(&refuse, on, __ATOMIC_SEQ_CST); }
 
 void fakecam_set_rate(int fps) {
     pthread_mutex_lock(&lock);
@@ -570,9 +557,4 @@ void fakecam_set_rate(int fps) {
     pthread_mutex_unlock(&lock);
 }
 
-int fakecam_stream_opens(void) {
-    pthread_mutex_lock(&lock);
-    const int n = streamedOpens;
-    pthread_mutex_unlock(&lock);
-    return n;
-}
+int fakecam_stream_opens(void) { return __atomic_load_n(&streamedOpens, __ATOMIC_SEQ_CST); }
