@@ -4,13 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
-#include <functional>
-#include <map>
-#include <tuple>
 
 #include "CameraFormats.h"
 #include "Errors.h"
@@ -94,8 +89,7 @@ TEST_F(GraphTest, CatalogueEndsWithTheTestCameraAndRecordingFilters) {
 TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
     FilterInfo* cam = AddByName(graph, TestCameraName);
     ASSERT_NE(cam, nullptr);
-    EXPECT_EQ(graph.GetCurrentImage().isNull(), true);
-    EXPECT_EQ(graph.GetVideoSize(), QSize(0, 0));
+    EXPECT_TRUE(graph.GetCurrentImage().isNull() && graph.GetVideoSize() == QSize(0, 0));
     graph.SetControl(*cam, "pattern", kRed);
     graph.Render(*cam, cam->Pins().front());
     graph.SetOwner(box);
@@ -109,8 +103,7 @@ TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
 
     graph.Pause();
     const QImage image = graph.GetCurrentImage();
-    ASSERT_EQ(image.size(), QSize(640, 480));
-    EXPECT_EQ(image.format(), QImage::Format_RGB32);
+    ASSERT_EQ(std::pair(image.size(), image.format()), std::pair(QSize(640, 480), QImage::Format_RGB32));
     EXPECT_TRUE(Near(image.pixel(320, 400), qRgb(0, 255, 0)));
     // The frozen frame stays the one taken, though frames were still on their way; the clock
     // in the picture tells frames apart.
@@ -204,8 +197,7 @@ TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
     };
     graph.Run();
     ASSERT_TRUE(WaitFor([&] { return number != 0; }));
-    EXPECT_EQ(number, vb::ErrDeviceIO);
-    EXPECT_TRUE(onUiThread);
+    EXPECT_EQ(std::pair(number, onUiThread), std::pair(int(vb::ErrDeviceIO), true));
     graph.Run();  // the graph can start again after the caller hears of the error
     graph.Stop();
 }
@@ -218,11 +210,9 @@ TEST_F(GraphTest, V4l2ControlsOfTheFakeCamera) {
     QStringList got;
     for (const CameraControl& c : graph.Controls(*cam)) {
         got << QStringLiteral("%1 %2 %3..%4 =%5%6%7")
-                   .arg(c.Id, QChar::fromLatin1("IBM"[c.kind]))
-                   .arg(c.Minimum)
-                   .arg(c.Maximum)
-                   .arg(c.Value == c.Default ? c.Default : -1000)
-                   .arg(c.Inactive ? " inactive" : "", c.ReadOnly ? " read-only" : "");
+                   .arg(c.Id, QChar::fromLatin1("IBM"[c.kind]), QString::number(c.Minimum), QString::number(c.Maximum),
+                        QString::number(c.Value == c.Default ? c.Default : -1000), c.Inactive ? " inactive" : "",
+                        c.ReadOnly ? " read-only" : "");
         for (const auto& [value, name] : c.MenuItems) got.last() += QStringLiteral(" %1:%2").arg(value).arg(name);
     }
     EXPECT_EQ(got.join(u'\n').toStdString(),
@@ -290,8 +280,8 @@ TEST_F(GraphTest, FirstStartOfTheFakeCameraTakesMjpegAtFullSize) {
         g.Render(*cam, cam->Pins().front());
         g.Run();
         ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
-        EXPECT_EQ(g.GetVideoSize(), QSize(1920, 1080));
-        EXPECT_EQ(g.CurrentFormat(), CameraFormat({1920, 1080, "MJPG", 30, 1}));
+        EXPECT_EQ(std::pair(g.GetVideoSize(), g.CurrentFormat()),
+                  std::pair(QSize(1920, 1080), CameraFormat({1920, 1080, "MJPG", 30, 1})));
         EXPECT_TRUE(Near(g.GetCurrentImage().pixel(400, 300), qRgb(255, 0, 0)));
     }
 }
@@ -353,9 +343,9 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
             manualAt(100);
             dynamic_cast<vb::Slider*>(find("sldControl", 0))->SetValue(20);
             defaults->Click();
-            EXPECT_EQ(ValueOf(g, *cam, "brightness"), 0);
-            EXPECT_EQ(ValueOf(g, *cam, "exposure_time__absolute"), 250);
-            EXPECT_EQ(exposureMode->ListIndex(), 1);
+            EXPECT_EQ(std::tuple(ValueOf(g, *cam, "brightness"), ValueOf(g, *cam, "exposure_time__absolute"),
+                                 exposureMode->ListIndex()),
+                      std::tuple(0, 250, 1));
             manualAt(100);
 
             // Format, then size: the rates follow, and the running picture takes each.
@@ -375,17 +365,16 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
             dynamic_cast<vb::CommandButton*>(find(ok ? "cmdOK" : "cmdCancel", -1))->Click();
         });
         GraphFileStore().ShowFilterProperties(g, *cam, nullptr, "Camera");
-        EXPECT_EQ(ValueOf(g, *cam, "exposure_time__absolute"), ok ? 100 : 250);
-        EXPECT_EQ(ValueOf(g, *cam, "auto_exposure"), ok ? 1 : 3);
+        EXPECT_EQ(std::pair(ValueOf(g, *cam, "exposure_time__absolute"), ValueOf(g, *cam, "auto_exposure")),
+                  ok ? std::pair(100, 1) : std::pair(250, 3));
         const CameraFormat now = ok ? CameraFormat{640, 480, "YUY2", 30, 1} : CameraFormat{1920, 1080, "MJPG", 30, 1};
         EXPECT_EQ(g.CurrentFormat(), now);
         EXPECT_TRUE(WaitFor([&] { return g.GetVideoSize() == QSize(now.Width, now.Height); }));
         GraphFileStore().SaveGraphFile(g, File("uvc.grf"));
-        EXPECT_TRUE(Read("uvc.grf").contains(QStringLiteral("width=%1\r\nheight=%2\r\nformat=%3\r\n")
-                                                 .arg(now.Width)
-                                                 .arg(now.Height)
-                                                 .arg(now.Format)
-                                                 .toUtf8()));
+        EXPECT_TRUE(
+            Read("uvc.grf").contains(QStringLiteral("width=%1\r\nheight=%2\r\nformat=%3\r\n")
+                                         .arg(QString::number(now.Width), QString::number(now.Height), now.Format)
+                                         .toUtf8()));
     }
 }
 
