@@ -179,12 +179,12 @@ TEST(CameraView, ZoomStillResizeRecordingKeepTheCameraOpenAndTheIconBlinksOnlyWh
         f.cmdPlayStop->Click();
         EXPECT_EQ(std::pair(f.ViewMode, f.cmdPlayStop->Caption()), std::pair(tavix::ViewMode::Still, GST(11050)));
         EXPECT_TRUE(icon(2));
-        // 32-bit pixels of the camera's picture at its own size, its quarters in their places.
+        // 32-bit pixels of the camera's picture at its own size, its quarters out to the corners.
         const QImage still = f.picTempView->GetPicture();
         EXPECT_EQ(std::tuple(still.size(), still.depth(), f.picTempView->Width()),
                   std::tuple(QSize(640, 480), 32, 640 * kTwips));
         for (int q = 0; q < 4; ++q)
-            EXPECT_TRUE(testing_support::Near(still.pixel(160 + q % 2 * 320, 120 + q / 2 * 240), kQuarterColors[q]));
+            EXPECT_TRUE(testing_support::Near(still.pixel(q % 2 * 639, 20 + q / 2 * 459), kQuarterColors[q]));
         EXPECT_TRUE(f.picStillView->Visible() && !f.picCameraView->Visible());
         EXPECT_TRUE(f.cmdMeasure[0]->Enabled() && f.chkMeasureSave->Enabled() && !f.cmdPinProp->Enabled());
 
