@@ -334,6 +334,7 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
     }
     fakecam_plug(FakeCamNone);
 }
+
 // What GStreamer's PipeWire plugin lists for a V4L2 camera: its own device with the node
 // behind it in the properties, and an element that cannot reach the camera's controls.
 // They add nothing to their parents' instance and class.

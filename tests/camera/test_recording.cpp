@@ -186,43 +186,21 @@ TEST(Recording, AGraphFileThatCannotBeLoadedAfterwardsEndsTheProgram) {
 TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
     using M = RecordingMain&;
     const auto removeFolder = [](M m) { QDir(m.box.File("movies")).removeRecursively(); };
+    const auto removeFolderNow = [](M m) { QDir(m.box.File("movies")).removeRecursively(), tavix::tmrRec_Timer(m.f); };
+    const auto nearlyFull = [](M m) { m.SetFree(60.0 * 1024 * 1024), tavix::tmrRec_Timer(m.f); };
+    const auto replug = [](M) { fakecam_plug(FakeCamUvc); };  // the stream hears at once that its camera went
     const struct {
         const char* name;
         tavix::cam::FilterGraph::Faults faults;
         void (*before)(M), (*during)(M);  // before the start, and a second into the recording
-        QString log;
+        const char* log;
         bool finished, fileLeft;  // a movie with its header and index is left; a file at all
     } rows[] = {
         {"the writer cannot open the file", {}, removeFolder, nullptr, "BuildRecordGraph Error.(5)", false, false},
-        {"the disk fills while recording",
-         {.writerFailsAfter = 40},
-         nullptr,
-         nullptr,
-         "tmrRec_Timer Error.(61)",
-         true,
-         true},
-        {"the disk is almost full",
-         {},
-         nullptr,
-         [](M m) { m.SetFree(60.0 * 1024 * 1024), tavix::tmrRec_Timer(m.f); },
-         "tmrRec_Timer Error.(61)",
-         true,
-         true},
-        // The stream hears at once that its camera went.
-        {"the camera is lost for a moment",
-         {},
-         nullptr,
-         [](M) { fakecam_plug(FakeCamUvc); },
-         "tmrRec_Timer Error.(57)",
-         true,
-         true},
-        {"the folder is removed",
-         {},
-         nullptr,
-         [](M m) { QDir(m.box.File("movies")).removeRecursively(), tavix::tmrRec_Timer(m.f); },
-         "tmrRec_Timer Error.(76)",
-         false,
-         false},
+        {"the disk fills", {.writerFailsAfter = 40}, nullptr, nullptr, "tmrRec_Timer Error.(61)", true, true},
+        {"the disk is almost full", {}, nullptr, nearlyFull, "tmrRec_Timer Error.(61)", true, true},
+        {"the camera is lost for a moment", {}, nullptr, replug, "tmrRec_Timer Error.(57)", true, true},
+        {"the folder is removed", {}, nullptr, removeFolderNow, "tmrRec_Timer Error.(76)", false, false},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.name);
