@@ -59,13 +59,10 @@ int Brightness(const char* device) {
 }
 
 TEST(CameraView, ZoomRoundsHalfToEven) {
-    const struct {
-        int pixels;
-        double zoom;
-        int expected;
-    } rows[] = {{645, 0.5, 322}, {647, 0.5, 324}, {215, 1.5, 322}, {640, 1.5, 960}, {3, 0.5, 2}, {1, 0.5, 0}};
-    for (const auto& r : rows)
-        EXPECT_EQ(tavix::geometry::ZoomedPixels(r.pixels, r.zoom), r.expected) << r.pixels << " x " << r.zoom;
+    const std::tuple<int, double, int> rows[] = {{645, 0.5, 322}, {647, 0.5, 324}, {215, 1.5, 322},
+                                                 {640, 1.5, 960}, {3, 0.5, 2},     {1, 0.5, 0}};
+    for (const auto& [pixels, zoom, expected] : rows)
+        EXPECT_EQ(tavix::geometry::ZoomedPixels(pixels, zoom), expected) << pixels << " x " << zoom;
 }
 
 TEST(CameraView, OpeningReplacesUnusableGraphFilesSilently) {
@@ -291,8 +288,7 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
         const char* name;
         std::function<void()> act;
         bool click;
-        QString box;  // the box's text, or the start of it
-        QString log;
+        QString box, log;  // the start of the box's text, and the log line
         bool live;
     } steps[] = {
         {"the camera cannot allocate its buffers",

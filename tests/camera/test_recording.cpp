@@ -315,10 +315,7 @@ TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
             n += At(reference, e + 8) + 8 + At(reference, e + 12) <= cut;
         return n;
     };
-    const struct {
-        const char* what;
-        QByteArray bytes;
-    } cases[] = {
+    const std::pair<const char*, QByteArray> cases[] = {
         {"only the header", rec.midway.left(movi + 4)},
         {"within the first frame", rec.midway.left(movi + 4 + 8 + 100)},
         {"within a later frame", rec.midway.left(rec.midway.size() - 7)},
@@ -326,11 +323,11 @@ TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
         // Killed while the index was written: every frame there, the header not yet rewritten.
         {"within the index", rec.midway.left(movi + 4) + rec.finished.mid(movi + 4, idx1 + 100 - (movi + 4))},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, bytes] : cases) {
+        SCOPED_TRACE(what);
         const QString path = dir.filePath("cut.avi");
-        WriteFile(path, c.bytes);
-        const int expected = wholeBefore(std::min(c.bytes.size(), idx1));
+        WriteFile(path, bytes);
+        const int expected = wholeBefore(std::min(bytes.size(), idx1));
         const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(path);
         EXPECT_EQ(std::tuple(r.error, r.repaired, r.frames), std::tuple(0, true, expected));
         const QByteArray fixed = ReadFile(path);
