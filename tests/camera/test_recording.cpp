@@ -274,16 +274,21 @@ struct Recorded {
     QByteArray midway, finished;
 };
 
-Recorded Record(const QString& path) {
+// A pipeline that ends in this file, playing.
+GstElement* Play(const char* description, const QString& path) {
     gst_init(nullptr, nullptr);
-    const QByteArray launch =
+    GstElement* p = gst_parse_launch(description + (" location=" + QFile::encodeName(path)), nullptr);
+    if (p) gst_element_set_state(p, GST_STATE_PLAYING);
+    return p;
+}
+
+Recorded Record(const QString& path) {
+    GstElement* pipeline = Play(
         "videotestsrc is-live=true num-buffers=45 ! video/x-raw,width=160,height=120,"
-        "framerate=30/1 ! jpegenc ! avimux ! filesink buffer-mode=unbuffered location=" +
-        QFile::encodeName(path);
-    GstElement* pipeline = gst_parse_launch(launch.constData(), nullptr);
+        "framerate=30/1 ! jpegenc ! avimux ! filesink buffer-mode=unbuffered",
+        path);
     Recorded r;
     if (!pipeline) return r;
-    gst_element_set_state(pipeline, GST_STATE_PLAYING);
     while (QFile(path).size() < 40000) QThread::msleep(5);
     r.midway = ReadFile(path);
     GstBus* bus = gst_element_get_bus(pipeline);
@@ -380,15 +385,11 @@ TEST(AviRepair, AMovieOfTwoPartsKeepsBoth) {
     QTemporaryDir dir(QStringLiteral("/var/tmp/tavix-avi.XXXXXX"));  // 1.2 GB: on a disk, not in RAM
     const QString path = dir.filePath(QStringLiteral("big.avi"));
     constexpr qint64 kChunk = 1920 * 1080 * 3 / 2 + 8, kCut = 1'200'000'000;
-    gst_init(nullptr, nullptr);
-    GstElement* pipeline = gst_parse_launch(
-        ("videotestsrc pattern=black ! video/x-raw,format=I420,width=1920,height=1080,framerate=30/1 ! avimux ! "
-         "filesink location=" +
-         QFile::encodeName(path))
-            .constData(),
-        nullptr);
+    GstElement* pipeline = Play(
+        "videotestsrc pattern=black ! video/x-raw,format=I420,width=1920,height=1080,framerate=30/1 ! avimux ! "
+        "filesink",
+        path);
     ASSERT_TRUE(pipeline);
-    gst_element_set_state(pipeline, GST_STATE_PLAYING);
     while (QFile(path).size() < kCut) QThread::msleep(2);
     // Stopped without its end: the multiplexer leaves the file as a crash would.
     gst_element_set_state(pipeline, GST_STATE_NULL);
