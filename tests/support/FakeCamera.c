@@ -105,40 +105,43 @@ static int color_at(int x, int y, int w, int h, int seq) {
     return y < 16 && x / 16 == seq % Markers ? 4 : (y >= h / 2) * 2 + (x >= w / 2);
 }
 
-static void fill_yuyv(unsigned char* out, int w, int h, int seq) {
-    // The colours above in BT.601 limited range, which GStreamer assumes for an sRGB camera.
-    static const unsigned char yuv[5][3] = {
-        {81, 90, 240}, {145, 54, 34}, {41, 240, 110}, {235, 128, 128}, {16, 128, 128}};
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; x += 2, out += 4) {
-            const unsigned char* c = yuv[color_at(x, y, w, h, seq)];
-            out[0] = out[2] = c[0], out[1] = c[1], out[3] = c[2];
-        }
-}
-
-// Encoded once per size and marker place, on first use.
-static const struct Jpeg* jpeg_for(int mode, int seq) {
-    struct Jpeg* j = &jpegs[mode][seq % Markers];
-    if (j->data) return j;
-    const int w = (int)modes[mode].w, h = (int)modes[mode].h;
-    struct jpeg_compress_struct c;
-    struct jpeg_error_mgr err;
-    c.err = jpeg_std_error(&err);
-    jpeg_create_compress(&c);
-    jpeg_mem_dest(&c, &j->data, &j->size);
-    c.image_width = modes[mode].w, c.image_height = modes[mode].h, c.input_components = 3, c.in_color_space = JCS_RGB;
-    jpeg_set_defaults(&c);
-    jpeg_set_quality(&c, 90, TRUE);
-    jpeg_start_compress(&c, TRUE);
-    unsigned char* row = malloc((size_t)w * 3);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) memcpy(row + 3 * x, rgb[color_at(x, y, w, h, seq)], 3);
-        jpeg_write_scanlines(&c, &row, 1);
+// Draws the frame of this sequence number in mode m to out; gives its size. A JPEG is
+// encoded once per size and marker place, on first use.
+static uint32_t draw(unsigned char* out, int m, int seq) {
+    const int w = (int)modes[m].w, h = (int)modes[m].h;
+    if (modes[m].fourcc == YUYV) {
+        // The colours above in BT.601 limited range, which GStreamer assumes for an sRGB camera.
+        static const unsigned char yuv[5][3] = {
+            {81, 90, 240}, {145, 54, 34}, {41, 240, 110}, {235, 128, 128}, {16, 128, 128}};
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; x += 2, out += 4) {
+                const unsigned char* c = yuv[color_at(x, y, w, h, seq)];
+                out[0] = out[2] = c[0], out[1] = c[1], out[3] = c[2];
+            }
+        return (uint32_t)(w * h * 2);
     }
-    free(row);
-    jpeg_finish_compress(&c);
-    jpeg_destroy_compress(&c);
-    return j;
+    struct Jpeg* j = &jpegs[m][seq % Markers];
+    if (!j->data) {
+        struct jpeg_compress_struct c;
+        struct jpeg_error_mgr err;
+        c.err = jpeg_std_error(&err);
+        jpeg_create_compress(&c);
+        jpeg_mem_dest(&c, &j->data, &j->size);
+        c.image_width = modes[m].w, c.image_height = modes[m].h, c.input_components = 3, c.in_color_space = JCS_RGB;
+        jpeg_set_defaults(&c);
+        jpeg_set_quality(&c, 90, TRUE);
+        jpeg_start_compress(&c, TRUE);
+        unsigned char* row = malloc((size_t)w * 3);
+        for (int y = 0; y < h; ++y) {
+            for (int x = 0; x < w; ++x) memcpy(row + 3 * x, rgb[color_at(x, y, w, h, seq)], 3);
+            jpeg_write_scanlines(&c, &row, 1);
+        }
+        free(row);
+        jpeg_finish_compress(&c);
+        jpeg_destroy_compress(&c);
+    }
+    memcpy(out, j->data, j->size);
+    return (uint32_t)j->size;
 }
 
 // ---- Formats and controls ----
@@ -266,18 +269,10 @@ static int dequeue_buffer(struct Handle* h, struct v4l2_buffer* b, uint64_t tick
     if (!h->queued) return h->sequence++, fail(EAGAIN);
     const int index = h->queue[0], m = devices[h->dev].mode, seq = (int)h->sequence;
     memmove(h->queue, h->queue + 1, sizeof h->queue[0] * (size_t)--h->queued);
-    unsigned char* out = h->mem + h->stride * (size_t)index;
     memset(b, 0, sizeof *b);
     b->type = CAPTURE, b->field = V4L2_FIELD_NONE, b->sequence = h->sequence++;
+    b->bytesused = draw(h->mem + h->stride * (size_t)index, m, seq);
     describe_buffer(h, b, index);
-    if (modes[m].fourcc == YUYV) {
-        fill_yuyv(out, (int)modes[m].w, (int)modes[m].h, seq);
-        b->bytesused = modes[m].w * modes[m].h * 2;
-    } else {
-        const struct Jpeg* j = jpeg_for(m, seq);
-        memcpy(out, j->data, j->size);
-        b->bytesused = (uint32_t)j->size;
-    }
     struct timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
     b->timestamp.tv_sec = now.tv_sec, b->timestamp.tv_usec = now.tv_nsec / 1000;
