@@ -1,6 +1,6 @@
 // The camera's graph at start-up, the live view at a zoom, the still taken from it, the
-// blinking icon, the settings button and a camera that is lost, on the fake UVC camera
-// opened by its name; the test camera's own settings and elements.
+// blinking icon, the settings button, on the fake UVC camera opened by its name; a camera
+// that is refused, lost and plugged in again, or listed by PipeWire too.
 #include <gst/gst.h>
 
 #include <QCoreApplication>
@@ -10,11 +10,13 @@
 #include "CameraView.h"
 #include "CommonModule.h"
 #include "FakeCamera.h"
+#include "Filter.h"
 #include "Graph.h"
 #include "StartedMain.h"
 #include "Startup.h"
-#include "Wiring.h"
+#include "V4l2Controls.h"
 #include "ViewGeometry.h"
+#include "Wiring.h"
 
 using tavix::GST;
 using testing_support::CameraMain;
@@ -27,17 +29,16 @@ namespace {
 
 constexpr double kTwips = 15;
 const QString kGrf = QStringLiteral("Tavix.grf");
-const QByteArray kOtherCamera = "TavixGraph 1\r\ncamera=Other Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n";
-const QByteArray kFakeVga =
-    "TavixGraph 1\r\ncamera=" FAKECAM_NAME "\r\ndevice=/fakecam/video0\r\nwidth=640\r\nheight=480\r\nformat=YUY2\r\n";
+const QByteArray kFakeVga = "device=/fakecam/video0\r\nwidth=640\r\nheight=480\r\nformat=YUY2\r\n";
 
-// The fake camera plugged in afresh and named in the ini file; its graph file, if any, and
-// whatever else the test prepares.
-Prepare OnFakeCamera(const QByteArray& graph = kFakeVga, const Prepare& more = {}) {
+// The fake camera (or twins) plugged in afresh and named in the ini file with these graph
+// file lines (no graph file for none), and whatever else the test prepares.
+Prepare OnFakeCamera(const QByteArray& graph = kFakeVga, const Prepare& more = {},
+                     FakeCamVariant variant = FakeCamUvc) {
     return [=](Sandbox& box, ScriptedDialogHost& host) {
-        fakecam_plug(FakeCamUvc);
-        box.SetIni(QStringLiteral("CAMERAFILTERNAME"), QStringLiteral(FAKECAM_NAME));
-        if (!graph.isEmpty()) box.Write(kGrf, graph);
+        fakecam_plug(variant);
+        box.UseCamera(FAKECAM_NAME, graph);
+        if (graph.isEmpty()) box.Remove(kGrf);
         if (more) more(box, host);
     };
 }
@@ -51,16 +52,17 @@ bool NewFramesShown(CameraMain& m) {
     return true;
 }
 
+int Brightness(const char* device) {
+    for (const auto& c : tavix::cam::V4l2Controls(device))
+        if (c.Id == QLatin1String("brightness")) return c.Value;
+    return -1000;
+}
+
 TEST(CameraView, ZoomRoundsHalfToEven) {
-    const struct {
-        int pixels;
-        double zoom;
-        int expected;
-    } rows[] = {
-        {645, 0.5, 322}, {647, 0.5, 324}, {215, 1.5, 322}, {640, 1.5, 960}, {3, 0.5, 2}, {1, 0.5, 0},
-    };
-    for (const auto& r : rows)
-        EXPECT_EQ(tavix::geometry::ZoomedPixels(r.pixels, r.zoom), r.expected) << r.pixels << " x " << r.zoom;
+    const std::tuple<int, double, int> rows[] = {{645, 0.5, 322}, {647, 0.5, 324}, {215, 1.5, 322},
+                                                 {640, 1.5, 960}, {3, 0.5, 2},     {1, 0.5, 0}};
+    for (const auto& [pixels, zoom, expected] : rows)
+        EXPECT_EQ(tavix::geometry::ZoomedPixels(pixels, zoom), expected) << pixels << " x " << zoom;
 }
 
 TEST(CameraView, OpeningReplacesUnusableGraphFilesSilently) {
@@ -70,43 +72,58 @@ TEST(CameraView, OpeningReplacesUnusableGraphFilesSilently) {
         QString log;      // the one LoadGrfFile line expected, or none
     } rows[] = {
         {"no file: built and saved", {}, {}},
-        {"another camera's file", kOtherCamera, QStringLiteral("LoadGrfFile:Camera Filer Not Found.")},
-        {"damaged file", "not a graph\r\n", QStringLiteral("LoadGrfFile Error.(13)")},
+        {"another camera's file", "TavixGraph 1\r\ncamera=Other Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n",
+         "LoadGrfFile:Camera Filer Not Found."},
+        {"damaged file", "not a graph\r\n", "LoadGrfFile Error.(13)"},
     };
     for (const auto& r : rows) {
-        CameraMain m(OnFakeCamera(r.file));
-        ASSERT_TRUE(m.started) << r.name;
-        EXPECT_TRUE(m.host.Boxes.empty()) << r.name;
-        QStringList loadLines = m.box.LogTexts().filter(QStringLiteral("LoadGrfFile"));
-        EXPECT_EQ(loadLines, r.log.isEmpty() ? QStringList() : QStringList{r.log}) << r.name;
-        EXPECT_TRUE(m.box.Read(kGrf).contains("camera=" FAKECAM_NAME)) << r.name;
-        ASSERT_NE(m.f.CameraFilter, nullptr) << r.name;
-        EXPECT_EQ(m.f.CameraFilter->Name(), QStringLiteral(FAKECAM_NAME));
-        EXPECT_EQ(m.f.CameraOutputPin->Direction, 1);
+        SCOPED_TRACE(r.name);
+        CameraMain m(OnFakeCamera({}, [&](Sandbox& box, ScriptedDialogHost&) {
+            if (!r.file.isEmpty()) box.Write(kGrf, r.file);
+        }));
+        ASSERT_TRUE(m.started);
+        EXPECT_TRUE(m.host.Boxes.empty());
+        const QStringList loadLines = m.box.LogTexts().filter("LoadGrfFile");
+        EXPECT_EQ(loadLines, r.log.isEmpty() ? QStringList() : QStringList{r.log});
+        EXPECT_TRUE(m.box.Read(kGrf).contains("camera=" FAKECAM_NAME));
+        ASSERT_NE(m.f.CameraFilter, nullptr);
+        EXPECT_EQ(std::pair(m.f.CameraFilter->Name(), m.f.CameraOutputPin->Direction),
+                  std::pair(QString(FAKECAM_NAME), 1));
 
         // What was written is what the next start loads, without a word in the log.
         const QByteArray saved = m.box.Read(kGrf);
         tavix::NewFilterGraph(m.f);
-        EXPECT_TRUE(tavix::LoadGrfFile(m.f)) << r.name;
-        EXPECT_EQ(m.box.LogTexts().filter(QStringLiteral("LoadGrfFile")).size(), loadLines.size()) << r.name;
+        EXPECT_TRUE(tavix::LoadGrfFile(m.f));
+        EXPECT_EQ(m.box.LogTexts().filter("LoadGrfFile"), loadLines);
         EXPECT_EQ(m.box.Read(kGrf), saved);
     }
 }
 
-TEST(CameraView, CameraNameMustMatchExactlyElseStartUpEnds) {
-    for (const char* name : {"Nowhere Camera", "fake uvc camera"}) {
-        CameraMain m(OnFakeCamera({}, [&](Sandbox& box, ScriptedDialogHost& host) {
-            box.SetIni(QStringLiteral("CAMERAFILTERNAME"), QString::fromLatin1(name));
+TEST(CameraView, ACameraNotThereOrRefusedEndsTheStartUp) {
+    const struct {
+        const char* ini;  // the camera's name in the ini file
+        QByteArray graph;
+        bool refused;  // the box and the log name the node the user may not open
+    } rows[] = {{"Nowhere Camera", {}, false},
+                {"fake uvc camera", {}, false},  // case counts
+                {FAKECAM_NAME, "device=/fakecam/video0\r\n", true}};
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.ini);
+        CameraMain m(OnFakeCamera(r.graph, [&](Sandbox& box, ScriptedDialogHost& host) {
+            box.SetIni("CAMERAFILTERNAME", r.ini);
+            fakecam_refuse_open(r.refused);
             host.AnswerMsgBox(vb::vbOK);
         }));
-        EXPECT_FALSE(m.started) << name;
-        EXPECT_EQ(m.host.Ends, 1) << name;
-        ASSERT_EQ(m.host.Boxes.size(), 1u) << name;
-        EXPECT_EQ(m.host.Boxes[0].Prompt, GST(20104) + QLatin1Char('\n') + GST(20105));
-        EXPECT_EQ(m.host.Boxes[0].Title, GST(11103));
-        EXPECT_TRUE(m.Logged(QStringLiteral("Camera Filter Error."))) << name;
-        EXPECT_FALSE(m.box.Read(kGrf).size()) << "nothing saved for " << name;
+        EXPECT_EQ(std::pair(m.started, m.host.Ends), std::pair(false, 1));
+        ASSERT_EQ(m.host.Boxes.size(), 1u);
+        const QString refused = r.refused ? u'\n' + GST(20199, "/fakecam/video0") : "";
+        EXPECT_EQ(std::pair(m.host.Boxes[0].Prompt, m.host.Boxes[0].Title),
+                  std::pair(GST(20104) + u'\n' + GST(20105) + refused, GST(11103)));
+        EXPECT_TRUE(m.Logged("Camera Filter Error."));
+        EXPECT_EQ(m.Logged("Camera Permission Denied.(/fakecam/video0)"), r.refused);
+        EXPECT_EQ(m.box.Read(kGrf).isEmpty(), r.graph.isEmpty()) << "nothing saved";
     }
+    fakecam_plug(FakeCamNone);
 }
 
 TEST(CameraView, MissingElementIsNamedInABoxAndTheLog) {
@@ -118,17 +135,17 @@ TEST(CameraView, MissingElementIsNamedInABoxAndTheLog) {
     CameraMain m([](Sandbox&, ScriptedDialogHost& host) { host.AnswerMsgBox(vb::vbOK); });
     gst_registry_add_feature(registry, clock);
     gst_object_unref(clock);
-    const QString missing = QStringLiteral("timeoverlay (gstreamer1.0-x)");
+    const QString missing = "timeoverlay (gstreamer1.0-x)";
     EXPECT_TRUE(m.started);
     ASSERT_EQ(m.host.Boxes.size(), 1u);
-    EXPECT_EQ(m.host.Boxes[0].Prompt, GST(20300, missing));
-    EXPECT_EQ(m.host.Boxes[0].Title, GST(11300));
+    EXPECT_EQ(std::pair(m.host.Boxes[0].Prompt, m.host.Boxes[0].Title), std::pair(GST(20300, missing), GST(11300)));
     EXPECT_TRUE(m.Logged(QStringLiteral("GStreamer Element Not Found.(%1)").arg(missing)));
 }
 
 // At each zoom: the box sized and centred, the still at the camera's own size, and live again
 // with new frames; the camera stays open through these, a resize and a recording's start.
-TEST(CameraView, ZoomStillResizeAndRecordingKeepTheCameraOpenAndThePictureGoingOn) {
+// Then the blinking of the icon.
+TEST(CameraView, ZoomStillResizeRecordingKeepTheCameraOpenAndTheIconBlinksOnlyWhenIdle) {
     CameraMain m(OnFakeCamera());
     ASSERT_TRUE(m.started && m.WaitFrame());
     tavix::frmMain& f = m.f;
@@ -145,171 +162,228 @@ TEST(CameraView, ZoomStillResizeAndRecordingKeepTheCameraOpenAndThePictureGoingO
     const vb::PictureBox& view = *f.picCameraView;
     const double areaW = f.picViewArea->ScaleWidth(), areaH = f.picViewArea->ScaleHeight();
     const int opens = fakecam_stream_opens();
+    auto icon = [&](int i) {
+        return f.cmdPlayStop->GetPicture().cacheKey() == f.imgCameraIcon[i]->GetPicture().cacheKey();
+    };
     for (const auto& r : rows) {
+        SCOPED_TRACE(r.zoom);
         testing_support::Zoom(m.f, r.zoom);
-        EXPECT_EQ(QSizeF(view.Width(), view.Height()), QSizeF(r.w * kTwips, r.h * kTwips)) << r.zoom;
-        EXPECT_DOUBLE_EQ(view.Left(), areaW / 2 - r.w * kTwips / 2) << r.zoom;
-        EXPECT_DOUBLE_EQ(view.Top(), areaH / 2 - r.h * kTwips / 2) << r.zoom;
-        EXPECT_EQ(view.Left() < 0, r.w * kTwips > areaW) << r.zoom;
-        ASSERT_TRUE(NewFramesShown(m)) << r.zoom;
+        EXPECT_EQ(QRectF(view.Left(), view.Top(), view.Width(), view.Height()),
+                  QRectF(areaW / 2 - r.w * kTwips / 2, areaH / 2 - r.h * kTwips / 2, r.w * kTwips, r.h * kTwips));
+        EXPECT_EQ(view.Left() < 0, r.w * kTwips > areaW);
+        ASSERT_TRUE(NewFramesShown(m));
 
         f.cmdPlayStop->Click();
-        EXPECT_EQ(f.ViewMode, tavix::ViewMode::Still);
-        EXPECT_EQ(f.cmdPlayStop->Caption(), GST(11050));
-        EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgCameraIcon[2]->GetPicture().cacheKey());
+        EXPECT_EQ(std::pair(f.ViewMode, f.cmdPlayStop->Caption()), std::pair(tavix::ViewMode::Still, GST(11050)));
+        EXPECT_TRUE(icon(2));
+        // 32-bit pixels of the camera's picture at its own size, its quarters out to the corners.
         const QImage still = f.picTempView->GetPicture();
-        EXPECT_EQ(still.size(), QSize(640, 480)) << r.zoom;
-        EXPECT_EQ(f.picTempView->Width(), 640 * kTwips) << r.zoom;
-        // 32-bit pixels of the camera's picture, its white quarter bottom right.
-        EXPECT_TRUE(still.depth() == 32 && testing_support::Near(still.pixel(639, 479), kQuarterColors[3]));
+        EXPECT_EQ(std::tuple(still.size(), still.depth(), f.picTempView->Width()),
+                  std::tuple(QSize(640, 480), 32, 640 * kTwips));
+        for (int q = 0; q < 4; ++q)
+            EXPECT_TRUE(testing_support::Near(still.pixel(q % 2 * 639, 20 + q / 2 * 459), kQuarterColors[q]));
         EXPECT_TRUE(f.picStillView->Visible() && !f.picCameraView->Visible());
         EXPECT_TRUE(f.cmdMeasure[0]->Enabled() && f.chkMeasureSave->Enabled() && !f.cmdPinProp->Enabled());
 
         f.IconPhase = 1;
         f.cmdPlayStop->Click();
-        EXPECT_EQ(f.ViewMode, tavix::ViewMode::Live);
-        EXPECT_EQ(f.cmdPlayStop->Caption(), GST(11051));
-        EXPECT_EQ(f.IconPhase, 0);
-        EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgCameraIcon[0]->GetPicture().cacheKey());
+        EXPECT_EQ(std::tuple(f.ViewMode, f.cmdPlayStop->Caption(), f.IconPhase),
+                  std::tuple(tavix::ViewMode::Live, GST(11051), 0));
+        EXPECT_TRUE(icon(0));
         EXPECT_TRUE(f.picCameraView->Visible() && !f.picStillView->Visible() && f.cmdPinProp->Enabled());
         EXPECT_FALSE(f.cmdMeasure[0]->Enabled() || f.chkMeasureSave->Enabled());
         EXPECT_TRUE(f.chkScale->Enabled() && f.chkCross->Enabled()) << "NoDisable controls stay";
-        EXPECT_TRUE(NewFramesShown(m)) << r.zoom;
+        EXPECT_TRUE(NewFramesShown(m));
     }
     // A resize and a recording's start stop and run the graph too.
     f.resize(f.width() + 40, f.height() + 30);
     EXPECT_TRUE(NewFramesShown(m)) << "resized";
-    f.MovieFileName = m.box.File(QStringLiteral("movie.avi"));
+    f.MovieFileName = m.box.File("movie.avi");
     f.RecordSecondsLeft = 60, f.CommandMode = tavix::CommandMode::MovieArmed;
     f.cmdPlayStop->Click();
     EXPECT_TRUE(NewFramesShown(m)) << "recording";
     EXPECT_EQ(fakecam_stream_opens(), opens) << "the camera stays open";
     f.cmdPlayStop->Click();
-    EXPECT_TRUE(m.box.Read(QStringLiteral("movie.avi")).contains("idx1")) << "the movie is finished";
+    EXPECT_TRUE(m.box.Read("movie.avi").contains("idx1")) << "the movie is finished";
     EXPECT_TRUE(NewFramesShown(m)) << "live after the recording";
+
+    // The icon blinks only in an idle live view; the test ticks by hand.
+    f.tmrLiveIcon->SetEnabled(false);
+    const struct {
+        int16_t viewMode, commandMode;
+        bool enabled, blinks;
+    } ticks[] = {
+        {0, 0, true, true},  {0, 10, true, true}, {1, 0, true, false},
+        {0, 1, true, false}, {0, 2, true, false}, {0, 0, false, false},
+    };
+    for (const auto& r : ticks) {
+        f.ViewMode = tavix::ViewMode(r.viewMode), f.CommandMode = tavix::CommandMode(r.commandMode), f.IconPhase = 0;
+        f.cmdPlayStop->SetEnabled(r.enabled);
+        f.tmrLiveIcon->OnTimer();
+        EXPECT_EQ(f.IconPhase, r.blinks ? 1 : 0) << r.viewMode << "/" << r.commandMode << "/" << r.enabled;
+        if (!r.blinks) continue;
+        EXPECT_TRUE(icon(1));
+        f.tmrLiveIcon->OnTimer();
+        EXPECT_EQ(f.IconPhase, 0);
+    }
 }
 
 TEST(CameraView, ResultsOfTheStillAreClearedOnlyWhenTheUserAgrees) {
     const struct {
         const char* name;
         bool dirty;
-        int answer;
-        int viewMode;
-        bool clears;
+        int answer, viewMode, results;
     } rows[] = {
-        {"unsaved, No keeps all", true, vb::vbNo, 1, 0},
-        {"unsaved, Yes clears", true, vb::vbYes, 0, 1},
-        {"saved, no question", false, 0, 0, 1},
+        {"unsaved, No keeps all", true, vb::vbNo, 1, 1},
+        {"unsaved, Yes clears", true, vb::vbYes, 0, 0},
+        {"saved, no question", false, 0, 0, 0},
     };
     for (const auto& r : rows) {
+        SCOPED_TRACE(r.name);
         CameraMain m(OnFakeCamera());
         ASSERT_TRUE(m.started && m.WaitFrame());
         m.f.cmdPlayStop->Click();
-        m.f.ResultCount = 1;
-        m.f.ResultDirty = r.dirty;
+        m.f.ResultCount = 1, m.f.ResultDirty = r.dirty;
         if (r.answer) m.host.AnswerMsgBox(r.answer);
         m.f.cmdPlayStop->Click();
-        EXPECT_EQ(int(m.f.ViewMode), r.viewMode) << r.name;
-        EXPECT_EQ(m.f.ResultCount, 1 - r.clears) << r.name;
-        if (!r.answer) continue;
-        ASSERT_EQ(m.host.Boxes.size(), 1u) << r.name;
-        EXPECT_EQ(m.host.Boxes[0].Prompt, GST(20040));
-        EXPECT_EQ(m.host.Boxes[0].Buttons, vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2);
-        EXPECT_EQ(m.host.Boxes[0].Title, GST(11041));
-    }
-}
-
-TEST(CameraView, IconBlinksOnlyInAnIdleLiveView) {
-    CameraMain m(OnFakeCamera());
-    ASSERT_TRUE(m.started);
-    tavix::frmMain& f = m.f;
-    f.tmrLiveIcon->SetEnabled(false);  // the test ticks by hand
-    const struct {
-        int16_t viewMode, commandMode;
-        bool enabled, blinks;
-    } rows[] = {
-        {0, 0, true, true},  {0, 10, true, true}, {1, 0, true, false},
-        {0, 1, true, false}, {0, 2, true, false}, {0, 0, false, false},
-    };
-    for (const auto& r : rows) {
-        f.ViewMode = tavix::ViewMode(r.viewMode), f.CommandMode = tavix::CommandMode(r.commandMode), f.IconPhase = 0;
-        f.cmdPlayStop->SetEnabled(r.enabled);
-        f.tmrLiveIcon->OnTimer();
-        EXPECT_EQ(f.IconPhase, r.blinks ? 1 : 0) << r.viewMode << "/" << r.commandMode << "/" << r.enabled;
-        if (!r.blinks) continue;
-        EXPECT_EQ(f.cmdPlayStop->GetPicture().cacheKey(), f.imgCameraIcon[1]->GetPicture().cacheKey());
-        f.tmrLiveIcon->OnTimer();
-        EXPECT_EQ(f.IconPhase, 0);
+        EXPECT_EQ(std::pair(int(m.f.ViewMode), int(m.f.ResultCount)), std::pair(r.viewMode, r.results));
+        ASSERT_EQ(m.host.Boxes.size(), r.answer ? 1u : 0u);
+        for (const auto& b : m.host.Boxes)
+            EXPECT_EQ(std::tuple(b.Prompt, b.Buttons, b.Title),
+                      std::tuple(GST(20040), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(11041)));
     }
 }
 
 TEST(CameraView, SettingsAreSavedWhateverTheUserDid) {
     // The user picks the second pattern, then closes with OK or with Cancel.
-    for (const char* button : {"cmdOK", "cmdCancel"}) {
+    for (const QString button : {"cmdOK", "cmdCancel"}) {
         CameraMain m;
         ASSERT_TRUE(m.started);
         m.box.Remove(kGrf);
         m.host.AnswerModal([&](vb::Form& form) {
-            static_cast<vb::ComboBox*>(form.FindControl(QStringLiteral("cboControl"), 0))->SetListIndex(1);
-            static_cast<vb::CommandButton*>(form.FindControl(QString::fromLatin1(button)))->Click();
+            static_cast<vb::ComboBox*>(form.FindControl("cboControl", 0))->SetListIndex(1);
+            static_cast<vb::CommandButton*>(form.FindControl(button))->Click();
         });
         m.f.cmdPinProp->Click();
         const QByteArray file = m.box.Read(kGrf);
-        EXPECT_TRUE(file.contains("camera=Tavix Test Camera")) << button;
-        EXPECT_EQ(file.contains("control.pattern=1"), QByteArray(button) == "cmdOK") << file.toStdString();
+        EXPECT_TRUE(file.contains("camera=Tavix Test Camera")) << button.toStdString();
+        EXPECT_EQ(file.contains("control.pattern=1"), button == "cmdOK") << file.toStdString();
     }
 }
 
-TEST(CameraView, LostCameraLeavesTheLastFrameAndPlayStopTriesAgain) {
-    CameraMain m(OnFakeCamera(kFakeVga, [](Sandbox&, ScriptedDialogHost& host) { host.AnswerMsgBox(vb::vbOK); }));
+// Of two cameras of one name, the stored one, with its colours; lost in the live view, its last
+// frame the still, and brought back by the play button with its format and settings.
+TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
+    CameraMain m(
+        OnFakeCamera("device=/fakecam/video2\r\nwidth=1280\r\nheight=720\r\nformat=MJPG\r\ncontrol.brightness=10\r\n",
+                     {}, FakeCamTwins));
     ASSERT_TRUE(m.started && m.WaitFrame());
-    tavix::frmMain& f = m.f;
+    const QImage first = m.f.FilterGraph->GetCurrentImage();
+    ASSERT_EQ(first.size(), QSize(1280, 720));
+    for (int q = 0; q < 4; ++q)
+        EXPECT_TRUE(testing_support::Near(first.pixel(320 + q % 2 * 640, 200 + q / 2 * 360), kQuarterColors[q])) << q;
+    EXPECT_EQ(std::pair(Brightness("/fakecam/video0"), Brightness("/fakecam/video2")), std::pair(0, 10));
+    const QString lost = GST(20108, QString());
+    const struct {
+        const char* name;
+        std::function<void()> act;
+        bool click;
+        QString box, log;  // the start of the box's text, and the log line
+        bool live;
+    } steps[] = {
+        {"the camera cannot allocate its buffers",
+         [&] {
+             GstElement* cam = static_cast<tavix::cam::Filter*>(m.f.CameraFilter)->element.get();
+             GST_ELEMENT_ERROR(cam, RESOURCE, NO_SPACE_LEFT, ("Failed to allocate a buffer"), (nullptr));
+         },
+         false, lost, "Camera Stream Error.(57)", false},
+        {"play brings it back", [] {}, true, {}, {}, true},
+        {"the camera is pulled out", [] { fakecam_plug(FakeCamNone); }, false, lost, "Camera Stream Error.(57)", false},
+        {"play while it is out", [] {}, true, GST(20104) + u'\n' + GST(20198), "Camera Reopen Error.(0)", false},
+        {"plugged in where the user may not open it", [] { fakecam_plug(FakeCamTwins), fakecam_refuse_open(1); }, true,
+         GST(20104) + u'\n' + GST(20199, "/fakecam/video2"), "Camera Permission Denied.(/fakecam/video2)", false},
+        {"plugged in", [] { fakecam_plug(FakeCamTwins); }, true, {}, {}, true},
+    };
+    for (const auto& s : steps) {
+        SCOPED_TRACE(s.name);
+        m.host.Boxes.clear();
+        const qsizetype logged = m.box.LogTexts().size();
+        if (!s.box.isEmpty()) m.host.AnswerMsgBox(vb::vbOK);
+        s.act();
+        if (s.click) m.f.cmdPlayStop->Click();
+        if (!s.box.isEmpty()) {
+            ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }));
+            EXPECT_TRUE(m.host.Boxes[0].Prompt.startsWith(s.box)) << m.host.Boxes[0].Prompt.toStdString();
+            EXPECT_EQ(std::pair(m.host.Boxes[0].Buttons, m.host.Boxes[0].Title),
+                      std::pair(vb::vbOKOnly | vb::vbExclamation, GST(11103)));
+            EXPECT_TRUE(m.box.LogTexts().mid(logged).contains(s.log));
+        }
+        EXPECT_EQ(m.f.ViewMode == tavix::ViewMode::Live, s.live);
+        if (!s.live) {
+            EXPECT_EQ(m.f.picTempView->GetPicture().size(), QSize(1280, 720)) << "the last frame stays as the still";
+            continue;
+        }
+        const QImage shown = m.f.FilterGraph->GetCurrentImage();
+        ASSERT_TRUE(m.WaitFor([&] { return m.f.FilterGraph->GetCurrentImage() != shown; })) << "frames again";
+        EXPECT_EQ(m.f.FilterGraph->GetVideoSize(), QSize(1280, 720));
+        EXPECT_EQ(std::pair(Brightness("/fakecam/video0"), Brightness("/fakecam/video2")), std::pair(0, 10));
+    }
     fakecam_plug(FakeCamNone);
-    ASSERT_TRUE(m.WaitFor([&] { return !m.host.Boxes.empty(); }));
-    EXPECT_TRUE(m.host.Boxes[0].Prompt.startsWith(GST(20108).section(QLatin1Char('@'), 0, 0)));
-    EXPECT_EQ(m.host.Boxes[0].Buttons, vb::vbOKOnly | vb::vbExclamation);
-    EXPECT_EQ(m.host.Boxes[0].Title, GST(11103));
-    EXPECT_FALSE(m.box.LogTexts().filter(QStringLiteral("Camera Stream Error.(")).isEmpty());
-    EXPECT_EQ(f.ViewMode, tavix::ViewMode::Still);
-    EXPECT_EQ(f.picTempView->GetPicture().size(), QSize(640, 480)) << "the last frame stays as the still";
-
-    // Plugged in again, the button opens it afresh.
-    fakecam_plug(FakeCamUvc);
-    f.cmdPlayStop->Click();
-    EXPECT_EQ(f.ViewMode, tavix::ViewMode::Live);
-    EXPECT_TRUE(NewFramesShown(m));
-    EXPECT_EQ(m.host.Boxes.size(), 1u);
 }
 
-TEST(CameraView, TheFakeUvcCameraOpensByItsNameWithLiveFramesAndItsControls) {
-    for (const QByteArray format : {"YUY2", "MJPG"}) {
-        SCOPED_TRACE(format.toStdString());
-        CameraMain m(OnFakeCamera("TavixGraph 1\r\ncamera=" FAKECAM_NAME
-                                  "\r\ndevice=/fakecam/video0\r\nwidth=1280\r\nheight=720\r\nformat=" +
-                                  format + "\r\n"));
-        ASSERT_TRUE(m.started && m.WaitFrame());
-        const QImage first = m.f.FilterGraph->GetCurrentImage();
-        ASSERT_EQ(first.size(), QSize(1280, 720));
-        for (int q = 0; q < 4; ++q)
-            EXPECT_TRUE(testing_support::Near(first.pixel(320 + q % 2 * 640, 200 + q / 2 * 360), kQuarterColors[q]))
-                << q;
-        EXPECT_TRUE(m.WaitFor([&] { return m.f.FilterGraph->GetCurrentImage() != first; })) << "live";
-        // The camera really sends the format asked for.
-        tavix::cam::GraphFileStore().SaveGraphFile(*m.f.FilterGraph, m.box.File(QStringLiteral("now.grf")));
-        EXPECT_TRUE(m.box.Read(QStringLiteral("now.grf")).contains("\r\nformat=" + format + "\r\n"));
+// What GStreamer's PipeWire plugin lists for a V4L2 camera: its own device with the node
+// behind it in the properties, and an element that cannot reach the camera's controls.
+// They add nothing to their parents' instance and class.
+using PwDevice = GstDevice;
+using PwDeviceClass = GstDeviceClass;
+G_DEFINE_TYPE(PwDevice, pw_device, GST_TYPE_DEVICE)
+void pw_device_init(PwDevice*) {}
+void pw_device_class_init(PwDeviceClass* k) {
+    GST_DEVICE_CLASS(k)->create_element = [](GstDevice*, const gchar* name) {
+        return gst_element_factory_make("videotestsrc", name);
+    };
+}
 
-        // One row per control, of its kind: integer (I), boolean (B) or menu (M).
-        QString kinds;
-        m.host.AnswerModal([&](vb::Form& form) {
-            for (int i = 0; form.FindControl(QStringLiteral("lblControl"), i); ++i)
-                kinds += form.FindControl(QStringLiteral("sldControl"), i)   ? u'I'
-                         : form.FindControl(QStringLiteral("chkControl"), i) ? u'B'
-                                                                             : u'M';
-            static_cast<vb::CommandButton*>(form.FindControl(QStringLiteral("cmdOK")))->Click();
-        });
-        m.f.cmdPinProp->Click();
-        EXPECT_EQ(kinds.toStdString(), "IIIBMIMIB");
+using PwProvider = GstDeviceProvider;
+using PwProviderClass = GstDeviceProviderClass;
+G_DEFINE_TYPE(PwProvider, pw_provider, GST_TYPE_DEVICE_PROVIDER)
+void pw_provider_init(PwProvider*) {}
+void pw_provider_class_init(PwProviderClass* k) {
+    gst_device_provider_class_set_static_metadata(GST_DEVICE_PROVIDER_CLASS(k), "PipeWire", "Source/Video", "test",
+                                                  "Tavix");
+    GST_DEVICE_PROVIDER_CLASS(k)->probe = [](GstDeviceProvider*) {
+        GstStructure* props =
+            gst_structure_new("pipewire-proplist", "device.api", G_TYPE_STRING, "v4l2", "api.v4l2.path", G_TYPE_STRING,
+                              "/fakecam/video0", "object.path", G_TYPE_STRING, "v4l2:/fakecam/video0", nullptr);
+        GstCaps* caps = gst_caps_from_string("video/x-raw; image/jpeg");
+        gpointer device = g_object_new(pw_device_get_type(), "display-name", FAKECAM_NAME, "device-class",
+                                       "Video/Source", "caps", caps, "properties", props, nullptr);
+        gst_caps_unref(caps);
+        gst_structure_free(props);
+        return g_list_append(nullptr, gst_object_ref_sink(device));
+    };
+}
+
+TEST(CameraFaults, ACameraPipeWireListsTooIsListedOnceWithItsControls) {
+    fakecam_plug(FakeCamUvc);
+    tavix::cam::FilterGraph graph;  // GStreamer is ready from here on
+    ASSERT_TRUE(gst_device_provider_register(nullptr, "tavixtestpipewire", GST_RANK_PRIMARY, pw_provider_get_type()));
+    GstDeviceProvider* pipewire = gst_device_provider_factory_get_by_name("tavixtestpipewire");
+    for (const bool hidesV4l2 : {false, true}) {
+        SCOPED_TRACE(hidesV4l2 ? "only PipeWire's entry" : "both entries");
+        if (hidesV4l2) gst_device_provider_hide_provider(pipewire, "v4l2deviceprovider");
+        tavix::cam::FilterGraph g;
+        tavix::cam::FilterInfo* camera = nullptr;
+        int listed = 0;
+        for (const auto& reg : g.RegFilterCollection())
+            if (reg.Name == QLatin1String(FAKECAM_NAME) && ++listed == 1) camera = reg.Filter();
+        EXPECT_EQ(listed, 1);
+        ASSERT_NE(camera, nullptr);
+        EXPECT_EQ(vb::Trap([&] { g.SetControl(*camera, QStringLiteral("brightness"), 20 + hidesV4l2); }), 0);
+        EXPECT_EQ(Brightness("/fakecam/video0"), 20 + hidesV4l2);
     }
+    gst_object_unref(pipewire);
+    fakecam_plug(FakeCamNone);
 }
 
 }  // namespace

@@ -4,13 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
-#include <functional>
-#include <map>
-#include <tuple>
 
 #include "CameraFormats.h"
 #include "Errors.h"
@@ -94,8 +89,7 @@ TEST_F(GraphTest, CatalogueEndsWithTheTestCameraAndRecordingFilters) {
 TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
     FilterInfo* cam = AddByName(graph, TestCameraName);
     ASSERT_NE(cam, nullptr);
-    EXPECT_EQ(graph.GetCurrentImage().isNull(), true);
-    EXPECT_EQ(graph.GetVideoSize(), QSize(0, 0));
+    EXPECT_TRUE(graph.GetCurrentImage().isNull() && graph.GetVideoSize() == QSize(0, 0));
     graph.SetControl(*cam, "pattern", kRed);
     graph.Render(*cam, cam->Pins().front());
     graph.SetOwner(box);
@@ -109,8 +103,7 @@ TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
 
     graph.Pause();
     const QImage image = graph.GetCurrentImage();
-    ASSERT_EQ(image.size(), QSize(640, 480));
-    EXPECT_EQ(image.format(), QImage::Format_RGB32);
+    ASSERT_EQ(std::pair(image.size(), image.format()), std::pair(QSize(640, 480), QImage::Format_RGB32));
     EXPECT_TRUE(Near(image.pixel(320, 400), qRgb(0, 255, 0)));
     // The frozen frame stays the one taken, though frames were still on their way; the clock
     // in the picture tells frames apart.
@@ -160,10 +153,9 @@ TEST_F(GraphTest, SaveAndLoadKeepCameraSizeRateAndControls) {
     FilterGraph again;
     GraphFileStore().LoadGraphFile(again, File("Tavix.grf"));
     FilterInfo& cam = *again.FilterCollection().at(0);
-    EXPECT_EQ(cam.Name(), TestCameraName);
-    EXPECT_EQ(ValueOf(again, cam, "pattern"), 6);
-    EXPECT_EQ(ValueOf(again, cam, "horizontal-speed"), 3);
-    EXPECT_EQ(ValueOf(again, cam, "clock"), 0);
+    EXPECT_EQ(std::tuple(cam.Name(), ValueOf(again, cam, "pattern"), ValueOf(again, cam, "horizontal-speed"),
+                         ValueOf(again, cam, "clock")),
+              std::tuple(TestCameraName, 6, 3, 0));
     GraphFileStore().SaveGraphFile(again, File("again.grf"));  // not run: the stored caps
     EXPECT_EQ(Read("again.grf"), expected);
 }
@@ -205,8 +197,7 @@ TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
     };
     graph.Run();
     ASSERT_TRUE(WaitFor([&] { return number != 0; }));
-    EXPECT_EQ(number, vb::ErrDeviceIO);
-    EXPECT_TRUE(onUiThread);
+    EXPECT_EQ(std::pair(number, onUiThread), std::pair(int(vb::ErrDeviceIO), true));
     graph.Run();  // the graph can start again after the caller hears of the error
     graph.Stop();
 }
@@ -214,35 +205,22 @@ TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
 TEST_F(GraphTest, V4l2ControlsOfTheFakeCamera) {
     FilterInfo* cam = PlugFake(graph);
     ASSERT_NE(cam, nullptr);
-    using K = CameraControl::Kind;
-    const struct {
-        const char* id;
-        K kind;
-        int min, max, def;
-        bool inactive, readOnly;
-        std::vector<std::pair<int, QString>> named;  // menu entries, gaps left out
-    } rows[] = {
-        {"brightness", K::Integer, -64, 64, 0, false, false, {}},
-        {"contrast", K::Integer, 0, 95, 32, false, false, {}},
-        {"saturation", K::Integer, 0, 100, 64, false, false, {}},
-        {"white_balance__automatic", K::Boolean, 0, 1, 1, false, false, {}},
-        {"power_line_frequency", K::Menu, 0, 2, 1, false, false, {{0, "Disabled"}, {1, "50 Hz"}, {2, "60 Hz"}}},
-        {"white_balance_temperature", K::Integer, 2800, 6500, 4600, true, false, {}},
-        {"auto_exposure", K::Menu, 0, 3, 3, false, false, {{1, "Manual Mode"}, {3, "Aperture Priority Mode"}}},
-        {"exposure_time__absolute", K::Integer, 3, 2047, 250, true, false, {}},
-        {"privacy", K::Boolean, 0, 1, 0, false, true, {}},
-    };
-    const auto controls = graph.Controls(*cam);
-    ASSERT_EQ(controls.size(), std::size(rows)) << "the control classes are no controls";
-    for (size_t i = 0; i < controls.size(); ++i) {
-        const CameraControl& c = controls[i];
-        SCOPED_TRACE(c.Id.toStdString());
-        EXPECT_EQ(c.Id, rows[i].id);
-        EXPECT_EQ(c.kind, rows[i].kind);
-        EXPECT_EQ(std::tuple(c.Minimum, c.Maximum, c.Default, c.Value, c.Inactive, c.ReadOnly),
-                  std::tuple(rows[i].min, rows[i].max, rows[i].def, rows[i].def, rows[i].inactive, rows[i].readOnly));
-        EXPECT_EQ(c.MenuItems, rows[i].named);
+    // Id, kind (Integer, Boolean, Menu), range, default (the value too), whether inactive or
+    // read-only, and the menu entries, gaps left out; the control classes are no controls.
+    QStringList got;
+    for (const CameraControl& c : graph.Controls(*cam)) {
+        got << QStringLiteral("%1 %2 %3..%4 =%5%6%7")
+                   .arg(c.Id, QChar::fromLatin1("IBM"[c.kind]), QString::number(c.Minimum), QString::number(c.Maximum),
+                        QString::number(c.Value == c.Default ? c.Default : -1000), c.Inactive ? " inactive" : "",
+                        c.ReadOnly ? " read-only" : "");
+        for (const auto& [value, name] : c.MenuItems) got.last() += QStringLiteral(" %1:%2").arg(value).arg(name);
     }
+    EXPECT_EQ(got.join(u'\n').toStdString(),
+              "brightness I -64..64 =0\ncontrast I 0..95 =32\nsaturation I 0..100 =64\n"
+              "white_balance__automatic B 0..1 =1\npower_line_frequency M 0..2 =1 0:Disabled 1:50 Hz 2:60 Hz\n"
+              "white_balance_temperature I 2800..6500 =4600 inactive\n"
+              "auto_exposure M 0..3 =3 1:Manual Mode 3:Aperture Priority Mode\n"
+              "exposure_time__absolute I 3..2047 =250 inactive\nprivacy B 0..1 =0 read-only");
 
     // In order: each reaches the camera, or the camera's refusal is an error.
     const struct {
@@ -302,8 +280,8 @@ TEST_F(GraphTest, FirstStartOfTheFakeCameraTakesMjpegAtFullSize) {
         g.Render(*cam, cam->Pins().front());
         g.Run();
         ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
-        EXPECT_EQ(g.GetVideoSize(), QSize(1920, 1080));
-        EXPECT_EQ(g.CurrentFormat(), CameraFormat({1920, 1080, "MJPG", 30, 1}));
+        EXPECT_EQ(std::pair(g.GetVideoSize(), g.CurrentFormat()),
+                  std::pair(QSize(1920, 1080), CameraFormat({1920, 1080, "MJPG", 30, 1})));
         EXPECT_TRUE(Near(g.GetCurrentImage().pixel(400, 300), qRgb(255, 0, 0)));
     }
 }
@@ -317,12 +295,11 @@ TEST_F(GraphTest, StoredControlsOfTheFakeCameraComeBackAfterTheirModes) {
                      "control.white_balance__automatic=0\ncontrol.privacy=1\n");
     GraphFileStore().LoadGraphFile(graph, File("uvc.grf"));
     ASSERT_EQ(graph.FilterCollection().size(), 1u);
-    const std::map<QString, int> expected{{"exposure_time__absolute", 100},
-                                          {"auto_exposure", 1},
-                                          {"white_balance_temperature", 5000},
-                                          {"white_balance__automatic", 0},
-                                          {"privacy", 0}};
-    for (const auto& [id, value] : expected) EXPECT_EQ(ValueOf(graph, Camera(), id), value) << id.toStdString();
+    for (const char* stored : {"exposure_time__absolute=100", "auto_exposure=1", "white_balance_temperature=5000",
+                               "white_balance__automatic=0", "privacy=0"}) {
+        const QStringList pair = QString(stored).split(u'=');
+        EXPECT_EQ(ValueOf(graph, Camera(), pair[0]), pair[1].toInt()) << stored;
+    }
     // A size without a format: the smooth one.
     EXPECT_EQ(graph.CurrentFormat(), CameraFormat({1280, 720, "MJPG", 30, 1}));
 }
@@ -347,6 +324,10 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
             auto* exposure = dynamic_cast<vb::Slider*>(find("sldControl", 7));
             auto* defaults = dynamic_cast<vb::CommandButton*>(find("cmdDefaults", -1));
             ASSERT_TRUE(exposureMode && exposure && defaults && find("chkControl", 8));
+            QString kinds;  // a row per control, of its kind: integer, boolean or menu
+            for (int i = 0; find("lblControl", i); ++i)
+                kinds += find("sldControl", i) ? u'I' : find("chkControl", i) ? u'B' : u'M';
+            EXPECT_EQ(kinds, "IIIBMIMIB");
             QStringList entries;
             for (int i = 0; i < exposureMode->ListCount(); ++i) entries << exposureMode->List(i);
             EXPECT_EQ(entries, QStringList({"Manual Mode", "Aperture Priority Mode"}));
@@ -362,9 +343,9 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
             manualAt(100);
             dynamic_cast<vb::Slider*>(find("sldControl", 0))->SetValue(20);
             defaults->Click();
-            EXPECT_EQ(ValueOf(g, *cam, "brightness"), 0);
-            EXPECT_EQ(ValueOf(g, *cam, "exposure_time__absolute"), 250);
-            EXPECT_EQ(exposureMode->ListIndex(), 1);
+            EXPECT_EQ(std::tuple(ValueOf(g, *cam, "brightness"), ValueOf(g, *cam, "exposure_time__absolute"),
+                                 exposureMode->ListIndex()),
+                      std::tuple(0, 250, 1));
             manualAt(100);
 
             // Format, then size: the rates follow, and the running picture takes each.
@@ -384,17 +365,16 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
             dynamic_cast<vb::CommandButton*>(find(ok ? "cmdOK" : "cmdCancel", -1))->Click();
         });
         GraphFileStore().ShowFilterProperties(g, *cam, nullptr, "Camera");
-        EXPECT_EQ(ValueOf(g, *cam, "exposure_time__absolute"), ok ? 100 : 250);
-        EXPECT_EQ(ValueOf(g, *cam, "auto_exposure"), ok ? 1 : 3);
+        EXPECT_EQ(std::pair(ValueOf(g, *cam, "exposure_time__absolute"), ValueOf(g, *cam, "auto_exposure")),
+                  ok ? std::pair(100, 1) : std::pair(250, 3));
         const CameraFormat now = ok ? CameraFormat{640, 480, "YUY2", 30, 1} : CameraFormat{1920, 1080, "MJPG", 30, 1};
         EXPECT_EQ(g.CurrentFormat(), now);
         EXPECT_TRUE(WaitFor([&] { return g.GetVideoSize() == QSize(now.Width, now.Height); }));
         GraphFileStore().SaveGraphFile(g, File("uvc.grf"));
-        EXPECT_TRUE(Read("uvc.grf").contains(QStringLiteral("width=%1\r\nheight=%2\r\nformat=%3\r\n")
-                                                 .arg(now.Width)
-                                                 .arg(now.Height)
-                                                 .arg(now.Format)
-                                                 .toUtf8()));
+        EXPECT_TRUE(
+            Read("uvc.grf").contains(QStringLiteral("width=%1\r\nheight=%2\r\nformat=%3\r\n")
+                                         .arg(QString::number(now.Width), QString::number(now.Height), now.Format)
+                                         .toUtf8()));
     }
 }
 

@@ -5,7 +5,6 @@
 
 #include <dlfcn.h>
 #include <errno.h>
-#include <fcntl.h>
 #include <glib-object.h>
 #include <stdio.h>  // before jpeglib.h, which needs FILE
 #include <jpeglib.h>
@@ -13,7 +12,6 @@
 #include <linux/videodev2.h>
 #include <poll.h>
 #include <pthread.h>
-#include <stdarg.h>
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
@@ -25,92 +23,74 @@
 #include <unistd.h>
 
 #define PREFIX "/fakecam/video"
+#define YUYV V4L2_PIX_FMT_YUYV
+#define MJPG V4L2_PIX_FMT_MJPEG
+#define CAPTURE V4L2_BUF_TYPE_VIDEO_CAPTURE
 
-struct Mode {
-    uint32_t fourcc;
-    int w, h, fps;
-};
-static const struct Mode modes[] = {
-    {V4L2_PIX_FMT_YUYV, 640, 480, 30},  {V4L2_PIX_FMT_YUYV, 1280, 720, 10},  {V4L2_PIX_FMT_YUYV, 1920, 1080, 5},
-    {V4L2_PIX_FMT_MJPEG, 640, 480, 30}, {V4L2_PIX_FMT_MJPEG, 1280, 720, 30}, {V4L2_PIX_FMT_MJPEG, 1920, 1080, 30},
-};
+// YUYV first; a camera of MJPG only has the modes from FirstMjpeg on.
+static const struct {
+    uint32_t fourcc, w, h, fps;
+} modes[] = {{YUYV, 640, 480, 30}, {YUYV, 1280, 720, 10}, {YUYV, 1920, 1080, 5},
+             {MJPG, 640, 480, 30}, {MJPG, 1280, 720, 30}, {MJPG, 1920, 1080, 30}};
 enum { ModeCount = 6, FirstMjpeg = 3, Markers = 8 };
 
-enum {
-    Int = V4L2_CTRL_TYPE_INTEGER,
-    Bool = V4L2_CTRL_TYPE_BOOLEAN,
-    Menu = V4L2_CTRL_TYPE_MENU,
-    Class = V4L2_CTRL_TYPE_CTRL_CLASS
-};
-struct Control {
+enum { Int = V4L2_CTRL_TYPE_INTEGER, Bool = V4L2_CTRL_TYPE_BOOLEAN, Menu = V4L2_CTRL_TYPE_MENU };
+#define Class V4L2_CTRL_TYPE_CTRL_CLASS, 0, 0, 0, 0, V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY
+// As uvcvideo reports a common webcam, in id order; a NULL menu item is one the camera skips.
+static const struct Control {
     uint32_t id;
-    int type;
     const char* name;
-    int min, max, step, def;
+    int type, min, max, step, def;
     uint32_t flags;
-    const char* menu[4];  // NULL: an item this camera skips (QUERYMENU says EINVAL)
-};
-// As uvcvideo reports a common webcam, in id order.
-#define ClassFlags (V4L2_CTRL_FLAG_READ_ONLY | V4L2_CTRL_FLAG_WRITE_ONLY)
-static const struct Control controls[] = {
-    {V4L2_CID_USER_CLASS, Class, "User Controls", 0, 0, 0, 0, ClassFlags, {0}},
-    {V4L2_CID_BRIGHTNESS, Int, "Brightness", -64, 64, 1, 0, 0, {0}},
-    {V4L2_CID_CONTRAST, Int, "Contrast", 0, 95, 1, 32, 0, {0}},
-    {V4L2_CID_SATURATION, Int, "Saturation", 0, 100, 1, 64, 0, {0}},
-    {V4L2_CID_AUTO_WHITE_BALANCE, Bool, "White Balance, Automatic", 0, 1, 1, 1, 0, {0}},
-    {V4L2_CID_POWER_LINE_FREQUENCY, Menu, "Power Line Frequency", 0, 2, 1, 1, 0, {"Disabled", "50 Hz", "60 Hz"}},
-    {V4L2_CID_WHITE_BALANCE_TEMPERATURE, Int, "White Balance Temperature", 2800, 6500, 10, 4600, 0, {0}},
-    {V4L2_CID_CAMERA_CLASS, Class, "Camera Controls", 0, 0, 0, 0, ClassFlags, {0}},
+    const char* menu[4];
+} controls[] = {
+    {V4L2_CID_USER_CLASS, "User Controls", Class, {0}},
+    {V4L2_CID_BRIGHTNESS, "Brightness", Int, -64, 64, 1, 0, 0, {0}},
+    {V4L2_CID_CONTRAST, "Contrast", Int, 0, 95, 1, 32, 0, {0}},
+    {V4L2_CID_SATURATION, "Saturation", Int, 0, 100, 1, 64, 0, {0}},
+    {V4L2_CID_AUTO_WHITE_BALANCE, "White Balance, Automatic", Bool, 0, 1, 1, 1, 0, {0}},
+    {V4L2_CID_POWER_LINE_FREQUENCY, "Power Line Frequency", Menu, 0, 2, 1, 1, 0, {"Disabled", "50 Hz", "60 Hz"}},
+    {V4L2_CID_WHITE_BALANCE_TEMPERATURE, "White Balance Temperature", Int, 2800, 6500, 10, 4600, 0, {0}},
+    {V4L2_CID_CAMERA_CLASS, "Camera Controls", Class, {0}},
     // clang-format off
-    {V4L2_CID_EXPOSURE_AUTO, Menu, "Auto Exposure", 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
+    {V4L2_CID_EXPOSURE_AUTO, "Auto Exposure", Menu, 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
     // clang-format on
-    {V4L2_CID_EXPOSURE_ABSOLUTE, Int, "Exposure Time, Absolute", 3, 2047, 1, 250, 0, {0}},
-    {V4L2_CID_PRIVACY, Bool, "Privacy", 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
+    {V4L2_CID_EXPOSURE_ABSOLUTE, "Exposure Time, Absolute", Int, 3, 2047, 1, 250, 0, {0}},
+    {V4L2_CID_PRIVACY, "Privacy", Bool, 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
 enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 4, WbTemp = 6, ExpAuto = 8, ExpAbs = 9 };
 
-struct Device {
-    int present, generation, mjpegOnly, mode;
-    const char* bus;
-    int values[ControlCount];
-    struct Handle* streamer;  // the handle holding buffers
-};
 // Slot n is /fakecam/video(2n): a UVC camera's second node is its metadata node.
-static struct Device devices[2];
+static struct Device {
+    int present, generation, mjpegOnly, mode, values[ControlCount];
+    struct Handle* streamer;  // the handle holding buffers
+} devices[2];
 
-struct Handle {
-    int refs, dev, generation, timer;
-    int memfd, count, streaming;
+// An open node is a timerfd that ticks once a frame.
+static struct Handle {
+    int refs, dev, generation, timer, memfd, count, streaming, streamed;
     size_t stride;
     unsigned char* mem;
     uint32_t sequence;
     int queue[32], queued;  // buffer indexes in queueing order
-    int streamed;
-};
-enum { MaxFd = 4096 };
-static struct Handle* handles[MaxFd];
+} * handles[4096];
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
-static int refuse, rate;
-static int streamedOpens;  // handles that began to stream since the last plug
-
-struct Jpeg {
+static int refuse, rate, streamedOpens;
+static struct Jpeg {
     unsigned char* data;
     unsigned long size;
-};
-static struct Jpeg jpegs[ModeCount][Markers];
+} jpegs[ModeCount][Markers];
 
 static void* next(const char* name) { return dlsym(RTLD_NEXT, name); }
 #define REAL(ret, name, ...)                \
     static ret (*real_##name)(__VA_ARGS__); \
     if (!real_##name) real_##name = (ret(*)(__VA_ARGS__))next(#name)
-
-static struct Handle* handle_of(int fd) { return fd >= 0 && fd < MaxFd ? handles[fd] : NULL; }
-
+static int fail(int err) { return errno = err, -1; }
+static struct Handle* handle_of(int fd) { return fd >= 0 && fd < 4096 ? handles[fd] : NULL; }
 // A handle outlives its camera being pulled out, and plugged in again.
 static int alive(const struct Handle* h) {
     return devices[h->dev].present && h->generation == devices[h->dev].generation;
 }
-
 // Slot of a fake node path, or -1.
 static int node_of(const char* path) {
     if (!path || strncmp(path, PREFIX, strlen(PREFIX)) != 0) return -1;
@@ -120,97 +100,88 @@ static int node_of(const char* path) {
 
 // ---- The picture ----
 
-static int color_at(int x, int y, int w, int h, int seq) {
-    if (y < 16 && x / 16 == seq % Markers) return 4;
-    return (y >= h / 2) * 2 + (x >= w / 2);
-}
 static const unsigned char rgb[5][3] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 255}, {0, 0, 0}};
+static int color_at(int x, int y, int w, int h, int seq) {
+    return y < 16 && x / 16 == seq % Markers ? 4 : (y >= h / 2) * 2 + (x >= w / 2);
+}
 
-// YUYV in BT.601 limited range, which GStreamer assumes for an sRGB camera.
-static void fill_yuyv(unsigned char* out, int w, int h, int seq) {
-    unsigned char yuv[5][3];
-    for (int i = 0; i < 5; ++i) {
-        const double r = rgb[i][0], g = rgb[i][1], b = rgb[i][2];
-        yuv[i][0] = (unsigned char)(16 + (65.481 * r + 128.553 * g + 24.966 * b) / 255 + 0.5);
-        yuv[i][1] = (unsigned char)(128 + (-37.797 * r - 74.203 * g + 112.0 * b) / 255 + 0.5);
-        yuv[i][2] = (unsigned char)(128 + (112.0 * r - 93.786 * g - 18.214 * b) / 255 + 0.5);
+// Draws the frame of this sequence number in mode m to out; gives its size. A JPEG is
+// encoded once per size and marker place, on first use.
+static uint32_t draw(unsigned char* out, int m, int seq) {
+    const int w = (int)modes[m].w, h = (int)modes[m].h;
+    if (modes[m].fourcc == YUYV) {
+        // The colours above in BT.601 limited range, which GStreamer assumes for an sRGB camera.
+        static const unsigned char yuv[5][3] = {
+            {81, 90, 240}, {145, 54, 34}, {41, 240, 110}, {235, 128, 128}, {16, 128, 128}};
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; x += 2, out += 4) {
+                const unsigned char* c = yuv[color_at(x, y, w, h, seq)];
+                out[0] = out[2] = c[0], out[1] = c[1], out[3] = c[2];
+            }
+        return (uint32_t)(w * h * 2);
     }
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; x += 2, out += 4) {
-            const unsigned char* c = yuv[color_at(x, y, w, h, seq)];
-            out[0] = out[2] = c[0], out[1] = c[1], out[3] = c[2];
+    struct Jpeg* j = &jpegs[m][seq % Markers];
+    if (!j->data) {
+        struct jpeg_compress_struct c;
+        struct jpeg_error_mgr err;
+        c.err = jpeg_std_error(&err);
+        jpeg_create_compress(&c);
+        jpeg_mem_dest(&c, &j->data, &j->size);
+        c.image_width = modes[m].w, c.image_height = modes[m].h, c.input_components = 3, c.in_color_space = JCS_RGB;
+        jpeg_set_defaults(&c);
+        jpeg_set_quality(&c, 90, TRUE);
+        jpeg_start_compress(&c, TRUE);
+        unsigned char* row = malloc((size_t)w * 3);
+        for (int y = 0; y < h; ++y) {
+            for (int x = 0; x < w; ++x) memcpy(row + 3 * x, rgb[color_at(x, y, w, h, seq)], 3);
+            jpeg_write_scanlines(&c, &row, 1);
         }
-}
-
-// Encoded once per size and marker place, on first use.
-static const struct Jpeg* jpeg_for(int mode, int seq) {
-    struct Jpeg* j = &jpegs[mode][seq % Markers];
-    if (j->data) return j;
-    const int w = modes[mode].w, h = modes[mode].h;
-    struct jpeg_compress_struct c;
-    struct jpeg_error_mgr err;
-    c.err = jpeg_std_error(&err);
-    jpeg_create_compress(&c);
-    jpeg_mem_dest(&c, &j->data, &j->size);
-    c.image_width = (JDIMENSION)w, c.image_height = (JDIMENSION)h, c.input_components = 3, c.in_color_space = JCS_RGB;
-    jpeg_set_defaults(&c);
-    jpeg_set_quality(&c, 90, TRUE);
-    jpeg_start_compress(&c, TRUE);
-    unsigned char* row = malloc((size_t)w * 3);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) memcpy(row + 3 * x, rgb[color_at(x, y, w, h, seq)], 3);
-        jpeg_write_scanlines(&c, &row, 1);
+        free(row);
+        jpeg_finish_compress(&c);
+        jpeg_destroy_compress(&c);
     }
-    free(row);
-    jpeg_finish_compress(&c);
-    jpeg_destroy_compress(&c);
-    return j;
+    memcpy(out, j->data, j->size);
+    return (uint32_t)j->size;
 }
 
-// ---- Formats ----
+// ---- Formats and controls ----
 
-static int mode_allowed(const struct Device* d, int m) { return m >= (d->mjpegOnly ? FirstMjpeg : 0); }
+// The nth mode of the camera in this format (and of this size, unless 0), or -1.
+static int find_mode(const struct Device* d, uint32_t fourcc, uint32_t nth, uint32_t w, uint32_t h) {
+    for (int m = d->mjpegOnly ? FirstMjpeg : 0; m < ModeCount; ++m)
+        if (modes[m].fourcc == fourcc && (!w || (modes[m].w == w && modes[m].h == h)) && nth-- == 0) return m;
+    return -1;
+}
 
 // The mode a format request comes to: its fourcc (else the first), the nearest size.
 static int nearest_mode(const struct Device* d, uint32_t fourcc, int w, int h) {
-    int first = d->mjpegOnly ? FirstMjpeg : 0, best = -1;
-    int known = 0;
-    for (int m = first; m < ModeCount; ++m) known |= modes[m].fourcc == fourcc;
-    if (!known) fourcc = modes[first].fourcc;
-    long bestDist = 0;
-    for (int m = first; m < ModeCount; ++m) {
-        if (modes[m].fourcc != fourcc) continue;
-        const long dist = labs((long)modes[m].w - w) + labs((long)modes[m].h - h);
-        if (best < 0 || dist < bestDist) best = m, bestDist = dist;
-    }
+    if (find_mode(d, fourcc, 0, 0, 0) < 0) fourcc = modes[d->mjpegOnly ? FirstMjpeg : 0].fourcc;
+    int best = -1;
+    for (int m = find_mode(d, fourcc, 0, 0, 0); m < ModeCount; ++m)
+        if (modes[m].fourcc == fourcc &&
+            (best < 0 || labs((long)modes[m].w - w) + labs((long)modes[m].h - h) <
+                             labs((long)modes[best].w - w) + labs((long)modes[best].h - h)))
+            best = m;
     return best;
 }
 
 static void describe(struct v4l2_format* f, int m) {
-    memset(&f->fmt.pix, 0, sizeof f->fmt.pix);
     struct v4l2_pix_format* p = &f->fmt.pix;
-    p->width = (uint32_t)modes[m].w, p->height = (uint32_t)modes[m].h, p->pixelformat = modes[m].fourcc;
-    p->field = V4L2_FIELD_NONE;
-    p->bytesperline = modes[m].fourcc == V4L2_PIX_FMT_YUYV ? p->width * 2 : 0;
+    memset(p, 0, sizeof *p);
+    p->width = modes[m].w, p->height = modes[m].h, p->pixelformat = modes[m].fourcc;
+    p->field = V4L2_FIELD_NONE, p->colorspace = V4L2_COLORSPACE_SRGB;
+    p->bytesperline = modes[m].fourcc == YUYV ? p->width * 2 : 0;
     p->sizeimage = p->width * p->height * 2;
-    p->colorspace = V4L2_COLORSPACE_SRGB;
 }
 
-static int fps_of(const struct Device* d) { return rate > 0 ? rate : modes[d->mode].fps; }
-
+// Frames every 1/fps s from now on; none for 0; for -1 a single wake-up at once.
 static void arm(struct Handle* h, int fps) {
     const long ns = fps > 0 ? 1000000000L / fps : 0;
     const struct timespec period = {ns / 1000000000L, ns % 1000000000L};
-    const struct itimerspec t = {period, period};
+    const struct itimerspec t = {period, fps < 0 ? (struct timespec){0, 1} : period};
     timerfd_settime(h->timer, 0, &t, NULL);
 }
-
-static void arm_once(struct Handle* h) {
-    const struct itimerspec t = {{0, 0}, {0, 1}};
-    timerfd_settime(h->timer, 0, &t, NULL);
-}
-
-// ---- Controls ----
+static int fps_of(const struct Device* d) { return rate > 0 ? rate : (int)modes[d->mode].fps; }
 
 static int control_index(uint32_t id) {
     for (int i = 0; i < ControlCount; ++i)
@@ -218,34 +189,23 @@ static int control_index(uint32_t id) {
     return -1;
 }
 
+// The camera stalls a request for a control its automatic mode owns.
 static uint32_t control_flags(const struct Device* d, int i) {
-    uint32_t flags = controls[i].flags;
-    if ((i == WbTemp && d->values[WbAuto]) || (i == ExpAbs && d->values[ExpAuto] != 1))
-        flags |= V4L2_CTRL_FLAG_INACTIVE;
-    return flags;
-}
-
-static int fail(int err) {
-    errno = err;
-    return -1;
+    const int owned = (i == WbTemp && d->values[WbAuto]) || (i == ExpAbs && d->values[ExpAuto] != 1);
+    return controls[i].flags | (owned ? V4L2_CTRL_FLAG_INACTIVE : 0);
 }
 
 static int query_control(const struct Device* d, struct v4l2_queryctrl* q) {
-    int i = -1;
-    if (q->id & V4L2_CTRL_FLAG_NEXT_CTRL) {
-        const uint32_t after = q->id & ~(V4L2_CTRL_FLAG_NEXT_CTRL | V4L2_CTRL_FLAG_NEXT_COMPOUND);
-        for (int k = 0; k < ControlCount && i < 0; ++k)
-            if (controls[k].id > after) i = k;
-    } else {
-        i = control_index(q->id);
-    }
-    if (i < 0) return fail(EINVAL);
+    int i = control_index(q->id);
+    const uint32_t after = q->id & ~(V4L2_CTRL_FLAG_NEXT_CTRL | V4L2_CTRL_FLAG_NEXT_COMPOUND);
+    if (q->id & V4L2_CTRL_FLAG_NEXT_CTRL)
+        for (i = 0; i < ControlCount && controls[i].id <= after;) ++i;
+    if (i < 0 || i == ControlCount) return fail(EINVAL);
     const struct Control* c = &controls[i];
     memset(q, 0, sizeof *q);
-    q->id = c->id, q->type = (uint32_t)c->type;
+    q->id = c->id, q->type = (uint32_t)c->type, q->flags = control_flags(d, i);
     snprintf((char*)q->name, sizeof q->name, "%s", c->name);
     q->minimum = c->min, q->maximum = c->max, q->step = c->step, q->default_value = c->def;
-    q->flags = control_flags(d, i);
     return 0;
 }
 
@@ -255,11 +215,8 @@ static int set_control(struct Device* d, struct v4l2_control* v) {
     const struct Control* c = &controls[i];
     const uint32_t flags = control_flags(d, i);
     if (flags & V4L2_CTRL_FLAG_READ_ONLY) return fail(EACCES);
-    // The camera stalls a request for a control its automatic mode owns.
     if (flags & V4L2_CTRL_FLAG_INACTIVE) return fail(EIO);
     int value = v->value;
-    if (c->type == Menu && (value < c->min || value > c->max)) return fail(ERANGE);
-    if (c->type == Menu && !c->menu[value]) return fail(EINVAL);
     value = value < c->min ? c->min : value > c->max ? c->max : value;
     d->values[i] = c->min + (value - c->min) / c->step * c->step;
     return 0;
@@ -279,17 +236,14 @@ static void describe_buffer(const struct Handle* h, struct v4l2_buffer* b, int i
     b->index = (uint32_t)index, b->memory = V4L2_MEMORY_MMAP, b->length = (uint32_t)h->stride;
     b->m.offset = (uint32_t)(h->stride * (size_t)index);
     b->flags = V4L2_BUF_FLAG_MAPPED | V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC;
-    for (int k = 0; k < h->queued; ++k)
-        if (h->queue[k] == index) b->flags |= V4L2_BUF_FLAG_QUEUED;
 }
 
-// vb2 lets buffers outlive REQBUFS(0) while mapped; memory behind a memfd does just that.
-static const uint32_t BufferCaps = V4L2_BUF_CAP_SUPPORTS_MMAP | V4L2_BUF_CAP_SUPPORTS_ORPHANED_BUFS;
-
-// Adds up to count buffers of the current format behind the handle.
-static int add_buffers(struct Handle* h, uint32_t* count) {
+// Adds up to count buffers of the current format behind a memfd, so that they outlive
+// REQBUFS(0) while mapped, as vb2 lets them.
+static int add_buffers(struct Handle* h, uint32_t* capabilities, uint32_t* count) {
     struct Device* d = &devices[h->dev];
     if (d->streamer && d->streamer != h) return fail(EBUSY);
+    *capabilities = V4L2_BUF_CAP_SUPPORTS_MMAP | V4L2_BUF_CAP_SUPPORTS_ORPHANED_BUFS;
     if (*count > 32u - (uint32_t)h->count) *count = 32u - (uint32_t)h->count;
     if (*count == 0) return 0;
     if (h->memfd < 0) {
@@ -300,35 +254,11 @@ static int add_buffers(struct Handle* h, uint32_t* count) {
     }
     const size_t size = h->stride * (size_t)(h->count + (int)*count);
     if (h->memfd < 0 || ftruncate(h->memfd, (off_t)size) != 0) return fail(ENOMEM);
-    REAL(void*, mmap, void*, size_t, int, int, int, off_t);  // ours would wait for the lock held here
-    void* mem = real_mmap(NULL, size, PROT_READ | PROT_WRITE, MAP_SHARED, h->memfd, 0);
+    REAL(void*, mmap64, void*, size_t, int, int, int, off_t);  // ours would wait for the lock held here
+    void* mem = real_mmap64(NULL, size, PROT_READ | PROT_WRITE, MAP_SHARED, h->memfd, 0);
     if (mem == MAP_FAILED) return fail(ENOMEM);
     if (h->mem) munmap(h->mem, h->stride * (size_t)h->count);
-    h->mem = mem, h->count += (int)*count;
-    d->streamer = h;
-    return 0;
-}
-
-static int request_buffers(struct Handle* h, struct v4l2_requestbuffers* r) {
-    if (r->type != V4L2_BUF_TYPE_VIDEO_CAPTURE || r->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
-    if (h->streaming) return fail(EBUSY);
-    r->capabilities = BufferCaps;
-    if (devices[h->dev].streamer == h) free_buffers(h);
-    return add_buffers(h, &r->count);
-}
-
-static int create_buffers(struct Handle* h, struct v4l2_create_buffers* c) {
-    if (c->format.type != V4L2_BUF_TYPE_VIDEO_CAPTURE || c->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
-    c->index = (uint32_t)h->count, c->capabilities = BufferCaps;
-    return add_buffers(h, &c->count);
-}
-
-static int queue_buffer(struct Handle* h, struct v4l2_buffer* b) {
-    if (b->memory != V4L2_MEMORY_MMAP || b->index >= (uint32_t)h->count) return fail(EINVAL);
-    for (int k = 0; k < h->queued; ++k)
-        if (h->queue[k] == (int)b->index) return fail(EINVAL);
-    h->queue[h->queued++] = (int)b->index;
-    describe_buffer(h, b, (int)b->index);
+    h->mem = mem, h->count += (int)*count, d->streamer = h;
     return 0;
 }
 
@@ -337,23 +267,12 @@ static int queue_buffer(struct Handle* h, struct v4l2_buffer* b) {
 static int dequeue_buffer(struct Handle* h, struct v4l2_buffer* b, uint64_t ticks) {
     h->sequence += (uint32_t)ticks - 1;
     if (!h->queued) return h->sequence++, fail(EAGAIN);
-    const int index = h->queue[0];
+    const int index = h->queue[0], m = devices[h->dev].mode, seq = (int)h->sequence;
     memmove(h->queue, h->queue + 1, sizeof h->queue[0] * (size_t)--h->queued);
-    const int m = devices[h->dev].mode, seq = (int)h->sequence;
-    unsigned char* out = h->mem + h->stride * (size_t)index;
     memset(b, 0, sizeof *b);
-    b->type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    b->type = CAPTURE, b->field = V4L2_FIELD_NONE, b->sequence = h->sequence++;
+    b->bytesused = draw(h->mem + h->stride * (size_t)index, m, seq);
     describe_buffer(h, b, index);
-    if (modes[m].fourcc == V4L2_PIX_FMT_YUYV) {
-        fill_yuyv(out, modes[m].w, modes[m].h, seq);
-        b->bytesused = (uint32_t)(modes[m].w * modes[m].h * 2);
-    } else {
-        const struct Jpeg* j = jpeg_for(m, seq);
-        memcpy(out, j->data, j->size);
-        b->bytesused = (uint32_t)j->size;
-    }
-    b->field = V4L2_FIELD_NONE;
-    b->sequence = h->sequence++;
     struct timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
     b->timestamp.tv_sec = now.tv_sec, b->timestamp.tv_usec = now.tv_nsec / 1000;
@@ -368,60 +287,48 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     switch (request) {
     case VIDIOC_QUERYCAP: {
         struct v4l2_capability* cap = arg;
-        memset(cap, 0, sizeof *cap);
-        snprintf((char*)cap->driver, sizeof cap->driver, "uvcvideo");
-        snprintf((char*)cap->card, sizeof cap->card, FAKECAM_NAME);
-        snprintf((char*)cap->bus_info, sizeof cap->bus_info, "%s", d->bus);
-        cap->version = KERNEL_VERSION(6, 1, 0);
-        cap->device_caps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING | V4L2_CAP_EXT_PIX_FORMAT;
-        cap->capabilities = cap->device_caps | V4L2_CAP_META_CAPTURE | V4L2_CAP_DEVICE_CAPS;
+        const uint32_t caps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING | V4L2_CAP_EXT_PIX_FORMAT;
+        *cap = (struct v4l2_capability){.driver = "uvcvideo",
+                                        .card = FAKECAM_NAME,
+                                        .version = KERNEL_VERSION(6, 1, 0),
+                                        .capabilities = caps | V4L2_CAP_META_CAPTURE | V4L2_CAP_DEVICE_CAPS,
+                                        .device_caps = caps};
+        snprintf((char*)cap->bus_info, sizeof cap->bus_info, "usb-0000:00:14.0-%d", h->dev + 1);
         return 0;
     }
     case VIDIOC_ENUM_FMT: {
         struct v4l2_fmtdesc* f = arg;
         const int m = (d->mjpegOnly ? FirstMjpeg : 0) + (int)f->index * FirstMjpeg;
-        if (f->type != V4L2_BUF_TYPE_VIDEO_CAPTURE || m >= ModeCount) return fail(EINVAL);
-        const uint32_t index = f->index;
-        memset(f, 0, sizeof *f);
-        f->index = index, f->type = V4L2_BUF_TYPE_VIDEO_CAPTURE, f->pixelformat = modes[m].fourcc;
-        f->flags = modes[m].fourcc == V4L2_PIX_FMT_MJPEG ? V4L2_FMT_FLAG_COMPRESSED : 0;
+        if (f->type != CAPTURE || m >= ModeCount) return fail(EINVAL);
+        *f = (struct v4l2_fmtdesc){.index = f->index,
+                                   .type = CAPTURE,
+                                   .pixelformat = modes[m].fourcc,
+                                   .flags = modes[m].fourcc == YUYV ? 0 : V4L2_FMT_FLAG_COMPRESSED};
         snprintf((char*)f->description, sizeof f->description, "%s", f->flags ? "Motion-JPEG" : "YUYV 4:2:2");
         return 0;
     }
     case VIDIOC_ENUM_FRAMESIZES: {
         struct v4l2_frmsizeenum* s = arg;
-        int n = (int)s->index;
-        for (int m = 0; m < ModeCount; ++m)
-            if (mode_allowed(d, m) && modes[m].fourcc == s->pixel_format && n-- == 0) {
-                s->type = V4L2_FRMSIZE_TYPE_DISCRETE;
-                s->discrete.width = (uint32_t)modes[m].w, s->discrete.height = (uint32_t)modes[m].h;
-                return 0;
-            }
-        return fail(EINVAL);
+        const int m = find_mode(d, s->pixel_format, s->index, 0, 0);
+        if (m < 0) return fail(EINVAL);
+        s->type = V4L2_FRMSIZE_TYPE_DISCRETE, s->discrete.width = modes[m].w, s->discrete.height = modes[m].h;
+        return 0;
     }
     case VIDIOC_ENUM_FRAMEINTERVALS: {
         struct v4l2_frmivalenum* iv = arg;
-        for (int m = 0; m < ModeCount; ++m)
-            if (iv->index == 0 && mode_allowed(d, m) && modes[m].fourcc == iv->pixel_format &&
-                modes[m].w == (int)iv->width && modes[m].h == (int)iv->height) {
-                iv->type = V4L2_FRMIVAL_TYPE_DISCRETE;
-                iv->discrete.numerator = 1, iv->discrete.denominator = (uint32_t)modes[m].fps;
-                return 0;
-            }
-        return fail(EINVAL);
+        const int m = find_mode(d, iv->pixel_format, iv->index, iv->width, iv->height);
+        if (m < 0) return fail(EINVAL);
+        iv->type = V4L2_FRMIVAL_TYPE_DISCRETE, iv->discrete.numerator = 1, iv->discrete.denominator = modes[m].fps;
+        return 0;
     }
-    case VIDIOC_G_FMT:
     case VIDIOC_TRY_FMT:
     case VIDIOC_S_FMT: {
         struct v4l2_format* f = arg;
-        if (f->type != V4L2_BUF_TYPE_VIDEO_CAPTURE) return fail(EINVAL);
-        int m = d->mode;
-        if (request != VIDIOC_G_FMT)
-            m = nearest_mode(d, f->fmt.pix.pixelformat, (int)f->fmt.pix.width, (int)f->fmt.pix.height);
-        if (request == VIDIOC_S_FMT) {
-            if (d->streamer) return fail(EBUSY);
-            d->mode = m;
-        }
+        const struct v4l2_pix_format* p = &f->fmt.pix;
+        if (f->type != CAPTURE) return fail(EINVAL);
+        const int m = nearest_mode(d, p->pixelformat, (int)p->width, (int)p->height);
+        if (request == VIDIOC_S_FMT && d->streamer) return fail(EBUSY);
+        if (request == VIDIOC_S_FMT) d->mode = m;
         describe(f, m);
         return 0;
     }
@@ -437,29 +344,38 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     case VIDIOC_G_CTRL: {
         struct v4l2_control* v = arg;
         const int i = control_index(v->id);
-        if (i < 0 || controls[i].type == Class) return fail(EINVAL);
+        if (i < 0 || controls[i].type == V4L2_CTRL_TYPE_CTRL_CLASS) return fail(EINVAL);
         v->value = d->values[i];
         return 0;
     }
     case VIDIOC_S_CTRL: return set_control(d, arg);
-    case VIDIOC_REQBUFS: return request_buffers(h, arg);
-    case VIDIOC_CREATE_BUFS: return create_buffers(h, arg);
-    case VIDIOC_QUERYBUF: {
+    case VIDIOC_REQBUFS: {
+        struct v4l2_requestbuffers* r = arg;
+        if (r->type != CAPTURE || r->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
+        if (h->streaming) return fail(EBUSY);
+        if (d->streamer == h) free_buffers(h);
+        return add_buffers(h, &r->capabilities, &r->count);
+    }
+    case VIDIOC_CREATE_BUFS: {
+        struct v4l2_create_buffers* c = arg;
+        if (c->format.type != CAPTURE || c->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
+        c->index = (uint32_t)h->count;
+        return add_buffers(h, &c->capabilities, &c->count);
+    }
+    case VIDIOC_QUERYBUF:
+    case VIDIOC_QBUF: {
         struct v4l2_buffer* b = arg;
-        if (b->type != V4L2_BUF_TYPE_VIDEO_CAPTURE || b->index >= (uint32_t)h->count) return fail(EINVAL);
+        if (b->type != CAPTURE || b->index >= (uint32_t)h->count) return fail(EINVAL);
+        if (request == VIDIOC_QBUF) h->queue[h->queued++] = (int)b->index;
         describe_buffer(h, b, (int)b->index);
         return 0;
     }
-    case VIDIOC_QBUF: return queue_buffer(h, arg);
     case VIDIOC_STREAMON:
         if (!h->count) return fail(EINVAL);
         if (!h->streaming) h->streaming = 1, h->sequence = 0, arm(h, fps_of(d));
         if (!h->streamed) h->streamed = 1, streamedOpens++;
         return 0;
-    case VIDIOC_STREAMOFF:
-        h->streaming = 0, h->queued = 0;
-        arm(h, 0);
-        return 0;
+    case VIDIOC_STREAMOFF: h->streaming = 0, h->queued = 0, arm(h, 0); return 0;
     default: return fail(ENOTTY);
     }
 }
@@ -473,61 +389,45 @@ int ioctl(int fd, unsigned long request, ...) {
     if (!handle_of(fd)) return real_ioctl(fd, request, arg);
     pthread_mutex_lock(&lock);
     struct Handle* h = handle_of(fd);
+    uint64_t ticks = 0;
     if (h && request == VIDIOC_DQBUF && alive(h) && h->streaming) {
         // Waits for the frame timer without the lock, as a blocking read of the node would.
         pthread_mutex_unlock(&lock);
-        uint64_t ticks;
         if (read(fd, &ticks, sizeof ticks) < 0) return -1;
         pthread_mutex_lock(&lock);
         h = handle_of(fd);
-        const int r = !h              ? fail(EBADF)
-                      : !alive(h)     ? fail(ENODEV)
-                      : !h->streaming ? fail(EINVAL)
-                                      : dequeue_buffer(h, arg, ticks);
-        pthread_mutex_unlock(&lock);
-        return r;
     }
-    const int r = !h ? fail(EBADF) : request == VIDIOC_DQBUF && alive(h) ? fail(EINVAL) : device_ioctl(h, request, arg);
+    const int r = !h                                     ? fail(EBADF)
+                  : request != VIDIOC_DQBUF || !alive(h) ? device_ioctl(h, request, arg)
+                  : h->streaming                         ? dequeue_buffer(h, arg, ticks)
+                                                         : fail(EINVAL);
     pthread_mutex_unlock(&lock);
     return r;
 }
 
 // ---- Files ----
 
-static int open_node(int node, int flags) {
+static int open_with(const char* name, const char* path, int flags, mode_t mode) {
+    const int node = node_of(path);
+    if (node < 0) return ((int (*)(const char*, int, ...))next(name))(path, flags, mode);
     pthread_mutex_lock(&lock);
-    int fd = -1;
-    if (refuse)
-        errno = EACCES;
-    else if (!devices[node].present)
-        errno = ENOENT;
-    else
-        fd = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | (flags & O_NONBLOCK ? TFD_NONBLOCK : 0));
-    if (fd >= MaxFd) {
-        REAL(int, close, int);
-        real_close(fd);
-        fd = fail(EMFILE);
-    } else if (fd >= 0) {
-        struct Handle* h = calloc(1, sizeof *h);
+    const int fd = refuse                   ? fail(EACCES)
+                   : !devices[node].present ? fail(ENOENT)
+                                            : timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | (flags & O_NONBLOCK));
+    if (fd >= 4096) abort();  // more open files than the tests ever make
+    if (fd >= 0) {
+        struct Handle* h = handles[fd] = calloc(1, sizeof *h);
         h->refs = 1, h->dev = node, h->generation = devices[node].generation, h->timer = fd, h->memfd = -1;
-        handles[fd] = h;
     }
     pthread_mutex_unlock(&lock);
     return fd;
-}
-
-static int open_with(const char* name, const char* path, int flags, mode_t mode) {
-    const int node = node_of(path);
-    if (node >= 0) return open_node(node, flags);
-    int (*real)(const char*, int, ...) = (int (*)(const char*, int, ...))next(name);
-    return real(path, flags, mode);
 }
 
 int dup(int fd) {
     REAL(int, dup, int);
     const int copy = real_dup(fd);
     pthread_mutex_lock(&lock);
-    if (copy >= 0 && copy < MaxFd && handle_of(fd)) handles[copy] = handles[fd], handles[fd]->refs++;
+    if (copy >= 0 && copy < 4096 && handle_of(fd)) handles[copy] = handles[fd], handles[fd]->refs++;
     pthread_mutex_unlock(&lock);
     return copy;
 }
@@ -539,123 +439,86 @@ int close(int fd) {
     if (h) {
         handles[fd] = NULL;
         // The frame timer is the open file itself: any copy still open carries it on.
-        for (int other = 0; h->timer == fd && other < MaxFd; ++other)
+        for (int other = 0; h->timer == fd && other < 4096; ++other)
             if (handles[other] == h) h->timer = other;
-        if (--h->refs == 0) {
-            free_buffers(h);
-            free(h);
-        }
+        if (--h->refs == 0) free_buffers(h), free(h);
     }
     pthread_mutex_unlock(&lock);
     return real_close(fd);
 }
 
-static void* map_with(const char* name, void* addr, size_t len, int prot, int flags, int fd, off_t offset) {
-    void* (*real)(void*, size_t, int, int, int, off_t) = (void* (*)(void*, size_t, int, int, int, off_t))next(name);
+// A buffer's offset into the memory behind the handle's buffers.
+void* mmap64(void* addr, size_t len, int prot, int flags, int fd, off64_t offset) {
+    REAL(void*, mmap64, void*, size_t, int, int, int, off64_t);
     pthread_mutex_lock(&lock);
     const struct Handle* h = handle_of(fd);
-    // A buffer's offset into the memory behind the handle's buffers.
-    const int memfd = !h ? fd : h->memfd;
+    const int memfd = h ? h->memfd : fd;
     pthread_mutex_unlock(&lock);
-    if (h && memfd < 0) return errno = EINVAL, MAP_FAILED;
-    return real(addr, len, prot, flags, memfd, offset);
-}
-
-void* mmap(void* addr, size_t len, int prot, int flags, int fd, off_t offset) {
-    return map_with("mmap", addr, len, prot, flags, fd, offset);
-}
-void* mmap64(void* addr, size_t len, int prot, int flags, int fd, off64_t offset) {
-    return map_with("mmap64", addr, len, prot, flags, fd, offset);
+    return real_mmap64(addr, len, prot, flags, memfd, offset);
 }
 
 // A node of a camera pulled out polls as an error, as V4L2 reports an unregistered device.
-// Returns how many fds have events after that, or -1 when none of them is such a node.
-static int mark_vanished(struct pollfd* fds, nfds_t n, int ready) {
-    int ours = 0;
-    for (nfds_t i = 0; i < n && !ours; ++i) ours = handle_of(fds[i].fd) != NULL;
-    if (!ours) return ready;
+int ppoll(struct pollfd* fds, nfds_t n, const struct timespec* timeout, const sigset_t* mask) {
+    REAL(int, ppoll, struct pollfd*, nfds_t, const struct timespec*, const sigset_t*);
+    int ready = real_ppoll(fds, n, timeout, mask);
+    if (ready < 0) return ready;
     pthread_mutex_lock(&lock);
-    int vanished = 0;
     for (nfds_t i = 0; i < n; ++i) {
         const struct Handle* h = handle_of(fds[i].fd);
-        if (h && !alive(h)) fds[i].revents = POLLERR | POLLHUP | POLLPRI, ++vanished;
+        if (h && !alive(h)) ready += !fds[i].revents, fds[i].revents = POLLERR | POLLHUP | POLLPRI;
     }
     pthread_mutex_unlock(&lock);
-    if (!vanished) return ready;
-    ready = 0;
-    for (nfds_t i = 0; i < n; ++i) ready += fds[i].revents != 0;
     return ready;
 }
 
-int ppoll(struct pollfd* fds, nfds_t n, const struct timespec* timeout, const sigset_t* mask) {
-    REAL(int, ppoll, struct pollfd*, nfds_t, const struct timespec*, const sigset_t*);
-    const int r = real_ppoll(fds, n, timeout, mask);
-    return r < 0 ? r : mark_vanished(fds, n, r);
-}
-
-int poll(struct pollfd* fds, nfds_t n, int timeout) {
-    REAL(int, poll, struct pollfd*, nfds_t, int);
-    const int r = real_poll(fds, n, timeout);
-    return r < 0 ? r : mark_vanished(fds, n, r);
-}
-
 // A character device of the video4linux major number.
-static int stat_with(const char* name, const char* path, struct stat* st) {
+int stat64(const char* path, struct stat64* st) {
     const int node = node_of(path);
-    if (node < 0) return ((int (*)(const char*, struct stat*))next(name))(path, st);
+    if (node < 0) return ((int (*)(const char*, struct stat64*))next("stat64"))(path, st);
     if (!devices[node].present) return fail(ENOENT);
     memset(st, 0, sizeof *st);
-    st->st_mode = S_IFCHR | 0660;
-    st->st_rdev = makedev(81, (unsigned)node * 2);
+    st->st_mode = S_IFCHR | 0660, st->st_rdev = makedev(81, (unsigned)node * 2);
     return 0;
 }
-int stat(const char* path, struct stat* st) { return stat_with("stat", path, st); }
-int stat64(const char* path, struct stat64* st) { return stat_with("stat64", path, (struct stat*)st); }
 
 // ---- Listing: GStreamer's V4L2 device monitor asks udev for the video4linux devices ----
 
 typedef struct _GUdevClient GUdevClient;
 typedef struct _GUdevDevice GUdevDevice;
-static const char NodeKey[] = "fakecam-node";
-
 static void* gudev(const char* name) {
     void* lib = dlopen("libgudev-1.0.so.0", RTLD_LAZY | RTLD_NOLOAD);
     void* f = lib ? dlsym(lib, name) : NULL;
     if (lib) dlclose(lib);
     return f;
 }
-
-static const char* fake_node(GUdevDevice* device) { return g_object_get_data(G_OBJECT(device), NodeKey); }
+static const char* fake_node(GUdevDevice* device) { return g_object_get_data(G_OBJECT(device), "fakecam-node"); }
 
 GList* g_udev_client_query_by_subsystem(GUdevClient* client, const gchar* subsystem) {
-    GList* (*real)(GUdevClient*, const gchar*) =
-        (GList * (*)(GUdevClient*, const gchar*)) gudev("g_udev_client_query_by_subsystem");
+    GList* (*real)(GUdevClient*, const gchar*) = gudev("g_udev_client_query_by_subsystem");
     GList* list = real ? real(client, subsystem) : NULL;
     if (g_strcmp0(subsystem, "video4linux") != 0) return list;
     pthread_mutex_lock(&lock);
-    for (int n = 0; n < 2; ++n) {
-        if (!devices[n].present) continue;
-        // Any object will do: the monitor only asks for its node, names and sysfs path.
-        GObject* o = g_object_new(G_TYPE_OBJECT, NULL);
-        g_object_set_data_full(o, NodeKey, g_strdup_printf(PREFIX "%d", n * 2), g_free);
-        list = g_list_append(list, o);
-    }
+    // Any object will do: the monitor only asks for its node, names and sysfs path.
+    for (int n = 0; n < 2; ++n)
+        if (devices[n].present) {
+            GObject* o = g_object_new(G_TYPE_OBJECT, NULL);
+            g_object_set_data_full(o, "fakecam-node", g_strdup_printf(PREFIX "%d", n * 2), g_free);
+            list = g_list_append(list, o);
+        }
     pthread_mutex_unlock(&lock);
     return list;
 }
 
-// The node stands for its device file and its sysfs path alike.
-#define FAKE_NODE_OR_REAL(symbol)                                                            \
-    const gchar* symbol(GUdevDevice* device) {                                               \
-        const gchar* (*real)(GUdevDevice*) = (const gchar* (*)(GUdevDevice*))gudev(#symbol); \
-        return fake_node(device) ? fake_node(device) : real(device);                         \
+// The node stands for its device file and its sysfs path alike; it has no properties.
+#define FAKE_NODE_OR_REAL(symbol)                                    \
+    const gchar* symbol(GUdevDevice* device) {                       \
+        const gchar* (*real)(GUdevDevice*) = gudev(#symbol);         \
+        return fake_node(device) ? fake_node(device) : real(device); \
     }
 FAKE_NODE_OR_REAL(g_udev_device_get_device_file)
 FAKE_NODE_OR_REAL(g_udev_device_get_sysfs_path)
-
 const gchar* g_udev_device_get_property(GUdevDevice* device, const gchar* key) {
-    const gchar* (*real)(GUdevDevice*, const gchar*) =
-        (const gchar* (*)(GUdevDevice*, const gchar*))gudev("g_udev_device_get_property");
+    const gchar* (*real)(GUdevDevice*, const gchar*) = gudev("g_udev_device_get_property");
     return fake_node(device) ? NULL : real(device, key);
 }
 
@@ -668,35 +531,25 @@ void fakecam_plug(enum FakeCamVariant variant) {
         d->present = variant != FakeCamNone && (n == 0 || variant == FakeCamTwins);
         d->generation++;
         // A stream of the camera that was there hears at once that it is gone.
-        if (d->streamer && d->streamer->streaming) arm_once(d->streamer);
+        if (d->streamer && d->streamer->streaming) arm(d->streamer, -1);
         d->streamer = NULL;
         d->mjpegOnly = variant == FakeCamMjpegOnly;
         d->mode = d->mjpegOnly ? FirstMjpeg : 0;
-        d->bus = n == 0 ? "usb-0000:00:14.0-1" : "usb-0000:00:14.0-2";
         for (int i = 0; i < ControlCount; ++i) d->values[i] = controls[i].def;
     }
     refuse = 0, rate = 0, streamedOpens = 0;
     pthread_mutex_unlock(&lock);
 }
 
-void fakecam_refuse_open(int on) {
-    pthread_mutex_lock(&lock);
-    refuse = on;
-    pthread_mutex_unlock(&lock);
-}
+void fakecam_refuse_open(int on) { __atomic_store_n(&refuse, on, __ATOMIC_SEQ_CST); }
 
 void fakecam_set_rate(int fps) {
     pthread_mutex_lock(&lock);
     rate = fps;
-    for (int fd = 0; fd < MaxFd; ++fd)
+    for (int fd = 0; fd < 4096; ++fd)
         if (handles[fd] && handles[fd]->timer == fd && handles[fd]->streaming)
             arm(handles[fd], fps_of(&devices[handles[fd]->dev]));
     pthread_mutex_unlock(&lock);
 }
 
-int fakecam_stream_opens(void) {
-    pthread_mutex_lock(&lock);
-    const int n = streamedOpens;
-    pthread_mutex_unlock(&lock);
-    return n;
-}
+int fakecam_stream_opens(void) { return __atomic_load_n(&streamedOpens, __ATOMIC_SEQ_CST); }
