@@ -54,12 +54,14 @@ TEST(Convert, ValTakesTheLongestNumberAtTheStart) {
 
 TEST(Convert, FormatCStrAndPrint) {
     // Half away from zero, unlike CInt; 1.005 is stored just below the half.
+    const double belowTie = std::nextafter(0.125, 0.0);
     const std::tuple<double, const char*, const char*> cases[] = {
-        {2.5, "0", "3"},           {1.005, "0.00", "1.00"},
-        {9.9951, "0.00", "10.00"}, {-0.001, "0.00", "0.00"},
-        {0.5, "#.00", ".50"},      {1234567.891, "#,##0.00", "1,234,567.89"},
-        {5, "00", "05"},           {1.5, "0.0#", "1.5"},
-        {1.25, "0.0#", "1.25"},    {1e20, "0", "100000000000000000000"}};
+        {0.125, "0.00", "0.13"},  {belowTie, "0.00", "0.12"},
+        {1.005, "0.00", "1.00"},  {-9.9951, "0.00", "-10.00"},
+        {-0.001, "0.00", "0.00"}, {1234567.891, "#,##0.00", "1,234,567.89"},
+        {5, "00", "05"},          {1.5, "0.0#", "1.5"},
+        {1.25, "0.0#", "1.25"},   {1e20, "0", "100000000000000000000"},
+    };
     for (const auto& [value, format, expected] : cases)
         EXPECT_EQ(vb::Format(value, format), expected) << format << value;
     // A general number: CStr, Format without a pattern, and Print with its sign place and blank.
