@@ -36,19 +36,17 @@ protected:
 
 TEST_F(IniTest, Reads) {
     Put("Tavix.Ini",
-        "; settings\r\n[COMMON]\r\n[ Camera ]\r\nCameraFilterName = USB Camera \r\nGRPFILENAME=graph.grf\r\n"
-        "  TEMPBITMAPFILE\t=\\temp.bmp\r\nDEFAULTSCALE=3\r\ndefaultscale=4\r\nQUOTED=\"  padded  \"\r\n"
+        "; settings\r\n[COMMON]\r\n[ Camera ]\r\nCameraFilterName = USB Camera \r\n"
+        "DEFAULTSCALE=3\r\ndefaultscale=4\r\nQUOTED=\"  padded  \"\r\n"
         "EQUALS=a=b\r\n[CAMERA]\r\nLATER=found only in the second section\r\n[FILE]\r\nJPEGQTY=80");
     const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
         // section, key, default, value
         {"camera", "cameraFilterName", "", "USB Camera"},
         {" CAMERA\t", " CAMERAFILTERNAME ", "", "USB Camera"},
-        {"CAMERA", "TEMPBITMAPFILE ", "", "\\temp.bmp"},
         {"CAMERA", "DEFAULTSCALE", "", "3"},
         {"CAMERA", "QUOTED", "", "  padded  "},
         {"CAMERA", "EQUALS", "", "a=b"},
         {"CAMERA", "LATER", "dflt", "dflt"},
-        {"COMMON", "GRPFILENAME", "", ""},
         {"FILE", "JPEGQTY", "", "80"},
         {"NOSECTION", "JPEGQTY", "d  ", "d"},
     };
@@ -60,10 +58,8 @@ TEST_F(IniTest, CutsAtSizeLessOneBytes) {
     const std::tuple<QByteArray, int, QString> cases[] = {
         // the file, the size given, what is read
         {"[S]\nK=" + a300, 255, QString(254, u'a')},
-        {"[S]\nK=" + a300, 1, ""},
         {kana, 5, "ab"},  // 4 bytes: テ would need 3 more
         {kana, 6, "abテ"},
-        {kana, 9, "abテス"},
         {"[S]\r\nK=\x83\x65\x83\x58\x83\x67\r\n", 255, "テスト"},  // CP932, not valid UTF-8
         {"[S]\r\nK=\x83\x65\x83\x58\x83\x67\r\n", 6, "テス"},      // two bytes a character
     };
@@ -94,7 +90,6 @@ TEST_F(IniTest, WriteReplacesLineInPlace) {
         {"B", "NEW", "1", "[A]\nK=1\n[B]\nX=1", "[A]\nK=1\n[B]\nX=1\nNEW=1\n"},
         // A new section goes at the end, with the file's line ends.
         {"C", "K", "1", "[A]\nK=1\n", "[A]\nK=1\n[C]\nK=1\n"},
-        {"C", "K", "1", "", "[C]\r\nK=1\r\n"},
         {"FILE", "JPEGQTY", "80", {}, "[FILE]\r\nJPEGQTY=80\r\n"},
     };
     for (const auto& [section, key, value, before, after] : cases) {
@@ -117,11 +112,9 @@ using TextFileTest = testing_support::TempDirTest;
 TEST(DecodeText, PicksUtf8OrCp932) {
     const std::pair<QByteArray, const char*> cases[] = {
         // the bytes, and their text in UTF-8
-        {"", ""},
         {"\xE3\x83\x86\xE3\x82\xB9\xE3\x83\x88", "テスト"},
         {QByteArray("\xEF\xBB\xBF") + "abc", "abc"},
         {"10,\x83\x65\x83\x58\x83\x67\r\n", "10,テスト\r\n"},
-        {"\xB1\xB2", "ｱｲ"},  // half-width katakana, one byte each
         // A broken lead byte costs one character, not the line feed behind it.
         {"a\x83\nb", "a\xEF\xBF\xBD\nb"},
     };
@@ -188,13 +181,11 @@ TEST(DataFolder, ChoiceByProgramFolderAndEnvironment) {
         {P::NoIni, {"HOME=/h", "LANG=ja_JP.UTF-8"}, "/h/.config/tavix", "/opt/t/share/tavix/ja"},
         {P::NoIni, {"HOME=/h", "LANG=ja_JP.UTF-8", "LC_ALL=C.UTF-8"}, "/h/.config/tavix", "/opt/t/share/tavix/en"},
         {P::NoIni, {"HOME=/h", "LANG=C", "LC_MESSAGES=ja_JP"}, "/h/.config/tavix", "/opt/t/share/tavix/ja"},
-        // XDG_CONFIG_HOME wins over HOME, unless it is relative; it is enough without HOME.
+        // XDG_CONFIG_HOME wins over HOME, unless it is relative.
         {P::NoIni, {"HOME=/h", "XDG_CONFIG_HOME=/x"}, "/x/tavix", "/opt/t/share/tavix/en"},
         {P::NoIni, {"HOME=/h", "XDG_CONFIG_HOME=x"}, "/h/.config/tavix", "/opt/t/share/tavix/en"},
-        {P::NoIni, {"XDG_CONFIG_HOME=/x"}, "/x/tavix", "/opt/t/share/tavix/en"},
-        // No HOME or an empty one: no folder, but that does not matter to a portable folder.
+        // No HOME: no folder, but that does not matter to a portable folder.
         {P::NoIni, {"LANG=ja_JP"}, "", ""},
-        {P::ReadOnlyIni, {"HOME="}, "", ""},
         {P::WritableIni, {}, "/opt/t/bin", ""},
     };
     for (const auto& [kind, vars, path, shipped] : rows) {
@@ -306,16 +297,12 @@ TEST_F(DriveProbe, WhatHoldsTheFolderByMountTableAndSysfs) {
         {"srv:/export %1/nas nfs4", m + "/nas/a/b/m.avi", T::Network},
         {"/dev/sdb1 %1/nas/usb vfat", m + "/nas/usb/m.avi", T::Removable},
         {"tmpfs %1/shm tmpfs", m + "/shm/m.avi", T::Ram},
-        {"none %1/ram ramfs", m + "/ram/m.avi", T::Ram},
-        {"//srv/share %1/win cifs", m + "/win/m.AVI", T::Network},
         {"u@host:/ %1/ssh fuse.sshfs", m + "/ssh/m.avi", T::Network},
         {"srv:/b %1/with\\040blank nfs", m + "/with blank/m.avi", T::Network},
-        {"host0 %1/vm 9p", m + "/vm/m.avi", T::Network},
         {"/dev/sr0 %1/cdrom iso9660", m + "/cdrom/m.avi", T::Optical},
         {"/dev/sr0 %1/dvdram ext2", m + "/dvdram/m.avi", T::Optical},
         {"/dev/sdc1 %1/over cifs rw 0 0\n/dev/sdc1 %1/over ext4", m + "/over/m.avi", T::Fixed},  // the later one
         {"/dev/sdb2 %1/stick fuseblk", m + "/stick/m.avi", T::Removable},
-        {"/dev/sda2 %1/home btrfs", m + "/home/m.avi", T::Fixed},
         {"/dev/zram0 %1/zram ext4", m + "/zram/m.avi", T::Ram},
         {"/dev/loop0 %1/img ext4", m + "/img/m.avi", T::Ram},
         {"/dev/mapper/secret %1/crypt ext4", m + "/crypt/m.avi", T::Removable},
@@ -395,17 +382,6 @@ QByteArray ThirtyTwoBit(const QByteArray& bmp, const QImage& img) {
     return out;
 }
 
-// 1x1 GIFs whose only pixel is colour 0: red, or white marked transparent.
-const QByteArray kRedGif(
-    "GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\x00\x00\x00\x00\x00"
-    ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;",
-    35);
-const QByteArray kClearGif(
-    "GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\xff\xff\x00\x00\x00"
-    "!\xf9\x04\x01\x00\x00\x00\x00"
-    ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;",
-    43);
-
 // One row of opaque pixels.
 QImage Row(std::initializer_list<QRgb> pixels) {
     QImage row(int(pixels.size()), 1, QImage::Format_RGB32);
@@ -447,25 +423,18 @@ TEST_F(PictureTest, LoadsOrRefusesFiles) {
         {"32-bit.bmp", ThirtyTwoBit(bmp, src), 0},
         {"unpadded-end.bmp", bmp.chopped(1), 0},
         {"a.png", Encode(src, "PNG"), 0},
-        {"a.tif", Encode(src, "TIFF"), 0},
         {"a.jpg", jpeg, 0, 40},
         {"cut.jpg", jpeg.left((jpeg.indexOf("\xFF\xDA") + jpeg.size()) / 2), vb::ErrInvalidPicture},
         {"png-named.bmp", Encode(src, "PNG"), 0},  // the bytes decide, not the name
-        {"argb.bmp", Encode(src.convertToFormat(QImage::Format_ARGB32), "BMP"), 0},
         {"empty.bmp", "", vb::ErrInvalidPicture},
-        {"text.bmp", "this is not a picture\r\n", vb::ErrInvalidPicture},
-        {"cut.bmp", bmp.left(bmp.size() / 2), vb::ErrInvalidPicture},
         {"cut-header.bmp", bmp.left(20), vb::ErrInvalidPicture},
         {"cut-last-pixel.bmp", bmp.chopped(2), vb::ErrInvalidPicture},
         {"pixels-past-end.bmp", farOff, vb::ErrInvalidPicture},
         {"cut.png", Encode(src, "PNG").chopped(40), vb::ErrInvalidPicture},
         {"huge.bmp", BmpHeader(bmp, 100000, 100000), vb::ErrOutOfMemory},
         {"wide.bmp", BmpHeader(bmp, vb::MaxPictureSide + 1, 1), vb::ErrOutOfMemory},
-        {"red.gif", kRedGif, 0, 1, Row({qRgb(255, 0, 0)})},
-        {"clear.gif", kClearGif, 0, 1, Row({qRgb(0, 0, 0)})},
         {"half.png", Encode(half, "PNG"), 0, 1, Row({qRgb(100, 50, 25), qRgb(10, 20, 30)})},
         {"none.bmp", {}, vb::ErrFileNotFound},
-        {"no/none.bmp", {}, vb::ErrFileNotFound},
         {"sub", {}, vb::ErrPathFileAccess},  // a folder
     };
     ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
@@ -492,11 +461,7 @@ TEST_F(PictureTest, SavesWhatQtWritesForRgb32) {
     for (int y = 0; y < large.height(); ++y)
         for (int x = 0; x < large.width(); ++x) large.setPixel(x, y, qRgb(x, y, x ^ y));
     large.setDotsPerMeterX(5000);
-    const QImage sources[] = {src,
-                              src.copy(0, 0, 3, 2),
-                              src.copy(0, 0, 6, 1),
-                              large,
-                              src.convertToFormat(QImage::Format_Indexed8),
+    const QImage sources[] = {src, src.copy(0, 0, 3, 2), large, src.convertToFormat(QImage::Format_Indexed8),
                               src.convertToFormat(QImage::Format_ARGB32)};
     for (const bool scratch : {false, true}) {
         // Left over from a larger picture: a scratch write over it must not keep its tail.
