@@ -113,7 +113,6 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         {"Ctrl+C", 2, -1, 0, CommandMode::Idle, 2, 1, 2, 2},
         {"Ctrl+C", 5, -1, 0, CommandMode::Idle, 2, 1, 3, 1},  // a selection of empty rows copies them all
         {"Ctrl+Wheel", 0, -1, 0, CommandMode::Idle, 0, 1.1},
-        {"Ctrl+Wheel", 0, 0, 0, CommandMode::Distance, 0, 1},
         {"drop.bmp", 0, -1, 0, CommandMode::Idle, 0, 1, 0, 0, true},
         {"drop.bmp", 0, 0, 0, CommandMode::Distance, 0, 1},
         {"drop.bmp", 1, -1, vb::vbNo, CommandMode::Idle, 2, 1},  // unsaved results kept
