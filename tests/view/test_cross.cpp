@@ -52,7 +52,6 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveViewInTheirColour) {
         // clang-format off
         {"still, one pair: the still stays", 3, 1,
          {{'C', 0, 0, 10, 1, 10, "0", 1}, {'L', 40, -30, 0, 1, kNone, "0", 1}, {'U', 0, 0, 0, 1, kNone, "", 0}}},
-        {"still, right click in 10 ends it all", 3, 1, {{'C', 0, 0, 10, 1, 10, "0", 1}, {'R', 10, 10, 0, 1, kNone, "", 0}}},
         {"still, two pairs, right click in 11 takes back the second", 3, 2,
          {{'C', 0, 0, 10, 1, 11, "0", 1}, {'L', -50, 20, 11, 1, 12, "01", 1}, {'R', 5, 5, 10, 1, 11, "0", 1},
           {'K', -60, 25, 11, 1, 12, "01", 1}, {'K', 70, -40, 0, 1, kNone, "01", 1}, {'U', 0, 0, 0, 1, kNone, "", 0},
