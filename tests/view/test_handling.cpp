@@ -93,9 +93,9 @@ TEST(Handling, MeasuringAcrossPansGivesTheSameValueAtEveryZoom) {
 TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsWork) {
     const struct {
         const char* key;  // "Ctrl+Wheel": the wheel one notch up with Ctrl held; "drop.x": that file dropped
-        int selected;     // above 0: two result rows, with this one selected
-        int clicks;       // at or above 0: a distance begun with this many clicks
-        int asked;        // -1: the file dialog, cancelled; else a box answered so, or 0: nothing
+        // selected above 0: two result rows, with this one selected; clicks at or above 0: a distance
+        // begun with this many clicks; asked -1: the file dialog, cancelled; else a box answered so, or 0.
+        int selected, clicks, asked;
         CommandMode mode;
         int results;
         double zoom;

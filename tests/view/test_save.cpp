@@ -202,21 +202,19 @@ TEST(Movie, ArmedForWhatTheFreeSpaceAllowsOrRefusedWithTheResultsGone) {
     const struct {
         const char* name;
         std::optional<double> free;
-        int seconds;  // 0: not armed
-        int box = 0;
+        int seconds, box = 0, answer = 0;  // seconds 0: not armed; answer: to the question on unsaved results
         const char* mount = nullptr;
-        int answer = 0;  // to the question on unsaved results
         bool fromStill = false;
     } cases[] = {
         {"m.Avi", usable(2), 60},
         {"m.avi", usable(3.9), 60},
         {"m.avi", usable(4), 120},
-        {"m.avi", usable(5000), 900, 0, nullptr, 0, true},
+        {"m.avi", usable(5000), 900, 0, 0, nullptr, true},
         {"m.avi", usable(2) - 2, 0, 20032},
         {"m.avi", std::nullopt, 0, 20031},  // a folder not to be looked at
-        {"nas/m.avi", 100 * kGiB, 0, 20031, "nfs"},
-        {"m.avi", 100 * kGiB, 0, 20030, nullptr, vb::vbNo},
-        {"m.avi", 100 * kGiB, 900, 20030, nullptr, vb::vbYes},
+        {"nas/m.avi", 100 * kGiB, 0, 20031, 0, "nfs"},
+        {"m.avi", 100 * kGiB, 0, 20030, vb::vbNo},
+        {"m.avi", 100 * kGiB, 900, 20030, vb::vbYes},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.name) + (c.mount ? c.mount : "") + std::to_string(c.free.value_or(-1)));
