@@ -3,7 +3,6 @@
 #include <QClipboard>
 #include <QDir>
 #include <QMimeData>
-#include <QPainter>
 #include <QScrollBar>
 #include <QUrl>
 #include <QWheelEvent>
@@ -26,16 +25,10 @@ void Wheel(QWidget* w, QPoint delta, Qt::KeyboardModifiers mods) {
     QApplication::sendEvent(w, &e);
 }
 
-QImage Plain(int width, int height) {
-    QImage picture(width, height, QImage::Format_RGB32);
-    picture.fill(QColor(60, 60, 60));
-    return picture;
-}
-
 struct Window : Win {
     Window() {
         Var().TwoPointCommandMode = 0;
-        Open(Plain(400, 300), QStringLiteral("p.bmp"));
+        Open(QuarterPicture(400, 300), QStringLiteral("p.bmp"));
     }
     // One distance measured by clicks in the scale, which makes a grid row.
     void AddDistance() {
@@ -70,7 +63,7 @@ TEST(Handling, MeasuringAcrossPansGivesTheSameValueAtEveryZoom) {
         {"x 0.5", DragTo}, {"x 1.0", DragTo},  {"x 2.0", DragTo},
         {"x 1.0", BarsTo}, {"x 0.7", WheelTo},  // each way of panning reaches both corners
     };
-    QImage picture = Plain(4000, 3000);
+    QImage picture = QuarterPicture(4000, 3000);
     const double truth = std::hypot(kMarks[1].x() - kMarks[0].x(), kMarks[1].y() - kMarks[0].y());
     for (const auto& row : rows) {
         SCOPED_TRACE(row.zoom);
@@ -132,7 +125,7 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         if (key == QLatin1String("Ctrl+Wheel")) {
             Wheel(w.View(), QPoint(0, 120), Qt::ControlModifier);
         } else if (key.startsWith(QLatin1String("drop"))) {
-            if (key.endsWith(QLatin1String("bmp"))) Plain(321, 123).save(file);
+            if (key.endsWith(QLatin1String("bmp"))) QuarterPicture(321, 123).save(file);
             if (key.endsWith(QLatin1String("txt"))) w.box.Write(key, "text");
             QMimeData mime;
             mime.setUrls({QUrl::fromLocalFile(file)});
@@ -170,7 +163,7 @@ struct StartFolder : vb::AnsweredOpen {
 TEST(Handling, TheDialogsStartInTheFolderLastUsedAlsoAfterARestart) {
     Win w;
     QDir(w.box.Path()).mkdir(QStringLiteral("pics"));
-    w.Open(Plain(40, 30), QStringLiteral("pics/a.bmp"));
+    w.Open(QuarterPicture(40, 30), QStringLiteral("pics/a.bmp"));
     bool cancel = false;
     tavix::Form_Unload(w.f, cancel);
     vb::SetLastFolder(QString());
