@@ -2,8 +2,10 @@
 // unchanged, the keys, a dropped file, the dialogs' folder kept across a start.
 #include <QClipboard>
 #include <QDir>
+#include <QHelpEvent>
 #include <QMimeData>
 #include <QScrollBar>
+#include <QToolTip>
 #include <QUrl>
 #include <QWheelEvent>
 #include <cmath>
@@ -104,7 +106,9 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         {"Ctrl+C", 2, -1, 0, CommandMode::Idle, 2, 1, 2, 2},
         {"Ctrl+C", 5, -1, 0, CommandMode::Idle, 2, 1, 3, 1},  // a selection of empty rows copies them all
         {"Ctrl+Wheel", 0, -1, 0, CommandMode::Idle, 0, 1.1},
+        {"Ctrl+Wheel", 0, 0, 0, CommandMode::Distance, 0, 1},
         {"drop.bmp", 0, -1, 0, CommandMode::Idle, 0, 1, 0, 0, true},
+        {"drop.bmp", 0, 0, 0, CommandMode::Distance, 0, 1},
         {"drop.bmp", 1, -1, vb::vbNo, CommandMode::Idle, 2, 1},  // unsaved results kept
         {"drop.txt", 0, -1, vb::vbOK, CommandMode::Idle, 0, 1},  // not a picture
     };
@@ -148,6 +152,22 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         EXPECT_EQ(lines[0].split(QLatin1Char('\t')), QStringList({"No", GST(11105), GST(11106), QString()}));
         EXPECT_TRUE(lines[1].startsWith(QString::number(row.first) + QLatin1Char('\t'))) << lines[1].toStdString();
     }
+}
+
+TEST(Handling, EveryPictureButtonShowsItsCaptionAndKeyAsTooltip) {
+    Win w;
+    int buttons = 0;
+    for (vb::Control* c : w.f.Controls) {
+        auto* b = dynamic_cast<vb::CommandButton*>(c);
+        if (!b || !b->Graphical()) continue;
+        ++buttons;
+        QHelpEvent help(QEvent::ToolTip, QPoint(2, 2), b->Widget()->mapToGlobal(QPoint(2, 2)));
+        QApplication::sendEvent(b->Widget(), &help);
+        const bool keyed = b == w.f.cmdPicLoad || b == w.f.cmdPicSave || b == w.f.cmdResultRemove;
+        const QString tip = QToolTip::text();
+        EXPECT_TRUE(tip.startsWith(b->Caption()) && tip.endsWith(QLatin1Char(')')) == keyed) << b->Name().toStdString();
+    }
+    EXPECT_EQ(buttons, 17);
 }
 
 // Records the folder the open dialog starts in.

@@ -160,6 +160,8 @@ TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShownAndGoIntoTheStill) {
     EXPECT_GT(Count(f.picStillView->GetImage()), 40) << "drawn into the still";
     tavix::SwitchViewMode(f, false);
     EXPECT_EQ(shown(), 5) << "placed anew by the refit";
+    f.chkScale->SetValue(0);
+    EXPECT_EQ(shown(), 0);
 }
 
 void Answer(frmScale& d, const char* x, const char* y, int type, int position) {
