@@ -208,6 +208,7 @@ TEST(Movie, ArmedForWhatTheFreeSpaceAllowsOrRefusedWithTheResultsGone) {
         {"m.Avi", usable(2), 60},
         {"m.avi", usable(3.9), 60},
         {"m.avi", usable(4), 120},
+        {"m.avi", usable(29.9), 840},  // just under the longest
         {"m.avi", usable(5000), 900, 0, 0, nullptr, true},
         {"m.avi", usable(2) - 2, 0, 20032},
         {"m.avi", std::nullopt, 0, 20031},  // a folder not to be looked at
