@@ -177,7 +177,7 @@ TEST(ScaleDialog, ShowsTheSettingsOpensYOnlyForTwoBarsRefusesLengthsOfNothingAnd
         int type;
         double storedX = 0, storedY = 0;
     } rows[] = {
-        {"0", "5", "X", 1},
+        {"-1", "5", "X", 1},
         {"9e999", "5", "X", 1},
         {"5", "0", "Y", 0},  // refused although the Y field is closed
         {"12abc", "7", nullptr, 1, 12, 7},
