@@ -85,16 +85,11 @@ TEST(SavePicture, ByTheEndingAtTheQualitySetWithTheCommentBesideOrRefused) {
     const struct {
         const char *typed, *saved;
         QByteArray magic;
-        int box;
-        const char* with = "";  // in the box's text
+        int box;  // 20038 names the endings that work
         bool commented = true;
     } cases[] = {
-        {"p.bmp", "p.bmp", "BM", 0},
-        {"p.jpg", "p.jpg", "\xFF\xD8", 0},
-        {"p", "p.bmp", "BM", 0},
-        {"p.bmp", "p.bmp", "BM", 0, "", false},
-        {"p.BMP", "p.BMP", {}, 20038, ".bmp .jpg"},
-        {"p.jpeg", "p.jpeg", {}, 20038, ".bmp .jpg"},
+        {"p.bmp", "p.bmp", "BM", 0},        {"p.jpg", "p.jpg", "\xFF\xD8", 0}, {"p", "p.bmp", "BM", 0},
+        {"p.bmp", "p.bmp", "BM", 0, false}, {"p.BMP", "p.BMP", {}, 20038},     {"p.jpeg", "p.jpeg", {}, 20038},
         {"x.AVI", "x.AVI", {}, 20035},
     };
     for (const auto& c : cases) {
@@ -117,10 +112,9 @@ TEST(SavePicture, ByTheEndingAtTheQualitySetWithTheCommentBesideOrRefused) {
             ASSERT_EQ(tavix::SaveJpeg(temp, w.box.File("q.jpg"), 100), 0);
             EXPECT_LT(w.box.Read(c.saved).size(), w.box.Read("q.jpg").size());
         }
-        const QString with = QString::fromLatin1(c.with);
         EXPECT_EQ(w.BoxAt(0), !c.box           ? Box()
-                              : with.isEmpty() ? Warned(GST(c.box), 11033)
-                                               : Warned(GST(c.box, with), 11035));
+                              : c.box == 20038 ? Warned(GST(c.box, QStringLiteral(".bmp .jpg")), 11035)
+                                               : Warned(GST(c.box), 11033));
     }
     testing_support::Sandbox box;  // no picture leaves the target as it was
     box.Write("kept.jpg", "keep me");
