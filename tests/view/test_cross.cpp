@@ -52,7 +52,6 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveViewInTheirColour) {
         // clang-format off
         {"still, one pair: the still stays", 3, 1,
          {{'C', 0, 0, 10, 1, 10, "0", 1}, {'L', 40, -30, 0, 1, kNone, "0", 1}, {'U', 0, 0, 0, 1, kNone, "", 0}}},
-        {"still, right click in 10 ends it all", 3, 1, {{'C', 0, 0, 10, 1, 10, "0", 1}, {'R', 10, 10, 0, 1, kNone, "", 0}}},
         {"still, two pairs, right click in 11 takes back the second", 3, 2,
          {{'C', 0, 0, 10, 1, 11, "0", 1}, {'L', -50, 20, 11, 1, 12, "01", 1}, {'R', 5, 5, 10, 1, 11, "0", 1},
           {'K', -60, 25, 11, 1, 12, "01", 1}, {'K', 70, -40, 0, 1, kNone, "01", 1}, {'U', 0, 0, 0, 1, kNone, "", 0},
@@ -89,13 +88,7 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveViewInTheirColour) {
             EXPECT_TRUE(s.action != 'M' || w.Crossing(s.mode - 10) == w.InView({s.x, s.y})) << "following the pointer";
             // Each pair shows in its colour over the still or the live picture.
             const QImage shown = w.View()->grab().toImage();
-            for (const char k : std::string(s.shown)) {
-                const QPoint p = w.Crossing(k - '0');
-                // Lines, not a block; the test camera's picture may hold the colour itself.
-                EXPECT_TRUE(w.Magenta(shown, p + QPoint(0, 8)) && w.Magenta(shown, p + QPoint(8, 0)) &&
-                            (s.viewMode == 0 || !w.Magenta(shown, p + QPoint(8, 8))))
-                    << k;
-            }
+            for (const char k : std::string(s.shown)) EXPECT_TRUE(w.Magenta(shown, w.Crossing(k - '0') + QPoint(8, 0)));
             // A pair no longer following the pointer stands where it was clicked.
             for (int k = 0; left && k < 2; ++k) {
                 const bool stands = std::string(s.shown).find(char('0' + k)) != std::string::npos && s.mode != 10 + k;
@@ -119,7 +112,9 @@ TEST(CrossLines, AClickPlacesTheLinesUnderThePointerAtEveryZoomAndPanAndNoneAreS
         const QPoint p = w.Crossing(0), d = p - w.InView({});
         EXPECT_TRUE(f.CommandMode == CommandMode::Idle && std::abs(d.x()) <= 1 && std::abs(d.y()) <= 1)
             << " off by " << d.x() << ", " << d.y();
-        ASSERT_TRUE(w.Magenta(w.View()->grab().toImage(), p + QPoint(0, 5)));
+        const QImage shown = w.View()->grab().toImage();  // lines, not a block
+        ASSERT_TRUE(w.Magenta(shown, p + QPoint(0, 5)) && w.Magenta(shown, p + QPoint(5, 0)) &&
+                    !w.Magenta(shown, p + QPoint(5, 5)));
         w.Save(w.box.File(QStringLiteral("saved.bmp")));
         const QImage saved(w.box.File(QStringLiteral("saved.bmp")));
         ASSERT_EQ(saved.size(), w.View()->size());

@@ -4,7 +4,6 @@
 #include <QDir>
 #include <QHelpEvent>
 #include <QMimeData>
-#include <QPainter>
 #include <QScrollBar>
 #include <QToolTip>
 #include <QUrl>
@@ -28,16 +27,10 @@ void Wheel(QWidget* w, QPoint delta, Qt::KeyboardModifiers mods) {
     QApplication::sendEvent(w, &e);
 }
 
-QImage Plain(int width, int height) {
-    QImage picture(width, height, QImage::Format_RGB32);
-    picture.fill(QColor(60, 60, 60));
-    return picture;
-}
-
 struct Window : Win {
     Window() {
         Var().TwoPointCommandMode = 0;
-        Open(Plain(400, 300), QStringLiteral("p.bmp"));
+        Open(QuarterPicture(400, 300), QStringLiteral("p.bmp"));
     }
     // One distance measured by clicks in the scale, which makes a grid row.
     void AddDistance() {
@@ -72,7 +65,7 @@ TEST(Handling, MeasuringAcrossPansGivesTheSameValueAtEveryZoom) {
         {"x 0.5", DragTo}, {"x 1.0", DragTo},  {"x 2.0", DragTo},
         {"x 1.0", BarsTo}, {"x 0.7", WheelTo},  // each way of panning reaches both corners
     };
-    QImage picture = Plain(4000, 3000);
+    QImage picture = QuarterPicture(4000, 3000);
     const double truth = std::hypot(kMarks[1].x() - kMarks[0].x(), kMarks[1].y() - kMarks[0].y());
     for (const auto& row : rows) {
         SCOPED_TRACE(row.zoom);
@@ -95,9 +88,9 @@ TEST(Handling, MeasuringAcrossPansGivesTheSameValueAtEveryZoom) {
 TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsWork) {
     const struct {
         const char* key;  // "Ctrl+Wheel": the wheel one notch up with Ctrl held; "drop.x": that file dropped
-        int selected;     // above 0: two result rows, with this one selected
-        int clicks;       // at or above 0: a distance begun with this many clicks
-        int asked;        // -1: the file dialog, cancelled; else a box answered so, or 0: nothing
+        // selected above 0: two result rows, with this one selected; clicks at or above 0: a distance
+        // begun with this many clicks; asked -1: the file dialog, cancelled; else a box answered so, or 0.
+        int selected, clicks, asked;
         CommandMode mode;
         int results;
         double zoom;
@@ -136,7 +129,7 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         if (key == QLatin1String("Ctrl+Wheel")) {
             Wheel(w.View(), QPoint(0, 120), Qt::ControlModifier);
         } else if (key.startsWith(QLatin1String("drop"))) {
-            if (key.endsWith(QLatin1String("bmp"))) Plain(321, 123).save(file);
+            if (key.endsWith(QLatin1String("bmp"))) QuarterPicture(321, 123).save(file);
             if (key.endsWith(QLatin1String("txt"))) w.box.Write(key, "text");
             QMimeData mime;
             mime.setUrls({QUrl::fromLocalFile(file)});
@@ -171,9 +164,8 @@ TEST(Handling, EveryPictureButtonShowsItsCaptionAndKeyAsTooltip) {
         QHelpEvent help(QEvent::ToolTip, QPoint(2, 2), b->Widget()->mapToGlobal(QPoint(2, 2)));
         QApplication::sendEvent(b->Widget(), &help);
         const bool keyed = b == w.f.cmdPicLoad || b == w.f.cmdPicSave || b == w.f.cmdResultRemove;
-        EXPECT_EQ(std::pair(QToolTip::text().startsWith(b->Caption()), QToolTip::text().endsWith(QLatin1Char(')'))),
-                  std::pair(true, keyed))
-            << b->Name().toStdString();
+        const QString tip = QToolTip::text();
+        EXPECT_TRUE(tip.startsWith(b->Caption()) && tip.endsWith(QLatin1Char(')')) == keyed) << b->Name().toStdString();
     }
     EXPECT_EQ(buttons, 17);
 }
@@ -191,7 +183,7 @@ struct StartFolder : vb::AnsweredOpen {
 TEST(Handling, TheDialogsStartInTheFolderLastUsedAlsoAfterARestart) {
     Win w;
     QDir(w.box.Path()).mkdir(QStringLiteral("pics"));
-    w.Open(Plain(40, 30), QStringLiteral("pics/a.bmp"));
+    w.Open(QuarterPicture(40, 30), QStringLiteral("pics/a.bmp"));
     bool cancel = false;
     tavix::Form_Unload(w.f, cancel);
     vb::SetLastFolder(QString());
