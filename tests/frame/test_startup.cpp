@@ -48,8 +48,8 @@ TEST(Start, FitsTheWindowToTheVariant) {
         Window w;
         frmMain& f = w.f;
         ASSERT_TRUE(tavix::Form_Load(f, type));
-        EXPECT_EQ(w.box.LogTexts(), QStringList{StartLine(type)});
-        EXPECT_EQ(f.Caption() + " Start.", StartLine(type));
+        EXPECT_EQ((std::tuple{w.box.LogTexts(), f.Caption() + " Start."}),
+                  (std::tuple{QStringList{StartLine(type)}, StartLine(type)}));
         EXPECT_EQ(
             (std::tuple{f.ViewMode, f.picCameraView->Visible(), f.picStillView->Visible(), f.cmdPinProp->Visible(),
                         f.picMeasureCommandArea->Visible(), f.picViewArea->Align(), f.cmdPicSave->Enabled()}),
@@ -59,63 +59,49 @@ TEST(Start, FitsTheWindowToTheVariant) {
         const double gap = camera ? 0 : 900;
         EXPECT_EQ((std::tuple{f.cmdPicLoad->Left(), f.txtComment[1]->Left(), f.cmdExit->Left()}),
                   (std::tuple{1020 - gap, 7260 - 2 * gap, 13620.0}));
-        EXPECT_EQ(f.cboScale->Text(), "x 1.0");  // DEFAULTSCALE=5
         if (!measure) continue;
-        EXPECT_EQ((std::tuple{f.ResultFormat, f.cboProof->ListIndex()}), (std::tuple{"0.00", Var().CurrentProofNo}));
         for (vb::Control* c : f.Controls) {
             if (!c->HasEnabled() || c->Container() != f.picMeasureCommandArea) continue;
             // Only the tagged controls start enabled; variant 3 has no picture to cross or scale yet.
             const bool noPictureYet = type == 3 && (c == f.chkCross || c == f.chkScale);
             EXPECT_EQ(c->Enabled(), c->Tag == "NoDisable" && !noPictureYet) << c->Name().toStdString() << c->Index();
         }
+        // Loaded measure lines copy element zero as it stands.
+        f.linMeasure[0]->SetPoints(1, 2, 3, 4);
+        const vb::LineControl* line = f.linMeasure.Load(1);
+        const vb::Shape* shape = f.shaMeasure.Load(2);
+        EXPECT_EQ((std::tuple{line->BorderColor(), line->X2(), line->Visible(), shape->ShapeKind()}),
+                  (std::tuple{Var().MeasureLineColor[3], 3, false, vb::Shape::Circle}));
     }
 }
 
-TEST(Start, LoadedMeasureLinesCopyElementZeroAsItStands) {
-    Window w;
-    ASSERT_TRUE(tavix::Form_Load(w.f, 0));
-    w.f.linMeasure[0]->SetPoints(1, 2, 3, 4);
-    const vb::LineControl* line = w.f.linMeasure.Load(1);
-    const vb::Shape* shape = w.f.shaMeasure.Load(2);
-    EXPECT_EQ((std::tuple{line->BorderColor(), line->X2(), line->Visible(), shape->ShapeKind(), shape->BorderColor()}),
-              (std::tuple{Var().MeasureLineColor[3], 3, false, vb::Shape::Circle, Var().MeasureLineColor[3]}));
-}
-
-TEST(Start, CommandModesChooseCaptionsAndIcons) {
-    Window w("en");
-    frmMain& f = w.f;
-    w.box.SetIni("2POINTCOMMANDMODE", "1");
-    w.box.SetIni("ANGLECOMMANDMODE", "1");
-    ASSERT_TRUE(tavix::Form_Load(f, 3));
-    EXPECT_EQ((std::tuple{f.cmdMeasure[0]->Caption(), f.cmdMeasure[5]->Caption()}),
-              (std::tuple{GST(10112), GST(10110)}));
-    EXPECT_EQ(f.cmdMeasure[0]->GetPicture().cacheKey(), f.img2PointIcon[1]->GetPicture().cacheKey());
-    EXPECT_EQ(f.cmdMeasure[5]->GetPicture().cacheKey(), f.imgAngleIcon[1]->GetPicture().cacheKey());
-}
-
-TEST(Start, AppNameReplacesTheTitleButNotTheStartLine) {
-    Window w;
-    w.box.Write("Tavix.Ini", "[COMMON]\r\nAPPNAME=Scope 7\r\n" + w.box.Read("Tavix.Ini"));
-    ASSERT_TRUE(tavix::Form_Load(w.f, 2));
-    EXPECT_EQ(w.f.Caption(), "Scope 7");
-    w.f.cmdExit->Click();
-    EXPECT_EQ(w.box.LogTexts(), (QStringList{StartLine(2), "Scope 7 End"}));
-}
-
-TEST(Start, QtAndFixedTextsSpeakTheLanguageTheIniNames) {
-    // The deployment, the key's value (nullptr: no key) and whether Qt and the fixed texts speak English.
-    // Without the key an installation speaks Japanese, as before there was a key.
-    for (const auto& [deployment, language, english] :
-         {std::tuple{"en", "en", true}, {"ja", "ja", false}, {"en", nullptr, false}}) {
+TEST(Start, IniKeysChooseTitleCommandModesAndLanguage) {
+    // The deployment, APPNAME (nullptr: none), LANGUAGE (nullptr: no key, which speaks Japanese as
+    // before there was a key), and whether the command modes are the second ones.
+    for (const auto& [deployment, appName, language, modes] :
+         {std::tuple{"ja", "Scope 7", "ja", true}, {"en", nullptr, "en", false}, {"en", nullptr, nullptr, false}}) {
         SCOPED_TRACE(deployment);
         Window w(deployment);
-        if (language)
-            w.box.SetIni("LANGUAGE", language);
-        else
-            w.box.RemoveIni("LANGUAGE");
-        ASSERT_TRUE(tavix::Form_Load(w.f, 2));
+        frmMain& f = w.f;
+        if (appName)
+            w.box.Write("Tavix.Ini", "[COMMON]\r\nAPPNAME=" + QByteArray(appName) + "\r\n" + w.box.Read("Tavix.Ini"));
+        language ? w.box.SetIni("LANGUAGE", language) : w.box.RemoveIni("LANGUAGE");
+        w.box.SetIni("2POINTCOMMANDMODE", modes ? "1" : "0");
+        w.box.SetIni("ANGLECOMMANDMODE", modes ? "1" : "0");
+        ASSERT_TRUE(tavix::Form_Load(f, 3));
+        const bool english = language && QString(language) == "en";
         EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "&Yes"), english ? "&Yes" : "はい(&Y)");
         EXPECT_EQ(tavix::FatalText == kFatal, !english);
+        EXPECT_EQ((std::tuple{f.cmdMeasure[0]->Caption(), f.cmdMeasure[5]->Caption()}),
+                  (std::tuple{GST(modes ? 10112 : 10101), GST(modes ? 10110 : 10106)}));
+        EXPECT_EQ((std::tuple{f.cmdMeasure[0]->GetPicture().cacheKey(), f.cmdMeasure[5]->GetPicture().cacheKey()}),
+                  (std::tuple{f.img2PointIcon[modes]->GetPicture().cacheKey(),
+                              f.imgAngleIcon[modes]->GetPicture().cacheKey()}));
+        if (!appName) continue;
+        // The title takes the name; the start line keeps the program's.
+        f.cmdExit->Click();
+        EXPECT_EQ((std::tuple{f.Caption(), w.box.LogTexts()}),
+                  (std::tuple{QString(appName), QStringList{StartLine(3), QString(appName) + " End"}}));
     }
 }
 
