@@ -155,12 +155,12 @@ TEST(StartFailure, EachFailedStepLogsShowsItsBoxAndEnds) {
 
 TEST(Shutdown, AsksOnceWithUnsavedResultsAndNoKeepsEverything) {
     // By the close box or the exit button, with or without unsaved results, the answer (0: no question).
-    for (const auto& [byCloseBox, dirty, answer] : {std::tuple{false, false, 0},
-                                                    {false, true, vb::vbYes},
-                                                    {false, true, vb::vbNo},
-                                                    {true, false, 0},
-                                                    {true, true, vb::vbYes},
-                                                    {true, true, vb::vbNo}}) {
+    const std::tuple<bool, bool, int> cases[] = {{false, false, 0},
+                                                 {false, true, vb::vbYes},
+                                                 {true, true, vb::vbYes},
+                                                 {false, true, vb::vbNo},
+                                                 {true, true, vb::vbNo}};
+    for (const auto& [byCloseBox, dirty, answer] : cases) {
         SCOPED_TRACE(testing::Message() << "close box " << byCloseBox << ", unsaved " << dirty << ", " << answer);
         const bool closes = answer != vb::vbNo;
         Window w;
@@ -171,10 +171,7 @@ TEST(Shutdown, AsksOnceWithUnsavedResultsAndNoKeepsEverything) {
         f.txtComment[0]->SetText("keep me");
         if (answer) w.host.AnswerMsgBox(answer);
         const QByteArray ini = w.box.Read("Tavix.Ini");
-        if (byCloseBox)
-            f.close();
-        else
-            f.cmdExit->Click();
+        byCloseBox ? (void)f.close() : f.cmdExit->Click();
         const RecordedBox asked{GST(byCloseBox ? 20110 : 20010), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2,
                                 GST(19000)};
         EXPECT_EQ(w.host.Boxes, answer ? std::vector{asked} : std::vector<RecordedBox>{});
