@@ -127,35 +127,27 @@ TEST(StringTableLookup, TextsAndReplacements) {
     EXPECT_EQ(t.LogTexts().size(), 1);
 }
 
-// Number -> text of a table read as the program reads it.
-std::map<int, QString> Texts(const char* language) {
-    Sandbox box(language);
-    tavix::ResetVariableDefinition();
-    EXPECT_TRUE(tavix::GetIniFileData() && tavix::ReadStringTableData() && box.LogTexts().isEmpty()) << language;
-    std::map<int, QString> texts;
-    for (const auto& r : tavix::Var().StringTable) texts.emplace(r.Id, r.Text);
-    return texts;
-}
-
 TEST(Deployment, BothLanguagesHaveEveryTextWithItsMarkers) {
-    const auto ja = Texts("ja"), en = Texts("en");
-    ASSERT_EQ(ja.size(), en.size());
-    for (const auto& [number, text] : ja) {
-        const QString other = en.count(number) ? en.at(number) : QString();
-        // A value goes where the marker is.
-        EXPECT_TRUE(!text.isEmpty() && !other.isEmpty() && text.count('@') == other.count('@')) << number;
+    // Number -> text of each table, read as the program reads it.
+    std::map<int, QString> texts[2];
+    for (const int i : {0, 1}) {
+        Sandbox box(i ? "en" : "ja");
+        tavix::ResetVariableDefinition();
+        ASSERT_TRUE(tavix::GetIniFileData() && tavix::ReadStringTableData() && box.LogTexts().isEmpty()) << i;
+        for (const auto& r : tavix::Var().StringTable) texts[i].emplace(r.Id, r.Text);
     }
+    ASSERT_EQ(texts[0].size(), texts[1].size());
+    // A value goes where the marker is.
+    for (const auto& [number, text] : texts[0])
+        EXPECT_TRUE(!text.isEmpty() && text.count('@') == texts[1][number].count('@') && !texts[1][number].isEmpty())
+            << number;
     // Every number the sources ask for by its literal is there.
     const QRegularExpression call("GST\\((\\d+)");
-    for (const char* folder : {"app", "camera", "frame", "measure", "platform", "view"}) {
-        QDirIterator it(QString(TAVIX_SOURCE_DIR "/") + folder, {"*.cpp"});
-        while (it.hasNext()) {
-            const QString source = QString::fromUtf8(testing_support::ReadFile(it.next()));
-            for (const auto& m : call.globalMatch(source))
-                EXPECT_TRUE(ja.count(m.captured(1).toInt()))
+    for (const char* folder : {"app", "camera", "frame", "measure", "platform", "view"})
+        for (QDirIterator it(QString(TAVIX_SOURCE_DIR "/") + folder, {"*.cpp"}); it.hasNext();)
+            for (const auto& m : call.globalMatch(QString::fromUtf8(testing_support::ReadFile(it.next()))))
+                EXPECT_TRUE(texts[0].count(m.captured(1).toInt()))
                     << it.fileName().toStdString() << " " << m.captured(1).toStdString();
-        }
-    }
 }
 
 TEST(GuidanceFile, RecordsAndTheirFailures) {

@@ -55,10 +55,6 @@ TEST(Start, FitsTheWindowToTheVariant) {
                         f.picMeasureCommandArea->Visible(), f.picViewArea->Align(), f.cmdPicSave->Enabled()}),
             (std::tuple{camera ? tavix::ViewMode::Live : tavix::ViewMode::Still, camera, !camera, camera, measure,
                         measure ? 4 : 3, type != 3}));
-        // The strip closes the gap of the camera buttons; the exit button is left alone.
-        const double gap = camera ? 0 : 900;
-        EXPECT_EQ((std::tuple{f.cmdPicLoad->Left(), f.txtComment[1]->Left(), f.cmdExit->Left()}),
-                  (std::tuple{1020 - gap, 7260 - 2 * gap, 13620.0}));
         if (!measure) continue;
         for (vb::Control* c : f.Controls) {
             if (!c->HasEnabled() || c->Container() != f.picMeasureCommandArea) continue;
