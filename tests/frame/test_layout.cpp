@@ -50,22 +50,6 @@ TEST(Layout, AreasFollowTheWindowWhichSnapsBackToItsLeastSize) {
     }
 }
 
-TEST(Layout, MaximizedFitsAndRestoredSnapsBack) {
-    StartedMain s(3);
-    frmMain& f = s.f;
-    f.picTempView->SetPicture(testing_support::QuarterPicture(40, 30));
-    f.SetWindowState(1);  // minimized: nothing to fit
-    f.SetWindowState(2);
-    QCoreApplication::processEvents();
-    ASSERT_EQ(f.WindowState(), 2);
-    EXPECT_LT(f.Width(), 14565);  // the headless screen is 800 pixels wide, below the least width
-    ExpectFitted(f);
-    f.SetWindowState(0);
-    QCoreApplication::processEvents();
-    EXPECT_EQ((std::tuple{f.Height() >= 8100, f.Width() >= 14565}), (std::tuple{true, true}));
-    ExpectFitted(f);
-}
-
 TEST(Layout, AnErrorEndsTheProgram) {
     StartedMain s(2);
     tavix::Var().ZoomFactor = -1;  // the still cannot take a negative size
