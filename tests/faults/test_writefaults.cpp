@@ -28,9 +28,11 @@ namespace {
 constexpr FaultKind kFolderGone = FaultNone;
 
 // What goes wrong, the fault, its byte budget, its errno and the error number the box and the log then say.
-// One byte fits: a short write must not pass for a whole one, and the next write fails outright.
+// One byte fits: a short write must not pass for a whole one, and the next write fails outright. A bitmap
+// also fails past its header.
 const std::tuple<const char*, FaultKind, long long, int, int> kFaults[] = {
     {"disk full after a byte", FaultWrite, 1, ENOSPC, 61},
+    {"disk full past the header", FaultWrite, 64, ENOSPC, 61},
     {"sync fails", FaultFsync, 0, EIO, 57},
     {"close fails", FaultClose, 0, EIO, 57},
     {"rename fails", FaultRename, 0, EIO, 57},
@@ -128,7 +130,7 @@ const Target kTargets[] = {
 TEST(WriteFaults, TheOldFileStaysTheUserIsToldAndTheProgramGoesOn) {
     for (const Target& t : kTargets)
         for (const auto& [what, kind, bytes, err, number] : kFaults) {
-            if (kind == FaultFsync && !t.synced) continue;
+            if ((kind == FaultFsync && !t.synced) || (bytes == 64 && !QString(t.file).endsWith(".bmp"))) continue;
             SCOPED_TRACE(std::string(t.file) + ", " + what);
             Window w(t.variant);
             QDir(w.box.Path()).mkpath("out");

@@ -99,13 +99,14 @@ TEST(StringTableLookup, TextsAndReplacements) {
     EXPECT_EQ(t.LogTexts(), QStringList{"GST Error.(9)"});
     ASSERT_TRUE(tavix::ReadStringTableData());
     const std::pair<QString, const char*> cases[] = {
-        {GST(100), "a,b"},                      // further commas belong to the text
-        {GST(102), "first"},                    // the earlier of two records wins
-        {GST(99999), ""},                       // an unknown number
-        {GST(11135, 2), "Circle 2"},            // replacement by a number
-        {GST(11135, 2.5), "Circle 2.5"},        // by a fraction
-        {GST(11135), "Circle @"},               // no replacement keeps the marker
-        {GST(103, "x"), "x and x"},             // every marker is replaced
+        {GST(100), "a,b"},                // further commas belong to the text
+        {GST(102), "first"},              // the earlier of two records wins
+        {GST(99999), ""},                 // an unknown number
+        {GST(11135, 2), "Circle 2"},      // replacement by a number
+        {GST(11135, 2.5), "Circle 2.5"},  // by a fraction
+        {GST(11135), "Circle @"},         // no replacement keeps the marker
+        {GST(103, "x"), "x and x"},
+        {GST(104, "x"), "no marker"},           // every marker is replaced
         {GST(106), "blanks round the number"},  // blanks round the number
     };
     for (const auto& [got, want] : cases) EXPECT_EQ(got.toStdString(), want);

@@ -50,6 +50,19 @@ TEST(Layout, AreasFollowTheWindowWhichSnapsBackToItsLeastSize) {
     }
 }
 
+TEST(Layout, MinimizedIsLeftAloneMaximizedAndRestoredAreFitted) {
+    StartedMain s(3);
+    for (const int state : {1, 2, 0}) {
+        SCOPED_TRACE(state);
+        s.f.SetWindowState(state);
+        QCoreApplication::processEvents();
+        ASSERT_EQ(s.f.WindowState(), state);
+        // The headless screen is 800 pixels wide: maximized stays below the least width, restored snaps back.
+        EXPECT_EQ(s.f.Width() < 14565, state == 2);
+        if (state != 1) ExpectFitted(s.f);
+    }
+}
+
 TEST(Layout, AnErrorEndsTheProgram) {
     StartedMain s(2);
     tavix::Var().ZoomFactor = -1;  // the still cannot take a negative size

@@ -5,6 +5,7 @@
 #include "App.h"
 #include "CommonModule.h"
 #include "Errors.h"
+#include "IniConfig.h"
 #include "Language.h"
 #include "Sandbox.h"
 #include "ScriptedDialogHost.h"
@@ -148,11 +149,8 @@ TEST(StartFailure, EachFailedStepLogsShowsItsBoxAndEnds) {
 
 TEST(Shutdown, AsksOnceWithUnsavedResultsAndNoKeepsEverything) {
     // By the close box or the exit button, with or without unsaved results, the answer (0: no question).
-    const std::tuple<bool, bool, int> cases[] = {{false, false, 0},
-                                                 {false, true, vb::vbYes},
-                                                 {true, true, vb::vbYes},
-                                                 {false, true, vb::vbNo},
-                                                 {true, true, vb::vbNo}};
+    const std::tuple<bool, bool, int> cases[] = {{false, false, 0}, {false, true, vb::vbYes}, {false, true, vb::vbNo},
+                                                 {true, false, 0},  {true, true, vb::vbYes},  {true, true, vb::vbNo}};
     for (const auto& [byCloseBox, dirty, answer] : cases) {
         SCOPED_TRACE(testing::Message() << "close box " << byCloseBox << ", unsaved " << dirty << ", " << answer);
         const bool closes = answer != vb::vbNo;
@@ -189,6 +187,9 @@ TEST(Shutdown, WritesTheKeysBackAsDecimalText) {
     Var().JpegQty = 77;
     Var().ScaleColor = 0x80000005;
     w.f.cmdExit->Click();
+    // A key of blanks has no line it could be written to.
+    EXPECT_FALSE(tavix::WriteIniFileData("FILE", "  ", "5"));
+    EXPECT_EQ(w.box.LogTexts().last(), "WriteIniFileData  Error.(5)[Section]=FILE,[Key]=  ,[Value]=5");
     const QString ini = QString::fromUtf8(w.box.Read("Tavix.Ini"));
     // Only-read keys keep their lines.
     for (const char* line : {"JPEGQTY=77", "DEFAULTSCALE=10", "MEASURELINECOLOR1=65280", "CROSSLINECOLOR=255",
