@@ -281,8 +281,6 @@ TEST(Guidance, ShownReadOnlyOverADisabledStripAndTheCommentComesBack) {
     frmMain& f = s.f;
     Var().GuidanceTable[34] = {"circle 1", "circle 1b"};
     Var().GuidanceTable[35] = {"circle 2", "circle 2b"};
-    Var().GuidanceTable[2] = {"recording", "recording b"};
-    Var().GuidanceTable[77] = {};
     f.txtComment[0]->SetText("sample 12");
     f.txtComment[1]->SetText("stained");
     tavix::DisableCommandArea(f, *f.picViewCommandArea, false);
@@ -295,17 +293,14 @@ TEST(Guidance, ShownReadOnlyOverADisabledStripAndTheCommentComesBack) {
                              t->BackColor() == vb::vbButtonFace ? "F" : "W");
         return text;
     };
-    // The guidance shown (-1: hidden), a second line given instead of the table's, and what the lines then show.
-    const std::tuple<int16_t, const char*, const char*> steps[] = {
-        {34, nullptr, "circle 1/LEF circle 1b/LEF "},  // readable, not greyed, while the strip is off
-        {35, nullptr, "circle 2/LEF circle 2b/LEF "},  // the comment saved by the first call is kept
-        {2, "12 s", "recording/LEF 12 s/LEF "},
-        {77, nullptr, "/LEF /LEF "},                // a number without guidance shows empty lines
-        {-1, nullptr, "sample 12/EW stained/EW "},  // hiding leaves Enabled to the caller
+    // The guidance shown (-1: hidden) and what the lines then show.
+    const std::pair<int16_t, const char*> steps[] = {
+        {34, "circle 1/LEF circle 1b/LEF "},  // readable, not greyed, while the strip is off
+        {35, "circle 2/LEF circle 2b/LEF "},  // the comment saved by the first call is kept
+        {-1, "sample 12/EW stained/EW "},     // hiding leaves Enabled to the caller
     };
-    for (const auto& [number, second, shows] : steps) {
-        if (number < 0) tavix::HideGuidance(f);
-        if (number >= 0) second ? tavix::DispGuidance(f, number, second) : tavix::DispGuidance(f, number);
+    for (const auto& [number, shows] : steps) {
+        number < 0 ? tavix::HideGuidance(f) : tavix::DispGuidance(f, number);
         EXPECT_EQ(shown(), shows);
     }
 }
