@@ -5,7 +5,6 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
-#include <optional>
 
 #include "CommonModule.h"
 #include "Guidance.h"
@@ -21,10 +20,9 @@ namespace {
 
 TEST(IniRead, ConvertsEachValueOrStopsWithItsLogLine) {
     const QString missing = "GetIniFileData GetPrivateProfileString Error [Section]=";
-    // The key to change (nullptr: no file), its new value (nullptr: no line), the log line reading
+    // The key to change, its new value (nullptr: no line), the log line reading
     // stops with (empty: it reads) and what then holds.
     const std::tuple<const char*, const char*, QString, std::function<bool()>> cases[] = {
-        {nullptr, nullptr, missing + "CAMERA,[Key]=CAMERAFILTERNAME", nullptr},  // APPNAME passed over
         {"JPEGQTY", "101", missing + "FILE,[Key]=JPEGQTY", nullptr},
         {"JPEGQTY", "300", "GetIniFileData  Error.(6)[Section]=FILE,[Key]=JPEGQTY", nullptr},
         {"SCALECOLOR", "red", "GetIniFileData  Error.(13)[Section]=MEASURE,[Key]=SCALECOLOR", nullptr},
@@ -38,24 +36,22 @@ TEST(IniRead, ConvertsEachValueOrStopsWithItsLogLine) {
         {"GRPFILENAME", "  cam one.grf  ", {}, [] { return Var().GrfFileName == "cam one.grf"; }},
     };
     for (const auto& [key, value, log, holds] : cases) {
-        SCOPED_TRACE(testing::Message() << (key ? key : "no file") << "=" << (value ? value : "(no line)"));
+        SCOPED_TRACE(testing::Message() << key << "=" << (value ? value : "(no line)"));
         Sandbox box;
         tavix::ResetVariableDefinition();
-        if (key && value) box.SetIni(key, value);
-        if (key && !value) box.RemoveIni(key);
-        if (!key) box.Remove("Tavix.Ini");
+        value ? box.SetIni(key, value) : box.RemoveIni(key);
         EXPECT_EQ(tavix::GetIniFileData(), log.isEmpty());
         EXPECT_EQ(box.LogTexts(), log.isEmpty() ? QStringList() : QStringList{log});
         EXPECT_TRUE(!holds || holds());
     }
 }
 
-// A sandbox whose string table holds exactly the given bytes (none: no file).
+// A sandbox whose string table holds exactly the given bytes.
 struct Table : Sandbox {
-    explicit Table(const std::optional<QByteArray>& content) {
+    explicit Table(const QByteArray& content) {
         tavix::ResetVariableDefinition();
         tavix::Var().StringTableFileName = "\\Table.txt";
-        if (content) Write("Table.txt", *content);
+        Write("Table.txt", content);
     }
 };
 
@@ -66,13 +62,12 @@ QByteArray Records(int count) {
 }
 
 TEST(StringTableRead, AcceptsOrFailsWithTheErrorNumber) {
-    // What, the file (none: missing), the error number (0: read) and the text of 100 then.
-    const std::tuple<const char*, std::optional<QByteArray>, int, const char*> cases[] = {
+    // What, the file, the error number (0: read) and the text of 100 then.
+    const std::tuple<const char*, QByteArray, int, const char*> cases[] = {
         {"comment and empty lines without a comma are passed over", "# texts\r\n\r\nabc\r\n100,a\r\n", 0, "a"},
         {"LF line ends", "100,a\n200,b\n", 0, "a"},
         {"a byte-order mark", QByteArray("\xEF\xBB\xBF") + "100,a\r\n", 0, "a"},
         {"10001 records fit", Records(10001), 0, nullptr},
-        {"missing file", std::nullopt, 53, nullptr},
         {"a record with no number", "abc,text\r\n", 13, nullptr},
         {"NUL bytes", QByteArray("100,a\0b\r\n\0\0,\r\n", 14), 13, nullptr},
         {"a number beyond 32 bits", "4294967296,text\r\n", 6, nullptr},
