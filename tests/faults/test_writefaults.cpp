@@ -96,14 +96,13 @@ struct Target {
     int title = 11035;
     const char* log = "cmdPicSave_Click Error.(%1)";  // %1: the error number
     bool synced = true;                               // false: a scratch file, never synced
-    bool shipped = false;                             // the old file is the deployment's own
 };
 
 // clang-format off
 const Target kTargets[] = {
     {"Tavix.Ini", 3, [](Window&) { Var().JpegQty = 55; }, [](Window& w) { bool cancel = false; tavix::Form_Unload(w.f, cancel); },
      nullptr, [](Window&) { return true; }, 0,
-     "WriteIniFileData WritePrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY,[Value]=55", true, true},
+     "WriteIniFileData WritePrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY,[Value]=55"},
     {"Proof.txt", 3, OpenPicture, Calibrate, Text(24005), [](Window&) { return Var().ProofTable[0].Name != "new"; },
      14100, "frmProofConfig:cmdOK_Click Error.(%1)"},
     {"out/results.txt", 3, PictureWithResult,
@@ -135,9 +134,9 @@ TEST(WriteFaults, TheOldFileStaysTheUserIsToldAndTheProgramGoesOn) {
             Window w(t.variant);
             QDir(w.box.Path()).mkpath("out");
             t.prepare(w);
-            // An old file worth keeping, unlike anything the program would write.
-            const QByteArray old = t.shipped ? w.box.Read(t.file) : "old contents\r\n" + QByteArray(100, 'x');
-            if (!t.shipped) w.box.Write(t.file, old);
+            // The shipped file, or one unlike anything the program would write.
+            QByteArray old = w.box.Read(t.file);
+            if (old.isEmpty()) w.box.Write(t.file, old = "old contents\r\n" + QByteArray(100, 'x'));
             const QString file = w.box.File(t.file), folder = QFileInfo(file).absolutePath(), aside = folder + ".aside";
             if (t.box) w.host.AnswerMsgBox(vb::vbOK);
             if (kind != kFolderGone) faultfs_arm(kind, QFileInfo(file).fileName().toUtf8().constData(), bytes, err);
