@@ -5,7 +5,6 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
-#include <optional>
 
 #include "CommonModule.h"
 #include "Guidance.h"
@@ -21,10 +20,9 @@ namespace {
 
 TEST(IniRead, ConvertsEachValueOrStopsWithItsLogLine) {
     const QString missing = "GetIniFileData GetPrivateProfileString Error [Section]=";
-    // The key to change (nullptr: no file), its new value (nullptr: no line), the log line reading
+    // The key to change, its new value (nullptr: no line), the log line reading
     // stops with (empty: it reads) and what then holds.
     const std::tuple<const char*, const char*, QString, std::function<bool()>> cases[] = {
-        {nullptr, nullptr, missing + "CAMERA,[Key]=CAMERAFILTERNAME", nullptr},  // APPNAME passed over
         {"JPEGQTY", "101", missing + "FILE,[Key]=JPEGQTY", nullptr},
         {"JPEGQTY", "300", "GetIniFileData  Error.(6)[Section]=FILE,[Key]=JPEGQTY", nullptr},
         {"SCALECOLOR", "red", "GetIniFileData  Error.(13)[Section]=MEASURE,[Key]=SCALECOLOR", nullptr},
@@ -35,40 +33,25 @@ TEST(IniRead, ConvertsEachValueOrStopsWithItsLogLine) {
         {"SCALEX", " 2.5e1 ", {}, [] { return Var().ScaleX == 25.0; }},
         {"MEASURELINECOLOR2", "-1", {}, [] { return Var().MeasureLineColor[2] == 0xFFFFFFFFu; }},
         {"JPEGQTY", "49.5", {}, [] { return Var().JpegQty == 50; }},  // half to even
-        {"DEFAULTSCALE", " 7 ", {}, [] { return Var().DefaultScale == 7; }},
         {"GRPFILENAME", "  cam one.grf  ", {}, [] { return Var().GrfFileName == "cam one.grf"; }},
     };
     for (const auto& [key, value, log, holds] : cases) {
-        SCOPED_TRACE(testing::Message() << (key ? key : "no file") << "=" << (value ? value : "(no line)"));
+        SCOPED_TRACE(testing::Message() << key << "=" << (value ? value : "(no line)"));
         Sandbox box;
         tavix::ResetVariableDefinition();
-        if (key && value) box.SetIni(key, value);
-        if (key && !value) box.RemoveIni(key);
-        if (!key) box.Remove("Tavix.Ini");
+        value ? box.SetIni(key, value) : box.RemoveIni(key);
         EXPECT_EQ(tavix::GetIniFileData(), log.isEmpty());
         EXPECT_EQ(box.LogTexts(), log.isEmpty() ? QStringList() : QStringList{log});
         EXPECT_TRUE(!holds || holds());
     }
 }
 
-TEST(IniWrite, ReplacesOneValueOrLogsTheBlankKey) {
-    Sandbox box;
-    QByteArray expected = box.Read("Tavix.Ini");
-    // A key of blanks only has no line it could be written to.
-    EXPECT_FALSE(tavix::WriteIniFileData("FILE", "  ", "5"));
-    EXPECT_EQ(box.Read("Tavix.Ini"), expected);
-    EXPECT_TRUE(tavix::WriteIniFileData("FILE", "JPEGQTY", "55"));
-    const int at = expected.indexOf("JPEGQTY=");
-    EXPECT_EQ(box.Read("Tavix.Ini"), expected.replace(at, expected.indexOf('\r', at) - at, "JPEGQTY=55"));
-    EXPECT_EQ(box.LogTexts(), QStringList{"WriteIniFileData  Error.(5)[Section]=FILE,[Key]=  ,[Value]=5"});
-}
-
-// A sandbox whose string table holds exactly the given bytes (none: no file).
+// A sandbox whose string table holds exactly the given bytes.
 struct Table : Sandbox {
-    explicit Table(const std::optional<QByteArray>& content) {
+    explicit Table(const QByteArray& content) {
         tavix::ResetVariableDefinition();
         tavix::Var().StringTableFileName = "\\Table.txt";
-        if (content) Write("Table.txt", *content);
+        Write("Table.txt", content);
     }
 };
 
@@ -79,24 +62,17 @@ QByteArray Records(int count) {
 }
 
 TEST(StringTableRead, AcceptsOrFailsWithTheErrorNumber) {
-    // What, the file (none: missing), the error number (0: read) and the text of 100 then.
-    const std::tuple<const char*, std::optional<QByteArray>, int, const char*> cases[] = {
+    // What, the file, the error number (0: read) and the text of 100 then.
+    const std::tuple<const char*, QByteArray, int, const char*> cases[] = {
         {"comment and empty lines without a comma are passed over", "# texts\r\n\r\nabc\r\n100,a\r\n", 0, "a"},
         {"LF line ends", "100,a\n200,b\n", 0, "a"},
         {"a byte-order mark", QByteArray("\xEF\xBB\xBF") + "100,a\r\n", 0, "a"},
-        // A lone carriage return ends no line: the whole file is one record.
-        {"carriage returns only", "100,a\r200,b\r", 0, "a\r200,b"},
-        {"a CP932 lead byte at the end", "100,\x82", 0, nullptr},
-        {"a megabyte line", "100," + QByteArray(1 << 20, 'x'), 0, nullptr},
         {"10001 records fit", Records(10001), 0, nullptr},
-        {"missing file", std::nullopt, 53, nullptr},
         {"a record with no number", "abc,text\r\n", 13, nullptr},
-        {"the comma as first character", ",text\r\n", 13, nullptr},
         {"NUL bytes", QByteArray("100,a\0b\r\n\0\0,\r\n", 14), 13, nullptr},
         {"a number beyond 32 bits", "4294967296,text\r\n", 6, nullptr},
         {"an empty file", "", 9, nullptr},
         {"only comments", "no records here\r\n", 9, nullptr},
-        {"binary garbage", QByteArray::fromHex("89504e470d0a1a0a0000000d49484452"), 9, nullptr},
         {"10002 records do not", Records(10002), 9, nullptr},
     };
     for (const auto& [what, content, error, text100] : cases) {
@@ -118,57 +94,41 @@ TEST(StringTableLookup, TextsAndReplacements) {
     EXPECT_EQ(t.LogTexts(), QStringList{"GST Error.(9)"});
     ASSERT_TRUE(tavix::ReadStringTableData());
     const std::pair<QString, const char*> cases[] = {
-        {GST(100), "a,b"},                      // further commas belong to the text
-        {GST(101), " text"},                    // so does the blank after the comma
-        {GST(102), "first"},                    // the earlier of two records wins
-        {GST(99999), ""},                       // an unknown number
-        {GST(11135, 2), "Circle 2"},            // replacement by a number
-        {GST(11135, 2.5), "Circle 2.5"},        // by a fraction
-        {GST(11135), "Circle @"},               // no replacement keeps the marker
-        {GST(103, "x"), "x and x"},             // every marker is replaced
-        {GST(104, "x"), "no marker"},           // without a marker it has no effect
-        {GST(105), ""},                         // an empty text
+        {GST(100), "a,b"},                // further commas belong to the text
+        {GST(102), "first"},              // the earlier of two records wins
+        {GST(99999), ""},                 // an unknown number
+        {GST(11135, 2), "Circle 2"},      // replacement by a number
+        {GST(11135, 2.5), "Circle 2.5"},  // by a fraction
+        {GST(11135), "Circle @"},         // no replacement keeps the marker
+        {GST(103, "x"), "x and x"},
+        {GST(104, "x"), "no marker"},           // every marker is replaced
         {GST(106), "blanks round the number"},  // blanks round the number
     };
     for (const auto& [got, want] : cases) EXPECT_EQ(got.toStdString(), want);
     EXPECT_EQ(t.LogTexts().size(), 1);
 }
 
-// Number -> text of a table read as the program reads it.
-std::map<int, QString> Texts(const char* language) {
-    Sandbox box(language);
-    tavix::ResetVariableDefinition();
-    EXPECT_TRUE(tavix::GetIniFileData() && tavix::ReadStringTableData() && box.LogTexts().isEmpty()) << language;
-    std::map<int, QString> texts;
-    for (const auto& r : tavix::Var().StringTable) texts.emplace(r.Id, r.Text);
-    return texts;
-}
-
-TEST(Deployment, BothLanguagesHaveEveryTextInTheSameShape) {
-    const auto ja = Texts("ja"), en = Texts("en");
-    ASSERT_EQ(ja.size(), en.size());
-    for (const auto& [number, text] : ja) {
-        const QString other = en.count(number) ? en.at(number) : QString();
-        // A value goes where the marker is; a file dialog filter is pairs of description and pattern.
-        EXPECT_FALSE(text.isEmpty() || other.isEmpty()) << number;
-        EXPECT_EQ(text.count('@'), other.count('@')) << number;
-        for (const QString& t : {text, other}) {
-            const QStringList parts = t.split('|');
-            EXPECT_TRUE(parts.size() == 1 || parts.size() % 2 == 0) << number;
-            for (int i = 1; i < parts.size(); i += 2) EXPECT_TRUE(parts[i].startsWith("*.")) << number;
-        }
+TEST(Deployment, BothLanguagesHaveEveryTextWithItsMarkers) {
+    // Number -> text of each table, read as the program reads it.
+    std::map<int, QString> texts[2];
+    for (const int i : {0, 1}) {
+        Sandbox box(i ? "en" : "ja");
+        tavix::ResetVariableDefinition();
+        ASSERT_TRUE(tavix::GetIniFileData() && tavix::ReadStringTableData() && box.LogTexts().isEmpty()) << i;
+        for (const auto& r : tavix::Var().StringTable) texts[i].emplace(r.Id, r.Text);
     }
+    ASSERT_EQ(texts[0].size(), texts[1].size());
+    // A value goes where the marker is.
+    for (const auto& [number, text] : texts[0])
+        EXPECT_TRUE(!text.isEmpty() && text.count('@') == texts[1][number].count('@') && !texts[1][number].isEmpty())
+            << number;
     // Every number the sources ask for by its literal is there.
     const QRegularExpression call("GST\\((\\d+)");
-    for (const char* folder : {"app", "camera", "frame", "measure", "platform", "view"}) {
-        QDirIterator it(QString(TAVIX_SOURCE_DIR "/") + folder, {"*.cpp"});
-        while (it.hasNext()) {
-            const QString source = QString::fromUtf8(testing_support::ReadFile(it.next()));
-            for (const auto& m : call.globalMatch(source))
-                EXPECT_TRUE(ja.count(m.captured(1).toInt()))
+    for (const char* folder : {"app", "camera", "frame", "measure", "platform", "view"})
+        for (QDirIterator it(QString(TAVIX_SOURCE_DIR "/") + folder, {"*.cpp"}); it.hasNext();)
+            for (const auto& m : call.globalMatch(QString::fromUtf8(testing_support::ReadFile(it.next()))))
+                EXPECT_TRUE(texts[0].count(m.captured(1).toInt()))
                     << it.fileName().toStdString() << " " << m.captured(1).toStdString();
-        }
-    }
 }
 
 TEST(GuidanceFile, RecordsAndTheirFailures) {
@@ -176,13 +136,8 @@ TEST(GuidanceFile, RecordsAndTheirFailures) {
     const std::tuple<const char*, QByteArray, int, int, const char*> cases[] = {
         {"quoted items keep commas", "30,\"Click, then drag\",\"Right button: back\"\r\n", 0, 30,
          "Click, then drag|Right button: back"},
-        {"blanks before items do not count", "  31 ,  plain text  ,\t\"b\"\r\n", 0, 31, "plain text|b"},
-        {"what stands between a closing quote and the comma is dropped", "7,\"a\" junk ,\"b\"\r\n", 0, 7, "a|b"},
-        {"an unclosed quote runs to the end of the file", "8,\"a\",\"open", 0, 8, "a|open"},
         {"the last record of a number wins", "5,\"a\",\"b\"\r\n5,\"c\",\"d\"\r\n", 0, 5, "c|d"},
         {"a record may go on over the next line", "6,\"a\"\r\n\"b\"\r\n7,\"c\",\"d\"", 0, 6, "a|b"},
-        {"a comma before the line end leaves an empty item", "6,\"a\",\r\n7,c,d", 0, 6, "a|"},
-        {"empty lines between records and at the end", "\r\n8,\"x\",\"y\"\r\n\r\n\r\n", 0, 8, "x|y"},
         {"CP932 text", "9,\"\x8c\x76\x91\xaa\",\"\"\r\n", 0, 9, "計測|"},
         {"a number with no record is empty", "1,\"a\",\"b\"\r\n", 0, 2, "|"},
         {"number 0 and 100 are the ends of the table", "0,a,b\r\n100,c,d\r\n", 0, 100, "c|d"},

@@ -1,6 +1,6 @@
 #pragma once
 // File system faults for tests, without root: a shared library linked into a test executable
-// comes before the C library, so its write, fsync, close, rename and open stand in for the
+// comes before the C library, so its write, fsync, close and rename stand in for the
 // real ones. Disarmed, they only pass the call on.
 #ifdef __cplusplus
 extern "C" {
@@ -12,7 +12,6 @@ enum FaultKind {
     FaultFsync,   // fsync of a matching file fails with err
     FaultClose,   // close of a matching file closes it, then reports err (as NFS does)
     FaultRename,  // a rename from or to a matching path fails with err
-    FaultOpen,    // opening a matching path fails with err
 };
 
 // Arms one fault for files whose path contains part; replaces any earlier one.

@@ -33,10 +33,9 @@ ScriptedDialogHost::ScriptedDialogHost() : previous_(&vb::Host()) { vb::SetHost(
 
 ScriptedDialogHost::~ScriptedDialogHost() {
     vb::SetHost(previous_);
-    EXPECT_TRUE(msgAnswers_.empty()) << msgAnswers_.size() << " scripted message box answer(s) unused";
-    EXPECT_TRUE(fileAnswers_.empty()) << fileAnswers_.size() << " scripted file answer(s) unused";
-    EXPECT_TRUE(colorAnswers_.empty()) << colorAnswers_.size() << " scripted colour answer(s) unused";
-    EXPECT_TRUE(modalAnswers_.empty()) << modalAnswers_.size() << " scripted modal form answer(s) unused";
+    EXPECT_EQ((std::vector{msgAnswers_.size(), fileAnswers_.size(), colorAnswers_.size(), modalAnswers_.size()}),
+              std::vector<size_t>(4, 0))
+        << "scripted answers unused: message boxes, files, colours, modal forms";
 }
 
 int ScriptedDialogHost::MsgBox(const QString& prompt, int buttons, const QString& title, QWidget*) {

@@ -1,7 +1,7 @@
 #include "StartedMain.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
+#include <QDeadlineTimer>
 #include <QPainter>
 #include <QThread>
 #include <algorithm>
@@ -70,14 +70,9 @@ bool Near(QRgb a, QRgb b, int tolerance) {
 }
 
 bool WaitFor(const std::function<bool()>& done, int ms) {
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > ms) return false;
+    for (const QDeadlineTimer deadline(ms); !done() && !deadline.hasExpired(); QThread::msleep(5))
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(5);
-    }
-    return true;
+    return done();
 }
 
 }  // namespace testing_support
