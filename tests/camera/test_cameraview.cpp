@@ -15,7 +15,6 @@
 #include "StartedMain.h"
 #include "Startup.h"
 #include "V4l2Controls.h"
-#include "ViewGeometry.h"
 #include "Wiring.h"
 
 using tavix::GST;
@@ -58,13 +57,6 @@ int Brightness(const char* device) {
     return -1000;
 }
 
-TEST(CameraView, ZoomRoundsHalfToEven) {
-    const std::tuple<int, double, int> rows[] = {{645, 0.5, 322}, {647, 0.5, 324}, {215, 1.5, 322},
-                                                 {640, 1.5, 960}, {3, 0.5, 2},     {1, 0.5, 0}};
-    for (const auto& [pixels, zoom, expected] : rows)
-        EXPECT_EQ(tavix::geometry::ZoomedPixels(pixels, zoom), expected) << pixels << " x " << zoom;
-}
-
 TEST(CameraView, OpeningReplacesUnusableGraphFilesSilently) {
     const struct {
         const char* name;
@@ -83,16 +75,11 @@ TEST(CameraView, OpeningReplacesUnusableGraphFilesSilently) {
         }));
         ASSERT_TRUE(m.started);
         EXPECT_TRUE(m.host.Boxes.empty());
-        const QStringList loadLines = m.box.LogTexts().filter("LoadGrfFile");
-        EXPECT_EQ(loadLines, r.log.isEmpty() ? QStringList() : QStringList{r.log});
+        EXPECT_EQ(m.box.LogTexts().filter("LoadGrfFile"), r.log.isEmpty() ? QStringList() : QStringList{r.log});
+        EXPECT_TRUE(m.box.Read(kGrf).contains("camera=" FAKECAM_NAME)) << "saved";
         ASSERT_NE(m.f.CameraFilter, nullptr);
         EXPECT_EQ(std::pair(m.f.CameraFilter->Name(), m.f.CameraOutputPin->Direction),
                   std::pair(QString(FAKECAM_NAME), 1));
-
-        // What was written is what the next start loads, without a word in the log.
-        tavix::NewFilterGraph(m.f);
-        EXPECT_TRUE(tavix::LoadGrfFile(m.f));
-        EXPECT_EQ(m.box.LogTexts().filter("LoadGrfFile"), loadLines);
     }
 }
 

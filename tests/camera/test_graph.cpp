@@ -78,14 +78,6 @@ protected:
     FilterGraph graph;
 };
 
-TEST_F(GraphTest, CatalogueEndsWithTheTestCameraAndRecordingFilters) {
-    const auto catalogue = graph.RegFilterCollection();
-    ASSERT_GE(catalogue.size(), 4u);
-    const std::vector<QString> fixed{TestCameraName, TeeFilterName, AviMuxName, FileWriterName};
-    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(catalogue[catalogue.size() - 4 + i].Name, fixed[i]);
-    EXPECT_EQ(AddByName(graph, QStringLiteral("tavix test camera")), nullptr);  // case counts
-}
-
 TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
     FilterInfo* cam = AddByName(graph, TestCameraName);
     ASSERT_NE(cam, nullptr);
@@ -186,16 +178,13 @@ TEST_F(GraphTest, LoadErrors) {
 TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
     Load({});
     graph.SetFaults({.cameraFailsAfter = 5});
-    int number = 0;
-    bool onUiThread = false;
+    std::pair<int, bool> heard;  // the error, and whether on the UI thread with a reason
     graph.OnStreamError = [&](int n, const QString& reason) {
-        number = n;
-        onUiThread = QThread::currentThread() == qApp->thread();
-        EXPECT_FALSE(reason.isEmpty());
+        heard = {n, QThread::currentThread() == qApp->thread() && !reason.isEmpty()};
     };
     graph.Run();
-    ASSERT_TRUE(WaitFor([&] { return number != 0; }));
-    EXPECT_EQ(std::pair(number, onUiThread), std::pair(int(vb::ErrDeviceIO), true));
+    ASSERT_TRUE(WaitFor([&] { return heard.first != 0; }));
+    EXPECT_EQ(heard, std::pair(int(vb::ErrDeviceIO), true));
     graph.Run();  // the graph can start again after the caller hears of the error
     graph.Stop();
 }
@@ -220,17 +209,14 @@ TEST_F(GraphTest, V4l2ControlsOfTheFakeCamera) {
               "auto_exposure M 0..3 =3 1:Manual Mode 3:Aperture Priority Mode\n"
               "exposure_time__absolute I 3..2047 =250 inactive\nprivacy B 0..1 =0 read-only");
 
-    // In order: each reaches the camera, or the camera's refusal is an error.
+    // Refused, out of range, inactive or read-only, and the value stays (the dialog sets the rest).
     const struct {
         const char* id;
         int value, error, after;
     } sets[] = {
-        {"brightness", 10, 0, 10},
         {"contrast", 96, vb::ErrInvalidPropertyValue, 32},
-        {"exposure_time__absolute", 100, vb::ErrDeviceIO, 250},  // inactive while exposure is automatic
-        {"auto_exposure", 1, 0, 1},
-        {"exposure_time__absolute", 100, 0, 100},
-        {"privacy", 1, vb::ErrDeviceIO, 0},  // read-only
+        {"exposure_time__absolute", 100, vb::ErrDeviceIO, 250},  // while exposure is automatic
+        {"privacy", 1, vb::ErrDeviceIO, 0},
     };
     for (const auto& s : sets) {
         SCOPED_TRACE(s.id);
