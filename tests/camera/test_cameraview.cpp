@@ -15,6 +15,7 @@
 #include "StartedMain.h"
 #include "Startup.h"
 #include "V4l2Controls.h"
+#include "ViewGeometry.h"
 #include "Wiring.h"
 
 using tavix::GST;
@@ -55,6 +56,11 @@ int Brightness(const char* device) {
     for (const auto& c : tavix::cam::V4l2Controls(device))
         if (c.Id == QLatin1String("brightness")) return c.Value;
     return -1000;
+}
+
+TEST(CameraView, ZoomRoundsHalfToEven) {
+    for (const auto& [pixels, expected] : {std::pair(645, 322), std::pair(647, 324), std::pair(1, 0)})
+        EXPECT_EQ(tavix::geometry::ZoomedPixels(pixels, 0.5), expected) << pixels;
 }
 
 TEST(CameraView, OpeningReplacesUnusableGraphFilesSilently) {
