@@ -253,17 +253,13 @@ TEST(CameraView, SettingsAreSavedWhateverTheUserDid) {
     }
 }
 
-// Of two cameras of one name, the stored one, with its colours; lost in the live view, its last
-// frame the still, and brought back by the play button with its format and settings.
+// Of two cameras of one name, the stored one; lost in the live view, its last frame the still,
+// and brought back by the play button with its format and settings.
 TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
     CameraMain m(
         OnFakeCamera("device=/fakecam/video2\r\nwidth=1280\r\nheight=720\r\nformat=MJPG\r\ncontrol.brightness=10\r\n",
                      {}, FakeCamTwins));
     ASSERT_TRUE(m.started && m.WaitFrame());
-    const QImage first = m.f.FilterGraph->GetCurrentImage();
-    ASSERT_EQ(first.size(), QSize(1280, 720));
-    EXPECT_TRUE(testing_support::Near(first.pixel(960, 560), kQuarterColors[3]));
-    EXPECT_EQ(std::pair(Brightness("/fakecam/video0"), Brightness("/fakecam/video2")), std::pair(0, 10));
     const QString lost = GST(20108, QString());
     const struct {
         const char* name;
