@@ -10,7 +10,6 @@
 #include <jpeglib.h>
 #include <linux/version.h>
 #include <linux/videodev2.h>
-#include <poll.h>
 #include <pthread.h>
 #include <stdint.h>
 #include <stdlib.h>
@@ -455,20 +454,6 @@ void* mmap64(void* addr, size_t len, int prot, int flags, int fd, off64_t offset
     const int memfd = h ? h->memfd : fd;
     pthread_mutex_unlock(&lock);
     return real_mmap64(addr, len, prot, flags, memfd, offset);
-}
-
-// A node of a camera pulled out polls as an error, as V4L2 reports an unregistered device.
-int ppoll(struct pollfd* fds, nfds_t n, const struct timespec* timeout, const sigset_t* mask) {
-    REAL(int, ppoll, struct pollfd*, nfds_t, const struct timespec*, const sigset_t*);
-    int ready = real_ppoll(fds, n, timeout, mask);
-    if (ready < 0) return ready;
-    pthread_mutex_lock(&lock);
-    for (nfds_t i = 0; i < n; ++i) {
-        const struct Handle* h = handle_of(fds[i].fd);
-        if (h && !alive(h)) ready += !fds[i].revents, fds[i].revents = POLLERR | POLLHUP | POLLPRI;
-    }
-    pthread_mutex_unlock(&lock);
-    return ready;
 }
 
 // A character device of the video4linux major number.

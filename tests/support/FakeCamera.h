@@ -1,6 +1,6 @@
 #pragma once
 // A fake UVC webcam for the tests. Linked into a test executable it comes before the C
-// library (as FaultFs does), so its open, stat64, ioctl, mmap64, dup, ppoll and close answer for the
+// library (as FaultFs does), so its open, stat64, ioctl, mmap64, dup and close answer for the
 // nodes under /fakecam/ (which exist nowhere on disk) for Tavix, v4l2src and GStreamer's
 // device monitor alike, and the monitor's udev query lists them. Other paths pass through.
 //
