@@ -43,50 +43,10 @@ Prepare OnFakeCamera(const QByteArray& graph = kFakeVga, const Prepare& more = {
     };
 }
 
-// Until the camera view has shown two frames it had not shown before.
-bool NewFramesShown(CameraMain& m) {
-    for (int i = 0; i < 2; ++i) {
-        const qint64 shown = m.f.picCameraView->VideoFrame().cacheKey();
-        if (!m.WaitFor([&] { return m.f.picCameraView->VideoFrame().cacheKey() != shown; })) return false;
-    }
-    return true;
-}
-
 int Brightness(const char* device) {
     for (const auto& c : tavix::cam::V4l2Controls(device))
         if (c.Id == QLatin1String("brightness")) return c.Value;
     return -1000;
-}
-
-TEST(CameraView, ZoomRoundsHalfToEven) {
-    for (const auto& [pixels, expected] : {std::pair(645, 322), std::pair(647, 324), std::pair(1, 0)})
-        EXPECT_EQ(tavix::geometry::ZoomedPixels(pixels, 0.5), expected) << pixels;
-}
-
-TEST(CameraView, OpeningReplacesUnusableGraphFilesSilently) {
-    const struct {
-        const char* name;
-        QByteArray file;  // empty: no file
-        QString log;      // the one LoadGrfFile line expected, or none
-    } rows[] = {
-        {"no file: built and saved", {}, {}},
-        {"another camera's file", "TavixGraph 1\r\ncamera=Other Camera\r\ndevice=\r\nwidth=640\r\nheight=480\r\n",
-         "LoadGrfFile:Camera Filer Not Found."},
-        {"damaged file", "not a graph\r\n", "LoadGrfFile Error.(13)"},
-    };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.name);
-        CameraMain m(OnFakeCamera({}, [&](Sandbox& box, ScriptedDialogHost&) {
-            if (!r.file.isEmpty()) box.Write(kGrf, r.file);
-        }));
-        ASSERT_TRUE(m.started);
-        EXPECT_TRUE(m.host.Boxes.empty());
-        EXPECT_EQ(m.box.LogTexts().filter("LoadGrfFile"), r.log.isEmpty() ? QStringList() : QStringList{r.log});
-        EXPECT_TRUE(m.box.Read(kGrf).contains("camera=" FAKECAM_NAME)) << "saved";
-        ASSERT_NE(m.f.CameraFilter, nullptr);
-        EXPECT_EQ(std::pair(m.f.CameraFilter->Name(), m.f.CameraOutputPin->Direction),
-                  std::pair(QString(FAKECAM_NAME), 1));
-    }
 }
 
 TEST(CameraView, ACameraNotThereOrRefusedEndsTheStartUp) {
@@ -132,84 +92,6 @@ TEST(CameraView, MissingElementIsNamedInABoxAndTheLog) {
     EXPECT_TRUE(m.Logged(QStringLiteral("GStreamer Element Not Found.(%1)").arg(missing)));
 }
 
-// At each zoom: the box sized and centred, the still at the camera's own size, and live again
-// with new frames; the camera stays open through these, a resize and a recording's start.
-// Then the blinking of the icon.
-TEST(CameraView, ZoomStillResizeRecordingKeepTheCameraOpenAndTheIconBlinksOnlyWhenIdle) {
-    CameraMain m(OnFakeCamera());
-    ASSERT_TRUE(m.started && m.WaitFrame());
-    tavix::frmMain& f = m.f;
-    // A fresh graph knows its size only from the first frame on; the box then takes it.
-    tavix::NewFilterGraph(f);
-    ASSERT_TRUE(tavix::LoadGrfFile(f));
-    tavix::FitCameraView(f);
-    EXPECT_EQ(f.picCameraView->Width(), 0);
-    EXPECT_TRUE(m.WaitFor([&] { return f.picCameraView->Width() == 640 * kTwips; }));
-    const struct {
-        const char* zoom;
-        int w, h;
-    } rows[] = {{"x 1.5", 960, 720}, {"x 0.5", 320, 240}, {"x 2.0", 1280, 960}, {"x 1.0", 640, 480}};
-    const vb::PictureBox& view = *f.picCameraView;
-    const double areaW = f.picViewArea->ScaleWidth(), areaH = f.picViewArea->ScaleHeight();
-    const int opens = fakecam_stream_opens();
-    auto icon = [&](int i) {
-        return f.cmdPlayStop->GetPicture().cacheKey() == f.imgCameraIcon[i]->GetPicture().cacheKey();
-    };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.zoom);
-        testing_support::Zoom(m.f, r.zoom);
-        EXPECT_EQ(QRectF(view.Left(), view.Top(), view.Width(), view.Height()),
-                  QRectF(areaW / 2 - r.w * kTwips / 2, areaH / 2 - r.h * kTwips / 2, r.w * kTwips, r.h * kTwips));
-        ASSERT_TRUE(NewFramesShown(m));
-
-        f.cmdPlayStop->Click();
-        EXPECT_EQ(std::tuple(f.ViewMode, f.cmdPlayStop->Caption(), icon(2)),
-                  std::tuple(tavix::ViewMode::Still, GST(11050), true));
-        // 32-bit pixels of the camera's picture at its own size, the bottom right quarter there.
-        const QImage still = f.picTempView->GetPicture();
-        EXPECT_EQ(std::tuple(still.size(), still.depth(), f.picTempView->Width()),
-                  std::tuple(QSize(640, 480), 32, 640 * kTwips));
-        EXPECT_TRUE(testing_support::Near(still.pixel(639, 479), kQuarterColors[3]));
-        EXPECT_TRUE(f.picStillView->Visible() && f.cmdMeasure[0]->Enabled() && !f.cmdPinProp->Enabled());
-
-        f.IconPhase = 1;
-        f.cmdPlayStop->Click();
-        EXPECT_EQ(std::tuple(f.ViewMode, f.cmdPlayStop->Caption(), f.IconPhase, icon(0)),
-                  std::tuple(tavix::ViewMode::Live, GST(11051), 0, true));
-        EXPECT_TRUE(f.picCameraView->Visible() && !f.picStillView->Visible() && !f.cmdMeasure[0]->Enabled());
-        EXPECT_TRUE(f.chkScale->Enabled()) << "NoDisable controls stay";
-        EXPECT_TRUE(NewFramesShown(m));
-    }
-    // A resize and a recording's start stop and run the graph too.
-    f.resize(f.width() + 40, f.height() + 30);
-    EXPECT_TRUE(NewFramesShown(m)) << "resized";
-    f.MovieFileName = m.box.File("movie.avi");
-    f.RecordSecondsLeft = 60, f.CommandMode = tavix::CommandMode::MovieArmed;
-    f.cmdPlayStop->Click();
-    EXPECT_TRUE(NewFramesShown(m)) << "recording";
-    EXPECT_EQ(fakecam_stream_opens(), opens) << "the camera stays open";
-    f.cmdPlayStop->Click();
-    EXPECT_TRUE(m.box.Read("movie.avi").contains("idx1")) << "the movie is finished";
-    EXPECT_TRUE(NewFramesShown(m)) << "live after the recording";
-
-    // The icon blinks only in an idle live view; the test ticks by hand.
-    f.tmrLiveIcon->SetEnabled(false);
-    const struct {
-        int16_t viewMode, commandMode;
-        bool enabled, blinks;
-    } ticks[] = {
-        {0, 0, true, true}, {0, 10, true, true}, {1, 0, true, false}, {0, 1, true, false}, {0, 0, false, false}};
-    for (const auto& r : ticks) {
-        f.ViewMode = tavix::ViewMode(r.viewMode), f.CommandMode = tavix::CommandMode(r.commandMode), f.IconPhase = 0;
-        f.cmdPlayStop->SetEnabled(r.enabled);
-        f.tmrLiveIcon->OnTimer();
-        EXPECT_EQ(std::pair(int(f.IconPhase), icon(1)), std::pair(r.blinks ? 1 : 0, r.blinks))
-            << r.viewMode << "/" << r.commandMode << "/" << r.enabled;
-        if (r.blinks) f.tmrLiveIcon->OnTimer();
-        EXPECT_EQ(f.IconPhase, 0);
-    }
-}
-
 TEST(CameraView, ResultsOfTheStillAreClearedOnlyWhenTheUserAgrees) {
     const struct {
         const char* name;
@@ -233,23 +115,6 @@ TEST(CameraView, ResultsOfTheStillAreClearedOnlyWhenTheUserAgrees) {
         for (const auto& b : m.host.Boxes)
             EXPECT_EQ(std::tuple(b.Prompt, b.Buttons, b.Title),
                       std::tuple(GST(20040), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(11041)));
-    }
-}
-
-TEST(CameraView, SettingsAreSavedWhateverTheUserDid) {
-    // The user picks the second pattern, then closes with OK or with Cancel.
-    for (const QString button : {"cmdOK", "cmdCancel"}) {
-        CameraMain m;
-        ASSERT_TRUE(m.started);
-        m.box.Remove(kGrf);
-        m.host.AnswerModal([&](vb::Form& form) {
-            static_cast<vb::ComboBox*>(form.FindControl("cboControl", 0))->SetListIndex(1);
-            static_cast<vb::CommandButton*>(form.FindControl(button))->Click();
-        });
-        m.f.cmdPinProp->Click();
-        const QByteArray file = m.box.Read(kGrf);
-        EXPECT_TRUE(file.contains("camera=Tavix Test Camera")) << button.toStdString();
-        EXPECT_EQ(file.contains("control.pattern=1"), button == "cmdOK") << file.toStdString();
     }
 }
 

@@ -128,53 +128,6 @@ TEST_F(GraphTest, EveryCameraFormatGivesTrue32BitPixels) {
     }
 }
 
-TEST_F(GraphTest, SaveAndLoadKeepCameraSizeRateAndControls) {
-    Load(
-        "width=320\r\nheight=240\r\nformat=YUY2\r\nrate=15/1\r\ncontrol.pattern=6\r\n"
-        "control.horizontal-speed=3\r\ncontrol.clock=0\r\n");
-    graph.Run();
-    ASSERT_TRUE(WaitFor([&] { return !graph.GetCurrentImage().isNull(); }));
-    GraphFileStore().SaveGraphFile(graph, File("Tavix.grf"));
-    const QByteArray expected =
-        "TavixGraph 1\r\ncamera=Tavix Test Camera\r\ndevice=\r\nwidth=320\r\nheight=240\r\nformat=YUY2\r\n"
-        "rate=15/1\r\ncontrol.pattern=6\r\ncontrol.horizontal-speed=3\r\ncontrol.clock=0\r\n";
-    EXPECT_EQ(Read("Tavix.grf"), expected);
-
-    FilterGraph again;
-    GraphFileStore().LoadGraphFile(again, File("Tavix.grf"));
-    FilterInfo& cam = *again.FilterCollection().at(0);
-    EXPECT_EQ(std::tuple(cam.Name(), ValueOf(again, cam, "pattern"), ValueOf(again, cam, "horizontal-speed"),
-                         ValueOf(again, cam, "clock")),
-              std::tuple(TestCameraName, 6, 3, 0));
-    GraphFileStore().SaveGraphFile(again, File("again.grf"));  // not run: the stored caps
-    EXPECT_EQ(Read("again.grf"), expected);
-}
-
-TEST_F(GraphTest, LoadErrors) {
-    const std::vector<std::pair<QByteArray, int>> cases{
-        {"", 13},
-        {"camera=Tavix Test Camera\n", 13},
-        {"TavixGraph 1\n", 13},
-        {"TavixGraph 1\ncamera=Tavix Test Camera\nwidth=wide\n", 13},
-        {"TavixGraph 1\ncamera=Tavix Test Camera\nno value here\n", 13},
-        {"TavixGraph 1\ncamera=Tavix Test Camera\nrate=30\n", 13},
-        {"TavixGraph 1\ncamera=Tavix Test Camera\ncontrol.pattern=x\n", 13},
-        // Another camera, or a renamed one: no camera, no error.
-        {"TavixGraph 1\ncamera=tavix test camera\n", 0},
-        {"TavixGraph 1\ncamera=Some Camera Long Gone\ndevice=/dev/video9\n", 0},
-        // Switches for tests are no keys of the file: passed over, never read.
-        {"TavixGraph 1\ncamera=Some Camera Long Gone\nfail-after=x\nfail-write-after=x\n", 0},
-    };
-    for (const auto& [text, number] : cases) {
-        SCOPED_TRACE(text.toStdString());
-        FilterGraph g;
-        Write("bad.grf", text);
-        EXPECT_EQ(vb::Trap([&] { GraphFileStore().LoadGraphFile(g, File("bad.grf")); }), number);
-        EXPECT_TRUE(g.FilterCollection().empty());
-    }
-    EXPECT_EQ(vb::Trap([&] { GraphFileStore().LoadGraphFile(graph, File("none.grf")); }), vb::ErrFileNotFound);
-}
-
 TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
     Load({});
     graph.SetFaults({.cameraFailsAfter = 5});
@@ -187,42 +140,6 @@ TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
     EXPECT_EQ(heard, std::pair(int(vb::ErrDeviceIO), true));
     graph.Run();  // the graph can start again after the caller hears of the error
     graph.Stop();
-}
-
-TEST_F(GraphTest, V4l2ControlsOfTheFakeCamera) {
-    FilterInfo* cam = PlugFake(graph);
-    ASSERT_NE(cam, nullptr);
-    // Id, kind (Integer, Boolean, Menu), range, default (the value too), whether inactive or
-    // read-only, and the menu entries, gaps left out; the control classes are no controls.
-    QStringList got;
-    for (const CameraControl& c : graph.Controls(*cam)) {
-        got << QStringLiteral("%1 %2 %3..%4 =%5%6%7")
-                   .arg(c.Id, QChar::fromLatin1("IBM"[c.kind]), QString::number(c.Minimum), QString::number(c.Maximum),
-                        QString::number(c.Value == c.Default ? c.Default : -1000), c.Inactive ? " inactive" : "",
-                        c.ReadOnly ? " read-only" : "");
-        for (const auto& [value, name] : c.MenuItems) got.last() += QStringLiteral(" %1:%2").arg(value).arg(name);
-    }
-    EXPECT_EQ(got.join(u'\n').toStdString(),
-              "brightness I -64..64 =0\ncontrast I 0..95 =32\nsaturation I 0..100 =64\n"
-              "white_balance__automatic B 0..1 =1\npower_line_frequency M 0..2 =1 0:Disabled 1:50 Hz 2:60 Hz\n"
-              "white_balance_temperature I 2800..6500 =4600 inactive\n"
-              "auto_exposure M 0..3 =3 1:Manual Mode 3:Aperture Priority Mode\n"
-              "exposure_time__absolute I 3..2047 =250 inactive\nprivacy B 0..1 =0 read-only");
-
-    // Refused, out of range, inactive or read-only, and the value stays (the dialog sets the rest).
-    const struct {
-        const char* id;
-        int value, error, after;
-    } sets[] = {
-        {"contrast", 96, vb::ErrInvalidPropertyValue, 32},
-        {"exposure_time__absolute", 100, vb::ErrDeviceIO, 250},  // while exposure is automatic
-        {"privacy", 1, vb::ErrDeviceIO, 0},
-    };
-    for (const auto& s : sets) {
-        SCOPED_TRACE(s.id);
-        EXPECT_EQ(vb::Trap([&] { graph.SetControl(*cam, s.id, s.value); }), s.error);
-        EXPECT_EQ(ValueOf(graph, *cam, s.id), s.after);
-    }
 }
 
 const std::vector<CameraFormat> kUvc{{1920, 1080, "YUY2", 5, 1}, {1280, 720, "YUY2", 10, 1},
@@ -251,23 +168,6 @@ TEST(CameraFormats, ChooseFormat) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(ChooseFormat(c.asked, c.offered), c.expected) << testing::PrintToString(c.asked);
-}
-
-// A fresh camera of each variant: what it offers, and what a first start takes of it.
-TEST_F(GraphTest, FirstStartOfTheFakeCameraTakesMjpegAtFullSize) {
-    for (const auto variant : {FakeCamUvc, FakeCamMjpegOnly}) {
-        SCOPED_TRACE(variant);
-        FilterGraph g;
-        FilterInfo* cam = PlugFake(g, variant);
-        ASSERT_NE(cam, nullptr);
-        EXPECT_EQ(g.Formats(*cam), variant == FakeCamUvc ? kUvc : std::vector(kUvc.begin() + 3, kUvc.end()));
-        g.Render(*cam, cam->Pins().front());
-        g.Run();
-        ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
-        EXPECT_EQ(std::pair(g.GetVideoSize(), g.CurrentFormat()),
-                  std::pair(QSize(1920, 1080), CameraFormat({1920, 1080, "MJPG", 30, 1})));
-        EXPECT_TRUE(Near(g.GetCurrentImage().pixel(400, 300), qRgb(255, 0, 0)));
-    }
 }
 
 // Stored in the file's order, the exposure would be refused while the mode is still automatic.

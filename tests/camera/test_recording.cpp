@@ -112,30 +112,6 @@ struct RecordingMain : testing_support::CameraMain {
     }
 };
 
-TEST(Recording, RecordsEveryFrameIntoAPlayableMovieAndComesBackLive) {
-    RecordingMain m;
-    const QByteArray graphBefore = m.box.Read("Tavix.grf");
-    m.host.AnswerFile(m.box.File("movie.avi"));
-    m.f.cmdPicSave->Click();
-    EXPECT_EQ(std::tuple(int(m.f.RecordSecondsLeft), m.f.cmdPlayStop->Caption()), std::tuple(900, GST(11034)));
-    m.f.cmdPlayStop->Click();
-    EXPECT_EQ(std::tuple(m.f.CommandMode, m.f.cmdPlayStop->Caption(), m.Guidance(), m.f.tmrRec->Enabled()),
-              std::tuple(CommandMode::Recording, GST(11040), GST(29010, "900"), true));
-    m.RunFor(3000);
-    // Resizing the window places the picture anew and does not cut the file.
-    m.f.resize(m.f.width() + 40, m.f.height() + 30);
-    m.RunFor(300);
-    const uint64_t sent = m.f.FilterGraph->CameraFrames();
-    ASSERT_GT(sent, 60u);
-    m.f.cmdPlayStop->Click();
-
-    EXPECT_TRUE(m.LiveAgain() && m.host.Boxes.empty());
-    EXPECT_EQ(m.box.Read("Tavix.grf"), graphBefore);  // the extended graph is never saved
-    const Movie movie = Probe(m.box.File("movie.avi"));
-    EXPECT_EQ(std::pair(movie.container, movie.size), std::pair(QByteArray("avi"), QSize(640, 480)));
-    EXPECT_GE(movie.headerFrames + 1, sent);  // every frame sent before the stop is in the file
-}
-
 TEST(Recording, CountsDownAndTheLimitStopsItWithABoxAfterwards) {
     RecordingMain m;
     m.SetFree(2 * kGiB / 0.7);  // two usable: one minute
@@ -151,17 +127,6 @@ TEST(Recording, CountsDownAndTheLimitStopsItWithABoxAfterwards) {
     EXPECT_EQ(m.Box(), GST(20150));
     EXPECT_TRUE(m.LiveAgain());
     EXPECT_GT(Probe(m.box.File("movie.avi")).headerFrames, 0u);
-}
-
-TEST(Recording, ClosingTheWindowWhileRecordingLeavesAFinishedMovie) {
-    QTemporaryDir outside;  // outlives the installation, which goes with the window
-    {
-        RecordingMain m;
-        m.Record(outside.filePath("movie.avi"));
-        m.RunFor(1000);
-        ASSERT_EQ(m.f.CommandMode, CommandMode::Recording);
-    }
-    EXPECT_GT(Probe(outside.filePath("movie.avi")).headerFrames, 20u);
 }
 
 TEST(Recording, AGraphFileThatCannotBeLoadedAfterwardsEndsTheProgram) {
@@ -298,59 +263,6 @@ Recorded Record(const QString& path) {
 void ExpectPlays(const QString& path, int frames) {
     const Movie movie = Probe(path);
     EXPECT_NEAR(movie.seconds, frames / 30.0, 1 / 30.0 + 1e-3) << movie.said.toStdString();
-}
-
-TEST(AviRepair, AnUnfinishedMovieGetsTheIndexAndCountsOfItsWholeFrames) {
-    QTemporaryDir dir;
-    const Recorded rec = Record(dir.filePath("live.avi"));
-    ASSERT_GT(rec.midway.size(), 40000);
-    // The multiplexer's own index of the finished movie: 16 bytes a frame, offsets from the start.
-    const qsizetype idx1 = rec.finished.lastIndexOf("idx1"), movi = rec.finished.indexOf("movi");
-    ASSERT_GT(idx1, movi);
-    const QByteArray reference = rec.finished.mid(idx1 + 8, At(rec.finished, idx1 + 4));
-    auto wholeBefore = [&](qsizetype cut) {
-        int n = 0;
-        for (qsizetype e = 0; e + 16 <= reference.size(); e += 16)
-            n += At(reference, e + 8) + 8 + At(reference, e + 12) <= cut;
-        return n;
-    };
-    const std::pair<const char*, QByteArray> cases[] = {
-        {"only the header", rec.midway.left(movi + 4)},
-        {"within the first frame", rec.midway.left(movi + 4 + 8 + 100)},
-        {"within a later frame", rec.midway.left(rec.midway.size() - 7)},
-        {"as it lay", rec.midway},
-        // Killed while the index was written: every frame there, the header not yet rewritten.
-        {"within the index", rec.midway.left(movi + 4) + rec.finished.mid(movi + 4, idx1 + 100 - (movi + 4))},
-    };
-    for (const auto& [what, bytes] : cases) {
-        SCOPED_TRACE(what);
-        const QString path = dir.filePath("cut.avi");
-        WriteFile(path, bytes);
-        const int expected = wholeBefore(std::min(bytes.size(), idx1));
-        const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(path);
-        EXPECT_EQ(std::tuple(r.error, r.repaired, r.frames), std::tuple(0, true, expected));
-        const QByteArray fixed = ReadFile(path);
-        // The index is the multiplexer's own for the same frames; the RIFF size and counts agree.
-        EXPECT_EQ(fixed.mid(fixed.size() - expected * 16), reference.left(expected * 16));
-        EXPECT_EQ(
-            std::tuple(At(fixed, 4), At(fixed, fixed.indexOf("avih") + 24), At(fixed, fixed.indexOf("strh") + 40)),
-            std::tuple(uint32_t(fixed.size() - 8), uint32_t(expected), uint32_t(expected)));
-        if (expected > 0) ExpectPlays(path, expected);
-        // Finished now: a second look leaves it as it is.
-        // With no frame there is nothing to tell it finished.
-        EXPECT_EQ(tavix::cam::RepairUnfinishedAvi(path).repaired, expected == 0);
-        EXPECT_EQ(ReadFile(path), fixed);
-    }
-    // The finished movie, another kind of RIFF file and no file at all are left as they are.
-    WriteFile(dir.filePath("other.avi"), "RIFF\x04\0\0\0WAVE");
-    const std::pair<const char*, int> alone[] = {
-        {"live.avi", 0}, {"other.avi", vb::ErrTypeMismatch}, {"none.avi", vb::ErrFileNotFound}};
-    for (const auto& [name, error] : alone) {
-        const QByteArray before = ReadFile(dir.filePath(name));
-        const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(dir.filePath(name));
-        EXPECT_EQ(std::pair(r.error, r.repaired), std::pair(error, false)) << name;
-        EXPECT_EQ(ReadFile(dir.filePath(name)), before) << name;
-    }
 }
 
 // A disk with no room for the index: the last frames give theirs.

@@ -44,64 +44,6 @@ struct Window {
     }
 };
 
-TEST(Start, FitsTheWindowToTheVariant) {
-    // The variant, whether it has a camera and whether it measures.
-    for (const auto& [type, camera, measure] :
-         {std::tuple{0, true, true}, {1, true, false}, {2, false, false}, {3, false, true}}) {
-        SCOPED_TRACE(type);
-        Window w;
-        frmMain& f = w.f;
-        ASSERT_TRUE(tavix::Form_Load(f, type));
-        EXPECT_EQ((std::tuple{w.box.LogTexts(), f.Caption() + " Start."}),
-                  (std::tuple{QStringList{StartLine(type)}, StartLine(type)}));
-        EXPECT_EQ(
-            (std::tuple{f.ViewMode, f.picCameraView->Visible(), f.picStillView->Visible(), f.cmdPinProp->Visible(),
-                        f.picMeasureCommandArea->Visible(), f.picViewArea->Align(), f.cmdPicSave->Enabled()}),
-            (std::tuple{camera ? tavix::ViewMode::Live : tavix::ViewMode::Still, camera, !camera, camera, measure,
-                        measure ? 4 : 3, type != 3}));
-        if (!measure) continue;
-        for (vb::Control* c : f.Controls) {
-            if (!c->HasEnabled() || c->Container() != f.picMeasureCommandArea) continue;
-            // Only the tagged controls start enabled; variant 3 has no picture to cross or scale yet.
-            const bool noPictureYet = type == 3 && (c == f.chkCross || c == f.chkScale);
-            EXPECT_EQ(c->Enabled(), c->Tag == "NoDisable" && !noPictureYet) << c->Name().toStdString() << c->Index();
-        }
-        // Loaded measure lines copy element zero as it stands.
-        f.linMeasure[0]->SetPoints(1, 2, 3, 4);
-        const vb::LineControl* line = f.linMeasure.Load(1);
-        const vb::Shape* shape = f.shaMeasure.Load(2);
-        EXPECT_EQ((std::tuple{line->BorderColor(), line->X2(), line->Visible(), shape->ShapeKind()}),
-                  (std::tuple{Var().MeasureLineColor[3], 3, false, vb::Shape::Circle}));
-    }
-}
-
-TEST(Start, IniKeysChooseTitleCommandModesAndLanguage) {
-    // The deployment, APPNAME (nullptr: none), LANGUAGE (nullptr: no key, which speaks Japanese as
-    // before there was a key), and whether the command modes are the second ones.
-    for (const auto& [deployment, appName, language, modes] :
-         {std::tuple{"ja", "Scope 7", "ja", true}, {"en", nullptr, "en", false}, {"en", nullptr, nullptr, false}}) {
-        SCOPED_TRACE(deployment);
-        Window w(deployment);
-        frmMain& f = w.f;
-        if (appName)
-            w.box.Write("Tavix.Ini", "[COMMON]\r\nAPPNAME=" + QByteArray(appName) + "\r\n" + w.box.Read("Tavix.Ini"));
-        language ? w.box.SetIni("LANGUAGE", language) : w.box.RemoveIni("LANGUAGE");
-        w.box.SetIni("2POINTCOMMANDMODE", modes ? "1" : "0");
-        w.box.SetIni("ANGLECOMMANDMODE", modes ? "1" : "0");
-        ASSERT_TRUE(tavix::Form_Load(f, 3));
-        const bool english = language && QString(language) == "en";
-        EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "&Yes"), english ? "&Yes" : "はい(&Y)");
-        EXPECT_EQ(tavix::FatalText == kFatal, !english);
-        EXPECT_EQ((std::tuple{f.cmdMeasure[0]->Caption(), f.cmdMeasure[5]->Caption()}),
-                  (std::tuple{GST(modes ? 10112 : 10101), GST(modes ? 10110 : 10106)}));
-        if (!appName) continue;
-        // The title takes the name; the start line keeps the program's.
-        f.cmdExit->Click();
-        EXPECT_EQ((std::tuple{f.Caption(), w.box.LogTexts()}),
-                  (std::tuple{QString(appName), QStringList{StartLine(3), QString(appName) + " End"}}));
-    }
-}
-
 TEST(StartFailure, EachFailedStepLogsShowsItsBoxAndEnds) {
     // The fatal text is Japanese until an ini file names another language.
     tavix::UseLanguage("ja");
@@ -179,27 +121,6 @@ TEST(Shutdown, AsksOnceWithUnsavedResultsAndNoKeepsEverything) {
     }
 }
 
-TEST(Shutdown, WritesTheKeysBackAsDecimalText) {
-    Window w;
-    const std::pair<const char*, const char*> read[] = {
-        {"CROSSLINECOLOR", "&HFF"}, {"SCALEX", "2.50mm"}, {"MEASURELINECOLOR1", "  65280 "}, {"DEFAULTSCALE", "3"}};
-    for (const auto& [key, value] : read) w.box.SetIni(key, value);
-    ASSERT_TRUE(tavix::Form_Load(w.f, 0));
-    EXPECT_EQ(w.f.cboScale->Text(), "x 0.8");
-    w.f.cboScale->SetListIndex(10);  // the index in use at the end is stored, not the one read
-    Var().JpegQty = 77;
-    Var().ScaleColor = 0x80000005;
-    w.f.cmdExit->Click();
-    // A key of blanks has no line it could be written to.
-    EXPECT_FALSE(tavix::WriteIniFileData("FILE", "  ", "5"));
-    EXPECT_EQ(w.box.LogTexts().last(), "WriteIniFileData  Error.(5)[Section]=FILE,[Key]=  ,[Value]=5");
-    const QString ini = QString::fromUtf8(w.box.Read("Tavix.Ini"));
-    // Only-read keys keep their lines.
-    for (const char* line : {"JPEGQTY=77", "DEFAULTSCALE=10", "MEASURELINECOLOR1=65280", "CROSSLINECOLOR=255",
-                             "SCALEX=2.5", "SCALECOLOR=-2147483643", "CAMERAFILTERNAME=Tavix Test Camera"})
-        EXPECT_TRUE(ini.contains("\r\n" + QString(line) + "\r\n")) << line << "\n" << ini.toStdString();
-}
-
 // The view takes what the measure panel leaves, the exit button keeps to the right, the comment
 // lines keep their size and the grid grows one to one with the window.
 void ExpectFitted(const frmMain& f) {
@@ -256,53 +177,6 @@ TEST(Layout, AnErrorEndsTheProgram) {
                                 {tavix::FatalText, vb::vbOKOnly | vb::vbCritical, vb::App::Title()}}));
     EXPECT_EQ((std::tuple{s.host.Ends, s.box.LogTexts().last(), s.box.Read("Tavix.Ini")}),
               (std::tuple{1, "frmMain:Form_Resize Error.(380)", ini}));
-}
-
-TEST(CommandArea, TheStripFollowsTheViewAndPassesOverLinesAndTimers) {
-    StartedMain s(0);
-    frmMain& f = s.f;
-    // The adjust button belongs to the live view, saving results to the still view.
-    for (const auto mode : {tavix::ViewMode::Still, tavix::ViewMode::Live}) {
-        const bool still = mode == tavix::ViewMode::Still;
-        f.ViewMode = mode;
-        tavix::DisableCommandArea(f, *f.picViewCommandArea, true);
-        f.chkMeasureSave->SetEnabled(true);
-        tavix::EnableCommandArea(f, *f.picViewCommandArea);
-        EXPECT_EQ((std::tuple{f.cmdPicLoad->Enabled(), f.cmdPinProp->Enabled(), f.chkMeasureSave->Enabled()}),
-                  (std::tuple{true, !still, still}));
-    }
-    // The panel's lines have no Enabled and the blink timer lies in no area.
-    tavix::DisableCommandArea(f, *f.picMeasureCommandArea, true);
-    EXPECT_EQ((std::tuple{f.Line1_0->Visible(), f.tmrLiveIcon->Enabled()}), (std::tuple{true, true}));
-}
-
-TEST(Guidance, ShownReadOnlyOverADisabledStripAndTheCommentComesBack) {
-    StartedMain s(3);
-    frmMain& f = s.f;
-    Var().GuidanceTable[34] = {"circle 1", "circle 1b"};
-    Var().GuidanceTable[35] = {"circle 2", "circle 2b"};
-    f.txtComment[0]->SetText("sample 12");
-    f.txtComment[1]->SetText("stained");
-    tavix::DisableCommandArea(f, *f.picViewCommandArea, false);
-    // Each line's text, then L when locked, E when enabled, and F or W for the face or window colour.
-    const auto shown = [&] {
-        QString text;
-        for (const vb::TextBox* t : f.txtComment)
-            text += QString("%1/%2%3%4 ")
-                        .arg(t->Text(), t->Locked() ? "L" : "", t->Enabled() ? "E" : "",
-                             t->BackColor() == vb::vbButtonFace ? "F" : "W");
-        return text;
-    };
-    // The guidance shown (-1: hidden) and what the lines then show.
-    const std::pair<int16_t, const char*> steps[] = {
-        {34, "circle 1/LEF circle 1b/LEF "},  // readable, not greyed, while the strip is off
-        {35, "circle 2/LEF circle 2b/LEF "},  // the comment saved by the first call is kept
-        {-1, "sample 12/EW stained/EW "},     // hiding leaves Enabled to the caller
-    };
-    for (const auto& [number, shows] : steps) {
-        number < 0 ? tavix::HideGuidance(f) : tavix::DispGuidance(f, number);
-        EXPECT_EQ(shown(), shows);
-    }
 }
 
 }  // namespace

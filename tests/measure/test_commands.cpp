@@ -80,8 +80,7 @@ std::string Loaded(const vb::ControlArray<T>& a) {
     return s;
 }
 
-// Colours as the settings hold them (0x00BBGGRR) and as the canvas shows them.
-constexpr QRgb kRed = 0xFFFF0000, kGreen = 0xFF00FF00, kCyan = 0xFF00FFFF, kMagenta = 0xFFFF00FF;
+// The still's grey.
 constexpr QRgb kGrey = 0xFF404040;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -93,11 +92,8 @@ const Points kCircles{{10, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}},
     kFive{{0, 0}, {10, 0}, {3, 4}, {5, -6}, {7, 8}};
 const Points kLines{{-5, 0}, {20, 0}, {0, -5}, {0, 30}};  // crossing at (0, 0); the far ends are the 2nd and 4th
 
-// The main window with a grey still; results in red lines and cyan values, or when selected in green and
-// magenta; the running command's lines in white; guidance texts by their number.
+// The main window with a grey still; the running command's lines in white; guidance texts by their number.
 struct Still : testing_support::StartedMain {
-    QImage canvas;
-
     Still() : StartedMain(3) {
         tavix::VariableDefinition& v = Var();
         std::tie(v.MeasureLineColor[1], v.MeasureLineColor[2], v.MeasureLineColor[3]) =
@@ -154,42 +150,9 @@ struct Still : testing_support::StartedMain {
         for (int slot = from; slot < tavix::ResultTableSize; ++slot)
             EXPECT_EQ(Var().ResultTable[slot].Kind, kMarkKind) << what << " slot " << slot;
     }
-    void Add(tavix::CommandMode kind, std::vector<Point2D> points) {
-        points.insert(points.begin(), Point2D{});
-        ++f.ResultCount;
-        Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, points, 12.3456};
-    }
     void Select(int row, int rowSel) {
         f.grdResult->SetRow(row);
         f.grdResult->SetRowSel(rowSel);
-    }
-    void Redraw() {
-        tavix::DispImage(f, false);
-        tavix::DrawMeasureResults(f);
-        canvas = f.picStillView->GetImage();
-    }
-    // Canvas pixel of a point in the still's scale.
-    QPoint Px(double x, double y) const {
-        const vb::PictureBox& still = *f.picStillView;
-        return QPoint(int(std::floor(still.ToPixelX(x) + 0.5)), int(std::floor(still.ToPixelY(y) + 0.5))) -
-               still.CanvasRect().topLeft();
-    }
-    QRgb At(double x, double y) const { return canvas.valid(Px(x, y)) ? canvas.pixel(Px(x, y)) : 0; }
-    // Lines are not antialiased, but a sample may fall a pixel beside a slanted one.
-    bool Around(double x, double y, QRgb colour) const {
-        for (int dy = -1; dy <= 1; ++dy)
-            for (int dx = -1; dx <= 1; ++dx)
-                if (At(x + dx, y + dy) == colour) return true;
-        return false;
-    }
-    // Whether the value's text, its top left at (x, y), shows in the colour: ink in its box.
-    bool Text(double x, double y, QRgb colour) const {
-        const QFontMetricsF fm(f.picStillView->Font());
-        const QRect box(Px(x, y), QSize(int(fm.horizontalAdvance(QStringLiteral("12.346"))), int(fm.height())));
-        for (int py = box.top(); py <= box.bottom(); ++py)
-            for (int px = box.left(); px <= box.right(); ++px)
-                if (canvas.valid(px, py) && canvas.pixel(px, py) == colour) return true;
-        return false;
     }
     // n results as measures leave them, texts no formatting gives; slot 20 an old one.
     void Fill(int n) {
@@ -201,27 +164,6 @@ struct Still : testing_support::StartedMain {
         Var().ResultTable[20] = {20, Cmd::Circle, {{}, {5, 5}}, 9};
         f.ResultCount = int16_t(n);
         f.ResultDirty = n > 0;
-    }
-    // The still bare but for a grey mark at its centre, so a repaint shows as the mark gone.
-    void Mark() {
-        tavix::DispImage(f, false);
-        f.picStillView->LineBox(-20, -20, 20, 20, 0x808080, true);
-    }
-    bool Inked() const {
-        const QRect r = f.picStillView->CanvasRect();
-        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF808080;
-    }
-    // Grid rows 1..n, those in the list followed by "No Value Point" of their record.
-    std::string Rows(int n) const {
-        QString rows;
-        for (int r = 1; r <= n; ++r) {
-            QStringList t = Row(r);
-            const tavix::ResultRecord& rec = Var().ResultTable[r];
-            if (r <= f.ResultCount)
-                t.last() += QStringLiteral(" %1 %2 %3").arg(rec.No).arg(rec.Value).arg(rec.Points.at(1).X);
-            rows += t.join('|') + '\n';
-        }
-        return rows.toStdString();
     }
     std::string Shown() { return ::Shown(host); }
 };
@@ -324,21 +266,6 @@ TEST(MeasureCommand, ClickSequences) {
         }
         EXPECT_EQ(area(), idle);
     }
-}
-
-TEST(MeasureCommand, TheHundredthCountEndsByItself) {
-    Still w;
-    frmMain& f = w.f;
-    tavix::cmdMeasure_Click(f, 6);
-    for (int i = 0; i < 99; ++i) tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(i - 50), 0);
-    EXPECT_EQ(f.CommandMode, tavix::CommandMode::Count);
-    // Each click leaves its mark on the still in the colour of the running command.
-    const QRect r = f.picStillView->CanvasRect();
-    EXPECT_EQ(f.picStillView->GetImage().pixel(r.width() / 2 + 48, r.height() / 2 + 2) & 0xFFFFFF,
-              vb::ToQColor(tavix::Var().MeasureLineColor[3]).rgb() & 0xFFFFFF);
-    tavix::picStillView_MouseUp(f, 1, 0, 60, 10);
-    EXPECT_EQ(std::tuple(f.CommandMode, f.ResultCount, tavix::Var().ResultTable[1].Value),
-              std::tuple(tavix::CommandMode::Idle, int16_t(1), 100.0));
 }
 
 // ---- What follows the pointer between clicks ----
@@ -539,149 +466,9 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
 
 // ---- Results drawn on the still ----
 
-TEST(Draw, EachKindDrawsItsLinesAndPutsItsValueAtItsPlace) {
-    const struct {
-        tavix::CommandMode kind;
-        std::vector<Point2D> points, on, off;  // on: on a drawn line or circle, off: on one not drawn
-        Point2D text;
-    } cases[] = {
-        // clang-format off
-        {Cmd::Distance, {{-100, -80}, {60, 0}}, {{-100, -80}, {60, 0}, {-60, -60}}, {}, {-20, -40}},
-        // The radius is P(2).X, not the distance to P(2).
-        {Cmd::Circle, {{0, 0}, {80, 30}}, {{80, 0}, {0, -80}, {-80, 0}, {0, 80}}, {{-85, 0}, {0, 85}}, {0, 0}},
-        {Cmd::TwoCircles, {{-50, 10}, {60, -3}}, {{10, 10}, {-50, -50}, {-110, 10}}, {}, {-50, 10}},
-        {Cmd::Perpendicular, {{-150, -100}, {50, -100}, {0, -100}, {0, 100}}, {{-140, -100}, {40, -100}, {0, 90}, {0, -60}}, {}, {0, 0}},
-        // The last line closes the polygon.
-        {Cmd::Area, {{-100, -100}, {100, -100}, {100, 100}, {-100, 100}}, {{0, -100}, {100, 0}, {0, 100}, {-100, 0}}, {}, {-100, -100}},
-        // P(4) and P(5) of an angle by two lines stay undrawn.
-        {Cmd::ThreePointAngle, {{-120, 60}, {0, -60}, {120, 60}, {-120, -120}, {120, -120}}, {{-60, 0}, {60, 0}}, {{0, -120}, {0, 60}, {-120, -30}}, {0, -60}},
-        {Cmd::ParallelDistance, {{-100, -80}, {100, -80}, {-100, 80}, {100, 80}, {-40, -80}, {-40, 80}}, {{-90, -80}, {90, 80}, {-40, -60}, {-40, 60}}, {{0, 0}, {30, 0}}, {-40, 0}},
-        // clang-format on
-    };
-    Still d;
-    for (const auto& c : cases) {
-        SCOPED_TRACE(int(c.kind));
-        d.f.ResultCount = 0;
-        d.Add(c.kind, c.points);
-        d.Redraw();
-        for (const Point2D& p : c.on) EXPECT_TRUE(d.Around(p.X, p.Y, kRed)) << p.X << "," << p.Y;
-        for (const Point2D& p : c.off) EXPECT_FALSE(d.Around(p.X, p.Y, kRed)) << p.X << "," << p.Y;
-        EXPECT_TRUE(d.Text(c.text.X, c.text.Y, kCyan) && !d.Text(c.text.X - 30, c.text.Y - 30, kCyan));
-    }
-}
-
-TEST(Draw, SelectedRowsTakeTheSecondColoursRowsBeyondTheCountStayUndrawnCountMarksAreSquares) {
-    const struct {
-        int row, rowSel, count;
-        std::vector<int> selected;
-    } cases[] = {
-        {1, 1, 5, {1}},           // as at start
-        {5, 2, 5, {2, 3, 4, 5}},  // either way round
-        {4, 99, 5, {4, 5}},       // past the count
-        {6, 6, 5, {}},            // an empty row, as after a removal
-        {1, 1, 3, {1}},
-    };
-    Still d;
-    for (const auto& c : cases) {
-        d.f.ResultCount = 0;
-        for (int i = 1; i <= 5; ++i) d.Add(Cmd::Distance, {{-150, -140.0 + 45 * i}, {150, -140.0 + 45 * i}});
-        d.f.ResultCount = static_cast<int16_t>(c.count);
-        d.Select(c.row, c.rowSel);
-        d.Redraw();
-        for (int i = 1; i <= 5; ++i) {
-            const double y = -140.0 + 45 * i;
-            const bool sel = std::find(c.selected.begin(), c.selected.end(), i) != c.selected.end();
-            EXPECT_EQ(std::tuple(d.At(-100, y), d.Text(0, y, sel ? kMagenta : kCyan)), std::tuple(i > c.count ? kGrey
-                                                                                                  : sel       ? kGreen
-                                                                                                              : kRed,
-                                                                                                  i <= c.count))
-                << "row " << i << " with " << c.row << "-" << c.rowSel;
-        }
-    }
-    // A count's marks: three-pixel squares with the row number beside (a 7, as a 1 may have no solid pixel).
-    d.f.ResultCount = 6;
-    d.Select(99, 99);
-    d.Add(Cmd::Count, {{-190, 20}, {160, 60}});
-    d.Redraw();
-    for (const auto& [x, y] : {std::pair{-190, 20}, {160, 60}})
-        EXPECT_EQ(std::tuple(d.At(x - 1, y + 1), d.At(x + 1, y - 1), d.At(x + 2, y), d.At(x, y - 2),
-                             d.Text(x + 4, y + 4, kCyan)),
-                  std::tuple(kRed, kRed, kGrey, kGrey, true));
-}
-
-TEST(Draw, LaterRowsLieOverEarlierOnesZoomMovesLinesAndPlacesButNotTheMarkSize) {
-    Still d;
-    d.Add(Cmd::Distance, {{-50, 20}, {50, 20}});
-    d.Add(Cmd::Distance, {{20, -50}, {20, 50}});
-    for (const auto& [selected, crossing] : {std::pair{2, kGreen}, {1, kRed}}) {
-        d.Select(selected, selected);
-        d.Redraw();
-        EXPECT_EQ(d.At(20, 20), crossing) << "row " << selected << " selected";
-    }
-    d.f.ResultCount = 1;
-    d.Add(Cmd::Count, {{30, -30}});
-    d.Select(2, 2);  // the count's number in another colour than the value
-    d.Redraw();
-    EXPECT_EQ(std::tuple(d.At(45, 20), d.At(90, 40)), std::tuple(kRed, kGrey));
-    testing_support::Zoom(d.f, "x 2.0");
-    ASSERT_DOUBLE_EQ(Var().ZoomFactor, 2.0);
-    d.canvas = d.f.picStillView->GetImage();
-    // The line doubled, the mark moved and kept its size, the text moved.
-    EXPECT_EQ(std::tuple(d.At(90, 40), d.At(60, -60), d.At(62, -60), d.Text(0, 40, kCyan)),
-              std::tuple(kRed, kGreen, kGrey, true));
-}
-
-constexpr int kYesNoDefaultNo = 292, kOkExclamation = 48;
+constexpr int kOkExclamation = 48;
 
 // ---- The result list: removed, emptied, saved ----
-
-TEST(ResultTable, RemoveAndClearChangeTheListOnlyAfterYes) {
-    const struct {
-        const char* what;
-        bool clear;
-        int count, row, rowSel;
-        Answer answer;
-        bool dirtyBefore;
-        std::vector<int> kept, selection;
-        bool dirtyAfter;
-    } cases[] = {
-        {"dragged up 5..3", false, 6, 5, 3, vb::vbYes, false, {1, 2, 6}, {4, 4, 0, 3}, true},
-        {"4..20 of 6", false, 6, 4, 20, vb::vbYes, false, {1, 2, 3}, {4, 4, 0, 3}, true},
-        {"wholly below", false, 6, 9, 9, {}, false, {1, 2, 3, 4, 5, 6}, {9, 9, 0, 0}, false},
-        {"all", false, 3, 1, 3, vb::vbYes, true, {}, {1, 1, 0, 3}, false},
-        {"last of five", false, 5, 5, 5, vb::vbYes, true, {1, 2, 3, 4}, {5, 5, 0, 3}, true},
-        {"remove, No", false, 5, 2, 3, vb::vbNo, true, {1, 2, 3, 4, 5}, {2, 3, 0, 0}, true},
-        {"clear, empty list", true, 0, 3, 4, {}, false, {}, {3, 4, 0, 0}, false},
-        {"clear, No", true, 4, 3, 4, vb::vbNo, true, {1, 2, 3, 4}, {3, 4, 0, 0}, true},
-        {"clear", true, 4, 3, 4, vb::vbYes, true, {}, {1, 1, 0, 3}, false},  // the still left bare
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        Still t;
-        t.Fill(c.count);
-        t.f.ResultDirty = c.dirtyBefore;
-        t.f.grdResult->SetRow(c.row);
-        t.f.grdResult->SetRowSel(c.rowSel);
-        t.Mark();
-        if (c.answer) t.host.AnswerMsgBox(*c.answer);
-        c.clear ? tavix::cmdResultClear_Click(t.f) : tavix::cmdResultRemove_Click(t.f);
-
-        const std::string question = c.clear ? Box(20070, 11070, kYesNoDefaultNo) : Box(20080, 11080, kYesNoDefaultNo);
-        QString rows;
-        for (int r = 1; r <= c.count; ++r) {
-            const int k = r <= int(c.kept.size()) ? c.kept[r - 1] : 0;
-            rows += k ? QStringLiteral("%1|N%2|v%2|u%2 %1 %3 %2\n").arg(r).arg(k).arg(k + 0.25) : "|||\n";
-        }
-        const auto& g = *t.f.grdResult;
-        EXPECT_EQ(std::tuple(t.Shown(), t.Rows(c.count), int(t.f.ResultCount), t.f.ResultDirty),
-                  std::tuple(c.answer ? question : "", rows.toStdString(), int(c.kept.size()), c.dirtyAfter));
-        EXPECT_EQ(std::vector<int>({g.Row(), g.RowSel(), g.Col(), g.ColSel()}), c.selection);
-        // Only a Yes repaints the still, with the results that are left; Clear empties every slot.
-        const bool yes = c.answer == vb::vbYes;
-        EXPECT_EQ(std::tuple(t.Inked(), testing_support::ResultPixels(t.f) > 0, Var().ResultTable[20].Points.empty()),
-                  std::tuple(!yes, yes && !c.kept.empty(), c.clear && yes));
-    }
-}
 
 TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
     const QByteArray old(500, 'x');
@@ -717,42 +504,6 @@ TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
             std::tuple(t.Shown(), t.box.Read("r.txt"), t.f.ResultDirty, t.host.BusyDepth, logged, t.f.cdlFile->Flags),
             std::tuple(box, c.file, c.dirtyAfter, 0, c.error != 0, c.count > 0 ? 34818 : 0))
             << c.what;
-    }
-}
-
-TEST(ResultTable, SavedValuesKeepThePointUnderADecimalCommaLocale) {
-    const QLocale qtLocale;
-    const std::string cLocale = std::setlocale(LC_ALL, nullptr);
-    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-    std::setlocale(LC_ALL, "de_DE.UTF-8");  // where the machine has it
-    {
-        Still rig;
-        rig.Reset(Cmd::Distance, {{0, 0}, {3, 4}}, 0, 1, 0.5, "0.000");
-        tavix::AddMeasureResult(rig.f);
-        rig.host.AnswerFile(rig.box.File("de.txt"));
-        tavix::cmdResultSave_Click(rig.f);
-        EXPECT_EQ(rig.box.Read("de.txt"), ("1," + GST(11132) + ",2.500,mm\r\n").toUtf8());
-    }
-    QLocale::setDefault(qtLocale);
-    std::setlocale(LC_ALL, cLocale.c_str());
-}
-
-// A picture loaded asks about unsaved results only when ResultDirty says they would be lost, and
-// empties the list.
-TEST(ResultTable, LoadingAPictureAsksOnlyForUnsavedResults) {
-    Still t;
-    const QString picture = t.box.File("p.bmp");
-    testing_support::QuarterPicture(80, 60).save(picture);
-    for (const bool saved : {true, false}) {
-        t.Fill(2);
-        if (saved) t.host.AnswerFile(t.box.File("s.txt"));
-        if (saved) tavix::cmdResultSave_Click(t.f);
-        if (!saved) t.host.AnswerMsgBox(vb::vbYes);
-        t.host.AnswerFile(picture);
-        tavix::cmdPicLoad_Click(t.f);
-        const std::string shown = t.Shown();
-        EXPECT_EQ(std::tuple(shown.substr(0, shown.find('|')), t.f.ResultCount, t.f.ResultDirty),
-                  std::tuple(saved ? "" : GST(11020).toStdString(), int16_t(0), false));
     }
 }
 

@@ -29,14 +29,7 @@ using tavix::frmMeasureConfig;
 namespace {
 
 const QString kProof = QStringLiteral("Proof.txt");
-const QString kMu = QStringLiteral("μ");
 constexpr int kQuestion = vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2;
-
-QByteArray Records(int n) {
-    QByteArray out;
-    for (int i = 0; i < n; ++i) out += "\"s" + QByteArray::number(i) + "\",1,\"mm\"\r\n";
-    return out;
-}
 
 // A slot as "name|value|unit", and the boxes shown as "title|text|buttons" lines.
 std::string Slot(const tavix::ProofRecord& p) {
@@ -116,60 +109,6 @@ struct Window : testing_support::StartedMain {
 void Key(QWidget* target, int key) {
     QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
     QCoreApplication::sendEvent(target, &press);
-}
-
-TEST(ProofFile, ReadsTenRecordsOrLeavesTheTableAsItWasRewritesTen) {
-    // slot: "name|value|unit" of the slot read; a failure leaves the table as it was.
-    const struct {
-        const char* what;
-        QByteArray file;
-        int error, slot;
-        const char* want;
-    } cases[] = {
-        {"missing leading zero", "\"a\",.5,\"mm\"\r\n" + Records(9), 0, 0, "a|0.5|mm"},
-        {"exponent", "\"a\",1.5E-05,\"cm\"\r\n" + Records(9), 0, 0, "a|1.5e-05|cm"},
-        {"anything behind the tenth is not read", Records(10) + "garbage,,\r\n", 0, 9, "s9|1|mm"},
-        {"no file", {}, 53, 0, "before|7|px"},
-        {"nine records", Records(9), 62, 0, "before|7|px"},
-        {"a value that is no number", Records(4) + "\"a\",abc,\"mm\"\r\n" + Records(5), 13, 0, "before|7|px"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        Sandbox box;
-        tavix::ResetVariableDefinition();
-        Var().ProofFileName = QStringLiteral("\\Proof.txt");
-        Var().ProofTable.fill({QStringLiteral("before"), 7, QStringLiteral("px")});
-        c.error == 53 ? box.Remove(kProof) : box.Write(kProof, c.file);
-        EXPECT_EQ(tavix::ReadProofData(), !c.error);
-        EXPECT_EQ(Slot(Var().ProofTable[c.slot]), c.want);
-        const QString logged = QStringLiteral("ReadProofData Error.(%1)").arg(c.error);
-        EXPECT_EQ(box.LogTexts(), c.error ? QStringList{logged} : QStringList{});
-    }
-    // The rewrite: ten lines in general number form, whatever the file held.
-    Sandbox box;
-    box.Write(kProof, Records(12));
-    const double values[4] = {0.1, 1.5e-05, 1.0 / 3, 1e15};
-    const char* texts[4] = {"0.1", "1.5E-05", "0.333333333333333", "1E+15"};
-    QString want;
-    for (int i = 0; i < 10; ++i) {
-        Var().ProofTable[i] = {QStringLiteral("n%1").arg(i), i < 4 ? values[i] : 0, kMu};
-        want += QStringLiteral("\"n%1\",%2,\"μ\"\r\n").arg(i).arg(QLatin1String(i < 4 ? texts[i] : "0"));
-    }
-    ASSERT_EQ(tavix::WriteProofData(), 0);
-    EXPECT_EQ(QString::fromUtf8(box.Read(kProof)), want);
-}
-
-TEST(ProofFile, DeliveredFilesHoldTenNamedSlotsOfOneMicron) {
-    for (const char* language : {"ja", "en"}) {
-        testing_support::StartedMain s(3, QString::fromLatin1(language));
-        QStringList names;
-        for (const tavix::ProofRecord& p : Var().ProofTable)
-            if (p.Name.size() >= 1 && p.Name.size() <= 8 && p.Value == 1.0 && p.Unit == kMu) names << p.Name;
-        names.removeDuplicates();  // ten named slots, one name each, the fourth listed at start-up
-        EXPECT_EQ(std::tuple(s.box.Read(kProof).count("\r\n"), names.size(), s.f.cboProof->List(3)),
-                  std::tuple(10, qsizetype(10), names.value(3)))
-            << language;
-    }
 }
 
 TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
@@ -444,44 +383,6 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
         ASSERT_TRUE(tavix::Form_Load(again, 3));
         EXPECT_TRUE(Settings::Now() == want);
         EXPECT_EQ(again.ResultFormat, tavix::MakeResultFormat(want.decimals));
-    }
-}
-
-// After OK the cross lines go off when their number changed, else stay on in the new colour; the
-// still view is repainted, the live view has only its scale redrawn.
-TEST(MeasureConfigOk, CrossLinesOffAfterANewNumberTheStillRepaintedTheLiveViewOnlyItsScale) {
-    constexpr uint32_t kNew = 0x00C0FFEE;
-    const struct {
-        int16_t from, to, viewMode;
-        bool scale;
-    } cases[] = {{1, 1, 1, false}, {2, 2, 0, true}, {1, 2, 1, true}, {2, 1, 0, false}};
-    for (const auto& [from, to, viewMode, scale] : cases) {
-        SCOPED_TRACE(testing::Message() << "cross lines " << from << " to " << to << ", view " << viewMode);
-        Window w;
-        Var().CrossLineNum = from;
-        w.f.chkCross->SetValue(1);
-        for (int k = 0; k < from; ++k) tavix::ClickCrossLine(w.f, 1, 10.0f * (k + 1), 10.0f);
-        ASSERT_EQ(w.f.CommandMode, tavix::CommandMode::Idle);
-        const qint64 icon = w.f.chkCross->GetPicture().cacheKey();
-        w.f.chkScale->OnClick = nullptr;  // no scale dialog: only the box's state matters here
-        w.f.chkScale->SetValue(scale);
-        w.f.ViewMode = tavix::ViewMode(viewMode);
-        w.Mark();
-        w.Ok([&](frmMeasureConfig& d) {
-            w.Pick(d, 5, kNew);
-            d.optCrossLineNum[to - 1]->SetValue(true);
-        });
-        const bool changed = from != to, still = viewMode == 1;
-        const qint64 want = changed ? w.f.imgCrossIcon[to - 1]->GetPicture().cacheKey() : icon;
-        EXPECT_EQ(std::tuple(w.f.chkCross->Value(), w.f.chkCross->GetPicture().cacheKey(), w.Marked(),
-                             w.f.picScaleSize->Visible() || (still && w.Drawn() > 0)),
-                  std::tuple(changed ? 0 : 1, want, !still, scale));
-        for (int k = 0; k < 2; ++k) {
-            const auto &v = *w.f.picCrossLineV[k], &h = *w.f.picCrossLineH[k];
-            EXPECT_EQ(std::tuple(v.Visible(), h.Visible(), v.BackColor(), h.BackColor()),
-                      std::tuple(!changed && k < from, !changed && k < from, kNew, kNew))
-                << " pair " << k;
-        }
     }
 }
 

@@ -53,25 +53,6 @@ TEST_F(IniTest, Reads) {
     for (const auto& [section, key, def, value] : cases) EXPECT_EQ(Get(section, key, def), QString(value)) << key;
 }
 
-TEST_F(IniTest, CutsAtSizeLessOneBytes) {
-    const QByteArray a300(300, 'a'), kana = "[S]\nK=ab\xE3\x83\x86\xE3\x82\xB9\xE3\x83\x88\n";  // abテスト
-    const std::tuple<QByteArray, int, QString> cases[] = {
-        // the file, the size given, what is read
-        {"[S]\nK=" + a300, 255, QString(254, u'a')},
-        {kana, 5, "ab"},  // 4 bytes: テ would need 3 more
-        {kana, 6, "abテ"},
-        {"[S]\r\nK=\x83\x65\x83\x58\x83\x67\r\n", 255, "テスト"},  // CP932, not valid UTF-8
-        {"[S]\r\nK=\x83\x65\x83\x58\x83\x67\r\n", 6, "テス"},      // two bytes a character
-    };
-    for (const auto& [file, size, expected] : cases) {
-        Put("Tavix.Ini", file);
-        EXPECT_EQ(Get("S", "K", "", size), expected) << size;
-    }
-    // The default, here of a file that is not there, is cut the same way.
-    path = dir.filePath("none.ini");
-    EXPECT_EQ(Get("S", "K", a300), QString(a300.left(254)));
-}
-
 TEST_F(IniTest, WriteReplacesLineInPlace) {
     // Section, key, value; the file before (null: no file) and after.
     const std::tuple<const char*, const char*, const char*, QByteArray, QByteArray> cases[] = {
@@ -109,19 +90,6 @@ TEST_F(IniTest, WriteReplacesLineInPlace) {
 
 using TextFileTest = testing_support::TempDirTest;
 
-TEST(DecodeText, PicksUtf8OrCp932) {
-    const std::pair<QByteArray, const char*> cases[] = {
-        // the bytes, and their text in UTF-8
-        {"\xE3\x83\x86\xE3\x82\xB9\xE3\x83\x88", "テスト"},
-        {QByteArray("\xEF\xBB\xBF") + "abc", "abc"},
-        {"10,\x83\x65\x83\x58\x83\x67\r\n", "10,テスト\r\n"},
-        // A broken lead byte costs one character, not the line feed behind it.
-        {"a\x83\nb", "a\xEF\xBF\xBD\nb"},
-    };
-    for (const auto& [bytes, text] : cases)
-        EXPECT_EQ(vb::DecodeText(bytes), QString(text)) << bytes.toHex().toStdString();
-}
-
 TEST_F(TextFileTest, ReadErrorsAndFileExists) {
     ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
     for (const auto& [name, error] : {std::pair{"missing.txt", vb::ErrFileNotFound},
@@ -131,30 +99,6 @@ TEST_F(TextFileTest, ReadErrorsAndFileExists) {
     // Only a file exists as one.
     EXPECT_TRUE(vb::FileExists(Put("empty.txt", "")));
     for (const char* name : {"b.bmp", "sub", ""}) EXPECT_FALSE(vb::FileExists(*name ? dir.filePath(name) : "")) << name;
-}
-
-TEST_F(TextFileTest, WritesThroughATemporaryFileWithCrLf) {
-    const QString path = Put("out.txt", "old content that is longer than the new one\n");
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
-    ASSERT_TRUE(QFile::link(path, dir.filePath("link.txt")));
-    // Through the link: the file it names is replaced with its permissions, the link stays.
-    ASSERT_EQ(vb::WriteTextFileSafely(dir.filePath("link.txt"), {"1,2", QString::fromUtf8("テ"), ""}), 0);
-    EXPECT_EQ(ReadFile(path), QByteArray("1,2\r\n\xE3\x83\x86\r\n\r\n"));
-    EXPECT_EQ(QFile::permissions(path),
-              QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadUser | QFile::WriteUser);
-    EXPECT_TRUE(QFileInfo(dir.filePath("link.txt")).isSymLink());
-
-    EXPECT_EQ(vb::WriteTextFileSafely(dir.filePath("nofolder/out.txt"), {"x"}), vb::ErrPathNotFound);
-    ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
-    EXPECT_EQ(vb::WriteTextFileSafely(dir.filePath("sub"), {"x"}), vb::ErrPathFileAccess);
-    // No temporary files are left beside the target.
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList({"link.txt", "out.txt"}));
-
-    // A line appended to a log, also to one that is there.
-    EXPECT_TRUE(vb::AppendTextLine(dir.filePath("Error.Log"), "first") &&
-                vb::AppendTextLine(dir.filePath("Error.Log"), "二"));
-    EXPECT_EQ(ReadFile(dir.filePath("Error.Log")), QByteArray("first\r\n\xE4\xBA\x8C\r\n"));
-    EXPECT_FALSE(vb::AppendTextLine(dir.filePath("nofolder/Error.Log"), "x"));
 }
 
 TEST(AppPaths, JoinsWithoutAddingSeparators) {
@@ -317,14 +261,6 @@ TEST_F(DriveProbe, WhatHoldsTheFolderByMountTableAndSysfs) {
     for (const auto& [mount, path, type] : cases) EXPECT_EQ(vb::TargetDriveType(path), type) << path.toStdString();
 }
 
-TEST_F(DriveProbe, FreeSpaceOfTheTargetsFolder) {
-    free = 5e9;
-    EXPECT_DOUBLE_EQ(vb::FreeSpace(dir.filePath("m.avi")), 5e9);
-    EXPECT_EQ(asked, QStringList{dir.path()});
-    free.reset();
-    EXPECT_EQ(vb::Trap([&] { vb::FreeSpace(dir.filePath("m.avi")); }), vb::ErrPathNotFound);
-}
-
 TEST_F(DriveProbe, RealLookUpsOnceTheProbeIsGone) {
     vb::SetDriveProbe({}, {});
     // The test machine's temporary folder lies on its own disk or in RAM, never elsewhere.
@@ -352,108 +288,7 @@ QByteArray Encode(const QImage& img, const char* format) {
     return data;
 }
 
-// Qt's BMP header of a 24-bit picture, made to tell the given size, followed by only a few bytes.
-QByteArray BmpHeader(const QByteArray& bmp, qint32 width, qint32 height) {
-    QByteArray h = bmp.left(54) + QByteArray(16, '\x40');
-    qToLittleEndian<quint32>(h.size(), h.data() + 2);
-    qToLittleEndian<qint32>(width, h.data() + 18);
-    qToLittleEndian<qint32>(height, h.data() + 22);
-    return h;
-}
-
-// Qt's 24-bit bottom-up BMP of img turned into other forms writers use.
-QByteArray TopDown(const QByteArray& bmp, const QImage& img) {
-    const int stride = (img.width() * 3 + 3) / 4 * 4;
-    QByteArray out = bmp.left(54);
-    qToLittleEndian<qint32>(-img.height(), out.data() + 22);
-    for (int row = img.height() - 1; row >= 0; --row) out += bmp.mid(54 + row * stride, stride);
-    return out;
-}
-QByteArray ThirtyTwoBit(const QByteArray& bmp, const QImage& img) {
-    QByteArray out = bmp.left(54);
-    qToLittleEndian<quint16>(32, out.data() + 28);
-    for (int y = img.height() - 1; y >= 0; --y)
-        for (int x = 0; x < img.width(); ++x) {
-            const QRgb p = img.pixel(x, y);
-            // The fourth byte is unused in BI_RGB and must not count as alpha.
-            const char bgrx[] = {char(qBlue(p)), char(qGreen(p)), char(qRed(p)), char(x * 30)};
-            out.append(bgrx, 4);
-        }
-    return out;
-}
-
-// One row of opaque pixels.
-QImage Row(std::initializer_list<QRgb> pixels) {
-    QImage row(int(pixels.size()), 1, QImage::Format_RGB32);
-    for (int x = 0; x < row.width(); ++x) row.setPixel(x, 0, pixels.begin()[x]);
-    return row;
-}
-
-int MaxChannelDiff(const QImage& a, const QImage& b) {
-    int worst = 0;
-    for (int y = 0; y < a.height(); ++y)
-        for (int x = 0; x < a.width(); ++x) {
-            const QRgb p = a.pixel(x, y), q = b.pixel(x, y);
-            worst = std::max(
-                {worst, std::abs(qRed(p) - qRed(q)), std::abs(qGreen(p) - qGreen(q)), std::abs(qBlue(p) - qBlue(q))});
-        }
-    return worst;
-}
-
 using PictureTest = testing_support::TempDirTest;
-
-TEST_F(PictureTest, LoadsOrRefusesFiles) {
-    const QImage src = Gradient();
-    const QByteArray bmp = Encode(src, "BMP");
-    const QByteArray jpeg = Encode(src, "JPEG");
-    QByteArray farOff = bmp;
-    qToLittleEndian<quint32>(bmp.size(), farOff.data() + 10);
-    QImage half(2, 1, QImage::Format_ARGB32);  // transparency lies over black
-    half.setPixel(0, 0, qRgba(200, 100, 50, 128));
-    half.setPixel(1, 0, qRgba(10, 20, 30, 255));
-    // tolerance: largest channel difference from want (src when null).
-    const struct {
-        const char* name;
-        QByteArray bytes;  // null: no file written
-        int error, tolerance = 0;
-        QImage want = {};
-    } cases[] = {
-        {"a.bmp", bmp, 0},
-        {"top-down.bmp", TopDown(bmp, src), 0},
-        {"32-bit.bmp", ThirtyTwoBit(bmp, src), 0},
-        {"unpadded-end.bmp", bmp.chopped(1), 0},
-        {"a.png", Encode(src, "PNG"), 0},
-        {"a.jpg", jpeg, 0, 40},
-        {"cut.jpg", jpeg.left((jpeg.indexOf("\xFF\xDA") + jpeg.size()) / 2), vb::ErrInvalidPicture},
-        {"png-named.bmp", Encode(src, "PNG"), 0},  // the bytes decide, not the name
-        {"empty.bmp", "", vb::ErrInvalidPicture},
-        {"cut-header.bmp", bmp.left(20), vb::ErrInvalidPicture},
-        {"cut-last-pixel.bmp", bmp.chopped(2), vb::ErrInvalidPicture},
-        {"pixels-past-end.bmp", farOff, vb::ErrInvalidPicture},
-        {"cut.png", Encode(src, "PNG").chopped(40), vb::ErrInvalidPicture},
-        {"huge.bmp", BmpHeader(bmp, 100000, 100000), vb::ErrOutOfMemory},
-        {"wide.bmp", BmpHeader(bmp, vb::MaxPictureSide + 1, 1), vb::ErrOutOfMemory},
-        {"half.png", Encode(half, "PNG"), 0, 1, Row({qRgb(100, 50, 25), qRgb(10, 20, 30)})},
-        {"none.bmp", {}, vb::ErrFileNotFound},
-        {"sub", {}, vb::ErrPathFileAccess},  // a folder
-    };
-    ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
-    EXPECT_TRUE(vb::LoadPicture("").isNull());
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const QString path = c.bytes.isNull() ? dir.filePath(c.name) : Put(c.name, c.bytes);
-        QImage got;
-        ASSERT_EQ(vb::Trap([&] { got = vb::LoadPicture(path); }), c.error);
-        if (c.error) continue;
-        const QImage& want = c.want.isNull() ? src : c.want;
-        EXPECT_EQ(got.format(), QImage::Format_RGB32);
-        ASSERT_EQ(got.size(), want.size());
-        EXPECT_LE(MaxChannelDiff(got, want), c.tolerance);
-        if (c.tolerance == 0) {
-            EXPECT_EQ(got.dotsPerMeterX(), src.dotsPerMeterX());
-        }
-    }
-}
 
 TEST_F(PictureTest, SavesWhatQtWritesForRgb32) {
     const QImage src = Gradient();
@@ -473,17 +308,6 @@ TEST_F(PictureTest, SavesWhatQtWritesForRgb32) {
                 << img.width() << "x" << img.height() << " format " << img.format() << (scratch ? " scratch" : "");
         }
     }
-}
-
-TEST_F(PictureTest, SaveErrorsLeaveNothingBehind) {
-    ASSERT_TRUE(QDir(dir.path()).mkdir("sub"));
-    for (const bool scratch : {false, true})
-        for (const auto& [image, name, error] : {std::tuple{Gradient(), "no/out.bmp", vb::ErrPathNotFound},
-                                                 {QImage(), "null.bmp", vb::ErrInvalidPicture},
-                                                 {Gradient(), "sub", vb::ErrPathFileAccess}})
-            EXPECT_EQ(vb::Trap([&] { vb::SavePicture(image, dir.filePath(name), scratch); }), error) << name << scratch;
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList{"sub"});
-    EXPECT_TRUE(QDir(dir.filePath("sub")).isEmpty());
 }
 
 }  // namespace

@@ -42,48 +42,6 @@ struct Controls : testing::Test {
     QString seen;  // what the handlers saw, in order
 };
 
-TEST_F(Controls, TwipsMapToPixelsOfTheImmediateContainer) {
-    // The frame in the form and the button in the frame, in twips; the button's pixels in the frame's widget.
-    const std::tuple<QRectF, QRectF, QRect> rows[] = {
-        // The frame's offset does not leak into the child.
-        {{2880, 60, 6000, 3000}, {60, 225, 1695, 255}, {4, 15, 113, 17}},
-        // Edges round on their own (8 twips is 0.53 px); the size is what lies between them: rounded
-        // on its own it would be 67 and overlap.
-        {{0, 0, 6000, 3000}, {8, 8, 1000, 1000}, {1, 1, 66, 66}},
-    };
-    auto* button = new CommandButton(form, frame, "cmdA");
-    for (const auto& [inForm, inFrame, expected] : rows) {
-        frame->Move(inForm.x(), inForm.y(), inForm.width(), inForm.height());
-        button->Move(inFrame.x(), inFrame.y(), inFrame.width(), inFrame.height());
-        EXPECT_EQ(std::tuple(button->Widget()->parentWidget(), button->Widget()->geometry(), button->Left()),
-                  std::tuple(frame->Widget(), expected, inFrame.x()));  // twips are kept unrounded
-    }
-}
-
-TEST_F(Controls, ContainerFlagsLeaveTheChildsOwnEnabledAndVisible) {
-    auto* child = new CommandButton(form, frame, "cmdA");
-    auto* hidden = new Label(form, frame, "lblHidden");
-    hidden->SetVisible(false);
-    child->OnClick = [&] { seen += "click "; };
-    frame->SetEnabled(false);
-    EXPECT_EQ(std::pair(child->Enabled(), child->Widget()->isEnabled()), std::pair(true, false));
-    child->Click();  // Click from code is a user's press: nothing while the button cannot be pressed
-    child->SetEnabled(false);
-    frame->SetEnabled(true);
-    child->Click();
-    child->SetEnabled(true);
-    child->Click();
-    EXPECT_EQ(seen, "click ");
-
-    form.SetClientSize(3000, 3000);
-    form.show();
-    EXPECT_EQ(std::pair(child->Widget()->isVisible(), hidden->Widget()->isVisible()), std::pair(true, false));
-    // Made after the show: a child of a shown container must show by itself.
-    EXPECT_TRUE((new CommandButton(form, frame, "cmdLate"))->Widget()->isVisible());
-    frame->SetVisible(false);  // hides what it holds without touching their flags
-    EXPECT_EQ(std::pair(child->Visible(), child->Widget()->isVisible()), std::pair(true, false));
-}
-
 TEST_F(Controls, ClickFiresInsideEveryCallThatSetsAValue) {
     auto* list = new ComboBox(form, &form, "cboA");
     for (const char* s : {"x 0.5", "x 0.6", "x 0.7"}) list->AddItem(s);
@@ -170,79 +128,6 @@ TEST_F(Controls, FlexGridBoundsAndAlignment) {
     EXPECT_EQ(Trap([&] { grid->SetColAlignment(0, 10); }), 380);
 }
 
-TEST_F(Controls, ControlArrayLoadAndUnload) {
-    ControlArray<Label> labels;
-    labels.Add(new Label(form, frame, "lblA", 0));
-    labels.SetFactory([&](int i) { return new Label(form, frame, "lblA", i); });
-    // Load of an index in use, of a new index; the gap below it; Unload of the gap and of the
-    // design element; Load of a negative index.
-    const std::pair<std::function<void()>, int> rows[] = {
-        {[&] { labels.Load(0); }, 360},   {[&] { labels.Load(2); }, 0},     {[&] { labels[1]; }, 9},
-        {[&] { labels.Unload(1); }, 340}, {[&] { labels.Unload(0); }, 362}, {[&] { labels.Load(-1); }, 9},
-    };
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(Trap(rows[i].first), rows[i].second) << "row " << i;
-    // Unload takes the control out of the form, its container and the widgets.
-    QPointer<QWidget> widget = labels[2]->Widget();
-    labels.Unload(2);
-    EXPECT_EQ(std::tuple(form.FindControl("lblA", 2), frame->Children.size(), form.Controls.size(), widget.isNull(),
-                         labels.UBound()),
-              std::tuple(nullptr, 1u, 2u, true, 0));
-}
-
-TEST_F(Controls, CommonDialogCancelErrorOrEmptyFileNameAndUnchangedColor) {
-    auto* dlg = new CommonDialog(form, &form, "cdlA");
-    testing_support::ScriptedDialogHost host;
-    dlg->FileName = "suggested.bmp", dlg->Color = 0x00FFFF;
-    host.AnswerFile(std::nullopt), host.AnswerColor(std::nullopt), host.AnswerFile(std::nullopt);
-    dlg->ShowSave();
-    dlg->ShowColor();
-    EXPECT_EQ(std::pair(dlg->FileName, dlg->Color), std::pair(QString(), 0x00FFFFu));
-    dlg->CancelError = true;
-    EXPECT_EQ(Trap([&] { dlg->ShowOpen(); }), ErrCancel);
-}
-
-TEST_F(Controls, SliderChangeFiresOnceForEveryNewValueFromCodeOrUser) {
-    auto* slider = new Slider(form, &form, "sldQuality");
-    slider->SetRange(10, 100);
-    slider->OnChange = [&] { seen += QString(" %1").arg(slider->Value()); };
-    slider->SetValue(50);
-    slider->SetValue(50);  // the same value is no change
-    slider->SetLargeChange(10);
-    Key(slider->Widget(), Qt::Key_PageUp);
-    EXPECT_EQ(Trap([&] { slider->SetValue(101); }), 380);
-    EXPECT_EQ(std::pair(seen, slider->Value()), std::pair(QString(" 50 60"), 60));
-}
-
-// An error no handler trapped never crosses the event loop: it ends the program with a box.
-TEST_F(Controls, UntrappedErrorEndsWithTheErrorNumberFromEveryKindOfEvent) {
-    auto* button = new CommandButton(form, &form, "cmdFail");
-    auto* pic = new PictureBox(form, &form, "picFail", -1, true);
-    pic->Move(0, 3000, 3000, 3000);
-    auto* combo = new ComboBox(form, &form, "cboFail");
-    combo->AddItem("a");
-    form.show();
-    button->OnClick = [] { Raise(13); };
-    pic->OnMouseUp = [](int, int, float, float) { Raise(6); };
-    combo->OnClick = [] { Raise(9); };
-    form.OnQueryUnload = [](bool&, int) { Raise(53); };
-    const auto mouseUp = [&] { Mouse(pic->ClientWidget(), QEvent::MouseButtonRelease, {5, 5}, Qt::LeftButton, {}); };
-    for (const auto& [act, number] : {std::pair<std::function<void()>, int>{[&] { button->Click(); }, 13},
-                                      {mouseUp, 6},
-                                      {[&] { form.close(); }, 53}}) {
-        testing_support::ScriptedDialogHost host;
-        host.AnswerMsgBox(vbOK);
-        act();
-        ASSERT_EQ(host.Boxes.size(), 1u) << number;
-        const auto& box = host.Boxes[0];
-        EXPECT_EQ(
-            std::tuple(box.Prompt, box.Buttons, box.Title, host.Ends),
-            std::tuple(QStringLiteral("Run-time error '%1'").arg(number), vbOKOnly | vbCritical, App::Title(), 1));
-    }
-    // Set from code, the error reaches the routine that set it, which traps it itself.
-    EXPECT_EQ(Trap([&] { combo->SetListIndex(0); }), 9);
-    form.OnQueryUnload = nullptr;
-}
-
 // The grid's own selection: Row/RowSel by code, mouse and keys, and its change notification;
 // column widths that fit the text.
 struct Grid : testing::Test {
@@ -268,19 +153,6 @@ struct Grid : testing::Test {
         return QString("%1 %2 [%3]").arg(grid.Row()).arg(grid.RowSel()).arg(shown.join(' '));
     }
 };
-
-TEST_F(Grid, CodeSetsTheBlockAndNotifiesOncePerChange) {
-    grid.SetRow(5);  // setting Row makes that cell the whole selection
-    EXPECT_EQ(std::pair(grid.RowSel(), changes), std::pair(5, 1));
-    grid.SetRowSel(3);
-    grid.SetCol(0);
-    grid.SetColSel(3);  // columns do not change the block of rows
-    EXPECT_EQ(std::pair(State(), changes), std::pair(QString("5 3 [3 4 5]"), 2));
-    grid.SetRow(5);     // Row 5 alone
-    grid.SetRowSel(5);  // no change, no notification
-    EXPECT_EQ(changes, 3);
-    EXPECT_THROW(grid.SetRow(20), vb::RuntimeError);
-}
 
 TEST_F(Grid, DraggingUpAndShiftKeysExtendWholeRows) {
     for (auto [type, row] : {std::pair{QEvent::MouseButtonPress, 6}, {QEvent::MouseMove, 4}, {QEvent::MouseMove, 3}})
@@ -316,94 +188,6 @@ TEST_F(Grid, NoTextIsCutAndTheUserDragsABorder) {
     Mouse(table.viewport(), QEvent::MouseButtonRelease, {border + 40, 10}, Qt::LeftButton, {});
     EXPECT_EQ(table.columnWidth(1), 67 + 40);
     EXPECT_EQ(changes, 0) << "dragging a border selects nothing";
-}
-
-// Forms: Resize inside the statement that sizes the window, the unload events and their
-// modes, docking of aligned areas, modal dialogs and the file dialog filters.
-TEST(FormResize, SettingHeightFiresResizeOnceInsideTheCall) {
-    for (bool shown : {false, true}) {
-        Form form("frmResize");
-        form.SetClientSize(9000, 6000);
-        if (shown) form.show();
-        QString seen;  // the new size is there when the handler runs
-        form.OnResize = [&] { seen += QString(" %1").arg(form.Height()); };
-        form.SetHeight(8100);
-        EXPECT_EQ(seen, " 8100") << "fired inside the call, shown " << shown;
-        QApplication::processEvents();  // the later resize event of the same size does not fire again
-        form.SetHeight(8100);           // no change, no event
-        EXPECT_EQ(seen, " 8100") << "shown " << shown;
-    }
-}
-
-TEST(FormUnload, CancelKeepsTheWindowAndTheModeTellsWhoClosed) {
-    for (const bool fromCode : {false, true}) {
-        Form form("frmClose");
-        QString seen;
-        bool cancel = true;
-        form.OnQueryUnload = [&](bool& c, int mode) { seen += QString(" query %1").arg(mode), c = cancel; };
-        form.OnUnload = [&](bool&) { seen += " unload"; };
-        const auto close = [&] { return fromCode ? form.Unload() : form.close(); };
-        form.show();
-        EXPECT_FALSE(close());
-        EXPECT_TRUE(form.isVisible());
-        cancel = false;
-        EXPECT_TRUE(close());
-        EXPECT_EQ(std::tuple(form.isVisible(), form.Unloaded()), std::tuple(false, true));
-        form.show();
-        form.close();  // once unloaded, nothing more is asked; Unload's own close runs no handler again
-        const int mode = fromCode ? vbFormCode : vbFormControlMenu;
-        EXPECT_EQ(seen, QString(" query %1 query %1 unload").arg(mode));
-    }
-}
-
-// Areas of the main form: a top bar (Align 1), a left (3) and a right (4) area.
-struct DockedForm {
-    Form form{"frmDock"};
-    PictureBox* top = Area("picTop", 100, 1035, 1);
-    PictureBox* left = Area("picLeft", 3195, 100, 3);
-    PictureBox* right = Area("picRight", 11235, 100, 4);
-
-    PictureBox* Area(const char* name, double w, double h, int align) {
-        auto* box = new PictureBox(form, &form, name, -1, false, false);
-        box->Move(0, 0, w, h);
-        box->SetAlign(align);
-        return box;
-    }
-};
-
-QRectF RectOf(PictureBox* b) { return QRectF(b->Left(), b->Top(), b->Width(), b->Height()); }
-
-TEST(FormLayout, AlignedAreasDockTopThenLeftAndRightBelowIt) {
-    // Rectangles in twips; the left one is not checked when hidden.
-    const struct {
-        double clientW, clientH;
-        bool leftVisible;
-        QRectF top, left, right;
-    } rows[] = {
-        // the design size
-        {14460, 9615, true, {0, 0, 14460, 1035}, {0, 1035, 3195, 8580}, {3225, 1035, 11235, 8580}},
-        // a hidden left area takes no room
-        {14460, 9615, false, {0, 0, 14460, 1035}, {}, {3225, 1035, 11235, 8580}},
-        // smaller than the areas: heights do not go negative
-        {6000, 600, true, {0, 0, 6000, 1035}, {0, 1035, 3195, 0}, {-5235, 1035, 11235, 0}},
-    };
-    for (const auto& row : rows) {
-        DockedForm d;
-        d.left->SetVisible(row.leftVisible);
-        d.form.SetClientSize(row.clientW, row.clientH);
-        d.form.LayoutAligned();
-        EXPECT_EQ(std::tuple(RectOf(d.top), row.leftVisible ? RectOf(d.left) : QRectF(), RectOf(d.right)),
-                  std::tuple(row.top, row.left, row.right))
-            << row.clientW;
-        EXPECT_EQ(d.right->Widget()->geometry().topLeft(), QPoint(qRound(row.right.left() / 15), 69));
-    }
-    // A Resize handler that narrows the right area: it must still end at the right edge.
-    DockedForm d;
-    d.left->SetVisible(false);
-    d.form.SetClientSize(14460, 9615);
-    d.form.OnResize = [&] { d.right->SetWidth(d.form.ScaleWidth() - 4000); };
-    d.form.show();
-    EXPECT_EQ(RectOf(d.right), QRectF(4000, 1035, 10460, 8580));
 }
 
 TEST(FileDialogFilter, PlatformFiltersBecomeQtNameFilters) {
@@ -524,80 +308,6 @@ TEST_F(PictureBoxTest, ClsShowsBackColorAndPicture) {
     box->Line(0, 8, 19, 8, kGreen);
     box->Cls();
     EXPECT_EQ(std::pair(At(box->GetImage(), 4, 4), At(box->GetImage(), 10, 8)), std::pair(kRed, kBlue));
-}
-
-TEST_F(PictureBoxTest, BoundedCanvasCoversOnlyWhatTheContainerShows) {
-    PictureBox* area = Box(1900, 1000, false);
-    auto* still = new PictureBox(form, area, "picStill", -1, true, false);
-    still->SetCanvasBoundedByContainer(true);
-    still->Move(-3050 * 15, -2500 * 15, 8000 * 15, 6000 * 15);  // 8000 x 6000, centred
-    still->SetScaleLeft(-4000);
-    still->SetScaleTop(-3000);
-    still->SetBackColor(kWhite);
-    still->Cls();
-    EXPECT_EQ(still->CanvasRect(), QRect(3050, 2500, 1900, 1000));
-
-    still->Line(0, 0, 9, 0, kRed);
-    still->Line(-4000, 100, 3999, 100, kBlue);  // crosses the visible part
-    QImage img = still->GetImage();
-    ASSERT_EQ(img.size(), QSize(1900, 1000));
-    EXPECT_EQ(std::tuple(At(img, 950, 500), At(img, 0, 600), At(img, 1899, 600)), std::tuple(kRed, kBlue, kBlue));
-
-    still->SetLeft(still->Left() + 100 * 15);  // moved: what overlaps stays
-    EXPECT_EQ(still->CanvasRect(), QRect(2950, 2500, 1900, 1000));
-    EXPECT_EQ(At(still->GetImage(), 1050, 500), kRed);
-
-    still->Move(5000 * 15, 0, 100 * 15, 100 * 15);  // wholly outside: nothing to draw on
-    still->Line(-100, -100, 100, 100, kRed);
-    EXPECT_TRUE(still->GetImage().isNull());
-}
-
-TEST_F(PictureBoxTest, AnUnboundedCanvasTooLargeIsErrorSeven) {
-    PictureBox* box = Box(40000, 40000);
-    EXPECT_EQ(vb::Trap([&] { box->Cls(); }), 0);  // nothing drawn yet, nothing to allocate
-    EXPECT_EQ(vb::Trap([&] { box->Line(0, 0, 5, 5, kRed); }), vb::ErrOutOfMemory);
-    box->Move(0, 0, 10 * 15, 10 * 15);
-    box->Line(0, 0, 5, 5, kRed);
-    EXPECT_EQ(At(box->GetImage(), 3, 3), kRed);
-}
-
-TEST_F(PictureBoxTest, LineChildrenShowAboveTheCanvasButAreNotInIt) {
-    PictureBox* box = WhiteBox(50, 50);
-    box->Line(0, 5, 49, 5, kBlue);
-    auto* line = new vb::LineControl(form, box, "linMeasure", 0);
-    line->SetBorderColor(kRed);
-    line->SetPoints(10, 25, 40, 25);
-    const QImage shown = box->ClientWidget()->grab().toImage();
-    EXPECT_EQ(std::tuple(At(shown, 25, 25), At(shown, 25, 5), At(box->GetImage(), 25, 25)),
-              std::tuple(kRed, kBlue, kWhite));
-    line->SetPoints(10, 30, 40, 30);
-    EXPECT_EQ(At(box->ClientWidget()->grab().toImage(), 25, 25), kWhite) << "a moved line leaves nothing behind";
-}
-
-TEST_F(PictureBoxTest, MouseEventsComeInTheScale) {
-    PictureBox* box = Box(200, 100);
-    box->SetScaleLeft(-100);
-    box->SetScaleTop(-50);
-    QString got;
-    for (auto [handler, kind] :
-         {std::pair{&box->OnMouseDown, "down"}, {&box->OnMouseMove, "move"}, {&box->OnMouseUp, "up"}})
-        *handler = [&got, kind](int b, int s, float x, float y) {
-            got = QString("%1 %2 %3 %4 %5").arg(kind).arg(b).arg(s).arg(x).arg(y);
-        };
-    // The event, its point in pixels, the button that changed, those held; what the handler saw.
-    const std::tuple<QEvent::Type, QPoint, Qt::MouseButton, Qt::MouseButtons, Qt::KeyboardModifiers, const char*>
-        rows[] = {
-            {QEvent::MouseButtonPress, {150, 75}, Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier, "down 1 1 50 25"},
-            {QEvent::MouseButtonRelease, {0, 0}, Qt::RightButton, Qt::NoButton, Qt::AltModifier, "up 2 4 -100 -50"},
-            // clang-format off
-            {QEvent::MouseMove, {199, 99}, Qt::NoButton, Qt::LeftButton | Qt::RightButton,
-             Qt::ShiftModifier | Qt::ControlModifier, "move 3 3 99 49"},
-            // clang-format on
-        };
-    for (const auto& [type, at, button, held, mods, expected] : rows) {
-        Mouse(box->ClientWidget(), type, at, button, held, mods);
-        EXPECT_EQ(got, expected);  // event, button, shift, x, y
-    }
 }
 
 }  // namespace

@@ -98,32 +98,5 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveViewInTheirColour) {
     }
 }
 
-TEST(CrossLines, AClickPlacesTheLinesUnderThePointerAtEveryZoomAndPanAndNoneAreSaved) {
-    CrossWin w(3, 1, {1201, 801});  // odd, and at the top zooms larger than the view
-    tavix::frmMain& f = w.f;
-    Var().Still1xSave = 0;
-    for (int i = 0; i < f.cboScale->ListCount(); ++i) {
-        SCOPED_TRACE(f.cboScale->List(i).toStdString());
-        f.cboScale->SetListIndex(i);
-        f.Pan.X = f.Pan.Y = 0;
-        tavix::PanBy(f, 90, 50);  // moves only a picture larger than the view
-        f.chkCross->SetValue(1);
-        w.Click(w.Mid(), Qt::LeftButton, true);
-        const QPoint p = w.Crossing(0), d = p - w.InView({});
-        EXPECT_TRUE(f.CommandMode == CommandMode::Idle && std::abs(d.x()) <= 1 && std::abs(d.y()) <= 1)
-            << " off by " << d.x() << ", " << d.y();
-        const QImage shown = w.View()->grab().toImage();  // lines, not a block
-        ASSERT_TRUE(w.Magenta(shown, p + QPoint(0, 5)) && w.Magenta(shown, p + QPoint(5, 0)) &&
-                    !w.Magenta(shown, p + QPoint(5, 5)));
-        w.Save(w.box.File(QStringLiteral("saved.bmp")));
-        const QImage saved(w.box.File(QStringLiteral("saved.bmp")));
-        ASSERT_EQ(saved.size(), w.View()->size());
-        EXPECT_FALSE(w.Magenta(saved, p + QPoint(0, 5)) || w.Magenta(saved, p + QPoint(5, 0)) || w.Magenta(saved, p));
-        EXPECT_TRUE(f.picCrossLineV[0]->Visible()) << "saving leaves the lines standing";
-        f.chkCross->SetValue(0);
-    }
-    EXPECT_NE(w.InView({}), QPoint(w.View()->width() / 2, w.View()->height() / 2)) << "the pan moved it";
-}
-
 }  // namespace
 }  // namespace view_test

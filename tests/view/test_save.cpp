@@ -122,40 +122,6 @@ TEST(SavePicture, ByTheEndingAtTheQualitySetWithTheCommentBesideOrRefused) {
     EXPECT_EQ(box.Read("kept.jpg"), "keep me");
 }
 
-TEST(SavePicture, AtTheViewSizeWhatItShowsWithResultsWhenAskedThenSavedOrAtPictureSizeWithout) {
-    QImage picture = QuarterPicture(1600, 1200);
-    QPainter(&picture).fillRect(780, 580, 10, 10, Qt::black);  // 20 to 10 pixels up-left of the centre
-    for (const auto& [oneX, with] : {std::pair(0, 0), std::pair(0, 1), std::pair(1, 1)}) {
-        SCOPED_TRACE(oneX * 10 + with);
-        Win w(3);
-        w.Open(picture);
-        Var().Still1xSave = oneX;
-        Zoom(w.f, "x 2.0");
-        Var().ResultTable[1] = {1, CommandMode::Distance, {{}, {-100, -50}, {100, -50}}, 1};
-        w.f.ResultCount = 1;
-        tavix::DrawMeasureResults(w.f);
-        w.f.ResultDirty = true;
-        w.f.chkMeasureSave->SetValue(with);
-        w.Save(w.box.File("r.bmp"));
-        const QImage s = QImage(w.box.File("r.bmp")).convertToFormat(QImage::Format_RGB32);
-        if (oneX) {
-            EXPECT_EQ(s, picture);
-            continue;
-        }
-        ASSERT_EQ(s.size(), QSize(w.f.picViewArea->ClientPixelWidth(), w.f.picViewArea->ClientPixelHeight()));
-        const int cx = s.width() / 2, cy = s.height() / 2;  // the mark at twice its size
-        EXPECT_EQ((std::vector{s.pixel(cx - 30, cy - 30), s.pixel(cx - 15, cy - 15), s.pixel(0, 0),
-                               s.pixel(s.width() - 1, s.height() - 1)}),
-                  (std::vector{0xFF000000u, kQuarterColors[0], kQuarterColors[0], kQuarterColors[3]}));
-        bool onLine = false, again = false;  // the line may fall a pixel either way of the centre
-        for (int dy = -1; dy <= 1; ++dy) {
-            onLine |= s.pixel(cx + 80, cy - 50 + dy) != kQuarterColors[1];
-            again |= w.Shown(80, -50 + dy) != kQuarterColors[1];  // the results on the still again
-        }
-        EXPECT_EQ(std::tuple(onLine, w.f.ResultDirty, again), std::tuple(with == 1, with == 0, true));
-    }
-}
-
 TEST(SavePicture, FromTheLiveViewBackToLiveAlsoWhenOpeningFails) {
     Win w(1);
     const auto live = [&] { return w.f.ViewMode == ViewMode::Live; };

@@ -76,41 +76,6 @@ bool Bar(const Win& w, double x, double y) {
     return any;
 }
 
-TEST(ScaleOnStill, BarKeepsItsMarginsInsideWhatIsShown) {
-    for (const auto& [size, pan] : {std::pair(QSize(200, 160), QPointF()), std::pair(QSize(3000, 2400), QPointF()),
-                                    std::pair(QSize(3000, 2400), QPointF(400, 300))}) {
-        SCOPED_TRACE(size.width() + pan.x());
-        Win w;
-        w.f.picTempView->SetPicture(QuarterPicture(size.width(), size.height()));
-        Zoom(w.f, "x 1.5");
-        tavix::PanBy(w.f, pan.x(), pan.y());
-        const vb::PictureBox& still = *w.f.picStillView;
-        // The middle of what is shown, moved by the pan, and half of it: the picture, or the view
-        // where the picture is larger.
-        const double cx = w.f.Pan.X * 1.5, cy = w.f.Pan.Y * 1.5, lenX = 60;  // 100 / 2.5 * 1.5
-        const double halfW = std::min(still.ScaleWidth(), w.f.picViewArea->ScaleWidth() / kTwips) / 2;
-        const double halfH = std::min(still.ScaleHeight(), w.f.picViewArea->ScaleHeight() / kTwips) / 2;
-        ASSERT_EQ(std::pair(cx > 0, halfW < still.ScaleWidth() / 2), std::pair(pan.x() > 0, size.width() > 1000));
-        for (int16_t type : {1, 0}) {  // 1 first: each type 0 row shows no vertical bar stays
-            const double lenY = type == 1 ? 30 : 0;
-            for (const auto& p : kPlaces) {
-                SCOPED_TRACE(type * 10 + p.position);
-                Settle(type, p.position);
-                tavix::DispImage(w.f, false);
-                tavix::DrawScale(w.f);
-                const double ax = cx + p.x * (halfW - 30) + (p.x < 0) * lenX;
-                const double ay = cy + p.y * (halfH - 30) + (p.y < 0) * lenY;
-                // The bar 60 long ending at (ax, ay) with a tick at its left end; the vertical bar 30 high
-                // at its right end with its tick on top, for two bars only.
-                EXPECT_EQ((std::vector{Bar(w, ax - lenX / 2, ay), Bar(w, ax - lenX, ay - 8),
-                                       At(w, ax - lenX - 4, ay) == kMagenta, At(w, ax + 4, ay) == kMagenta,
-                                       Bar(w, ax, ay - 15), Bar(w, ax + 8, ay - lenY)}),
-                          (std::vector{true, true, false, false, type == 1, type == 1}));
-            }
-        }
-    }
-}
-
 // Over the test camera's 640 x 480, smaller and larger than the view, in twips.
 TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShownAndGoIntoTheStill) {
     Win w(1);
@@ -169,46 +134,6 @@ void Answer(frmScale& d, const char* x, const char* y, int type, int position) {
     d.txtScaleLen[1]->SetText(QString::fromUtf8(y));
     d.optAxis[type]->SetValue(true);
     d.cboPosition->SetListIndex(position);
-}
-
-TEST(ScaleDialog, ShowsTheSettingsOpensYOnlyForTwoBarsRefusesLengthsOfNothingAndStoresBoth) {
-    const struct {
-        const char *x, *y, *refused;
-        int type;
-        double storedX = 0, storedY = 0;
-    } rows[] = {
-        {"-1", "5", "X", 1},
-        {"9e999", "5", "X", 1},
-        {"5", "0", "Y", 0},  // refused although the Y field is closed
-        {"12abc", "7", nullptr, 1, 12, 7},
-        {" 2.5", ".5", nullptr, 0, 2.5, 0.5},
-    };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(std::string(r.x) + " / " + r.y);
-        Win w;
-        const int16_t shown = 1 - r.type;  // the other type, so that the answer turns Y round
-        Settle(shown, 3);
-        Var().ScaleX = 12.5;
-        Var().DialogResult = false;
-        frmScale d;
-        d.Form_Load();
-        EXPECT_EQ((QStringList{d.txtScaleLen[0]->Text(), d.txtScaleLen[1]->Text(), d.lblUnit[1]->Caption()}),
-                  (QStringList{"12.5", "50", "mm"}));
-        EXPECT_TRUE(d.optAxis[shown]->Value() && d.cboPosition->ListIndex() == 3 &&
-                    d.txtScaleLen[1]->Enabled() == (shown == 1));
-        Answer(d, r.x, r.y, r.type, 2);
-        EXPECT_EQ(d.txtScaleLen[1]->Enabled(), r.type == 1);
-        if (r.refused) w.host.AnswerMsgBox(vb::vbOK);
-        d.cmdOK->Click();
-        const tavix::VariableDefinition& v = Var();
-        using Stored = std::tuple<bool, bool, double, double, int, int>;
-        EXPECT_EQ(
-            Stored(d.Unloaded(), v.DialogResult, v.ScaleX, v.ScaleY, v.ScaleType, v.ScalePosition),
-            r.refused ? Stored(false, false, 12.5, 50, shown, 3) : Stored(true, true, r.storedX, r.storedY, r.type, 2));
-        EXPECT_EQ(w.BoxAt(0),
-                  r.refused ? Box(GST(25000, QLatin1String(r.refused)), GST(15100), vb::vbOKOnly | vb::vbExclamation)
-                            : Box());
-    }
 }
 
 TEST(ScaleCheckBox, OnTheStillOkDrawsAlsoIntoTheSavedViewCancelAndUncheckTakeItAway) {
