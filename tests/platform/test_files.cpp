@@ -49,6 +49,11 @@ TEST_F(IniTest, WriteReplacesLineInPlace) {
         // Adding to a section after its last key, which had no line end.
         {"B", "NEW", "1", "[A]\nK=1\n[B]\nX=1", "[A]\nK=1\n[B]\nX=1\nNEW=1\n"},
         // A new section goes at the end, with the file's line ends.
+        // A CP932 file stays CP932.
+        {"S", "N", "ト", "[S]\r\nK=\x83\x65\r\nN=1\r\n", "[S]\r\nK=\x83\x65\r\nN=\x83\x67\r\n"},
+        // Adding to a section: after its last key, before blank lines and the next section.
+        {"A", "NEW", "1", "[A]\r\nK=1\r\n;note\r\n\r\n[B]\r\nX=1\r\n",
+         "[A]\r\nK=1\r\nNEW=1\r\n;note\r\n\r\n[B]\r\nX=1\r\n"},
         {"C", "K", "1", "[A]\nK=1\n", "[A]\nK=1\n[C]\nK=1\n"},
         {"FILE", "JPEGQTY", "80", {}, "[FILE]\r\nJPEGQTY=80\r\n"},
     };
@@ -186,6 +191,8 @@ void MakeSysfs(const QString& sys, const QString& loopFile) {
 }
 
 TEST_F(DriveProbe, WhatHoldsTheFolderByMountTableAndSysfs) {
+    ASSERT_TRUE(QDir(dir.path()).mkdir("share"));
+    ASSERT_TRUE(QFile::link(dir.filePath("share"), dir.filePath("link")));
     const QString m = QStringLiteral("/tavix-no-such-root");
     MakeSysfs(dir.filePath("sys"), m + "/shm/disk.img");
     // Encrypted and md volumes are found by the folder's device number, the rest by the source.
@@ -195,7 +202,7 @@ TEST_F(DriveProbe, WhatHoldsTheFolderByMountTableAndSysfs) {
         },
         dir.filePath("sys"));
     using T = vb::DriveType;
-    // A line of the mount table (%1: the root above), and a
+    // A line of the mount table (%1: the root above, %2: the folder the link leads to), and a
     // movie in a folder and what holds it.
     const std::tuple<const char*, QString, T> cases[] = {
         {"/dev/sda1 / ext4", m + "/x/m.avi", T::Fixed},
@@ -207,16 +214,18 @@ TEST_F(DriveProbe, WhatHoldsTheFolderByMountTableAndSysfs) {
         {"/dev/sr0 %1/cdrom iso9660", m + "/cdrom/m.avi", T::Optical},
         {"/dev/sr0 %1/dvdram ext2", m + "/dvdram/m.avi", T::Optical},
         {"/dev/sdc1 %1/over cifs rw 0 0\n/dev/sdc1 %1/over ext4", m + "/over/m.avi", T::Fixed},  // the later one
+        {"/dev/sdb2 %1/stick fuseblk", m + "/stick/m.avi", T::Removable},  // FUSE, but on a local disk
         {"/dev/zram0 %1/zram ext4", m + "/zram/m.avi", T::Ram},
         {"/dev/loop0 %1/img ext4", m + "/img/m.avi", T::Ram},
         {"/dev/mapper/secret %1/crypt ext4", m + "/crypt/m.avi", T::Removable},
         {"/dev/md0 %1/raid ext4", m + "/raid/m.avi", T::Fixed},
+        {"srv:/s %2 nfs", dir.filePath("link/m.avi"), T::Network},
         {"", "//server/share/m.avi", T::Network},
         {"", "\\\\server\\share\\m.avi", T::Network},
     };
     for (const auto& [mount, path, type] : cases)
         if (*mount) table += mount + QStringLiteral(" rw 0 0\n");
-    table = table.arg(m);
+    table = table.arg(m, QFileInfo(dir.filePath("share")).canonicalFilePath());
     for (const auto& [mount, path, type] : cases) EXPECT_EQ(vb::TargetDriveType(path), type) << path.toStdString();
 }
 
