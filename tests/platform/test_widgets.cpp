@@ -134,8 +134,8 @@ TEST_F(Grid, DraggingUpAndShiftKeysExtendWholeRows) {
 }
 
 TEST_F(Grid, NoTextIsCutAndTheUserDragsABorder) {
-    grid.SetColWidth(1, 1005);
-    grid.SetColWidth(3, 340);  // as the result list sets them
+    grid.SetColWidth(1, 1005);  // widths as the result list sets them
+    grid.SetColWidth(3, 340);
     grid.SetTextMatrix(1, 2, "-12345678.12345678");
     grid.SetTextMatrix(1, 3, "μ2");  // a unit that came out as "..." before
     grid.SetFontSize(12);            // a larger font refits what is there
