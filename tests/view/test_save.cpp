@@ -61,8 +61,23 @@ TEST(OpenPicture, ShownAtOneWithTheCommentBesideOrEverythingLeftAsItWas) {
     EXPECT_EQ(w.Comments(), QStringLiteral("|")) << "the comment of before goes";
 }
 
-TEST(SavePicture, ByTheEndingAtTheQualitySetWithTheCommentBesideOrRefused) {
+TEST(SavePicture, AtTheQualityItsDialogStoresByTheEndingWithTheCommentBesideOrRefused) {
     Win w(2);
+    // Cancel keeps the quality, OK stores it at once; the JPEG is saved at the last one.
+    for (const auto& [value, ok, kept] :
+         {std::tuple(40, false, 90), std::tuple(100, true, 100), std::tuple(10, true, 10)}) {
+        const int before = Var().JpegQty;
+        w.host.AnswerModal([&](vb::Form& form) {
+            auto& d = static_cast<tavix::frmJpegQty&>(form);
+            EXPECT_TRUE(d.Caption() == GST(12000) && d.sldJpegQty->Value() == before);
+            d.sldJpegQty->SetValue(value);
+            (ok ? d.cmdOK : d.cmdCancel)->Click();
+        });
+        w.f.lblJpegQty->OnClick();
+        const QString text = QString::number(kept);
+        EXPECT_EQ(std::tuple(Var().JpegQty, w.f.lblJpegQty->Caption()), std::tuple(kept, text));
+        EXPECT_TRUE(w.box.Read("Tavix.Ini").contains("JPEGQTY=" + text.toLatin1() + "\r\n")) << "stored at once";
+    }
     w.Open(QuarterPicture(120, 80));
     const QByteArray old = "old\r\n";
     w.box.Write("p.txt", old);
@@ -79,20 +94,18 @@ TEST(SavePicture, ByTheEndingAtTheQualitySetWithTheCommentBesideOrRefused) {
     // A blank comment leaves an old side file; the JPEG is made from the temporary bitmap at the
     // quality set.
     w.Comment("  ", "");
-    Var().JpegQty = 10;
     w.Save(w.box.File("p.jpg"));
-    EXPECT_EQ(w.box.Read("p.txt"), old);
     const QImage temp = vb::LoadPicture(w.box.File("TempBitmap.bmp"));
-    ASSERT_EQ(tavix::SaveJpeg(temp, w.box.File("q.jpg"), 10), 0);
-    EXPECT_EQ(w.box.Read("p.jpg"), w.box.Read("q.jpg"));
-    ASSERT_EQ(tavix::SaveJpeg(temp, w.box.File("q.jpg"), 100), 0);
-    EXPECT_LT(w.box.Read("p.jpg").size(), w.box.Read("q.jpg").size());
+    const QString q10 = w.box.File("q10.jpg"), q100 = w.box.File("q100.jpg");
+    ASSERT_TRUE(tavix::SaveJpeg(temp, q10, 10) == 0 && tavix::SaveJpeg(temp, q100, 100) == 0);
+    const QByteArray jpeg = w.box.Read("p.jpg");
+    EXPECT_TRUE(jpeg == w.box.Read("q10.jpg") && jpeg.size() < w.box.Read("q100.jpg").size());
+    EXPECT_EQ(w.box.Read("p.txt"), old);
     // A bare name takes the chosen type's ending.
     w.Comment(" ", "second line");
     w.Save(w.box.File("p"));
     EXPECT_EQ(std::tuple(w.box.Read("p.bmp").left(2), w.box.Read("p.txt"), w.f.cdlFile->Filter, w.host.BusyDepth),
               std::tuple(QByteArray("BM"), QByteArray(" \r\nsecond line\r\n"), GST(11031), 0));
-    const QByteArray jpeg = w.box.Read("p.jpg");
     EXPECT_EQ(tavix::SaveJpeg(QImage(), w.box.File("p.jpg"), 90), vb::ErrTypeMismatch);
     EXPECT_EQ(w.box.Read("p.jpg"), jpeg) << "no picture leaves the target as it was";
 }
@@ -110,53 +123,33 @@ TEST(SavePicture, FromTheLiveViewBackToLiveAlsoWhenOpeningFails) {
     EXPECT_TRUE(live() && w.host.Boxes.size() == 1);
 }
 
-TEST(JpegQuality, OkStoresAtOnceCancelStoresNothing) {
-    Win w(2);
-    for (const auto& [value, ok, kept] :
-         {std::tuple(40, false, 90), std::tuple(10, true, 10), std::tuple(100, true, 100)}) {
-        const int before = Var().JpegQty;
-        w.host.AnswerModal([&](vb::Form& form) {
-            auto& d = static_cast<tavix::frmJpegQty&>(form);
-            EXPECT_TRUE(d.Caption() == GST(12000) && d.sldJpegQty->Value() == before);
-            d.sldJpegQty->SetValue(value);
-            (ok ? d.cmdOK : d.cmdCancel)->Click();
-        });
-        w.f.lblJpegQty->OnClick();
-        const QString text = QString::number(kept);
-        EXPECT_EQ(std::tuple(Var().JpegQty, w.f.lblJpegQty->Caption()), std::tuple(kept, text));
-        EXPECT_TRUE(w.box.Read("Tavix.Ini").contains("JPEGQTY=" + text.toLatin1() + "\r\n")) << "stored at once";
-    }
-}
-
 TEST(Movie, ArmedForWhatTheFreeSpaceAllowsOrRefusedWithTheResultsGone) {
     constexpr double kGiB = 1073741824.0;
     const auto usable = [](double gib) { return std::ceil(gib / 0.7 * kGiB) + 1; };  // free bytes giving that
     const struct {
-        const char* name;
         std::optional<double> free;
         int seconds, box = 0, answer = 0;  // seconds 0: not armed; answer: to the question on unsaved results
-        const char* mount = nullptr;
+        const char* fs = "ext4";           // of the one drive
         bool fromStill = false;
     } cases[] = {
-        {"m.avi", usable(3.9), 60},
-        {"m.avi", usable(5000), 900, 20030, vb::vbYes, nullptr, true},
-        {"m.avi", usable(2) - 2, 0, 20032},
-        {"m.avi", std::nullopt, 0, 20031},  // a folder not to be looked at
-        {"nas/m.avi", 100 * kGiB, 0, 20031, 0, "nfs"},
-        {"m.avi", 100 * kGiB, 0, 20030, vb::vbNo},
+        {usable(3.9), 60},
+        {usable(5000), 900, 20030, vb::vbYes, "ext4", true},
+        {usable(2) - 2, 0, 20032},
+        {std::nullopt, 0, 20031},  // a folder not to be looked at
+        {100 * kGiB, 0, 20031, 0, "nfs"},
+        {100 * kGiB, 0, 20030, vb::vbNo},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.name) + (c.mount ? c.mount : "") + std::to_string(c.free.value_or(-1)));
+        SCOPED_TRACE(std::string(c.fs) + std::to_string(c.free.value_or(-1)));
         Win w(0);
         tavix::frmMain& f = w.f;
-        QString mounts = QStringLiteral("/dev/sda1 / ext4 rw 0 0\n");
-        if (c.mount) mounts += QStringLiteral("srv:/x %1 %2 rw 0 0\n").arg(w.box.File("nas"), c.mount);
+        const QString mounts = QStringLiteral("/dev/sda1 / %1 rw 0 0\n").arg(QLatin1String(c.fs));
         vb::SetDriveProbe([&] { return mounts; }, [&](const QString&) { return c.free; });
         f.ResultCount = 1;
         f.ResultDirty = c.answer != 0;
         if (c.box) w.host.AnswerMsgBox(c.answer ? c.answer : vb::vbOK);
         if (c.fromStill) f.cmdPlayStop->Click();
-        const QString path = w.box.File(c.name);
+        const QString path = w.box.File("m.avi");
         w.Save(path);
         vb::SetDriveProbe({}, {});
         EXPECT_EQ(w.BoxAt(0), !c.box ? Box()
@@ -171,8 +164,7 @@ TEST(Movie, ArmedForWhatTheFreeSpaceAllowsOrRefusedWithTheResultsGone) {
                   std::tuple(c.seconds, path, Var().GuidanceTable[2][0], GST(20033, QString::number(c.seconds))));
         // Nothing that would stop the movie or leave it half made.
         EXPECT_TRUE(f.cmdPlayStop->Caption() == GST(11034) && f.cmdPlayStop->Enabled() && !QFileInfo::exists(path) &&
-                    !f.cmdPicSave->Enabled() && !f.cmdPicLoad->Enabled() && !f.fraScale->Enabled() &&
-                    !f.cmdExit->Enabled());
+                    !f.cmdPicSave->Enabled() && !f.cmdExit->Enabled());
     }
 }
 
