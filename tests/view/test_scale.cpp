@@ -59,13 +59,6 @@ constexpr struct {
     int x, y;
 } kPlaces[] = {{0, 1, 1}, {1, -1, 1}, {2, 1, -1}, {3, -1, -1}, {4, 0, 0}};
 
-// The colour at a point of the still's centred scale.
-QRgb At(const Win& w, double x, double y) {
-    const vb::PictureBox& s = *w.f.picStillView;
-    const QPoint client(qRound(x - s.ScaleLeft()), qRound(y - s.ScaleTop()));
-    return s.CanvasRect().contains(client) ? s.GetImage().pixel(client - s.CanvasRect().topLeft()) : 0;
-}
-
 // Over the test camera's 640 x 480, smaller and larger than the view, in twips.
 TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShownAndGoIntoTheStill) {
     Win w(1);
@@ -94,9 +87,8 @@ TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShownAndGoIntoTheStill) {
                                                 : ay - (visT + visB) / 2;
                 EXPECT_TRUE(std::abs(across) <= 1 && std::abs(down) <= 1) << across << ", " << down;
                 // The bar its length in twips; for two bars the vertical bar from its right end up.
-                const bool two = type == 1;
-                EXPECT_EQ((std::tuple(bar.Width(), vertical.Left(), two ? vertical.Top() : ay - lenY, top.Visible())),
-                          (std::tuple(100 / 2.5 * zoom * kTwips, ax, ay - lenY, two)));
+                EXPECT_EQ((std::tuple(bar.Width(), vertical.Left(), type ? vertical.Top() : ay - lenY, top.Visible())),
+                          (std::tuple(100 / 2.5 * zoom * kTwips, ax, ay - lenY, type == 1)));
             }
         }
     }
@@ -114,13 +106,6 @@ TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShownAndGoIntoTheStill) {
     EXPECT_FALSE(f.picScaleSize->Visible());
 }
 
-void Answer(frmScale& d, const char* x, const char* y, int type, int position) {
-    d.txtScaleLen[0]->SetText(QString::fromUtf8(x));
-    d.txtScaleLen[1]->SetText(QString::fromUtf8(y));
-    d.optAxis[type]->SetValue(true);
-    d.cboPosition->SetListIndex(position);
-}
-
 TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
     Win w;
     w.Open(QuarterPicture(200, 160));
@@ -131,7 +116,10 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
     for (const bool ok : {false, true}) {
         w.host.AnswerModal([ok](vb::Form& form) {
             auto& d = dynamic_cast<frmScale&>(form);
-            Answer(d, "40", "40", 0, 4);  // 16 pixels at zoom 1, at the centre
+            d.txtScaleLen[0]->SetText(QStringLiteral("40"));  // 16 pixels at zoom 1, at the centre
+            d.txtScaleLen[1]->SetText(QStringLiteral("40"));
+            d.optAxis[0]->SetValue(true);
+            d.cboPosition->SetListIndex(4);
             (ok ? d.cmdOK : d.cmdCancel)->Click();
         });
         w.f.chkScale->SetValue(1);
@@ -139,7 +127,7 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
         EXPECT_TRUE(ok || (ResultPixels(w.f) > 0 && Count(w.f.picStillView->GetImage()) == 0))
             << "Cancel repaints with the results";
     }
-    EXPECT_TRUE(At(w, -8, 0) == kMagenta && At(w, -28, 0) != kMagenta);
+    EXPECT_TRUE(w.Shown(-8, 0) == kMagenta && w.Shown(-28, 0) != kMagenta);
     w.f.chkScale->SetValue(0);
     EXPECT_TRUE(Count(w.f.picStillView->GetImage()) == 0 && ResultPixels(w.f) > 0);
 }
