@@ -148,7 +148,17 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
     }
 }
 
-TEST(Handling, EveryPictureButtonShowsItsCaptionAndKeyAsTooltip) {
+// Records the folder the open dialog starts in.
+struct StartFolder : vb::AnsweredOpen {
+    QString seen;
+    StartFolder() : AnsweredOpen(QString()) {}
+    bool ShowOpen(vb::CommonDialog& dlg, QWidget* owner) override {
+        seen = dlg.InitDir;
+        return AnsweredOpen::ShowOpen(dlg, owner);
+    }
+};
+
+TEST(Handling, ButtonsShowCaptionAndKeyAsTooltipAndDialogsStartInTheLastFolderAlsoAfterARestart) {
     Win w;
     int buttons = 0;
     for (vb::Control* c : w.f.Controls) {
@@ -162,20 +172,7 @@ TEST(Handling, EveryPictureButtonShowsItsCaptionAndKeyAsTooltip) {
         EXPECT_TRUE(tip.startsWith(b->Caption()) && tip.endsWith(QLatin1Char(')')) == keyed) << b->Name().toStdString();
     }
     EXPECT_EQ(buttons, 17);
-}
-
-// Records the folder the open dialog starts in.
-struct StartFolder : vb::AnsweredOpen {
-    QString seen;
-    StartFolder() : AnsweredOpen(QString()) {}
-    bool ShowOpen(vb::CommonDialog& dlg, QWidget* owner) override {
-        seen = dlg.InitDir;
-        return AnsweredOpen::ShowOpen(dlg, owner);
-    }
-};
-
-TEST(Handling, TheDialogsStartInTheFolderLastUsedAlsoAfterARestart) {
-    Win w;
+    // The dialogs start in the folder last used, also after a restart.
     QDir(w.box.Path()).mkdir(QStringLiteral("pics"));
     w.Open(QuarterPicture(40, 30), QStringLiteral("pics/a.bmp"));
     ASSERT_TRUE(tavix::WriteLastFolder());
