@@ -1,6 +1,5 @@
 // Cross lines placed by real pointer events that reach the still through the lines.
 #include "CrossLines.h"
-#include "ViewPan.h"
 #include "ViewWindow.h"
 
 namespace view_test {
@@ -30,7 +29,7 @@ struct CrossWin : Win {
 struct Step {
     char action;
     int x, y, mode, viewMode, guidance;
-    const char* shown;
+    std::string shown;
 };
 
 TEST(CrossLines, PlacingFromTheStillAndFromTheLiveViewInTheirColour) {
@@ -67,19 +66,18 @@ TEST(CrossLines, PlacingFromTheStillAndFromTheLiveViewInTheirColour) {
             else
                 w.Click(w.Mid({s.x, s.y}), left ? Qt::LeftButton : Qt::RightButton, s.action != 'K');
             if (left) placed[before - 10] = placed[s.mode == 11 ? 1 : before - 10] = w.InView({s.x, s.y});
-            const std::string shown = s.shown;
             const vb::TextBox& guidance = *f.txtComment[0];
             EXPECT_EQ(
                 std::tuple(int(f.CommandMode), int(f.ViewMode), guidance.Locked() ? guidance.Text() : QString(),
                            w.Shown(), f.chkCross->Value(), f.chkCross->Enabled() + 2 * f.cmdPicLoad->Enabled(),
                            f.picStillView->Visible()),
                 std::tuple(s.mode, s.viewMode, s.guidance == kNone ? QString() : Var().GuidanceTable[s.guidance][0],
-                           shown, int(!shown.empty()), placing ? 0 : 3, s.viewMode == 1));
+                           s.shown, int(!s.shown.empty()), placing ? 0 : 3, s.viewMode == 1));
             EXPECT_TRUE(s.action != 'M' || w.Crossing(s.mode - 10) == w.InView({s.x, s.y})) << "following the pointer";
             // Each pair shows in its colour over the still or the live picture, and a pair no
             // longer following the pointer stands where it was clicked.
             const QImage image = w.View()->grab().toImage();
-            for (const char k : shown) {
+            for (const char k : s.shown) {
                 EXPECT_EQ(image.pixel(w.Crossing(k - '0') + QPoint(8, 0)), kMagenta) << "pair " << k;
                 EXPECT_TRUE(!left || s.mode == 10 + k - '0' || w.Crossing(k - '0') == placed[k - '0']) << "pair " << k;
             }
