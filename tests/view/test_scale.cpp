@@ -6,7 +6,6 @@
 #include "CameraView.h"
 #include "ScaleOverlay.h"
 #include "StillDisplay.h"
-#include "ViewPan.h"
 #include "ViewWindow.h"
 #include "frmScale.h"
 
