@@ -17,10 +17,7 @@ struct CrossWin : Win {
     QPoint Crossing(int k) const { return {f.picCrossLineV[k]->Widget()->x(), f.picCrossLineH[k]->Widget()->y()}; }
     // The pairs standing, as "01".
     std::string Shown() const {
-        std::string s;
-        for (int k = 0; k < 2; ++k)
-            if (f.picCrossLineV[k]->Visible()) s += std::to_string(k);
-        return s;
+        return std::string(f.picCrossLineV[0]->Visible() ? "0" : "") + (f.picCrossLineV[1]->Visible() ? "1" : "");
     }
 };
 
