@@ -50,10 +50,9 @@ TEST(SavePicture, AtTheQualityItsDialogStoresByTheEndingWithTheCommentBesideOrRe
     // Cancel keeps the quality, OK stores it at once; the JPEG is saved at the last one.
     for (const auto& [value, ok, kept] :
          {std::tuple(40, false, 90), std::tuple(100, true, 100), std::tuple(10, true, 10)}) {
-        const int before = Var().JpegQty;
         w.host.AnswerModal([&](vb::Form& form) {
             auto& d = static_cast<tavix::frmJpegQty&>(form);
-            EXPECT_TRUE(d.Caption() == GST(12000) && d.sldJpegQty->Value() == before);
+            EXPECT_TRUE(d.Caption() == GST(12000) && d.sldJpegQty->Value() == Var().JpegQty);
             d.sldJpegQty->SetValue(value);
             (ok ? d.cmdOK : d.cmdCancel)->Click();
         });
