@@ -26,7 +26,7 @@
 #define MJPG V4L2_PIX_FMT_MJPEG
 #define CAPTURE V4L2_BUF_TYPE_VIDEO_CAPTURE
 
-// YUYV first; a camera of MJPG only has the modes from FirstMjpeg on.
+// YUYV first, then MJPG.
 static const struct {
     uint32_t fourcc, w, h, fps;
 } modes[] = {{YUYV, 640, 480, 30}, {YUYV, 1280, 720, 10}, {YUYV, 1920, 1080, 5},
@@ -61,7 +61,7 @@ enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 4, WbTemp =
 
 // Slot n is /fakecam/video(2n): a UVC camera's second node is its metadata node.
 static struct Device {
-    int present, generation, mjpegOnly, mode, values[ControlCount];
+    int present, generation, mode, values[ControlCount];
     struct Handle* streamer;  // the handle holding buffers
 } devices[2];
 
@@ -146,17 +146,17 @@ static uint32_t draw(unsigned char* out, int m, int seq) {
 // ---- Formats and controls ----
 
 // The nth mode of the camera in this format (and of this size, unless 0), or -1.
-static int find_mode(const struct Device* d, uint32_t fourcc, uint32_t nth, uint32_t w, uint32_t h) {
-    for (int m = d->mjpegOnly ? FirstMjpeg : 0; m < ModeCount; ++m)
+static int find_mode(uint32_t fourcc, uint32_t nth, uint32_t w, uint32_t h) {
+    for (int m = 0; m < ModeCount; ++m)
         if (modes[m].fourcc == fourcc && (!w || (modes[m].w == w && modes[m].h == h)) && nth-- == 0) return m;
     return -1;
 }
 
 // The mode a format request comes to: its fourcc (else the first), the nearest size.
-static int nearest_mode(const struct Device* d, uint32_t fourcc, int w, int h) {
-    if (find_mode(d, fourcc, 0, 0, 0) < 0) fourcc = modes[d->mjpegOnly ? FirstMjpeg : 0].fourcc;
+static int nearest_mode(uint32_t fourcc, int w, int h) {
+    if (find_mode(fourcc, 0, 0, 0) < 0) fourcc = YUYV;
     int best = -1;
-    for (int m = find_mode(d, fourcc, 0, 0, 0); m < ModeCount; ++m)
+    for (int m = find_mode(fourcc, 0, 0, 0); m < ModeCount; ++m)
         if (modes[m].fourcc == fourcc &&
             (best < 0 || labs((long)modes[m].w - w) + labs((long)modes[m].h - h) <
                              labs((long)modes[best].w - w) + labs((long)modes[best].h - h)))
@@ -297,7 +297,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     }
     case VIDIOC_ENUM_FMT: {
         struct v4l2_fmtdesc* f = arg;
-        const int m = (d->mjpegOnly ? FirstMjpeg : 0) + (int)f->index * FirstMjpeg;
+        const int m = (int)f->index * FirstMjpeg;
         if (f->type != CAPTURE || m >= ModeCount) return fail(EINVAL);
         *f = (struct v4l2_fmtdesc){.index = f->index,
                                    .type = CAPTURE,
@@ -308,14 +308,14 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     }
     case VIDIOC_ENUM_FRAMESIZES: {
         struct v4l2_frmsizeenum* s = arg;
-        const int m = find_mode(d, s->pixel_format, s->index, 0, 0);
+        const int m = find_mode(s->pixel_format, s->index, 0, 0);
         if (m < 0) return fail(EINVAL);
         s->type = V4L2_FRMSIZE_TYPE_DISCRETE, s->discrete.width = modes[m].w, s->discrete.height = modes[m].h;
         return 0;
     }
     case VIDIOC_ENUM_FRAMEINTERVALS: {
         struct v4l2_frmivalenum* iv = arg;
-        const int m = find_mode(d, iv->pixel_format, iv->index, iv->width, iv->height);
+        const int m = find_mode(iv->pixel_format, iv->index, iv->width, iv->height);
         if (m < 0) return fail(EINVAL);
         iv->type = V4L2_FRMIVAL_TYPE_DISCRETE, iv->discrete.numerator = 1, iv->discrete.denominator = modes[m].fps;
         return 0;
@@ -325,7 +325,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
         struct v4l2_format* f = arg;
         const struct v4l2_pix_format* p = &f->fmt.pix;
         if (f->type != CAPTURE) return fail(EINVAL);
-        const int m = nearest_mode(d, p->pixelformat, (int)p->width, (int)p->height);
+        const int m = nearest_mode(p->pixelformat, (int)p->width, (int)p->height);
         if (request == VIDIOC_S_FMT && d->streamer) return fail(EBUSY);
         if (request == VIDIOC_S_FMT) d->mode = m;
         describe(f, m);
@@ -518,8 +518,7 @@ void fakecam_plug(enum FakeCamVariant variant) {
         // A stream of the camera that was there hears at once that it is gone.
         if (d->streamer && d->streamer->streaming) arm(d->streamer, -1);
         d->streamer = NULL;
-        d->mjpegOnly = variant == FakeCamMjpegOnly;
-        d->mode = d->mjpegOnly ? FirstMjpeg : 0;
+        d->mode = 0;
         for (int i = 0; i < ControlCount; ++i) d->values[i] = controls[i].def;
     }
     refuse = 0, rate = 0, streamedOpens = 0;

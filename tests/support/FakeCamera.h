@@ -14,10 +14,9 @@ extern "C" {
 #define FAKECAM_NAME "Fake UVC Camera"
 
 enum FakeCamVariant {
-    FakeCamNone,       // nothing plugged (the start)
-    FakeCamUvc,        // YUYV 640x480@30, 1280x720@10, 1920x1080@5; MJPG at the same sizes @30
-    FakeCamMjpegOnly,  // the MJPG sizes only
-    FakeCamTwins,      // two FakeCamUvc of the same name: /fakecam/video0 and /fakecam/video2
+    FakeCamNone,   // nothing plugged (the start)
+    FakeCamUvc,    // YUYV 640x480@30, 1280x720@10, 1920x1080@5; MJPG at the same sizes @30
+    FakeCamTwins,  // two FakeCamUvc of the same name: /fakecam/video0 and /fakecam/video2
 };
 
 // Plugs the variant in afresh: controls at their defaults, first format, no fault.
