@@ -174,17 +174,13 @@ TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
 }
 
 // What GStreamer's PipeWire plugin lists for a V4L2 camera: its own device with the node
-// behind it in the properties, and an element that cannot reach the camera's controls.
-// They add nothing to their parents' instance and class.
+// behind it in the properties. Its element is never made: the camera's controls are reached
+// only through the node. They add nothing to their parents' instance and class.
 using PwDevice = GstDevice;
 using PwDeviceClass = GstDeviceClass;
 G_DEFINE_TYPE(PwDevice, pw_device, GST_TYPE_DEVICE)
 void pw_device_init(PwDevice*) {}
-void pw_device_class_init(PwDeviceClass* k) {
-    GST_DEVICE_CLASS(k)->create_element = [](GstDevice*, const gchar* name) {
-        return gst_element_factory_make("videotestsrc", name);
-    };
-}
+void pw_device_class_init(PwDeviceClass*) {}
 
 using PwProvider = GstDeviceProvider;
 using PwProviderClass = GstDeviceProviderClass;
