@@ -49,9 +49,6 @@ protected:
         GraphFileStore().LoadGraphFile(g, dir.filePath("cam.grf"));
         ASSERT_EQ(g.FilterCollection().size(), 1u);
     }
-    bool BoxShows(int r, int g, int b) {
-        return WaitFor([&] { return Near(box->GetImage().pixel(160, 200), qRgb(r, g, b)); });
-    }
 
     QTemporaryDir dir;
     vb::Form form;
@@ -66,7 +63,7 @@ TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
     graph.Render(*cam, cam->Pins().front());
     graph.SetOwner(box);
     graph.Run();
-    ASSERT_TRUE(BoxShows(255, 0, 0));
+    ASSERT_TRUE(WaitFor([&] { return Near(box->GetImage().pixel(160, 200), qRgb(255, 0, 0)); }));
     EXPECT_EQ(graph.GetVideoSize(), QSize(640, 480));
     graph.Pause();
     const QImage image = graph.GetCurrentImage();
@@ -169,23 +166,23 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
         testing_support::ScriptedDialogHost host;
         host.AnswerModal([&](vb::Form& form) {
             auto find = [&](const char* name, int i) { return form.FindControl(name, i); };
-            auto* exposureMode = dynamic_cast<vb::ComboBox*>(find("cboControl", 6));
-            auto* exposure = dynamic_cast<vb::Slider*>(find("sldControl", 7));
+            auto* exposureMode = dynamic_cast<vb::ComboBox*>(find("cboControl", 2));
+            auto* exposure = dynamic_cast<vb::Slider*>(find("sldControl", 3));
             auto* defaults = dynamic_cast<vb::CommandButton*>(find("cmdDefaults", -1));
-            ASSERT_TRUE(exposureMode && exposure && defaults && find("chkControl", 8));
+            ASSERT_TRUE(exposureMode && exposure && defaults && find("chkControl", 4));
             QString kinds;  // a row per control, of its kind: integer, boolean or menu
             for (int i = 0; find("lblControl", i); ++i)
                 kinds += find("sldControl", i) ? u'I' : find("chkControl", i) ? u'B' : u'M';
-            EXPECT_EQ(kinds, "IIIBMIMIB");
+            EXPECT_EQ(kinds, "IBMIB");
             // The menu without the camera's gaps, at the entry of the value; read-only greyed.
             EXPECT_EQ(std::tuple(exposureMode->ListCount(), exposureMode->List(1), exposureMode->ListIndex(),
-                                 find("chkControl", 8)->Enabled()),
+                                 find("chkControl", 4)->Enabled()),
                       std::tuple(2, QString("Aperture Priority Mode"), 1, false));
             EXPECT_FALSE(exposure->Enabled());
             exposureMode->SetListIndex(0);
             EXPECT_TRUE(exposure->Enabled());
             exposure->SetValue(100);
-            EXPECT_EQ(find("lblValue", 7)->Caption(), "100");
+            EXPECT_EQ(find("lblValue", 3)->Caption(), "100");
             dynamic_cast<vb::Slider*>(find("sldControl", 0))->SetValue(20);
             defaults->Click();
             EXPECT_EQ(std::tuple(ValueOf(g, *cam, "brightness"), ValueOf(g, *cam, "exposure_time__absolute"),

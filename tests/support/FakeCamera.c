@@ -45,11 +45,7 @@ static const struct Control {
 } controls[] = {
     {V4L2_CID_USER_CLASS, "User Controls", Class, {0}},
     {V4L2_CID_BRIGHTNESS, "Brightness", Int, -64, 64, 1, 0, 0, {0}},
-    {V4L2_CID_CONTRAST, "Contrast", Int, 0, 95, 1, 32, 0, {0}},
-    {V4L2_CID_SATURATION, "Saturation", Int, 0, 100, 1, 64, 0, {0}},
     {V4L2_CID_AUTO_WHITE_BALANCE, "White Balance, Automatic", Bool, 0, 1, 1, 1, 0, {0}},
-    {V4L2_CID_POWER_LINE_FREQUENCY, "Power Line Frequency", Menu, 0, 2, 1, 1, 0, {"Disabled", "50 Hz", "60 Hz"}},
-    {V4L2_CID_WHITE_BALANCE_TEMPERATURE, "White Balance Temperature", Int, 2800, 6500, 10, 4600, 0, {0}},
     {V4L2_CID_CAMERA_CLASS, "Camera Controls", Class, {0}},
     // clang-format off
     {V4L2_CID_EXPOSURE_AUTO, "Auto Exposure", Menu, 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
@@ -57,7 +53,7 @@ static const struct Control {
     {V4L2_CID_EXPOSURE_ABSOLUTE, "Exposure Time, Absolute", Int, 3, 2047, 1, 250, 0, {0}},
     {V4L2_CID_PRIVACY, "Privacy", Bool, 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
-enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 4, WbTemp = 6, ExpAuto = 8, ExpAbs = 9 };
+enum { ControlCount = sizeof controls / sizeof controls[0], ExpAuto = 4, ExpAbs = 5 };
 
 // Slot n is /fakecam/video(2n): a UVC camera's second node is its metadata node.
 static struct Device {
@@ -152,16 +148,10 @@ static int find_mode(uint32_t fourcc, uint32_t nth, uint32_t w, uint32_t h) {
     return -1;
 }
 
-// The mode a format request comes to: its fourcc (else the first), the nearest size.
-static int nearest_mode(uint32_t fourcc, int w, int h) {
-    if (find_mode(fourcc, 0, 0, 0) < 0) fourcc = YUYV;
-    int best = -1;
-    for (int m = find_mode(fourcc, 0, 0, 0); m < ModeCount; ++m)
-        if (modes[m].fourcc == fourcc &&
-            (best < 0 || labs((long)modes[m].w - w) + labs((long)modes[m].h - h) <
-                             labs((long)modes[best].w - w) + labs((long)modes[best].h - h)))
-            best = m;
-    return best;
+// The mode a format request comes to: its own, else the first of its format, else the first.
+static int nearest_mode(uint32_t fourcc, uint32_t w, uint32_t h) {
+    const int m = find_mode(fourcc, 0, w, h) >= 0 ? find_mode(fourcc, 0, w, h) : find_mode(fourcc, 0, 0, 0);
+    return m >= 0 ? m : 0;
 }
 
 static void describe(struct v4l2_format* f, int m) {
@@ -190,7 +180,7 @@ static int control_index(uint32_t id) {
 
 // The camera stalls a request for a control its automatic mode owns.
 static uint32_t control_flags(const struct Device* d, int i) {
-    const int owned = (i == WbTemp && d->values[WbAuto]) || (i == ExpAbs && d->values[ExpAuto] != 1);
+    const int owned = i == ExpAbs && d->values[ExpAuto] != 1;
     return controls[i].flags | (owned ? V4L2_CTRL_FLAG_INACTIVE : 0);
 }
 
@@ -325,7 +315,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
         struct v4l2_format* f = arg;
         const struct v4l2_pix_format* p = &f->fmt.pix;
         if (f->type != CAPTURE) return fail(EINVAL);
-        const int m = nearest_mode(p->pixelformat, (int)p->width, (int)p->height);
+        const int m = nearest_mode(p->pixelformat, p->width, p->height);
         if (request == VIDIOC_S_FMT && d->streamer) return fail(EBUSY);
         if (request == VIDIOC_S_FMT) d->mode = m;
         describe(f, m);
