@@ -1,33 +1,26 @@
-// The camera's graph at start-up, the live view at a zoom, the still taken from it, the
-// blinking icon, the settings button, on the fake UVC camera opened by its name; a camera
-// that is refused, lost and plugged in again, or listed by PipeWire too.
+// The camera at start-up and the still's results, on the fake UVC camera opened by its name;
+// a camera that is refused, lost and plugged in again, or listed by PipeWire too.
 #include <gst/gst.h>
 
 #include <QCoreApplication>
 #include <functional>
 #include <gtest/gtest.h>
 
-#include "CameraView.h"
 #include "CommonModule.h"
 #include "FakeCamera.h"
 #include "Filter.h"
 #include "Graph.h"
 #include "StartedMain.h"
-#include "Startup.h"
 #include "V4l2Controls.h"
-#include "ViewGeometry.h"
-#include "Wiring.h"
 
 using tavix::GST;
 using testing_support::CameraMain;
-using testing_support::kQuarterColors;
 using testing_support::Sandbox;
 using testing_support::ScriptedDialogHost;
 using Prepare = std::function<void(Sandbox&, ScriptedDialogHost&)>;
 
 namespace {
 
-constexpr double kTwips = 15;
 const QString kGrf = QStringLiteral("Tavix.grf");
 const QByteArray kFakeVga = "device=/fakecam/video0\r\nwidth=640\r\nheight=480\r\nformat=YUY2\r\n";
 
