@@ -124,7 +124,6 @@ static uint32_t draw(unsigned char* out, int m, int seq) {
         jpeg_mem_dest(&c, &j->data, &j->size);
         c.image_width = modes[m].w, c.image_height = modes[m].h, c.input_components = 3, c.in_color_space = JCS_RGB;
         jpeg_set_defaults(&c);
-        jpeg_set_quality(&c, 90, TRUE);
         jpeg_start_compress(&c, TRUE);
         unsigned char* row = malloc((size_t)w * 3);
         for (int y = 0; y < h; ++y) {
@@ -293,7 +292,6 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
                                    .type = CAPTURE,
                                    .pixelformat = modes[m].fourcc,
                                    .flags = modes[m].fourcc == YUYV ? 0 : V4L2_FMT_FLAG_COMPRESSED};
-        snprintf((char*)f->description, sizeof f->description, "%s", f->flags ? "Motion-JPEG" : "YUYV 4:2:2");
         return 0;
     }
     case VIDIOC_ENUM_FRAMESIZES: {
