@@ -161,23 +161,23 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
         testing_support::ScriptedDialogHost host;
         host.AnswerModal([&](vb::Form& form) {
             auto find = [&](const char* name, int i) { return form.FindControl(name, i); };
-            auto* exposureMode = dynamic_cast<vb::ComboBox*>(find("cboControl", 2));
-            auto* exposure = dynamic_cast<vb::Slider*>(find("sldControl", 3));
+            auto* exposureMode = dynamic_cast<vb::ComboBox*>(find("cboControl", 3));
+            auto* exposure = dynamic_cast<vb::Slider*>(find("sldControl", 4));
             auto* defaults = dynamic_cast<vb::CommandButton*>(find("cmdDefaults", -1));
-            ASSERT_TRUE(exposureMode && exposure && defaults && find("chkControl", 4));
+            ASSERT_TRUE(exposureMode && exposure && defaults && find("chkControl", 5));
             QString kinds;  // a row per control, of its kind: integer, boolean or menu
             for (int i = 0; find("lblControl", i); ++i)
                 kinds += find("sldControl", i) ? u'I' : find("chkControl", i) ? u'B' : u'M';
-            EXPECT_EQ(kinds, "IBMIB");
+            EXPECT_EQ(kinds, "IBIMIB");
             // The menu without the camera's gaps, at the entry of the value; read-only greyed.
             EXPECT_EQ(std::tuple(exposureMode->ListCount(), exposureMode->List(1), exposureMode->ListIndex(),
-                                 find("chkControl", 4)->Enabled()),
+                                 find("chkControl", 5)->Enabled()),
                       std::tuple(2, QString("Aperture Priority Mode"), 1, false));
             EXPECT_FALSE(exposure->Enabled());
             exposureMode->SetListIndex(0);
             EXPECT_TRUE(exposure->Enabled());
             exposure->SetValue(100);
-            EXPECT_EQ(find("lblValue", 3)->Caption(), "100");
+            EXPECT_EQ(find("lblValue", 4)->Caption(), "100");
             dynamic_cast<vb::Slider*>(find("sldControl", 0))->SetValue(20);
             defaults->Click();
             EXPECT_EQ(std::tuple(ValueOf(g, *cam, "brightness"), ValueOf(g, *cam, "exposure_time__absolute"),

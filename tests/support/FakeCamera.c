@@ -46,6 +46,7 @@ static const struct Control {
     {V4L2_CID_USER_CLASS, "User Controls", Class, {0}},
     {V4L2_CID_BRIGHTNESS, "Brightness", Int, -64, 64, 1, 0, 0, {0}},
     {V4L2_CID_AUTO_WHITE_BALANCE, "White Balance, Automatic", Bool, 0, 1, 1, 1, 0, {0}},
+    {V4L2_CID_WHITE_BALANCE_TEMPERATURE, "White Balance Temperature", Int, 2800, 6500, 10, 4600, 0, {0}},
     {V4L2_CID_CAMERA_CLASS, "Camera Controls", Class, {0}},
     // clang-format off
     {V4L2_CID_EXPOSURE_AUTO, "Auto Exposure", Menu, 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
@@ -53,7 +54,7 @@ static const struct Control {
     {V4L2_CID_EXPOSURE_ABSOLUTE, "Exposure Time, Absolute", Int, 3, 2047, 1, 250, 0, {0}},
     {V4L2_CID_PRIVACY, "Privacy", Bool, 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
-enum { ControlCount = sizeof controls / sizeof controls[0], ExpAuto = 4, ExpAbs = 5 };
+enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 2, WbTemp = 3, ExpAuto = 5, ExpAbs = 6 };
 
 // Slot n is /fakecam/video(2n): a UVC camera's second node is its metadata node.
 static struct Device {
@@ -179,7 +180,7 @@ static int control_index(uint32_t id) {
 
 // The camera stalls a request for a control its automatic mode owns.
 static uint32_t control_flags(const struct Device* d, int i) {
-    const int owned = i == ExpAbs && d->values[ExpAuto] != 1;
+    const int owned = (i == WbTemp && d->values[WbAuto]) || (i == ExpAbs && d->values[ExpAuto] != 1);
     return controls[i].flags | (owned ? V4L2_CTRL_FLAG_INACTIVE : 0);
 }
 
