@@ -115,9 +115,11 @@ TEST(CameraView, ResultsOfTheStillAreClearedOnlyWhenTheUserAgrees) {
 // and brought back by the play button with its format and settings.
 TEST(CameraFaults, ALostCameraComesBackWithItsSettingsWhenPluggedInAgain) {
     CameraMain m(
-        OnFakeCamera("device=/fakecam/video2\r\nwidth=1280\r\nheight=720\r\nformat=MJPG\r\ncontrol.brightness=10\r\n",
+        OnFakeCamera("device=/fakecam/video2\r\nwidth=1280\r\nheight=720\r\nformat=MJPG\r\n"
+                     "control.brightness=10\r\ncontrol.privacy=1\r\n",
                      {}, FakeCamTwins));
     ASSERT_TRUE(m.started && m.WaitFrame());
+    EXPECT_TRUE(m.Logged("LoadGraphFile:Control Not Taken.(privacy=1, now 0)")) << "a read-only control";
     const QString lost = GST(20108, QString());
     const struct {
         const char* name;

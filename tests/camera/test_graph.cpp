@@ -134,18 +134,6 @@ TEST(CameraFormats, ChooseFormat) {
         EXPECT_TRUE(ChooseFormat(c.asked, c.offered) == c.expected) << c.asked.Width << c.asked.Format.toStdString();
 }
 
-// Stored in the file's order, the exposure would be refused while the mode is still automatic;
-// a read-only control keeps its value.
-TEST_F(GraphTest, StoredControlsOfTheFakeCameraComeBackAfterTheirModes) {
-    fakecam_plug(FakeCamUvc);
-    Load(graph,
-         "camera=" FAKECAM_NAME "\ncontrol.exposure_time__absolute=100\ncontrol.auto_exposure=1\ncontrol.privacy=1\n");
-    FilterInfo& cam = *graph.FilterCollection().front();
-    EXPECT_EQ(std::tuple(ValueOf(graph, cam, "exposure_time__absolute"), ValueOf(graph, cam, "auto_exposure"),
-                         ValueOf(graph, cam, "privacy")),
-              std::tuple(100, 1, 0));
-}
-
 // The dialog on a real camera's controls and formats; Cancel takes back all it did.
 TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
     for (const bool ok : {false, true}) {
