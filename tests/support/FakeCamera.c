@@ -8,7 +8,6 @@
 #include <glib-object.h>
 #include <stdio.h>  // before jpeglib.h, which needs FILE
 #include <jpeglib.h>
-#include <linux/version.h>
 #include <linux/videodev2.h>
 #include <pthread.h>
 #include <stdint.h>
@@ -18,7 +17,6 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/timerfd.h>
-#include <time.h>
 #include <unistd.h>
 
 #define PREFIX "/fakecam/video"
@@ -201,13 +199,10 @@ static int query_control(const struct Device* d, struct v4l2_queryctrl* q) {
 static int set_control(struct Device* d, struct v4l2_control* v) {
     const int i = control_index(v->id);
     if (i < 0) return fail(EINVAL);
-    const struct Control* c = &controls[i];
     const uint32_t flags = control_flags(d, i);
     if (flags & V4L2_CTRL_FLAG_READ_ONLY) return fail(EACCES);
     if (flags & V4L2_CTRL_FLAG_INACTIVE) return fail(EIO);
-    int value = v->value;
-    value = value < c->min ? c->min : value > c->max ? c->max : value;
-    d->values[i] = c->min + (value - c->min) / c->step * c->step;
+    d->values[i] = v->value;
     return 0;
 }
 
@@ -279,7 +274,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
         const uint32_t caps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING | V4L2_CAP_EXT_PIX_FORMAT;
         *cap = (struct v4l2_capability){.driver = "uvcvideo",
                                         .card = FAKECAM_NAME,
-                                        .version = KERNEL_VERSION(6, 1, 0),
+                                        .version = 0x060100,
                                         .capabilities = caps | V4L2_CAP_META_CAPTURE | V4L2_CAP_DEVICE_CAPS,
                                         .device_caps = caps};
         snprintf((char*)cap->bus_info, sizeof cap->bus_info, "usb-0000:00:14.0-%d", h->dev + 1);
