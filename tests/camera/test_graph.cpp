@@ -122,7 +122,6 @@ TEST(CameraFormats, ChooseFormat) {
         std::vector<CameraFormat> offered;
         CameraFormat asked, expected;
     } cases[] = {
-        {uvc, {}, {1920, 1080, "MJPG", 30, 1}},
         {raw30, {}, {1280, 720, "YUY2", 30, 1}},
         {slow, {}, {1280, 720, "MJPG", 20, 1}},
         {ntsc, {}, {1920, 1080, "NV12", 30000, 1001}},
