@@ -185,10 +185,9 @@ void pw_provider_class_init(PwProviderClass* k) {
     gst_device_provider_class_set_static_metadata(GST_DEVICE_PROVIDER_CLASS(k), "PipeWire", "Source/Video", "test",
                                                   "Tavix");
     GST_DEVICE_PROVIDER_CLASS(k)->probe = [](GstDeviceProvider*) {
-        GstStructure* props =
-            gst_structure_new("pipewire-proplist", "device.api", G_TYPE_STRING, "v4l2", "api.v4l2.path", G_TYPE_STRING,
-                              "/fakecam/video0", "object.path", G_TYPE_STRING, "v4l2:/fakecam/video0", nullptr);
-        GstCaps* caps = gst_caps_from_string("video/x-raw; image/jpeg");
+        GstStructure* props = gst_structure_new("pipewire-proplist", "api.v4l2.path", G_TYPE_STRING, "/fakecam/video0",
+                                                "object.path", G_TYPE_STRING, "v4l2:/fakecam/video0", nullptr);
+        GstCaps* caps = gst_caps_new_any();
         gpointer device = g_object_new(pw_device_get_type(), "display-name", FAKECAM_NAME, "device-class",
                                        "Video/Source", "caps", caps, "properties", props, nullptr);
         gst_caps_unref(caps);
