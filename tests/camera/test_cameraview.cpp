@@ -86,6 +86,8 @@ TEST(CameraView, MissingElementIsNamedInABoxAndTheLog) {
 }
 
 TEST(CameraView, ResultsOfTheStillAreClearedOnlyWhenTheUserAgrees) {
+    CameraMain m(OnFakeCamera());
+    ASSERT_TRUE(m.started && m.WaitFrame());
     const struct {
         const char* name;
         bool dirty;
@@ -97,18 +99,16 @@ TEST(CameraView, ResultsOfTheStillAreClearedOnlyWhenTheUserAgrees) {
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.name);
-        CameraMain m(OnFakeCamera());
-        ASSERT_TRUE(m.started && m.WaitFrame());
-        m.f.cmdPlayStop->Click();
+        if (m.f.ViewMode == tavix::ViewMode::Live) m.f.cmdPlayStop->Click();
         m.f.ResultCount = 1, m.f.ResultDirty = r.dirty;
         if (r.answer) m.host.AnswerMsgBox(r.answer);
         m.f.cmdPlayStop->Click();
         EXPECT_EQ(std::pair(int(m.f.ViewMode), int(m.f.ResultCount)), std::pair(r.viewMode, r.results));
-        ASSERT_EQ(m.host.Boxes.size(), r.answer ? 1u : 0u);
-        for (const auto& b : m.host.Boxes)
-            EXPECT_EQ(std::tuple(b.Prompt, b.Buttons, b.Title),
-                      std::tuple(GST(20040), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(11041)));
     }
+    ASSERT_EQ(m.host.Boxes.size(), 2u);  // a question for each unsaved row only
+    for (const auto& b : m.host.Boxes)
+        EXPECT_EQ(std::tuple(b.Prompt, b.Buttons, b.Title),
+                  std::tuple(GST(20040), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(11041)));
 }
 
 // Of two cameras of one name, the stored one; lost in the live view, its last frame the still,
