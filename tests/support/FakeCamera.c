@@ -94,24 +94,16 @@ static int node_of(const char* path) {
 
 // ---- The picture ----
 
-static const unsigned char rgb[5][3] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 255}, {0, 0, 0}};
-static int color_at(int x, int y, int w, int h, int seq) {
-    return y < 16 && x / 16 == seq % Markers ? 4 : (y >= h / 2) * 2 + (x >= w / 2);
-}
+// Grey, but for the marker: black.
+static unsigned char luma_at(int x, int y, int seq) { return y < 16 && x / 16 == seq % Markers ? 16 : 128; }
 
 // Draws the frame of this sequence number in mode m to out; gives its size. A JPEG is
 // encoded once per size and marker place, on first use.
 static uint32_t draw(unsigned char* out, int m, int seq) {
     const int w = (int)modes[m].w, h = (int)modes[m].h;
     if (modes[m].fourcc == YUYV) {
-        // The colours above in BT.601 limited range, which GStreamer assumes for an sRGB camera.
-        static const unsigned char yuv[5][3] = {
-            {81, 90, 240}, {145, 54, 34}, {41, 240, 110}, {235, 128, 128}, {16, 128, 128}};
         for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; x += 2, out += 4) {
-                const unsigned char* c = yuv[color_at(x, y, w, h, seq)];
-                out[0] = out[2] = c[0], out[1] = c[1], out[3] = c[2];
-            }
+            for (int x = 0; x < w; x += 2, out += 4) out[0] = out[2] = luma_at(x, y, seq), out[1] = out[3] = 128;
         return (uint32_t)(w * h * 2);
     }
     struct Jpeg* j = &jpegs[m][seq % Markers];
@@ -126,7 +118,7 @@ static uint32_t draw(unsigned char* out, int m, int seq) {
         jpeg_start_compress(&c, TRUE);
         unsigned char* row = malloc((size_t)w * 3);
         for (int y = 0; y < h; ++y) {
-            for (int x = 0; x < w; ++x) memcpy(row + 3 * x, rgb[color_at(x, y, w, h, seq)], 3);
+            for (int x = 0; x < w * 3; ++x) row[x] = luma_at(x / 3, y, seq);
             jpeg_write_scanlines(&c, &row, 1);
         }
         free(row);

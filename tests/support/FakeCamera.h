@@ -4,9 +4,8 @@
 // nodes under /fakecam/ (which exist nowhere on disk) for Tavix, v4l2src and GStreamer's
 // device monitor alike, and the monitor's udev query lists them. Other paths pass through.
 //
-// Every frame shows four quarters, red top left, green top right, blue bottom left, white
-// bottom right, with a black 16x16 square in the top row at x = 16 * (sequence % 8), so
-// that frames can be told apart. MJPG frames are real JPEGs of the same picture.
+// Every frame is grey with a black 16x16 square in the top row at x = 16 * (sequence % 8),
+// so that frames can be told apart. MJPG frames are real JPEGs of the same picture.
 #ifdef __cplusplus
 extern "C" {
 #endif
