@@ -37,11 +37,6 @@ int ValueOf(FilterGraph& graph, FilterInfo& f, const QString& id) {
 
 class GraphTest : public ::testing::Test {
 protected:
-    GraphTest() : form("frmGraphTest") {
-        form.SetClientSize(400 * 15, 300 * 15);
-        box = new vb::PictureBox(form, &form, "picCameraView", -1, true, false);
-        box->Move(0, 0, 320 * 15, 240 * 15);
-    }
     ~GraphTest() override { fakecam_plug(FakeCamNone); }
     // A graph file of these lines, loaded.
     void Load(FilterGraph& g, const QByteArray& lines) {
@@ -51,8 +46,6 @@ protected:
     }
 
     QTemporaryDir dir;
-    vb::Form form;
-    vb::PictureBox* box;
     FilterGraph graph;
 };
 
@@ -61,6 +54,10 @@ TEST_F(GraphTest, FramesReachTheBoxAndPauseKeepsTheNewest) {
     ASSERT_NE(cam, nullptr);
     graph.SetControl(*cam, "pattern", 5);  // red
     graph.Render(*cam, cam->Pins().front());
+    vb::Form form("frmGraphTest");
+    form.SetClientSize(400 * 15, 300 * 15);
+    auto* box = new vb::PictureBox(form, &form, "picCameraView", -1, true, false);
+    box->Move(0, 0, 320 * 15, 240 * 15);  // smaller than the frames
     graph.SetOwner(box);
     graph.Run();
     ASSERT_TRUE(WaitFor([&] { return Near(box->GetImage().pixel(160, 200), qRgb(255, 0, 0)); }));
@@ -142,7 +139,6 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
         FilterInfo* cam = AddByName(g, FAKECAM_NAME);
         ASSERT_NE(cam, nullptr);
         g.Render(*cam, cam->Pins().front());
-        g.SetOwner(box);
         g.Run();
         ASSERT_TRUE(WaitFor([&] { return !g.GetCurrentImage().isNull(); }));
         testing_support::ScriptedDialogHost host;
