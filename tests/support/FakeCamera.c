@@ -15,7 +15,6 @@
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
 
@@ -269,7 +268,6 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
                                         .version = 0x060100,
                                         .capabilities = caps | V4L2_CAP_META_CAPTURE | V4L2_CAP_DEVICE_CAPS,
                                         .device_caps = caps};
-        snprintf((char*)cap->bus_info, sizeof cap->bus_info, "usb-0000:00:14.0-%d", h->dev + 1);
         return 0;
     }
     case VIDIOC_ENUM_FMT: {
@@ -438,7 +436,7 @@ int stat64(const char* path, struct stat64* st) {
     if (node < 0) return ((int (*)(const char*, struct stat64*))next("stat64"))(path, st);
     if (!devices[node].present) return fail(ENOENT);
     memset(st, 0, sizeof *st);
-    st->st_mode = S_IFCHR | 0660, st->st_rdev = makedev(81, (unsigned)node * 2);
+    st->st_mode = S_IFCHR | 0660;
     return 0;
 }
 
