@@ -2,14 +2,11 @@
 // a camera that is refused, lost and plugged in again, or listed by PipeWire too.
 #include <gst/gst.h>
 
-#include <QCoreApplication>
-#include <functional>
 #include <gtest/gtest.h>
 
 #include "CommonModule.h"
 #include "FakeCamera.h"
 #include "Filter.h"
-#include "Graph.h"
 #include "StartedMain.h"
 #include "V4l2Controls.h"
 

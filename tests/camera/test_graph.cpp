@@ -1,6 +1,6 @@
-// The camera graph against the built-in test camera: catalogue, frames in the picture box,
-// pixels of each camera format, the graph file and its errors, stream errors; and the V4L2
-// controls, formats and settings dialog of the fake UVC camera.
+// The camera graph against the built-in test camera: frames in the picture box, pixels of
+// each camera format, stream errors; the choice of a format; and the settings dialog of the
+// fake UVC camera.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
@@ -8,12 +8,9 @@
 #include <QThread>
 
 #include "CameraFormats.h"
-#include "Errors.h"
 #include "FakeCamera.h"
 #include "Form.h"
-#include "Graph.h"
 #include "PictureBox.h"
-#include "ScriptedDialogHost.h"
 #include "StartedMain.h"
 
 using namespace tavix::cam;

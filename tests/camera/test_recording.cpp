@@ -4,7 +4,6 @@
 // ended, repaired.
 #include <gst/gst.h>
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QRegularExpression>
