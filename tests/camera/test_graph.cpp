@@ -104,9 +104,6 @@ TEST_F(GraphTest, StreamErrorReachesTheUiThread) {
 }
 
 TEST(CameraFormats, ChooseFormat) {
-    const std::vector<CameraFormat> uvc{{1920, 1080, "YUY2", 5, 1}, {1280, 720, "YUY2", 10, 1},
-                                        {640, 480, "YUY2", 30, 1},  {1920, 1080, "MJPG", 30, 1},
-                                        {1280, 720, "MJPG", 30, 1}, {640, 480, "MJPG", 30, 1}};
     const std::vector<CameraFormat> raw30{
         {1280, 720, "MJPG", 30, 1}, {1280, 720, "YUY2", 30, 1}, {640, 480, "MJPG", 60, 1}};
     const std::vector<CameraFormat> slow{
@@ -119,8 +116,8 @@ TEST(CameraFormats, ChooseFormat) {
         {raw30, {}, {1280, 720, "YUY2", 30, 1}},
         {slow, {}, {1280, 720, "MJPG", 20, 1}},
         {ntsc, {}, {1920, 1080, "NV12", 30000, 1001}},
-        {uvc, {1280, 720, "", 10, 1}, {1280, 720, "YUY2", 10, 1}},
-        {uvc, {800, 600, "YUY2"}, {1920, 1080, "MJPG", 30, 1}},
+        {slow, {1280, 720, "", 10, 1}, {1280, 720, "YUY2", 10, 1}},
+        {slow, {800, 600, "YUY2"}, {1280, 720, "MJPG", 20, 1}},  // as on a first start
         {{}, {800, 600, ""}, {800, 600, ""}},
     };
     for (const auto& c : cases)
