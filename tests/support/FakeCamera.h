@@ -4,9 +4,8 @@
 // nodes under /fakecam/ (which exist nowhere on disk) for Tavix, v4l2src and GStreamer's
 // device monitor alike, and the monitor's udev query lists them. Other paths pass through.
 //
-// Every frame shows four quarters, red top left, green top right, blue bottom left, white
-// bottom right, with a black 16x16 square in the top row at x = 16 * (sequence % 8), so
-// that frames can be told apart. MJPG frames are real JPEGs of the same picture.
+// Every frame is grey with a black 16x16 square in the top row at x = 16 * (sequence % 8),
+// so that frames can be told apart. MJPG frames are real JPEGs of the same picture.
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -14,10 +13,9 @@ extern "C" {
 #define FAKECAM_NAME "Fake UVC Camera"
 
 enum FakeCamVariant {
-    FakeCamNone,       // nothing plugged (the start)
-    FakeCamUvc,        // YUYV 640x480@30, 1280x720@10, 1920x1080@5; MJPG at the same sizes @30
-    FakeCamMjpegOnly,  // the MJPG sizes only
-    FakeCamTwins,      // two FakeCamUvc of the same name: /fakecam/video0 and /fakecam/video2
+    FakeCamNone,   // nothing plugged (the start)
+    FakeCamUvc,    // YUYV 640x480@30, 1280x720@10, 1920x1080@5; MJPG at the same sizes @30
+    FakeCamTwins,  // two FakeCamUvc of the same name: /fakecam/video0 and /fakecam/video2
 };
 
 // Plugs the variant in afresh: controls at their defaults, first format, no fault.
