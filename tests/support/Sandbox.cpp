@@ -32,9 +32,8 @@ Sandbox::~Sandbox() { vb::App::SetPath(previousPath_); }
 
 QStringList Sandbox::LogTexts() const {
     static const QRegularExpression stamp(QStringLiteral("^\\d{4}/\\d{2}/\\d{2} \\d{2}:\\d{2}:\\d{2} "));
-    QStringList texts =
-        QString::fromUtf8(Read(QStringLiteral("Error.Log"))).split(QRegularExpression(QStringLiteral("\r?\n")));
-    texts.removeAll(QString());
+    QStringList texts = QString::fromUtf8(Read(QStringLiteral("Error.Log")))
+                            .split(QRegularExpression(QStringLiteral("\r?\n")), Qt::SkipEmptyParts);
     for (QString& line : texts) {
         EXPECT_TRUE(line.contains(stamp)) << "log line without its time: " << line.toStdString();
         line.remove(stamp);
