@@ -38,17 +38,13 @@ const std::tuple<const char*, FaultKind, long long, int, int> kFaults[] = {
     {"folder removed", kFolderGone, 0, 0, 76},
 };
 
-// A picture opened, to be saved with its results.
-void OpenPicture(Window& w) {
+// A picture opened, with a result to be saved with it.
+void PictureWithResult(Window& w) {
     const QString path = w.box.File("opened.png");
     ASSERT_TRUE(testing_support::QuarterPicture(160, 120).save(path));
     w.host.AnswerFile(path);
     tavix::cmdPicLoad_Click(w.f);
     w.f.chkMeasureSave->SetValue(1);
-}
-
-void PictureWithResult(Window& w) {
-    OpenPicture(w);
     w.f.CommandMode = tavix::CommandMode::Distance;
     w.f.WorkPoints = {{}, {0, 0}, {30, 40}};
     tavix::AddMeasureResult(w.f);
@@ -56,16 +52,14 @@ void PictureWithResult(Window& w) {
 }
 
 using BoxText = std::function<QString(Window&, int n)>;
-BoxText Text(int number) {
-    return [=](Window&, int) { return GST(number); };
-}
-BoxText NamesFile(const char* name) {
+const auto Text = [](int number) -> BoxText { return [=](Window&, int) { return GST(number); }; };
+const auto NamesFile = [](const char* name) -> BoxText {
     return [=](Window& w, int) { return GST(20034, w.box.File(name)); };
-}
+};
 // The still saved under name.
-std::function<void(Window&)> Save(const char* name) {
+const auto Save = [](const char* name) -> std::function<void(Window&)> {
     return [=](Window& w) { w.host.AnswerFile(w.box.File(name)), w.f.cmdPicSave->Click(); };
-}
+};
 bool StillDirty(Window& w) { return w.f.ResultDirty && w.f.ResultCount == 1; }
 
 struct Target {
@@ -81,8 +75,7 @@ struct Target {
 
 // clang-format off
 const Target kTargets[] = {
-    {"Tavix.Ini", 3, [](Window&) { Var().JpegQty = 55; }, [](Window& w) { bool cancel = false; tavix::Form_Unload(w.f, cancel); },
-     nullptr, [](Window&) { return true; }, 0,
+    {"Tavix.Ini", 3, [](Window&) { Var().JpegQty = 55; }, [](Window& w) { w.f.Unload(); }, nullptr, [](Window&) { return true; }, 0,
      "WriteIniFileData WritePrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY,[Value]=55"},
     // A calibration of 2 for a measured 10, confirmed.
     {"Proof.txt", 3, [](Window&) {},
@@ -103,7 +96,7 @@ const Target kTargets[] = {
      Save("out/p.jpg"), NamesFile("TempBitmap.bmp"),
      [](Window& w) { return StillDirty(w) && w.box.Read("out/p.jpg") == "old picture"; }, 11035, "cmdPicSave_Click Error.(%1)", false},
     // Without its folder the picture beside the comment fails first, and the box names it.
-    {"out/p.txt", 3, [](Window& w) { OpenPicture(w), w.f.txtComment[0]->SetText("first"); }, Save("out/p.bmp"),
+    {"out/p.txt", 3, [](Window& w) { PictureWithResult(w), w.f.txtComment[0]->SetText("first"); }, Save("out/p.bmp"),
      [](Window& w, int n) { return GST(20034, w.box.File(n == 76 ? "out/p.bmp" : "out/p.txt")); }},
     // Closed without OK or Cancel, the camera's settings are still written.
     {"Tavix.grf", 1, [](Window& w) { w.host.AnswerModal([](vb::Form&) {}); }, [](Window& w) { tavix::cmdPinProp_Click(w.f); },
