@@ -51,11 +51,9 @@ void PictureWithResult(Window& w) {
     w.f.CommandMode = tavix::CommandMode::Idle;
 }
 
-using BoxText = std::function<QString(Window&, int n)>;
-const auto Text = [](int number) -> BoxText { return [=](Window&, int) { return GST(number); }; };
-const auto NamesFile = [](const char* name) -> BoxText {
-    return [=](Window& w, int) { return GST(20034, w.box.File(name)); };
-};
+// The box's text for the replaced file (its full path) and the error number.
+using BoxText = std::function<QString(const QString& file, int n)>;
+const BoxText NamesIt = [](const QString& file, int) { return GST(20034, file); };
 // The still saved under name.
 const auto Save = [](const char* name) -> std::function<void(Window&)> {
     return [=](Window& w) { w.host.AnswerFile(w.box.File(name)), w.f.cmdPicSave->Click(); };
@@ -66,7 +64,7 @@ struct Target {
     const char* file;  // the replaced file, in the sandbox
     int16_t variant;
     std::function<void(Window&)> prepare, act;
-    BoxText box;  // the box the user gets for error number n; nullptr: none
+    BoxText box;  // nullptr: no box
     std::function<bool(Window&)> kept = [](Window&) { return true; };
     int title = 11035;
     const char* log = "cmdPicSave_Click Error.(%1)";  // %1: the error number
@@ -78,29 +76,26 @@ const Target kTargets[] = {
     {"Tavix.Ini", 3, [](Window&) { Var().JpegQty = 55; }, [](Window& w) { w.f.Unload(); }, nullptr, [](Window&) { return true; }, 0,
      "WriteIniFileData WritePrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY,[Value]=55"},
     // A calibration of 2 for a measured 10, confirmed.
-    {"Proof.txt", 3, [](Window&) {},
-     [](Window&) {
+    {"Proof.txt", 3, [](Window&) {}, [](Window&) {
          tavix::frmProofConfig d;
          d.Form_Load();
-         d.txtName->SetText("new"), d.txtValue->SetText("2"), d.txtValue->Tag = "10";
-         d.cmdOK->Click();
-     },
-     Text(24005), [](Window&) { return Var().ProofTable[Var().CurrentProofNo].Name != "new"; },
+         d.txtName->SetText("new"), d.txtValue->SetText("2"), d.txtValue->Tag = "10", d.cmdOK->Click();
+     }, [](auto&, int) { return GST(24005); }, [](Window&) { return Var().ProofTable[Var().CurrentProofNo].Name != "new"; },
      14100, "frmProofConfig:cmdOK_Click Error.(%1)"},
     {"out/results.txt", 3, PictureWithResult,
      [](Window& w) { w.host.AnswerFile(w.box.File("out/results.txt")), tavix::cmdResultSave_Click(w.f); },
-     Text(20092), StillDirty, 11092, "cmdResultSave_Click Error.(%1)"},
-    {"out/p.bmp", 3, PictureWithResult, Save("out/p.bmp"), NamesFile("out/p.bmp"), StillDirty},
-    {"out/p.jpg", 3, PictureWithResult, Save("out/p.jpg"), NamesFile("out/p.jpg"), StillDirty},
+     [](auto&, int) { return GST(20092); }, StillDirty, 11092, "cmdResultSave_Click Error.(%1)"},
+    {"out/p.bmp", 3, PictureWithResult, Save("out/p.bmp"), NamesIt, StillDirty},
+    {"out/p.jpg", 3, PictureWithResult, Save("out/p.jpg"), NamesIt, StillDirty},
     {"TempBitmap.bmp", 3, [](Window& w) { PictureWithResult(w), w.box.Write("out/p.jpg", "old picture"); },
-     Save("out/p.jpg"), NamesFile("TempBitmap.bmp"),
+     Save("out/p.jpg"), NamesIt,
      [](Window& w) { return StillDirty(w) && w.box.Read("out/p.jpg") == "old picture"; }, 11035, "cmdPicSave_Click Error.(%1)", false},
     // Without its folder the picture beside the comment fails first, and the box names it.
     {"out/p.txt", 3, [](Window& w) { PictureWithResult(w), w.f.txtComment[0]->SetText("first"); }, Save("out/p.bmp"),
-     [](Window& w, int n) { return GST(20034, w.box.File(n == 76 ? "out/p.bmp" : "out/p.txt")); }},
+     [](const QString& file, int n) { return GST(20034, n == 76 ? QString(file).replace(".txt", ".bmp") : file); }},
     // Closed without OK or Cancel, the camera's settings are still written.
     {"Tavix.grf", 1, [](Window& w) { w.host.AnswerModal([](vb::Form&) {}); }, [](Window& w) { tavix::cmdPinProp_Click(w.f); },
-     [](Window&, int n) { return GST(20109, tavix::WriteFailureReason(n)); },
+     [](auto&, int n) { return GST(20109, tavix::WriteFailureReason(n)); },
      [](Window& w) { return w.f.FilterGraph != nullptr && !w.f.Unloaded(); }, 11103, "cmdPinProp_Click Error.(%1)"},
 };
 // clang-format on
@@ -129,7 +124,7 @@ TEST(WriteFaults, TheOldFileStaysTheUserIsToldAndTheProgramGoesOn) {
                 EXPECT_FALSE(vb::IsSafeFileTemporary(name)) << name.toStdString();
             using Boxes = std::vector<testing_support::RecordedBox>;
             const Boxes told =
-                t.box ? Boxes{{t.box(w, number), vb::vbOKOnly | vb::vbExclamation, GST(t.title)}} : Boxes{};
+                t.box ? Boxes{{t.box(file, number), vb::vbOKOnly | vb::vbExclamation, GST(t.title)}} : Boxes{};
             EXPECT_EQ(w.host.Boxes, told);
             // With the program's own folder gone, the log is gone with it.
             const bool logGone = kind == kFolderGone && folder == w.box.Path();
