@@ -15,7 +15,6 @@
 #include "ResultTable.h"
 #include "SafeFile.h"
 #include "StartedMain.h"
-#include "Startup.h"
 #include "frmProofConfig.h"
 
 using tavix::GST;

@@ -6,7 +6,6 @@
 
 #include "App.h"
 #include "CommonModule.h"
-#include "Language.h"
 #include "StartedMain.h"
 #include "Startup.h"
 #include "Wiring.h"
@@ -19,11 +18,10 @@ using testing_support::StartedMain;
 
 namespace {
 
+// The fatal text: Japanese until an ini file names another language.
 const QString kFatal = "エラーが発生したためプログラムを終了します。";
 
 TEST(StartFailure, EachFailedStepLogsShowsItsBoxAndEnds) {
-    // The fatal text is Japanese until an ini file names another language.
-    tavix::UseLanguage("ja");
     using Break = std::function<void(Sandbox&, frmMain&)>;
     const auto remove = [](const char* file) -> Break { return [=](Sandbox& b, frmMain&) { b.Remove(file); }; };
     // The variant, what breaks before start-up, the last lines of the log, the string numbers of
@@ -56,8 +54,7 @@ TEST(StartFailure, EachFailedStepLogsShowsItsBoxAndEnds) {
         const QString text = lines.first ? GST(lines.first) + '\n' + GST(lines.second) : kFatal;
         const QString titled = title > 0 ? GST(title) : title < 0 ? vb::App::Title() : QString();
         EXPECT_EQ(host.Boxes, (std::vector<RecordedBox>{{text, vb::vbOKOnly | vb::vbCritical, titled}}));
-        const QStringList log = box.LogTexts();
-        EXPECT_EQ(log.mid(log.size() - logTail.size()), logTail);
+        EXPECT_EQ(box.LogTexts().mid(box.LogTexts().size() - logTail.size()), logTail);
         // Nothing written back: the window never unloads.
         EXPECT_EQ((std::tuple{host.Ends, f.Unloaded(), box.Read("Tavix.Ini")}), (std::tuple{1, false, ini}));
     }
@@ -105,8 +102,7 @@ double Pixels(int twips) { return std::round(twips / 15.0) * 15; }
 
 TEST(Layout, AreasFollowTheWindowWhichSnapsBackToItsLeastSize) {
     // The variant and the window's width and height; below 14565 x 8100 the window snaps back.
-    for (const auto& [type, width, height] :
-         {std::tuple{0, 18000, 12000}, {3, 9000, 5000}, {1, 20000, 9000}, {2, 16000, 10000}}) {
+    for (const auto& [type, width, height] : {std::tuple{0, 18000, 12000}, {3, 9000, 5000}, {1, 20000, 9000}}) {
         SCOPED_TRACE(type);
         StartedMain s(type);
         s.f.SetWidth(width);
@@ -129,12 +125,12 @@ TEST(Layout, MinimizedIsLeftAloneMaximizedAndRestoredAreFittedAndAnErrorEndsTheP
         if (state != 1) ExpectFitted(s.f);
     }
     tavix::Var().ZoomFactor = -1;  // the still cannot take a negative size
-    const QByteArray ini = s.box.Read("Tavix.Ini");
     s.host.AnswerMsgBox(vb::vbOK);
     s.f.SetWidth(17000);
+    // Ended as it is: the window does not unload, so no settings are written.
     EXPECT_EQ(s.host.Boxes, (std::vector<RecordedBox>{{kFatal, vb::vbOKOnly | vb::vbCritical, vb::App::Title()}}));
-    EXPECT_EQ((std::tuple{s.host.Ends, s.box.LogTexts().last(), s.box.Read("Tavix.Ini")}),
-              (std::tuple{1, "frmMain:Form_Resize Error.(380)", ini}));
+    EXPECT_EQ((std::tuple{s.host.Ends, s.f.Unloaded(), s.box.LogTexts().last()}),
+              (std::tuple{1, false, "frmMain:Form_Resize Error.(380)"}));
 }
 
 }  // namespace
