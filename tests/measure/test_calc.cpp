@@ -62,6 +62,11 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
         {"foot: distance overflows after the foot", Foot({0, 0}, {1, 1}, {1e308, -1e308}), {false, kUnset, {0, 0}}},
         {"foot: NaN point", Foot({0, 0}, {1, 1}, {kNaN, 0}), no},
         {"foot: NaN point on a horizontal line", Foot({0, 1}, {5, 1}, {kNaN, 0}), no},
+        {"foot: the rise overflows", Foot({0, -1e308}, {1, 1e308}, {0, 0}), no},
+        {"foot: horizontal, the distance NaN", Foot({0, 0}, {1, 0}, {3, kNaN}), {false, kUnset, {3, 0}}},
+        {"foot: the slope overflows", Foot({0, 0}, {1e-300, 1e300}, {1, 1}), no},
+        {"foot: the normal's slope overflows", Foot({0, 0}, {1e10, 1e-300}, {1, 1}), no},
+        {"foot: its Y overflows", Foot({-1e308, 0}, {0, 1e308}, {1.7e308, 1e308}), {false, kUnset, {1.7e308 / 2, kUnset}}},
         {"area: square at zoom 2", Area(2.0, 0, {{0, 0}, {10, 0}, {10, 10}, {0, 10}}), {true, 25}},
         {"area: reversed", Area(2.0, 0, {{0, 10}, {10, 10}, {10, 0}, {0, 0}}), {true, 25}},
         {"area: the current calibration's value", Area(1.0, 3, {{0, 0}, {4, 0}, {0, 3}}), {true, 6 * 0.5 * 0.5}},
@@ -75,11 +80,17 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
         {"circle off the origin", Circle({4, 3}, {1, 6}, {-2, 3}), {true, 3, {1, 3}}},
         {"circle: on one line", Circle({0, 0}, {1, 1}, {2, 2}), no},
         {"circle: NaN", Circle({0, 0}, {1, kNaN}, {0, 1}), no},
+        {"circle: a square overflows", Circle({0, 0}, {1e200, 0}, {0, 1}), no},
+        {"circle: the determinant overflows", Circle({-1.3e154, -1.3e154}, {1.3e154, 0}, {0, 1.3e154}), no},
+        {"circle: centre Y overflows", Circle({0, 0}, {1, 0}, {2, 1e-310}), {false, kUnset, {0.5, kUnset}}},
         // The distance routine swallows its overflow, so the circle stands with radius 0.
         {"circle: radius overflows", Circle({0, 0}, {1, 0}, {2, 1e-300}), {true, 0, {0.5, 1 / 1e-300}}},
         {"lines: horizontal and vertical", Cross({0, 1}, {1, 1}, {2, 0}, {2, 1}), {true, kUnset, {2, 1}}},
         {"lines: beyond both segments", Cross({0, 0}, {1, 1}, {10, 0}, {10, 1}), {true, kUnset, {10, 10}}},
         {"lines: parallel", Cross({0, 0}, {1, 1}, {0, 1}, {1, 2}), no},
+        {"lines: the determinant overflows", Cross({0, 0}, {1e300, 0}, {0, 0}, {0, 1e300}), no},
+        {"lines: a cross product overflows", Cross({1e200, 0}, {1e200, 1e200}, {0, 0}, {1, 0}), no},
+        {"lines: crossing Y overflows", Cross({0, 0}, {0, 1}, {1, 0}, {0.5, 1e308}), {false, kUnset, {0, kUnset}}},
         {"angle: A at the vertex", Angle({2, 2}, {2, 2}, {5, 1}), no},
         {"angle: one ray", Angle({1, 0}, {0, 0}, {3, 0}), {true, 0}},
         {"angle: opposite rays", Angle({1, 0}, {0, 0}, {-2, 0}), {true, Pi}},
@@ -88,6 +99,7 @@ TEST(CalcTruthValued, CasesAndFloatErrors) {
         // pi/2 as the double nearest the true value, not the short Pi / 2.
         {"angle: right", Angle({1, 0}, {0, 0}, {0, 1}), {true, std::numbers::pi / 2}},
         {"angle: a distance overflows", Angle({1e200, 1e200}, {0, 0}, {1, 0}), no},
+        {"angle: the product of the rays overflows", Angle({1e200, 0}, {0, 0}, {0, 1e200}), no},
         // clang-format on
     };
     for (const auto& c : cases)
