@@ -73,9 +73,6 @@ std::string Loaded(const vb::ControlArray<T>& a) {
     return s;
 }
 
-// The still's grey.
-constexpr QRgb kGrey = 0xFF404040;
-
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 const QString kMark = QStringLiteral("-"), kMm = QStringLiteral("mm");
 constexpr auto kMarkKind = tavix::CommandMode(-1);
@@ -83,22 +80,19 @@ constexpr auto kMarkKind = tavix::CommandMode(-1);
 using Points = std::vector<Point2D>;                      // from element 1
 const Points kLines{{-5, 0}, {20, 0}, {0, -5}, {0, 30}};  // crossing at (0, 0); the far ends are the 2nd and 4th
 
-// The main window with a grey still; the running command's lines in white; guidance texts by their number.
+// The main window with a grey still; guidance texts by their number.
 struct Still : testing_support::StartedMain {
     Still() : StartedMain(3) {
         tavix::VariableDefinition& v = Var();
-        std::tie(v.MeasureLineColor[1], v.MeasureLineColor[2], v.MeasureLineColor[3]) =
-            std::tuple(0x0000FFu, 0x00FF00u, 0xFFFFFFu);
-        std::tie(v.MeasureValueColor[1], v.MeasureValueColor[2]) = std::tuple(0xFFFF00u, 0xFF00FFu);
         for (int n = 30; n <= 59; ++n)
             v.GuidanceTable[n] = {QStringLiteral("G%1").arg(n), QStringLiteral("second %1").arg(n)};
-        f.ResultFormat = QStringLiteral("0.000");
         QImage grey(400, 300, QImage::Format_RGB32);
-        grey.fill(kGrey);
+        grey.fill(0xFF404040);
         f.picTempView->SetPicture(grey);
         tavix::EnableCommandArea(f, *f.picMeasureCommandArea);
         tavix::DispImage(f, false);
-        Select(99, 99);  // no record selected unless a test says so
+        f.grdResult->SetRow(99);  // no record selected
+        f.grdResult->SetRowSel(99);
     }
     int Guidance() const {
         if (!f.txtComment[0]->Locked()) return kEnded;
@@ -140,21 +134,6 @@ struct Still : testing_support::StartedMain {
             EXPECT_EQ(Row(row), QStringList({kMark, kMark, kMark, kMark})) << what << " row " << row;
         for (int slot = from; slot < tavix::ResultTableSize; ++slot)
             EXPECT_EQ(Var().ResultTable[slot].Kind, kMarkKind) << what << " slot " << slot;
-    }
-    void Select(int row, int rowSel) {
-        f.grdResult->SetRow(row);
-        f.grdResult->SetRowSel(rowSel);
-    }
-    // n results as measures leave them, texts no formatting gives; slot 20 an old one.
-    void Fill(int n) {
-        for (int i = 1; i <= n; ++i) {
-            Var().ResultTable[i] = {int16_t(i), Cmd::Distance, {{}, {double(i), 1}, {-40, double(i)}}, i + 0.25};
-            const char* prefix[] = {"", "N", "v", "u"};
-            for (int c = 0; c < 4; ++c) f.grdResult->SetTextMatrix(i, c, prefix[c] + QString::number(i));
-        }
-        Var().ResultTable[20] = {20, Cmd::Circle, {{}, {5, 5}}, 9};
-        f.ResultCount = int16_t(n);
-        f.ResultDirty = n > 0;
     }
     std::string Shown() { return ::Shown(host); }
 };
@@ -459,7 +438,12 @@ TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
     };
     for (const auto& c : cases) {
         Still t;
-        t.Fill(c.count);
+        const char* prefix[] = {"", "N", "v", "u"};
+        for (int row = 1; row <= c.count; ++row)
+            for (int col = 0; col < 4; ++col)
+                t.f.grdResult->SetTextMatrix(row, col, prefix[col] + QString::number(row));
+        t.f.ResultCount = int16_t(c.count);
+        t.f.ResultDirty = c.count > 0;
         t.f.grdResult->SetTextMatrix(2, 1, QStringLiteral("a,b"));
         t.f.grdResult->SetTextMatrix(3, 3, QString());
         t.box.Write("r.txt", old);
