@@ -112,42 +112,6 @@ struct Still : testing_support::StartedMain {
         return f.txtComment[0]->Text().mid(1).toInt();
     }
 
-    // listed results before the measure; rows and slots after them hold marks, to see writes.
-    void Reset(tavix::CommandMode mode, const Points& clicks, int16_t listed, double zoom = 1, double cal = 1,
-               const char* format = "0.0", bool dirty = false) {
-        // A calibration other than slot 0, and slot 0 wrong, so the current one must be read.
-        Var().CurrentProofNo = 2;
-        Var().ProofTable[0] = {QStringLiteral("wrong"), 1000, QStringLiteral("km")};
-        Var().ProofTable[2] = {QStringLiteral("used"), cal, kMm};
-        Var().ZoomFactor = zoom;
-        f.ResultFormat = QString::fromLatin1(format);
-        f.CommandMode = mode;
-        f.WorkPoints = Points{Point2D{}};
-        f.WorkPoints.insert(f.WorkPoints.end(), clicks.begin(), clicks.end());
-        f.ResultCount = listed;
-        f.ResultDirty = dirty;
-        host.Boxes.clear();
-        for (int row = listed + 1; row <= tavix::MaxResultRows; ++row)
-            for (int col = 0; col < 4; ++col) f.grdResult->SetTextMatrix(row, col, kMark);
-        for (int slot = listed + 1; slot < tavix::ResultTableSize; ++slot) {
-            Var().ResultTable[slot].Kind = kMarkKind;
-            Var().ResultTable[slot].Points.assign(9, Point2D{-1, -1});
-        }
-    }
-
-    QStringList Row(int row) const {
-        QStringList texts;
-        for (int col = 0; col < 4; ++col) texts << f.grdResult->TextMatrix(row, col);
-        return texts;
-    }
-
-    // Nothing written from slot/row `from` on.
-    void ExpectUntouchedFrom(int from, const char* what) const {
-        for (int row = from; row <= tavix::MaxResultRows; ++row)
-            EXPECT_EQ(Row(row), QStringList({kMark, kMark, kMark, kMark})) << what << " row " << row;
-        for (int slot = from; slot < tavix::ResultTableSize; ++slot)
-            EXPECT_EQ(Var().ResultTable[slot].Kind, kMarkKind) << what << " slot " << slot;
-    }
     std::string Shown() { return ::Shown(host); }
     // Lines across the still, one a row, that a redraw shows.
     void AddResults(int16_t n) {
@@ -158,23 +122,6 @@ struct Still : testing_support::StartedMain {
     bool ResultsShown() const { return testing_support::ResultPixels(f) > 0; }
     QString Comment() const { return f.txtComment[0]->Text(); }
     void Click(int16_t button, float x = 0, float y = 0) { tavix::ProofMeasure_MouseUp(f, button, x, y); }
-    // Starts the measure, clicks (0, 0) and (0, apart), and plays the user in the dialog.
-    void Calibrate(float apart, std::function<void(frmProofConfig&)> user) {
-        tavix::cmdProofConfig_Click(f);
-        Click(1);
-        host.AnswerModal([user](vb::Form& form) { user(dynamic_cast<frmProofConfig&>(form)); });
-        Click(1, 0, apart);
-    }
-    // Presses cmdMeasureConfig; user plays the dialog and ends it with OK or Cancel.
-    void Open(std::function<void(frmMeasureConfig&)> user, bool ok) {
-        host.AnswerModal([user, ok](vb::Form& form) {
-            auto& d = dynamic_cast<frmMeasureConfig&>(form);
-            user(d);
-            (ok ? d.cmdOK : d.cmdCancel)->Click();
-            EXPECT_TRUE(d.Unloaded());
-        });
-        f.cmdMeasureConfig->Click();
-    }
     void Pick(frmMeasureConfig& d, int i, std::optional<uint32_t> c) {
         host.AnswerColor(c);
         d.lblColor[i]->OnClick();
@@ -183,17 +130,6 @@ struct Still : testing_support::StartedMain {
         ++f.ResultCount;
         Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, {{}, {-60, 50}, {60, 50}}, value};
         f.grdResult->SetTextMatrix(f.ResultCount, 2, text);
-    }
-    // Marks the still so a repaint shows as its absence.
-    void Mark() { f.picStillView->LineBox(-5, -5, 5, 5, 0x000080, true); }
-    bool Marked() const {
-        const QRect r = f.picStillView->CanvasRect();
-        return f.picStillView->GetImage().pixel(r.width() / 2, r.height() / 2) == 0xFF800000;
-    }
-    // Pixels of the still drawn over the grey picture.
-    int Drawn() const {
-        const QImage shown = f.picStillView->GetImage();
-        return shown.width() * shown.height() - testing_support::Pixels(shown, 0xFF404040);
     }
 };
 
@@ -375,6 +311,12 @@ struct WantRow {
 // and perpendicular points whose foot fails are skipped.
 TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
     Still rig;
+    frmMain& f = rig.f;
+    const auto row = [&](int no) {
+        QStringList texts;
+        for (int col = 0; col < 4; ++col) texts << f.grdResult->TextMatrix(no, col);
+        return texts;
+    };
     constexpr int32_t kFull = 20141;
     const QString circle1 = GST(11135).replace(u'@', u'1'), circle2 = GST(11135).replace(u'@', u'2');
     ASSERT_NE(circle1, circle2);
@@ -448,18 +390,33 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
     };
     for (const auto& c : cases) {
         const int16_t listed = c.listed, n = static_cast<int16_t>(c.rows.size());
-        rig.Reset(c.mode, c.clicks, listed, c.zoom, c.cal, c.format, c.dirtyBefore);
+        // A calibration other than slot 0, and slot 0 wrong, so the current one must be read.
+        Var().CurrentProofNo = 2;
+        Var().ProofTable[0] = {QStringLiteral("wrong"), 1000, QStringLiteral("km")};
+        Var().ProofTable[2] = {QStringLiteral("used"), c.cal, kMm};
+        Var().ZoomFactor = c.zoom;
+        f.ResultFormat = QString::fromLatin1(c.format);
+        f.CommandMode = c.mode;
+        f.WorkPoints = Points{Point2D{}};
+        f.WorkPoints.insert(f.WorkPoints.end(), c.clicks.begin(), c.clicks.end());
+        f.ResultCount = listed;
+        f.ResultDirty = c.dirtyBefore;
+        // Rows and slots after the listed ones hold marks, to see writes.
+        for (int no = listed + 1; no < tavix::ResultTableSize; ++no) {
+            for (int col = 0; col < 4 && no <= tavix::MaxResultRows; ++col) f.grdResult->SetTextMatrix(no, col, kMark);
+            Var().ResultTable[no].Kind = kMarkKind;
+        }
         if (c.text) rig.host.AnswerMsgBox(vb::vbOK);
-        tavix::AddMeasureResult(rig.f);
+        tavix::AddMeasureResult(f);
         // A failure or refusal: its box, and the clicks left as they were (or reduced to rays).
         const bool full = c.text == kFull;
         const std::string box =
             Box(c.text, full ? 11141 : 11134, vb::vbOKOnly | (full ? vb::vbExclamation : vb::vbCritical));
-        EXPECT_EQ(std::tuple(Shown(rig.host), rig.f.ResultCount, rig.f.ResultDirty),
+        EXPECT_EQ(std::tuple(Shown(rig.host), f.ResultCount, f.ResultDirty),
                   std::tuple(c.text ? box : "", listed + n, !c.text || c.firstWay || c.dirtyBefore))
             << c.what;
         const Points rays{{20, 0}, {0, 0}, {0, 30}, kLines[3], {0, 0}};
-        if (c.text) ExpectPoints(rig.f.WorkPoints, c.reduced ? rays : c.clicks, c.what + std::string(" WorkPoints"));
+        if (c.text) ExpectPoints(f.WorkPoints, c.reduced ? rays : c.clicks, c.what + std::string(" WorkPoints"));
         for (int16_t i = 0; i < n; ++i) {
             const WantRow& w = c.rows[i];
             const int16_t no = listed + 1 + i;
@@ -467,12 +424,15 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
             const tavix::ResultRecord& r = Var().ResultTable[no];
             // Angles by two lines to 1e-9, the others to the last bit.
             const double value = c.mode == Cmd::TwoLineAngle ? std::round(r.Value * 1e9) / 1e9 : r.Value;
-            EXPECT_EQ(std::tuple(r.No, r.Kind, value, rig.Row(no)),
+            EXPECT_EQ(std::tuple(r.No, r.Kind, value, row(no)),
                       std::tuple(no, w.kind, w.value, QStringList({QString::number(no), w.name, w.text, w.unit})));
             if (!w.points.empty()) ExpectPoints(r.Points, w.points, "");
         }
         // Slot 100 stands for everything the grid cannot show, and is never written.
-        rig.ExpectUntouchedFrom(listed + n + 1, c.what);
+        for (int no = listed + n + 1; no < tavix::ResultTableSize; ++no)
+            EXPECT_TRUE(Var().ResultTable[no].Kind == kMarkKind &&
+                        (no > tavix::MaxResultRows || row(no) == QStringList({kMark, kMark, kMark, kMark})))
+                << c.what << " row " << no;
     }
 }
 
@@ -650,7 +610,10 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
         if (c.file) Var().ProofFileName = QString::fromLatin1(c.file);
         const std::string former = Slot(Var().ProofTable[5]);
         const QByteArray file = w.box.Read(kProof);
-        w.Calibrate(c.apart, [&](frmProofConfig& d) {
+        tavix::cmdProofConfig_Click(w.f);
+        w.Click(1);
+        w.host.AnswerModal([&](vb::Form& form) {
+            auto& d = dynamic_cast<frmProofConfig&>(form);
             // The measured length in pixels of the picture; the rubber line stays.
             EXPECT_EQ(QStringList({d.lblMeasured->Caption(), d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
                       QStringList({GST(14004, QLatin1String(c.apart ? "100.0" : "0.0")), "slot5", "1",
@@ -677,6 +640,7 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
             }
             EXPECT_TRUE(d.Unloaded());
         });
+        w.Click(1, 0, c.apart);
         const std::string boxes = (c.dirty ? Box(20060, 11060, kQuestion) : std::string()) +
                                   (c.text ? Box(c.text, 14100, vb::vbOKOnly | vb::vbExclamation) : std::string());
         EXPECT_EQ(Shown(w.host), boxes);
@@ -756,26 +720,28 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
         f.ResultFormat = QStringLiteral("0.00000");
         w.Add(Cmd::Distance, 3.14159, QStringLiteral("stale"));
         w.Add(Cmd::Count, 4, QStringLiteral("4 counted"));
-        w.Mark();
-        w.Open(
-            [&](frmMeasureConfig& d) {
-                for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), want.colors[i]) << i;
-                QString opens;
-                for (const auto& options : {d.optCrossLineNum, d.optAngleCommand, d.opt2PointCommand})
-                    opens += QString::number(options[0]->Value()) + QString::number(options[1]->Value()) + u' ';
-                EXPECT_EQ(opens + d.cboDec->Text() + u' ' + d.cboFontSize->Text(), QLatin1String(c.opens));
-                for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00102030u + static_cast<uint32_t>(i));
-                w.Pick(d, 2, std::nullopt);  // the colour dialog cancelled keeps the swatch
-                EXPECT_EQ(d.lblColor[2]->BackColor(), 0x00102032u);
-                d.optCrossLineNum[1]->SetValue(true);
-                d.cboDec->SetListIndex(0);
-                d.cboFontSize->SetListIndex(6);
-                d.opt2PointCommand[c.twoPoint]->SetValue(true);
-                d.optAngleCommand[c.angle]->SetValue(true);
-                if (c.ok) want = {{}, 2, 0, int16_t(d.cboFontSize->Text().toInt()), c.angle, c.twoPoint};
-                for (int i = 0; c.ok && i < 7; ++i) want.colors[i] = 0x00102030u + i;
-            },
-            c.ok);
+        f.picStillView->LineBox(-5, -5, 5, 5, 0x000080, true);  // gone when the still is repainted
+        w.host.AnswerModal([&](vb::Form& form) {
+            auto& d = dynamic_cast<frmMeasureConfig&>(form);
+            for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), want.colors[i]) << i;
+            QString opens;
+            for (const auto& options : {d.optCrossLineNum, d.optAngleCommand, d.opt2PointCommand})
+                opens += QString::number(options[0]->Value()) + QString::number(options[1]->Value()) + u' ';
+            EXPECT_EQ(opens + d.cboDec->Text() + u' ' + d.cboFontSize->Text(), QLatin1String(c.opens));
+            for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00102030u + static_cast<uint32_t>(i));
+            w.Pick(d, 2, std::nullopt);  // the colour dialog cancelled keeps the swatch
+            EXPECT_EQ(d.lblColor[2]->BackColor(), 0x00102032u);
+            d.optCrossLineNum[1]->SetValue(true);
+            d.cboDec->SetListIndex(0);
+            d.cboFontSize->SetListIndex(6);
+            d.opt2PointCommand[c.twoPoint]->SetValue(true);
+            d.optAngleCommand[c.angle]->SetValue(true);
+            if (c.ok) want = {{}, 2, 0, int16_t(d.cboFontSize->Text().toInt()), c.angle, c.twoPoint};
+            for (int i = 0; c.ok && i < 7; ++i) want.colors[i] = 0x00102030u + i;
+            (c.ok ? d.cmdOK : d.cmdCancel)->Click();
+            EXPECT_TRUE(d.Unloaded());
+        });
+        f.cmdMeasureConfig->Click();
         EXPECT_TRUE(Settings::Now() == want);
         const int16_t twoPoint = v.TwoPointCommandMode, angle = v.AngleCommandMode;
         EXPECT_EQ((QStringList{f.cmdMeasure[0]->Caption(), f.cmdMeasure[5]->Caption()}),
@@ -789,8 +755,12 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
         // The value reformatted from the record, never rounded in it; a count's text left alone.
         EXPECT_EQ(std::tuple(f.grdResult->TextMatrix(1, 2), f.grdResult->TextMatrix(2, 2), v.ResultTable[1].Value),
                   std::tuple(QString::fromLatin1(c.shown), QStringLiteral("4 counted"), 3.14159));
-        EXPECT_FALSE(w.Marked()) << "the still is repainted";
-        EXPECT_GT(w.Drawn(), 0) << "with its results";
+        const QRect r = f.picStillView->CanvasRect();
+        const QImage shown = f.picStillView->GetImage();
+        EXPECT_EQ(std::tuple(shown.pixel(r.width() / 2, r.height() / 2) == 0xFF800000,
+                             testing_support::Pixels(shown, 0xFF404040) < shown.width() * shown.height()),
+                  std::tuple(false, true))
+            << "the still is repainted with its results";
 
         // A new start on the same installation reads them back.
         f.ResultDirty = false;
