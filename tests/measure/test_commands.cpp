@@ -514,35 +514,20 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
     }
 }
 
-TEST(ProofMeasure, StartQuestionAndStepsOfTheClicks) {
-    {
-        Still w(1, true);
-        w.host.AnswerMsgBox(vb::vbNo);
-        tavix::cmdProofConfig_Click(w.f);
-        EXPECT_EQ(std::tuple(Shown(w.host), w.f.CommandMode),
-                  std::tuple(Box(20060, 11060, kQuestion), tavix::CommandMode::Idle));
-    }
-    Still w(1, false);  // saved: no question
-    w.f.WorkPoints.push_back({5, 5});
-    tavix::EnableCommandArea(w.f, *w.f.picMeasureCommandArea);  // as in the still view
-    const auto firstPointAwaited = [&] {
-        return std::tuple(w.f.CommandMode, w.f.WorkPoints.size(), w.Comment(), w.f.chkScale->Enabled());
-    };
-    const auto awaited = std::tuple(tavix::CommandMode::Calibration, size_t(1), Var().GuidanceTable[20][0], false);
+TEST(ProofMeasure, NoToTheStartQuestionKeepsIdleRightClicksStepBackThenAbandon) {
+    Still w(1, true);
+    w.host.AnswerMsgBox(vb::vbNo);
     tavix::cmdProofConfig_Click(w.f);
-    EXPECT_EQ(firstPointAwaited(), awaited);  // and all of the measure area locked
-
+    EXPECT_EQ(std::tuple(Shown(w.host), w.f.CommandMode),
+              std::tuple(Box(20060, 11060, kQuestion), tavix::CommandMode::Idle));
+    w.host.AnswerMsgBox(vb::vbYes);
+    tavix::cmdProofConfig_Click(w.f);
     w.Click(4, 1, 1);  // a middle button does nothing
     w.Click(1, 10, 20);
-    ASSERT_TRUE(w.f.linMeasure.Exists(1));
-    const vb::LineControl& line = *w.f.linMeasure[1];
-    EXPECT_EQ(std::tuple(line.Visible(), w.Comment(), QLineF(line.X1(), line.Y1(), line.X2(), line.Y2())),
-              std::tuple(true, Var().GuidanceTable[21][0], QLineF(10, 20, 10, 20)));
-
-    w.Click(2);  // back to the first point
-    EXPECT_EQ(firstPointAwaited(), awaited);
-    EXPECT_TRUE(!w.f.linMeasure.Exists(1) && !w.ResultsShown());
-
+    w.Click(2);  // back to the first point, the results still hidden
+    EXPECT_EQ(
+        std::tuple(w.f.CommandMode, w.f.WorkPoints.size(), w.Comment(), w.f.linMeasure.Exists(1), w.ResultsShown()),
+        std::tuple(tavix::CommandMode::Calibration, size_t(1), Var().GuidanceTable[20][0], false, false));
     w.Click(2);  // abandoned: the hidden results come back
     EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.ResultsShown() && w.f.chkScale->Enabled());
 }
