@@ -341,8 +341,6 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
         bool firstWay = false, dirtyBefore = false, reduced = false;
     } cases[] = {
         // clang-format off
-        {"200 displayed px at zoom 2", Cmd::Distance, {{0, 0}, {120, 160}}, 2.0, 0.01, "0.000",
-         {{Cmd::Distance, 1, GST(11132), "1.000", kMm, {{0, 0}, {120, 160}}}}},
         // (1 / 3) * 0.01 * 3 differs in its last bit from 0.01 / 3 * 3 and 3 / 3 * 0.01; stored unrounded.
         {"calibrated in order", Cmd::Distance, {{0, 0}, {3, 0}}, 3.0, 0.01, "0.000",
          {{Cmd::Distance, 0.009999999999999998, GST(11132), "0.010", kMm, {}}}},
