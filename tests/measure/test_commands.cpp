@@ -42,8 +42,9 @@ constexpr int kEnded = -1;  // the guidance hidden: the command has ended
 
 // One click and the state after it.
 struct Step {
-    char button;  // 'L', 'R', 'M'; 'Y'/'N': a left click answered Yes/No by a question box; 'B': a refusal box
-    double x, y;
+    char button;  // 'L', 'R', 'M'; 'Y'/'N': a left click answered Yes/No by a question box; 'B': a refusal box;
+                  // 'P': the pointer moves there, and lines holds what follows it
+    float x, y;
     int points, guidance;
     const char* lines;    // loaded linMeasure elements
     const char* circles;  // loaded shaMeasure elements
@@ -79,6 +80,21 @@ std::string Loaded(const vb::ControlArray<T>& a) {
     for (int k = 1; k <= a.UBound(); ++k)
         if (a.Exists(k)) s += (s.empty() ? "" : ",") + std::to_string(k);
     return s;
+}
+
+// The loaded lines as "k:x1,y1,x2,y2", the circles as "ck:left,top,width,height", "-" when hidden.
+std::string Overlay(const frmMain& f) {
+    QStringList got;
+    const auto item = [&](const QString& name, bool shown, double x1, double y1, double x2, double y2) {
+        got << name + ':' + (shown ? QStringLiteral("%1,%2,%3,%4").arg(x1).arg(y1).arg(x2).arg(y2) : "-");
+    };
+    for (int k = 1; k <= f.linMeasure.UBound(); ++k)
+        if (const vb::LineControl* l = f.linMeasure.Exists(k) ? f.linMeasure[k] : nullptr)
+            item(QString::number(k), l->Visible(), l->X1(), l->Y1(), l->X2(), l->Y2());
+    for (int k = 1; k <= f.shaMeasure.UBound(); ++k)
+        if (const vb::Shape* e = f.shaMeasure.Exists(k) ? f.shaMeasure[k] : nullptr)
+            item(QStringLiteral("c%1").arg(k), e->Visible(), e->Left(), e->Top(), e->Width(), e->Height());
+    return got.join(' ').toStdString();
 }
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -120,7 +136,7 @@ struct Still : testing_support::StartedMain {
     }
     bool ResultsShown() const { return testing_support::ResultPixels(f) > 0; }
     QString Comment() const { return f.txtComment[0]->Text(); }
-    void Click(int16_t button, float x = 0, float y = 0) { tavix::ProofMeasure_MouseUp(f, button, x, y); }
+    void Click(int16_t button, float x = 0, float y = 0) { tavix::picStillView_MouseUp(f, button, 0, x, y); }
     void Pick(frmMeasureConfig& d, int i, std::optional<uint32_t> c) {
         host.AnswerColor(c);
         d.lblColor[i]->OnClick();
@@ -132,32 +148,37 @@ struct Still : testing_support::StartedMain {
     }
 };
 
-TEST(MeasureCommand, ClickSequences) {
+TEST(MeasureCommand, ClickSequencesAndWhatFollowsThePointer) {
     // After every left click of a running command a right click must give back the state before
     // it, and the same left click again the state after it.
     constexpr int kAll = 99, kFull = vb::vbOKOnly | vb::vbExclamation;
     // clang-format off
     const CommandCase cases[] = {
-        {"distance into the last row", 0, 0, 0, 101, 32, kAll, 1, 98, {{'L', 0, 0, 1, 33, "1", ""}, {'L', 30, 40, 2, kEnded, "", ""}}},
+        {"distance into the last row", 0, 0, 0, 101, 32, kAll, 1, 98, {{'L', 0, 0, 1, 33, "1", ""}, {'P', 30, 40, 0, 0, "1:0,0,30,40", ""}, {'L', 30, 40, 2, kEnded, "", ""}}},
         {"distance to a parallel", 0, 1, 0, 108, 57, kAll, 1, 0, {
           {'L', 0, 0, 1, 58, "1", ""}, {'L', 100, 0, 2, 59, "1,2,3", ""},
+          {'P', 50, 20, 0, 0, "1:0,0,100,0 2:0,20,100,20 3:50,20,50,0", ""},  // the parallel through the pointer
           {'B', 150, 20, 2, 59, "1,2,3", ""},  // foot beyond the base line
           {'B', -1.5, 30, 2, 59, "1,2,3", ""},  // beyond by more than 1 pixel
           {'L', -0.4, 30, 3, kEnded, "", ""}},  // within 1 pixel the foot still counts as between
          20134, 11134, vb::vbOKOnly | vb::vbCritical},
         {"circle", 1, 0, 0, 102, 34, kAll, 1, 0, {
           {'M', 5, 5, 0, 34, "", ""},  // a middle button does nothing
-          {'L', 0, 0, 1, 35, "", ""}, {'L', 10, 10, 2, 36, "", "1"}, {'L', 20, 0, 3, kEnded, "", ""}}},
+          {'L', 0, 0, 1, 35, "", ""}, {'L', 10, 10, 2, 36, "", "1"},
+          {'P', 20, 20, 0, 0, "c1:-", ""},  // the pointer on the line of the two points: no circle
+          {'L', 20, 0, 3, kEnded, "", ""}}},
         {"two circles into the last rows", 2, 0, 0, 103, 37, kAll, 3, 96, {
           {'L', 0, 10, 1, 38, "", ""}, {'L', 10, 0, 2, 39, "", "1"}, {'L', 0, -10, 3, 40, "", "1"},
+          {'P', 0, 30, 0, 0, "c1:-10,-10,20,20", ""},  // the first circle stands
           {'L', 50, 10, 4, 41, "", "1"}, {'L', 60, 0, 5, 42, "", "1,2"}, {'L', 50, -10, 6, kEnded, "", ""}}},
         {"perpendicular", 3, 0, 0, 104, 43, 2, 3, 0, {
           {'L', -100, 0, 1, 44, "1", ""},
           {'L', 100, 0, 2, 45, "1", ""},  // back from here, line 1 stays: its end follows the pointer
+          {'P', 30, 40, 0, 0, "1:-100,0,100,0", ""},  // but not once the base line stands
           {'L', 0, 30, 3, 46, "1,2", ""}, {'L', 20, -40, 4, 46, "1,2,3", ""}, {'L', 50, 10, 5, 46, "1,2,3,4", ""},
           {'R', 0, 0, 5, kEnded, "", ""}}},
         {"area", 4, 0, 0, 105, 50, kAll, 1, 0, {
-          {'L', 0, 0, 1, 51, "1", ""}, {'L', 100, 0, 2, 51, "1,2", ""},
+          {'L', 0, 0, 1, 51, "1", ""}, {'L', 100, 0, 2, 51, "1,2", ""}, {'P', 40, 40, 0, 0, "1:0,0,100,0 2:100,0,40,40", ""},
           {'L', 0.5, 1, 3, 51, "1,2,3", ""},  // the third corner near the first does not ask
           {'R', 0, 0, 2, 51, "1,2", ""}, {'L', 100, 100, 3, 51, "1,2,3", ""}, {'N', 2.9, 0, 3, 51, "1,2,3", ""},
           {'L', 0, 3.0, 4, 51, "1,2,3,4", ""}, {'Y', 0, 2, 4, kEnded, "", ""}},
@@ -166,10 +187,11 @@ TEST(MeasureCommand, ClickSequences) {
           {'L', 50, 0, 1, 48, "1", ""}, {'L', 0, 0, 2, 49, "1,2", ""}, {'L', 0, 50, 3, kEnded, "", ""}}},
         {"angle by two lines", 5, 0, 1, 107, 52, kAll, 1, 0, {
           {'L', -50, 0, 1, 53, "1", ""}, {'L', 50, 0, 2, 54, "1", ""}, {'L', 0, -50, 3, 55, "1,2", ""},
+          {'P', 20, 30, 0, 0, "1:-50,0,50,0 2:0,-50,20,30", ""},
           {'L', 0, 50, 4, 56, "1,2", ""}, {'L', 10, 10, 5, kEnded, "", ""}}},
         {"circle ended at once", 1, 0, 0, 102, 34, 0, 0, 0, {{'R', 0, 0, 0, kEnded, "", ""}}},
         {"count", 6, 0, 0, 100, 30, 0, 1, 0, {
-          {'L', 0, 0, 1, 31, "", ""}, {'L', 10, 0, 2, 31, "", ""}, {'R', 0, 0, 2, kEnded, "", ""}}},
+          {'L', 0, 0, 1, 31, "", ""}, {'P', 20, 20, 0, 0, "", ""}, {'L', 10, 0, 2, 31, "", ""}, {'R', 0, 0, 2, kEnded, "", ""}}},
         {"two circles in a list too full", 2, 0, 0, 0, kEnded, 0, 0, 97, {}, 20141, 11141, kFull},
         {"perpendicular drops the point that would pass row 99", 3, 0, 0, 104, 43, 0, 1, 98, {
           {'L', -100, 0, 1, 44, "1", ""}, {'L', 100, 0, 2, 45, "1", ""}, {'L', 0, 10, 3, 46, "1,2", ""},
@@ -203,15 +225,24 @@ TEST(MeasureCommand, ClickSequences) {
             return std::tuple(int(f.CommandMode), int(f.WorkPoints.size()) - 1, w.Guidance(), Loaded(f.linMeasure),
                               Loaded(f.shaMeasure), int(f.ResultCount));
         };
-        const auto press = [&](int16_t button, double x, double y, bool box, const std::string& at) {
+        const auto press = [&](int16_t button, float x, float y, bool box, const std::string& at) {
             w.host.Boxes.clear();
-            tavix::picStillView_MouseUp(f, button, 0, static_cast<float>(x), static_cast<float>(y));
+            tavix::picStillView_MouseMove(f, 0, 0, x, y);  // the pointer comes to each click
+            tavix::picStillView_MouseUp(f, button, 0, x, y);
             EXPECT_EQ(Shown(w.host), box ? Box(c.boxText, c.boxTitle, c.boxButtons) : "") << at;
         };
         auto previous = state();
         int i = 0;
         for (const Step& s : c.steps) {
             const std::string at = "step " + std::to_string(++i);
+            if (s.button == 'P') {  // with a button held or not the same, and the still not repainted
+                const qint64 canvas = f.picStillView->GetImage().cacheKey();
+                tavix::picStillView_MouseMove(f, 1, 0, s.x, s.y);
+                EXPECT_EQ(std::tuple(Overlay(f), f.picStillView->GetImage().cacheKey()),
+                          std::tuple(std::string(s.lines), canvas))
+                    << at;
+                continue;
+            }
             if (s.button == 'Y' || s.button == 'N') w.host.AnswerMsgBox(s.button == 'Y' ? vb::vbYes : vb::vbNo);
             if (s.button == 'B') w.host.AnswerMsgBox(vb::vbOK);
             press(s.button == 'R' ? 2 : s.button == 'M' ? 4 : 1, s.x, s.y, !strchr("LRM", s.button), at);
@@ -228,59 +259,6 @@ TEST(MeasureCommand, ClickSequences) {
             previous = state();
         }
         EXPECT_EQ(area(), idle);
-    }
-}
-
-// ---- What follows the pointer between clicks ----
-
-TEST(PointerFeedback, OverlayItemsAfterAMove) {
-    // want: the loaded lines as "k:x1,y1,x2,y2", the circles as "ck:left,top,width,height", "-" when hidden.
-    const struct {
-        const char* what;
-        int16_t button;     // -1: the calibration
-        int16_t otherMode;  // the parallel or the angle by two lines
-        std::vector<std::pair<double, double>> clicks;
-        std::pair<double, double> move;
-        const char* want;
-    } cases[] = {
-        // clang-format off
-        {"distance: the free end", 0, 0, {{0, 0}}, {30, 40}, "1:0,0,30,40"},
-        {"perpendicular after the base line: nothing moves", 3, 0, {{0, 0}, {50, 0}}, {30, 40}, "1:0,0,50,0"},
-        {"circle with the pointer on their line is hidden", 1, 0, {{-10, 0}, {10, 0}}, {20, 0}, "c1:-"},
-        {"two circles: the first stands still after its third point", 2, 0, {{-10, 0}, {10, 0}, {0, 10}}, {0, 30}, "c1:-10,-10,20,20"},
-        {"angle by two lines: the second line", 5, 1, {{0, 0}, {40, 0}, {10, 10}}, {20, 30}, "1:0,0,40,0 2:10,10,20,30"},
-        {"area: the last line", 4, 0, {{0, 0}, {40, 0}}, {40, 40}, "1:0,0,40,0 2:40,0,40,40"},
-        {"parallel through the pointer", 0, 1, {{0, 0}, {100, 0}}, {50, 20}, "1:0,0,100,0 2:0,20,100,20 3:50,20,50,0"},
-        {"count: nothing follows", 6, 0, {{0, 0}}, {20, 20}, ""},
-        {"calibration: the free end", -1, 0, {{5, 5}}, {-20, 7}, "1:5,5,-20,7"},
-        // clang-format on
-    };
-    for (const auto& c : cases) {
-        Still w;
-        frmMain& f = w.f;
-        tavix::Var().TwoPointCommandMode = tavix::Var().AngleCommandMode = c.otherMode;
-        c.button < 0 ? tavix::cmdProofConfig_Click(f) : tavix::cmdMeasure_Click(f, c.button);
-        for (const auto& [x, y] : c.clicks) {  // the pointer comes to each click
-            tavix::picStillView_MouseMove(f, 0, 0, static_cast<float>(x), static_cast<float>(y));
-            tavix::picStillView_MouseUp(f, 1, 0, static_cast<float>(x), static_cast<float>(y));
-        }
-        const qint64 canvas = f.picStillView->GetImage().cacheKey();
-        // With or without a button held, the same; (3, 0) lies on the line of the circles' first points.
-        tavix::picStillView_MouseMove(f, 1, 0, 3, 0);
-        tavix::picStillView_MouseMove(f, 0, 0, static_cast<float>(c.move.first), static_cast<float>(c.move.second));
-        QStringList got;
-        const auto item = [&](const QString& name, bool shown, double x1, double y1, double x2, double y2) {
-            got << name + ':' + (shown ? QStringLiteral("%1,%2,%3,%4").arg(x1).arg(y1).arg(x2).arg(y2) : "-");
-        };
-        for (int k = 1; k <= f.linMeasure.UBound(); ++k)
-            if (const vb::LineControl* l = f.linMeasure.Exists(k) ? f.linMeasure[k] : nullptr)
-                item(QString::number(k), l->Visible(), l->X1(), l->Y1(), l->X2(), l->Y2());
-        for (int k = 1; k <= f.shaMeasure.UBound(); ++k)
-            if (const vb::Shape* e = f.shaMeasure.Exists(k) ? f.shaMeasure[k] : nullptr)
-                item(QStringLiteral("c%1").arg(k), e->Visible(), e->Left(), e->Top(), e->Width(), e->Height());
-        EXPECT_EQ(std::tuple(got.join(' ').toStdString(), f.picStillView->GetImage().cacheKey()),
-                  std::tuple(std::string(c.want), canvas))
-            << c.what << " (the still is not repainted)";
     }
 }
 
@@ -509,7 +487,7 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
     }
 }
 
-TEST(ProofMeasure, NoToTheStartQuestionKeepsIdleRightClicksStepBackThenAbandon) {
+TEST(ProofMeasure, QuestionOnlyForUnsavedResultsTheLineFollowsRightClicksStepBack) {
     Still w(1, true);
     w.host.AnswerMsgBox(vb::vbNo);
     tavix::cmdProofConfig_Click(w.f);
@@ -517,14 +495,20 @@ TEST(ProofMeasure, NoToTheStartQuestionKeepsIdleRightClicksStepBackThenAbandon) 
               std::tuple(Box(20060, 11060, kQuestion), tavix::CommandMode::Idle));
     w.host.AnswerMsgBox(vb::vbYes);
     tavix::cmdProofConfig_Click(w.f);
-    w.Click(4, 1, 1);  // a middle button does nothing
+    w.Click(4, 1, 1);                                  // a middle button does nothing
+    tavix::picStillView_MouseMove(w.f, 0, 0, 10, 20);  // nothing to follow yet
     w.Click(1, 10, 20);
+    tavix::picStillView_MouseMove(w.f, 0, 0, -20, 7);
+    EXPECT_EQ(Overlay(w.f), "1:10,20,-20,7") << "the line's free end follows the pointer";
     w.Click(2);  // back to the first point, the results still hidden
     EXPECT_EQ(
         std::tuple(w.f.CommandMode, w.f.WorkPoints.size(), w.Comment(), w.f.linMeasure.Exists(1), w.ResultsShown()),
         std::tuple(tavix::CommandMode::Calibration, size_t(1), Var().GuidanceTable[20][0], false, false));
     w.Click(2);  // abandoned: the hidden results come back
     EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.ResultsShown() && w.f.chkScale->Enabled());
+    w.f.ResultCount = 0;  // no results: no question
+    tavix::cmdProofConfig_Click(w.f);
+    EXPECT_EQ(w.f.CommandMode, tavix::CommandMode::Calibration);
 }
 
 // The dialog opens with the slot, ends only by its buttons (Enter and Escape included), and OK stores
