@@ -127,7 +127,6 @@ struct Still : testing_support::StartedMain {
         return f.txtComment[0]->Text().mid(1).toInt();
     }
 
-    std::string Shown() { return ::Shown(host); }
     // Lines across the still, one a row, that a redraw shows.
     void AddResults(int16_t n) {
         for (int16_t r = 1; r <= n; ++r)
@@ -135,7 +134,6 @@ struct Still : testing_support::StartedMain {
         f.ResultCount = n;
     }
     bool ResultsShown() const { return testing_support::ResultPixels(f) > 0; }
-    QString Comment() const { return f.txtComment[0]->Text(); }
     void Click(int16_t button, float x = 0, float y = 0) { tavix::picStillView_MouseUp(f, button, 0, x, y); }
     void Pick(frmMeasureConfig& d, int i, std::optional<uint32_t> c) {
         host.AnswerColor(c);
@@ -203,8 +201,7 @@ TEST(MeasureCommand, ClickSequencesAndWhatFollowsThePointer) {
         SCOPED_TRACE(c.what);
         Still w;
         frmMain& f = w.f;
-        tavix::Var().TwoPointCommandMode = c.twoPointMode;
-        tavix::Var().AngleCommandMode = c.angleMode;
+        std::tie(Var().TwoPointCommandMode, Var().AngleCommandMode) = std::tuple(c.twoPointMode, c.angleMode);
         // Neither a click outside a command nor a button beyond the seven starts anything.
         tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
         tavix::cmdMeasure_Click(f, 7);
@@ -438,9 +435,9 @@ TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
 
         const std::string box = c.boxText ? Box(c.boxText, c.boxTitle, vb::vbOKOnly | vb::vbExclamation) : "";
         const bool logged = t.box.LogTexts().contains(QStringLiteral("cmdResultSave_Click Error.(%1)").arg(c.error));
-        EXPECT_EQ(
-            std::tuple(t.Shown(), t.box.Read("r.txt"), t.f.ResultDirty, t.host.BusyDepth, logged, t.f.cdlFile->Flags),
-            std::tuple(box, c.file, c.dirtyAfter, 0, c.error != 0, c.count > 0 ? 34818 : 0))
+        EXPECT_EQ(std::tuple(Shown(t.host), t.box.Read("r.txt"), t.f.ResultDirty, t.host.BusyDepth, logged,
+                             t.f.cdlFile->Flags),
+                  std::tuple(box, c.file, c.dirtyAfter, 0, c.error != 0, c.count > 0 ? 34818 : 0))
             << c.what;
     }
 }
@@ -456,35 +453,26 @@ std::string Slot(const tavix::ProofRecord& p) {
 }
 
 TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
-    const struct {
-        const char* what;
-        int16_t results;
-        bool dirty;
-        int answer;
-        bool moves;
-    } cases[] = {
-        {"saved results go silently", 2, false, 0, true},
-        {"unsaved results, Yes", 2, true, vb::vbYes, true},
-        {"unsaved results, No", 2, true, vb::vbNo, false},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        Still w(c.results, c.dirty);
-        w.f.chkScale->OnClick = nullptr;  // checked without its dialog
-        w.f.chkScale->SetValue(1);
-        tavix::DispImage(w.f, false);
+    Still w(2, true);
+    w.f.chkScale->OnClick = nullptr;  // checked without its dialog
+    w.f.chkScale->SetValue(1);
+    tavix::DispImage(w.f, false);
+    Var().ProofTable[4] = {QStringLiteral("s4"), 0.000123456, QStringLiteral("mm")};
+    // Fires the wired Click; a second box would fail the test. The scale bar follows at once.
+    const auto choose = [&](int16_t slot, int answer) {
         const QImage before = w.f.picStillView->GetImage();
-        Var().ProofTable[4] = {QStringLiteral("s4"), 0.000123456, QStringLiteral("mm")};
-        if (c.answer) w.host.AnswerMsgBox(c.answer);
-        w.f.cboProof->SetListIndex(4);  // fires the wired Click; a second box would fail the test
-        // The scale bar follows at once.
-        EXPECT_EQ(std::tuple(w.f.picStillView->GetImage() != before,
-                             w.f.lblProofValue->Caption() == GST(10202, QStringLiteral("0.0001235 mm"))),
-                  std::tuple(c.moves, c.moves));
-        EXPECT_EQ(Shown(w.host), c.answer ? Box(20000, 11000, kQuestion) : "");
-        EXPECT_EQ(std::tuple(Var().CurrentProofNo, w.f.cboProof->ListIndex(), w.f.ResultCount),
-                  std::tuple(c.moves ? 4 : 0, c.moves ? 4 : 0, c.moves ? 0 : c.results));
-    }
+        if (answer) w.host.AnswerMsgBox(answer);
+        w.f.cboProof->SetListIndex(slot);
+        return std::tuple(Shown(w.host), w.f.picStillView->GetImage() != before, Var().CurrentProofNo,
+                          w.f.cboProof->ListIndex(), w.f.ResultCount);
+    };
+    const std::string question = Box(20000, 11000, kQuestion);
+    EXPECT_EQ(choose(4, vb::vbNo), std::tuple(question, false, 0, 0, 2));
+    EXPECT_EQ(choose(4, vb::vbYes), std::tuple(question, true, 4, 4, 0));
+    EXPECT_EQ(w.f.lblProofValue->Caption(), GST(10202, QStringLiteral("0.0001235 mm")));
+    w.AddResults(2);
+    w.f.ResultDirty = false;  // saved results go silently
+    EXPECT_EQ(choose(6, 0), std::tuple(std::string(), true, 6, 6, 0));
 }
 
 TEST(ProofMeasure, QuestionOnlyForUnsavedResultsTheLineFollowsRightClicksStepBack) {
@@ -501,9 +489,9 @@ TEST(ProofMeasure, QuestionOnlyForUnsavedResultsTheLineFollowsRightClicksStepBac
     tavix::picStillView_MouseMove(w.f, 0, 0, -20, 7);
     EXPECT_EQ(Overlay(w.f), "1:10,20,-20,7") << "the line's free end follows the pointer";
     w.Click(2);  // back to the first point, the results still hidden
-    EXPECT_EQ(
-        std::tuple(w.f.CommandMode, w.f.WorkPoints.size(), w.Comment(), w.f.linMeasure.Exists(1), w.ResultsShown()),
-        std::tuple(tavix::CommandMode::Calibration, size_t(1), Var().GuidanceTable[20][0], false, false));
+    EXPECT_EQ(std::tuple(w.f.CommandMode, w.f.WorkPoints.size(), w.f.txtComment[0]->Text(), w.f.linMeasure.Exists(1),
+                         w.ResultsShown()),
+              std::tuple(tavix::CommandMode::Calibration, size_t(1), Var().GuidanceTable[20][0], false, false));
     w.Click(2);  // abandoned: the hidden results come back
     EXPECT_TRUE(w.f.CommandMode == tavix::CommandMode::Idle && w.ResultsShown() && w.f.chkScale->Enabled());
     w.f.ResultCount = 0;  // no results: no question
@@ -576,8 +564,8 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
             d.txtName->SetText(QString::fromUtf8(c.name));  // a name kept untrimmed, a value read up to a letter
             d.txtValue->SetText(QString::fromUtf8(c.value));
             if (c.focus == Unit) d.cboUnit->SetListIndex(-1);
-            if (c.text) d.cmdCancel->SetFocus();  // the focus must move to the field at fault
-            if (c.end == ReturnOnCancel) d.cmdCancel->SetFocus();
+            // After a refusal the focus must move to the field at fault.
+            if (c.text || c.end == ReturnOnCancel) d.cmdCancel->SetFocus();
             if (c.end == Return || c.end == Escape) d.txtValue->SetFocus();
             QKeyEvent key(QEvent::KeyPress, c.end == Escape ? Qt::Key_Escape : Qt::Key_Return, Qt::NoModifier);
             c.end == Ok ? d.cmdOK->Click() : (void)QCoreApplication::sendEvent(d.focusWidget(), &key);
@@ -661,8 +649,7 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
         const tavix::VariableDefinition& v = Var();
         Settings want = Settings::Now();
         // A main window out of line with the settings, so the rebuild shows.
-        f.cmdMeasure[0]->SetCaption(QStringLiteral("stale"));
-        f.cmdMeasure[5]->SetCaption(QStringLiteral("stale"));
+        for (int b : {0, 5}) f.cmdMeasure[b]->SetCaption(QStringLiteral("stale"));
         f.picCrossLineV[1]->SetBackColor(0x0000FE);
         f.linMeasure[0]->SetBorderColor(0x0000FE);
         f.shaMeasure[0]->SetBorderColor(0x0000FE);
