@@ -401,45 +401,35 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
 // ---- The result list: removed, emptied, saved ----
 
 TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
+    Still t;
     const QByteArray old(500, 'x');
-    const struct {
-        const char* what;
-        int count;
-        std::optional<QString> name;
-        int boxText, boxTitle;
-        QByteArray file;
-        int error;
-        bool dirtyAfter;
-    } cases[] = {
-        {"three rows", 3, "r.txt", 0, 0, "1,N1,v1,u1\r\n2,a,b,v2,u2\r\n3,N3,v3,\r\n", 0, false},
-        {"cancelled", 2, std::nullopt, 0, 0, old, 0, true},
-        {"nothing to save", 0, {}, 20090, 11090, old, 0, false},
-        {"folder gone", 2, "gone/r.txt", 20092, 11092, old, 76, true},
-        {"folder in the way", 2, "dir", 20092, 11092, old, 75, true},  // not by permissions: root may write
-    };
-    for (const auto& c : cases) {
-        Still t;
-        const char* prefix[] = {"", "N", "v", "u"};
-        for (int row = 1; row <= c.count; ++row)
-            for (int col = 0; col < 4; ++col)
-                t.f.grdResult->SetTextMatrix(row, col, prefix[col] + QString::number(row));
-        t.f.ResultCount = int16_t(c.count);
-        t.f.ResultDirty = c.count > 0;
-        t.f.grdResult->SetTextMatrix(2, 1, QStringLiteral("a,b"));
-        t.f.grdResult->SetTextMatrix(3, 3, QString());
-        t.box.Write("r.txt", old);
-        QDir(t.box.Path()).mkdir("dir");
-        if (c.count > 0) t.host.AnswerFile(c.name ? std::optional(t.box.File(*c.name)) : std::nullopt);
-        if (c.boxText) t.host.AnswerMsgBox(vb::vbOK);
+    t.box.Write("r.txt", old);
+    QDir(t.box.Path()).mkdir("dir");
+    // The file chosen (nullopt: cancelled), and the error the log must name.
+    const auto save = [&](std::optional<QString> name, bool box, int error) {
+        if (t.f.ResultCount > 0) t.host.AnswerFile(name ? std::optional(t.box.File(*name)) : std::nullopt);
+        if (box) t.host.AnswerMsgBox(vb::vbOK);
         tavix::cmdResultSave_Click(t.f);
-
-        const std::string box = c.boxText ? Box(c.boxText, c.boxTitle, vb::vbOKOnly | vb::vbExclamation) : "";
-        const bool logged = t.box.LogTexts().contains(QStringLiteral("cmdResultSave_Click Error.(%1)").arg(c.error));
-        EXPECT_EQ(std::tuple(Shown(t.host), t.box.Read("r.txt"), t.f.ResultDirty, t.host.BusyDepth, logged,
-                             t.f.cdlFile->Flags),
-                  std::tuple(box, c.file, c.dirtyAfter, 0, c.error != 0, c.count > 0 ? 34818 : 0))
-            << c.what;
-    }
+        const bool logged = t.box.LogTexts().contains(QStringLiteral("cmdResultSave_Click Error.(%1)").arg(error));
+        return std::tuple(Shown(t.host), t.box.Read("r.txt"), t.f.ResultDirty, t.host.BusyDepth, logged);
+    };
+    const int okOnly = vb::vbOKOnly | vb::vbExclamation;
+    EXPECT_EQ(save({}, true, 0), std::tuple(Box(20090, 11090, okOnly), old, false, 0, false)) << "nothing to save";
+    const char* prefix[] = {"", "N", "v", "u"};
+    for (int row = 1; row <= 3; ++row)
+        for (int col = 0; col < 4; ++col) t.f.grdResult->SetTextMatrix(row, col, prefix[col] + QString::number(row));
+    t.f.grdResult->SetTextMatrix(2, 1, QStringLiteral("a,b"));
+    t.f.grdResult->SetTextMatrix(3, 3, QString());
+    t.f.ResultCount = 3;
+    t.f.ResultDirty = true;
+    EXPECT_EQ(save(std::nullopt, false, 0), std::tuple(std::string(), old, true, 0, false)) << "cancelled";
+    const std::string failed = Box(20092, 11092, okOnly);
+    EXPECT_EQ(save("gone/r.txt", true, 76), std::tuple(failed, old, true, 0, true)) << "folder gone";
+    // Not by permissions: root may write.
+    EXPECT_EQ(save("dir", true, 75), std::tuple(failed, old, true, 0, true)) << "folder in the way";
+    const QByteArray written("1,N1,v1,u1\r\n2,a,b,v2,u2\r\n3,N3,v3,\r\n");
+    EXPECT_EQ(save("r.txt", false, 0), std::tuple(std::string(), written, false, 0, false));
+    EXPECT_EQ(t.f.cdlFile->Flags, 34818);
 }
 
 // ---- The calibration and the measure settings ----
