@@ -58,8 +58,7 @@ struct CommandCase {
     int results;     // added at the end
     int16_t listed;  // before the start; a start refused for a full list has the first guidance kEnded
     std::vector<Step> steps;
-    int32_t boxText = 0, boxTitle = 0;  // of every box met
-    int boxButtons = 0;
+    int32_t boxText = 0, boxTitle = 0, boxButtons = 0;  // of every box met
 };
 
 // One box as it shows, and the boxes shown since the last look.
@@ -108,9 +107,8 @@ const Points kLines{{-5, 0}, {20, 0}, {0, -5}, {0, 30}};  // crossing at (0, 0);
 struct Still : testing_support::StartedMain {
     explicit Still(int16_t results = 0, bool dirty = false, const QString& deployment = QStringLiteral("ja"))
         : StartedMain(3, deployment) {
-        tavix::VariableDefinition& v = Var();
         for (int n = 30; n <= 59; ++n)
-            v.GuidanceTable[n] = {QStringLiteral("G%1").arg(n), QStringLiteral("second %1").arg(n)};
+            Var().GuidanceTable[n] = {QStringLiteral("G%1").arg(n), QStringLiteral("second %1").arg(n)};
         QImage grey(400, 300, QImage::Format_RGB32);
         grey.fill(0xFF404040);
         f.picTempView->SetPicture(grey);
@@ -500,15 +498,13 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
     const struct {
         const char *what, *unit;
         int shown;
-        double zoom;
-        float apart;
+        double zoom, apart;
         const char *name, *value;
         bool dirty;
         int end;
         const char* stored;
-        int text = 0, focus = Any;
+        int text = 0, focus = Any, error = 0;
         const char* file = nullptr;
-        int error = 0;
     } cases[] = {
         // clang-format off
         {"OK at zoom 2, a foreign unit", "px", 0, 2.0, 200, "新しい ", "10x", true, Ok, "新しい |0.1|μ"},
@@ -521,7 +517,7 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
         {"no unit", "cm", 2, 1, 100, "a", "1", false, Ok, "", 24003, Unit},
         {"two clicks on one point", "cm", 2, 1, 0, "a", "5", false, Ok, "", 24004, Value},
         {"a value beyond a double", "cm", 2, 1, 100, "a", "1e400", false, Ok, "", 24004, Value},
-        {"rewrite, folder gone", "cm", 2, 1, 100, "new", "2", false, Ok, "new|0.02|cm", 24005, Any, "\\gone\\Proof.txt", 76},
+        {"rewrite, folder gone", "cm", 2, 1, 100, "new", "2", false, Ok, "new|0.02|cm", 24005, Any, 76, "\\gone\\Proof.txt"},
         // clang-format on
     };
     for (const auto& c : cases) {
@@ -574,9 +570,9 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
         EXPECT_EQ(Shown(w.host), boxes);
         // The measure ended; a stored slot empties the list, else the results and the file stay.
         const bool stored = *c.stored;
-        EXPECT_EQ(std::tuple(Var().DialogResult, w.f.ResultCount, w.ResultsShown(), w.f.cboProof->ListIndex()),
-                  std::tuple(stored, int16_t(stored ? 0 : 3), !stored, 5));
-        EXPECT_FALSE(w.f.linMeasure.Exists(1));
+        EXPECT_EQ(std::tuple(Var().DialogResult, w.f.ResultCount, w.ResultsShown(), w.f.cboProof->ListIndex(),
+                             w.f.linMeasure.Exists(1)),
+                  std::tuple(stored, int16_t(stored ? 0 : 3), !stored, 5, false));
         if (!stored) {
             EXPECT_EQ(std::tuple(w.f.ResultDirty, Slot(Var().ProofTable[5]), w.box.Read(kProof)),
                       std::tuple(c.dirty, former, file));
@@ -629,14 +625,13 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
     for (const auto& c : cases) {
         SCOPED_TRACE(c.opens);
         Still w{0, false, c.before.decimals == 8 ? QStringLiteral("en") : QStringLiteral("ja")};
-        tavix::VariableDefinition& s = Var();
-        std::tie(s.CrossLineNum, s.NumberOfDecimals, s.MeasureFontSize, s.AngleCommandMode, s.TwoPointCommandMode) =
+        tavix::VariableDefinition& v = Var();
+        std::tie(v.CrossLineNum, v.NumberOfDecimals, v.MeasureFontSize, v.AngleCommandMode, v.TwoPointCommandMode) =
             std::tie(c.before.crossLineNum, c.before.decimals, c.before.fontSize, c.before.angleMode,
                      c.before.twoPointMode);
-        for (int i = 1; i <= 3; ++i) s.MeasureLineColor[i] = 0x010101u * i;
-        s.ScaleColor = 0x80000005;
+        for (int i = 1; i <= 3; ++i) v.MeasureLineColor[i] = 0x010101u * i;
+        v.ScaleColor = 0x80000005;
         tavix::frmMain& f = w.f;
-        const tavix::VariableDefinition& v = Var();
         Settings want = Settings::Now();
         // A main window out of line with the settings, so the rebuild shows.
         for (int b : {0, 5}) f.cmdMeasure[b]->SetCaption(QStringLiteral("stale"));
