@@ -133,10 +133,6 @@ struct Still : testing_support::StartedMain {
     }
     bool ResultsShown() const { return testing_support::ResultPixels(f) > 0; }
     void Click(int16_t button, float x = 0, float y = 0) { tavix::picStillView_MouseUp(f, button, 0, x, y); }
-    void Pick(frmMeasureConfig& d, int i, std::optional<uint32_t> c) {
-        host.AnswerColor(c);
-        d.lblColor[i]->OnClick();
-    }
     void Add(tavix::CommandMode kind, double value, const QString& text) {
         ++f.ResultCount;
         Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, {{}, {-60, 50}, {60, 50}}, value};
@@ -221,7 +217,6 @@ TEST(MeasureCommand, ClickSequencesAndWhatFollowsThePointer) {
                               Loaded(f.shaMeasure), int(f.ResultCount));
         };
         const auto press = [&](int16_t button, float x, float y, bool box, const std::string& at) {
-            w.host.Boxes.clear();
             tavix::picStillView_MouseMove(f, 0, 0, x, y);  // the pointer comes to each click
             tavix::picStillView_MouseUp(f, button, 0, x, y);
             EXPECT_EQ(Shown(w.host), box ? Box(c.boxText, c.boxTitle, c.boxButtons) : "") << at;
@@ -648,8 +643,10 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
             for (const auto& options : {d.optCrossLineNum, d.optAngleCommand, d.opt2PointCommand})
                 opens += QString::number(options[0]->Value()) + QString::number(options[1]->Value()) + u' ';
             EXPECT_EQ(opens + d.cboDec->Text() + u' ' + d.cboFontSize->Text(), QLatin1String(c.opens));
-            for (int i = 0; i < 7; ++i) w.Pick(d, i, 0x00102030u + static_cast<uint32_t>(i));
-            w.Pick(d, 2, std::nullopt);  // the colour dialog cancelled keeps the swatch
+            for (int i = 0; i < 8; ++i) {  // the eighth: the colour dialog cancelled on the third keeps its swatch
+                w.host.AnswerColor(i < 7 ? std::optional(0x00102030u + static_cast<uint32_t>(i)) : std::nullopt);
+                d.lblColor[i < 7 ? i : 2]->OnClick();
+            }
             EXPECT_EQ(d.lblColor[2]->BackColor(), 0x00102032u);
             d.optCrossLineNum[1]->SetValue(true);
             d.cboDec->SetListIndex(0);
