@@ -133,11 +133,6 @@ struct Still : testing_support::StartedMain {
     }
     bool ResultsShown() const { return testing_support::ResultPixels(f) > 0; }
     void Click(int16_t button, float x = 0, float y = 0) { tavix::picStillView_MouseUp(f, button, 0, x, y); }
-    void Add(tavix::CommandMode kind, double value, const QString& text) {
-        ++f.ResultCount;
-        Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, {{}, {-60, 50}, {60, 50}}, value};
-        f.grdResult->SetTextMatrix(f.ResultCount, 2, text);
-    }
 };
 
 TEST(MeasureCommand, ClickSequencesAndWhatFollowsThePointer) {
@@ -233,8 +228,8 @@ TEST(MeasureCommand, ClickSequencesAndWhatFollowsThePointer) {
                     << at;
                 continue;
             }
-            if (s.button == 'Y' || s.button == 'N') w.host.AnswerMsgBox(s.button == 'Y' ? vb::vbYes : vb::vbNo);
-            if (s.button == 'B') w.host.AnswerMsgBox(vb::vbOK);
+            if (!strchr("LRM", s.button))
+                w.host.AnswerMsgBox(s.button == 'Y' ? vb::vbYes : s.button == 'N' ? vb::vbNo : vb::vbOK);
             press(s.button == 'R' ? 2 : s.button == 'M' ? 4 : 1, s.x, s.y, !strchr("LRM", s.button), at);
             const bool ended = s.guidance == kEnded;
             const auto expected = std::tuple(ended ? 0 : c.mode, s.points, s.guidance, std::string(s.lines),
@@ -633,8 +628,12 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
         f.shaMeasure[0]->SetBorderColor(0x0000FE);
         f.picStillView->SetFontSize(30);
         f.ResultFormat = QStringLiteral("0.00000");
-        w.Add(Cmd::Distance, 3.14159, QStringLiteral("stale"));
-        w.Add(Cmd::Count, 4, QStringLiteral("4 counted"));
+        for (const auto& [kind, value, text] :
+             {std::tuple(Cmd::Distance, 3.14159, "stale"), std::tuple(Cmd::Count, 4.0, "4 counted")}) {
+            ++f.ResultCount;
+            Var().ResultTable[f.ResultCount] = {f.ResultCount, kind, {{}, {-60, 50}, {60, 50}}, value};
+            f.grdResult->SetTextMatrix(f.ResultCount, 2, QString::fromLatin1(text));
+        }
         f.picStillView->LineBox(-5, -5, 5, 5, 0x000080, true);  // gone when the still is repainted
         w.host.AnswerModal([&](vb::Form& form) {
             auto& d = dynamic_cast<frmMeasureConfig&>(form);
