@@ -30,8 +30,6 @@
 
 using tavix::frmMain;
 using Cmd = tavix::CommandMode;
-using tavix::frmMeasureConfig;
-using tavix::frmProofConfig;
 using tavix::GST;
 using tavix::Point2D;
 using tavix::Var;
@@ -524,7 +522,7 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
         tavix::cmdProofConfig_Click(w.f);
         w.Click(1);
         w.host.AnswerModal([&](vb::Form& form) {
-            auto& d = dynamic_cast<frmProofConfig&>(form);
+            auto& d = dynamic_cast<tavix::frmProofConfig&>(form);
             // The measured length in pixels of the picture; the rubber line stays.
             EXPECT_EQ(QStringList({d.lblMeasured->Caption(), d.txtName->Text(), d.txtValue->Text(), d.txtValue->Tag}),
                       QStringList({GST(14004, QLatin1String(c.apart ? "100.0" : "0.0")), "slot5", "1",
@@ -571,8 +569,8 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
                   std::tuple(std::string(c.stored), slot[0], GST(10202, slot[1] + u' ' + slot[2])));
         const QStringList lines = QString::fromUtf8(w.box.Read(c.error ? QStringLiteral("Retry.txt") : kProof))
                                       .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-        ASSERT_EQ(lines.size(), 10);
-        EXPECT_EQ(lines[5], QStringLiteral("\"%1\",%2,\"%3\"").arg(slot[0], slot[1], slot[2]));
+        EXPECT_EQ(std::tuple(lines.size(), lines.value(5)),
+                  std::tuple(10, QStringLiteral("\"%1\",%2,\"%3\"").arg(slot[0], slot[1], slot[2])));
         const QString logged = QStringLiteral("frmProofConfig:cmdOK_Click Error.(%1)").arg(c.error);
         EXPECT_EQ(w.box.LogTexts().contains(logged), c.error != 0);
     }
@@ -636,7 +634,7 @@ TEST(MeasureConfigDialog, OpensWithTheSettingsOkStoresCancelKeepsTheWindowRebuil
         }
         f.picStillView->LineBox(-5, -5, 5, 5, 0x000080, true);  // gone when the still is repainted
         w.host.AnswerModal([&](vb::Form& form) {
-            auto& d = dynamic_cast<frmMeasureConfig&>(form);
+            auto& d = dynamic_cast<tavix::frmMeasureConfig&>(form);
             for (int i = 0; i < 7; ++i) EXPECT_EQ(d.lblColor[i]->BackColor(), want.colors[i]) << i;
             QString opens;
             for (const auto& options : {d.optCrossLineNum, d.optAngleCommand, d.opt2PointCommand})
