@@ -18,13 +18,12 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 // What the outputs hold before a call, to see which ones were written.
 constexpr double kUnset = -7.25;
-constexpr Point2D kUnsetPoint{kUnset, kUnset};
 
 // A routine's truth value and what it wrote; an output it did not write keeps kUnset.
 struct Out {
     bool ok = false;
     double d = kUnset;
-    Point2D p = kUnsetPoint;
+    Point2D p{kUnset, kUnset};
 };
 // clang-format off
 Out Foot(Point2D l1, Point2D l2, Point2D p) { Out o; o.ok = tavix::PerpendicularFoot(l1, l2, p, o.p, o.d); return o; }
@@ -32,11 +31,10 @@ Out Circle(Point2D a, Point2D b, Point2D c) { Out o; o.ok = tavix::CircleFrom3Po
 Out Cross(Point2D a, Point2D b, Point2D c, Point2D d) { Out o; o.ok = tavix::LineIntersection(a, b, c, d, o.p); return o; }
 Out Angle(Point2D a, Point2D v, Point2D b) { Out o; o.ok = tavix::VertexAngle(a, v, b, o.d); return o; }
 // clang-format on
-// Slot 3 holds 0.5, slot 4 0.3, the others 1. Corners go from element 1; garbage in element 0 must not count.
+// Slot 4 holds 0.3, the others 1. Corners go from element 1; garbage in element 0 must not count.
 Out Area(double zoom, int16_t proofNo, std::vector<Point2D> corners) {
     tavix::ResetVariableDefinition();
     for (auto& proof : Var().ProofTable) proof.Value = 1.0;
-    Var().ProofTable[3].Value = 0.5;
     Var().ProofTable[4].Value = 0.3;
     Var().ZoomFactor = zoom;
     Var().CurrentProofNo = proofNo;

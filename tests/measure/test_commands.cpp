@@ -59,8 +59,8 @@ struct CommandCase {
     int32_t boxText = 0, boxTitle = 0, boxButtons = 0;  // of every box met
 };
 
-// One box as it shows, and the boxes shown since the last look.
-std::string Box(int32_t text, int32_t title, int buttons) {
+// One box as it shows (a warning unless said otherwise), and the boxes shown since the last look.
+std::string Box(int32_t text, int32_t title, int buttons = vb::vbOKOnly | vb::vbExclamation) {
     return (tavix::GST(title) + '|' + tavix::GST(text) + '|' + QString::number(buttons) + '\n').toStdString();
 }
 std::string Shown(testing_support::ScriptedDialogHost& host) {
@@ -115,8 +115,7 @@ struct Still : testing_support::StartedMain {
         f.grdResult->SetRow(99);  // no record selected
         f.grdResult->SetRowSel(99);
         testing_support::ResultsInCyan();
-        AddResults(results);
-        f.ResultDirty = dirty;
+        AddResults(results, dirty);
     }
     int Guidance() const {
         if (!f.txtComment[0]->Locked()) return kEnded;
@@ -124,10 +123,11 @@ struct Still : testing_support::StartedMain {
     }
 
     // Lines across the still, one a row, that a redraw shows.
-    void AddResults(int16_t n) {
+    void AddResults(int16_t n, bool dirty) {
         for (int16_t r = 1; r <= n; ++r)
             Var().ResultTable[r] = {r, tavix::CommandMode::Distance, {{}, {-50, -20.0 * r}, {50, -20.0 * r}}, 1};
         f.ResultCount = n;
+        f.ResultDirty = dirty;
     }
     bool ResultsShown() const { return testing_support::ResultPixels(f) > 0; }
     void Click(int16_t button, float x = 0, float y = 0) { tavix::picStillView_MouseUp(f, button, 0, x, y); }
@@ -272,8 +272,7 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
         return texts;
     };
     constexpr int32_t kFull = 20141;
-    const Points square{{0, 0}, {10, 0}, {10, 10}, {0, 10}},
-        seven{{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {7, 7}};
+    const Points seven{{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {7, 7}};
     const std::vector<WantRow> circleRows{
         {Cmd::TwoCircles, 20, GST(11135).replace(u'@', u'1'), "20.00", kMm, {{0, 0}, {10, 0}}},
         {Cmd::TwoCircles, 10, GST(11135).replace(u'@', u'2'), "10.00", kMm, {{30, 40}, {5, 0}}},
@@ -305,8 +304,8 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
         {"circle gives the diameter", Cmd::Circle, {{100, 0}, {0, 100}, {-100, 0}}, 1, 1, "0.0",
          {{Cmd::Circle, 200, GST(11133), "200.0", kMm, {{0, 0}, {100, 0}}}}},
         {"two circles, then their centres", Cmd::TwoCircles, {{10, 0}, {0, 10}, {-10, 0}, {35, 40}, {30, 45}, {25, 40}}, 1, 1, "0.00", circleRows},
-        {"area squared unit", Cmd::Area, square, 1, 0.5, "0.0",
-         {{Cmd::Area, 25, GST(11138), "25.0", QStringLiteral("mm2"), square}}},
+        {"area squared unit", Cmd::Area, {{0, 0}, {10, 0}, {10, 10}, {0, 10}}, 1, 0.5, "0.0",
+         {{Cmd::Area, 25, GST(11138), "25.0", QStringLiteral("mm2"), {{0, 0}, {10, 0}, {10, 10}, {0, 10}}}}},
         {"count of 7", Cmd::Count, seven, 3, 0.01, "0.000", {{Cmd::Count, 7, GST(11130), "7", GST(11131), seven}}},
         {"angle by three points, in degrees of the short pi", Cmd::ThreePointAngle, {{10, 0}, {0, 0}, {0, 10}}, 2, 0.01, "0.0",
          {{Cmd::ThreePointAngle, std::numbers::pi / 2 * 180 / tavix::Pi, GST(11139), "90.0", GST(11140), {{10, 0}, {0, 0}, {0, 10}}}}},
@@ -397,8 +396,7 @@ TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
         const bool logged = t.box.LogTexts().contains(QStringLiteral("cmdResultSave_Click Error.(%1)").arg(error));
         return std::tuple(Shown(t.host), t.box.Read("r.txt"), t.f.ResultDirty, t.host.BusyDepth, logged);
     };
-    const int okOnly = vb::vbOKOnly | vb::vbExclamation;
-    EXPECT_EQ(save({}, true, 0), std::tuple(Box(20090, 11090, okOnly), old, false, 0, false)) << "nothing to save";
+    EXPECT_EQ(save({}, true, 0), std::tuple(Box(20090, 11090), old, false, 0, false)) << "nothing to save";
     const char* prefix[] = {"", "N", "v", "u"};
     for (int row = 1; row <= 3; ++row)
         for (int col = 0; col < 4; ++col) t.f.grdResult->SetTextMatrix(row, col, prefix[col] + QString::number(row));
@@ -407,7 +405,7 @@ TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
     t.f.ResultCount = 3;
     t.f.ResultDirty = true;
     EXPECT_EQ(save(std::nullopt, false, 0), std::tuple(std::string(), old, true, 0, false)) << "cancelled";
-    const std::string failed = Box(20092, 11092, okOnly);
+    const std::string failed = Box(20092, 11092);
     EXPECT_EQ(save("gone/r.txt", true, 76), std::tuple(failed, old, true, 0, true)) << "folder gone";
     // Not by permissions: root may write.
     EXPECT_EQ(save("dir", true, 75), std::tuple(failed, old, true, 0, true)) << "folder in the way";
@@ -444,8 +442,7 @@ TEST(ProofChoice, AQuestionOnlyForUnsavedResultsAndNoKeepsTheSelection) {
     EXPECT_EQ(choose(4, vb::vbNo), std::tuple(question, false, 0, 0, 2));
     EXPECT_EQ(choose(4, vb::vbYes), std::tuple(question, true, 4, 4, 0));
     EXPECT_EQ(w.f.lblProofValue->Caption(), GST(10202, QStringLiteral("0.0001235 mm")));
-    w.AddResults(2);
-    w.f.ResultDirty = false;  // saved results go silently
+    w.AddResults(2, false);  // saved results go silently
     EXPECT_EQ(choose(6, 0), std::tuple(std::string(), true, 6, 6, 0));
 }
 
@@ -512,8 +509,7 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
         w.f.cboProof->SetListIndex(5);
         Var().ProofTable[5] = {QStringLiteral("slot5"), 1, QString::fromUtf8(c.unit)};
         Var().ZoomFactor = c.zoom;
-        w.AddResults(3);
-        w.f.ResultDirty = c.dirty;
+        w.AddResults(3, c.dirty);
         if (c.dirty) w.host.AnswerMsgBox(vb::vbYes);  // the question at the start, and no other
         if (c.text) w.host.AnswerMsgBox(vb::vbOK);
         if (c.file) Var().ProofFileName = QString::fromLatin1(c.file);
@@ -551,8 +547,8 @@ TEST(ProofDialog, OpensWithTheSlotOkStoresIndependentOfZoomRefusalsKeepItOpen) {
             EXPECT_TRUE(d.Unloaded());
         });
         w.Click(1, 0, c.apart);
-        const std::string boxes = (c.dirty ? Box(20060, 11060, kQuestion) : std::string()) +
-                                  (c.text ? Box(c.text, 14100, vb::vbOKOnly | vb::vbExclamation) : std::string());
+        const std::string boxes =
+            (c.dirty ? Box(20060, 11060, kQuestion) : std::string()) + (c.text ? Box(c.text, 14100) : std::string());
         EXPECT_EQ(Shown(w.host), boxes);
         // The measure ended; a stored slot empties the list, else the results and the file stay.
         const bool stored = *c.stored;
