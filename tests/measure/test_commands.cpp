@@ -361,7 +361,9 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
                   std::tuple(c.text ? box : "", listed + n, !c.text || c.firstWay || c.dirtyBefore))
             << c.what;
         const Points rays{{20, 0}, {0, 0}, {0, 30}, kLines[3], {0, 0}};
-        if (c.text) EXPECT_EQ(Text(f.WorkPoints, 1), Text(c.reduced ? rays : c.clicks)) << c.what << " WorkPoints";
+        if (c.text) {
+            EXPECT_EQ(Text(f.WorkPoints, 1), Text(c.reduced ? rays : c.clicks)) << c.what << " WorkPoints";
+        }
         for (int16_t i = 0; i < n; ++i) {
             const WantRow& w = c.rows[i];
             const int16_t no = listed + 1 + i;
@@ -371,7 +373,9 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
             const double value = c.mode == Cmd::TwoLineAngle ? std::round(r.Value * 1e9) / 1e9 : r.Value;
             EXPECT_EQ(std::tuple(r.No, r.Kind, value, row(no)),
                       std::tuple(no, w.kind, w.value, QStringList({QString::number(no), w.name, w.text, w.unit})));
-            if (!w.points.empty()) EXPECT_EQ(Text(r.Points, 1), Text(w.points));
+            if (!w.points.empty()) {
+                EXPECT_EQ(Text(r.Points, 1), Text(w.points));
+            }
         }
         // Slot 100 stands for everything the grid cannot show, and is never written.
         for (int no = listed + n + 1; no < tavix::ResultTableSize; ++no)
