@@ -1,10 +1,6 @@
 // Files: the settings file, text files and logs, the data folder, the drive of a movie, pictures.
 #include <QBuffer>
-#include <QDir>
-#include <QFileInfo>
 #include <QStorageInfo>
-#include <QtEndian>
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "App.h"
@@ -23,21 +19,17 @@ using vb::ProgramFolder;
 namespace {
 
 // The settings file: reading keys of sections, cutting to the caller's buffer, writing in place.
-class IniTest : public testing_support::TempDirTest {
-protected:
+struct IniTest : testing_support::TempDirTest {
     QString path = dir.filePath("Tavix.Ini");
-    QString Get(const char* section, const char* key, const QString& def, int size = 255) {
-        QString out = "junk";
-        const int n = vb::GetPrivateProfileString(section, key, def, out, size, path);
-        EXPECT_EQ(n, out.size()) << "the count is of what was given";
-        return out;
-    }
 };
 
 TEST_F(IniTest, ReadsQuotedValuesAndTrimsTheDefault) {
     Put("Tavix.Ini", "[ Camera ]\r\nQUOTED=\"  padded  \"\r\n");
-    EXPECT_EQ(Get("camera", "quoted", ""), "  padded  ");
-    EXPECT_EQ(Get("FILE", "JPEGQTY", "d  "), "d");
+    for (const auto& [key, def, expected] : {std::tuple{"quoted", "", "  padded  "}, {"JPEGQTY", "d  ", "d"}}) {
+        QString out = "junk";
+        EXPECT_EQ(vb::GetPrivateProfileString("camera", key, def, out, 255, path), QString(expected).size()) << key;
+        EXPECT_EQ(out, expected);
+    }
 }
 
 TEST_F(IniTest, WriteReplacesLineInPlace) {
