@@ -18,7 +18,7 @@ using vb::ProgramFolder;
 
 namespace {
 
-// The settings file: reading keys of sections, cutting to the caller's buffer, writing in place.
+// The settings file: reading keys of sections, writing in place.
 struct IniTest : testing_support::TempDirTest {
     QString path = dir.filePath("Tavix.Ini");
 };
@@ -40,12 +40,12 @@ TEST_F(IniTest, WriteReplacesLineInPlace) {
          "[MEASURE]\nScaleX=7\r\nSCALEY=1\n[X]\r\nSCALEX=0"},
         // Adding to a section after its last key, which had no line end.
         {"B", "NEW", "1", "[A]\nK=1\n[B]\nX=1", "[A]\nK=1\n[B]\nX=1\nNEW=1\n"},
-        // A new section goes at the end, with the file's line ends.
         // A CP932 file stays CP932.
         {"S", "N", "ト", "[S]\r\nK=\x83\x65\r\nN=1\r\n", "[S]\r\nK=\x83\x65\r\nN=\x83\x67\r\n"},
         // Adding to a section: after its last key, before blank lines and the next section.
         {"A", "NEW", "1", "[A]\r\nK=1\r\n;note\r\n\r\n[B]\r\nX=1\r\n",
          "[A]\r\nK=1\r\nNEW=1\r\n;note\r\n\r\n[B]\r\nX=1\r\n"},
+        // A new section goes at the end, with the file's line ends.
         {"C", "K", "1", "[A]\nK=1\n", "[A]\nK=1\n[C]\nK=1\n"},
         {"FILE", "JPEGQTY", "80", {}, "[FILE]\r\nJPEGQTY=80\r\n"},
     };
