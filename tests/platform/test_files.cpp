@@ -1,10 +1,6 @@
 // Files: the settings file, text files and logs, the data folder, the drive of a movie, pictures.
 #include <QBuffer>
-#include <QDir>
-#include <QFileInfo>
 #include <QStorageInfo>
-#include <QtEndian>
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "App.h"
@@ -22,22 +18,18 @@ using vb::ProgramFolder;
 
 namespace {
 
-// The settings file: reading keys of sections, cutting to the caller's buffer, writing in place.
-class IniTest : public testing_support::TempDirTest {
-protected:
+// The settings file: reading keys of sections, writing in place.
+struct IniTest : testing_support::TempDirTest {
     QString path = dir.filePath("Tavix.Ini");
-    QString Get(const char* section, const char* key, const QString& def, int size = 255) {
-        QString out = "junk";
-        const int n = vb::GetPrivateProfileString(section, key, def, out, size, path);
-        EXPECT_EQ(n, out.size()) << "the count is of what was given";
-        return out;
-    }
 };
 
 TEST_F(IniTest, ReadsQuotedValuesAndTrimsTheDefault) {
     Put("Tavix.Ini", "[ Camera ]\r\nQUOTED=\"  padded  \"\r\n");
-    EXPECT_EQ(Get("camera", "quoted", ""), "  padded  ");
-    EXPECT_EQ(Get("FILE", "JPEGQTY", "d  "), "d");
+    for (const auto& [key, def, expected] : {std::tuple{"quoted", "", "  padded  "}, {"JPEGQTY", "d  ", "d"}}) {
+        QString out = "junk";
+        EXPECT_EQ(vb::GetPrivateProfileString("camera", key, def, out, 255, path), QString(expected).size()) << key;
+        EXPECT_EQ(out, expected);
+    }
 }
 
 TEST_F(IniTest, WriteReplacesLineInPlace) {
@@ -48,12 +40,12 @@ TEST_F(IniTest, WriteReplacesLineInPlace) {
          "[MEASURE]\nScaleX=7\r\nSCALEY=1\n[X]\r\nSCALEX=0"},
         // Adding to a section after its last key, which had no line end.
         {"B", "NEW", "1", "[A]\nK=1\n[B]\nX=1", "[A]\nK=1\n[B]\nX=1\nNEW=1\n"},
-        // A new section goes at the end, with the file's line ends.
         // A CP932 file stays CP932.
         {"S", "N", "ト", "[S]\r\nK=\x83\x65\r\nN=1\r\n", "[S]\r\nK=\x83\x65\r\nN=\x83\x67\r\n"},
         // Adding to a section: after its last key, before blank lines and the next section.
         {"A", "NEW", "1", "[A]\r\nK=1\r\n;note\r\n\r\n[B]\r\nX=1\r\n",
          "[A]\r\nK=1\r\nNEW=1\r\n;note\r\n\r\n[B]\r\nX=1\r\n"},
+        // A new section goes at the end, with the file's line ends.
         {"C", "K", "1", "[A]\nK=1\n", "[A]\nK=1\n[C]\nK=1\n"},
         {"FILE", "JPEGQTY", "80", {}, "[FILE]\r\nJPEGQTY=80\r\n"},
     };

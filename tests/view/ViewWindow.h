@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QMouseEvent>
 #include <gtest/gtest.h>
-#include <tuple>
 
 #include "CommonModule.h"
 #include "Graph.h"

@@ -2,12 +2,9 @@
 // unchanged, the keys, a dropped file, the dialogs' folder kept across a start.
 #include <QClipboard>
 #include <QDir>
-#include <QHelpEvent>
 #include <QMimeData>
 #include <QScrollBar>
 #include <QToolTip>
-#include <QUrl>
-#include <QWheelEvent>
 #include <cmath>
 
 #include "IniConfig.h"

@@ -1,5 +1,4 @@
 // Opening and saving a picture with its comment, frmJpegQty, and arming a movie.
-#include <QFileInfo>
 #include <cmath>
 
 #include "Drive.h"

@@ -1,6 +1,5 @@
 // The still at a zoom and its paint failure; the scale bar on the still and over the live
 // picture, frmScale, and the bar in a saved picture.
-#include <algorithm>
 #include <cmath>
 
 #include "CameraView.h"
