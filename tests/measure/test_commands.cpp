@@ -63,6 +63,7 @@ struct CommandCase {
 std::string Box(int32_t text, int32_t title, int buttons = vb::vbOKOnly | vb::vbExclamation) {
     return (tavix::GST(title) + '|' + tavix::GST(text) + '|' + QString::number(buttons) + '\n').toStdString();
 }
+constexpr int kQuestion = vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2;
 std::string Shown(testing_support::ScriptedDialogHost& host) {
     std::string boxes;
     for (const auto& b : host.Boxes)
@@ -387,7 +388,7 @@ TEST(MeasureResult, MeasuresAddTheirRowsInOrderOrABoxAndNothing) {
 
 // ---- The result list: removed, emptied, saved ----
 
-TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
+TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsavedClearAsksFirst) {
     Still t;
     const QByteArray old(500, 'x');
     t.box.Write("r.txt", old);
@@ -416,12 +417,18 @@ TEST(ResultTable, SaveWritesTheGridTextsOrLeavesTheListUnsaved) {
     const QByteArray written("1,N1,v1,u1\r\n2,a,b,v2,u2\r\n3,N3,v3,\r\n");
     EXPECT_EQ(save("r.txt", false, 0), std::tuple(std::string(), written, false, 0, false));
     EXPECT_EQ(t.f.cdlFile->Flags, 34818);
+    // Emptying the list asks first: No keeps it, Yes empties grid and list.
+    for (const int answer : {vb::vbNo, vb::vbYes}) {
+        t.host.AnswerMsgBox(answer);
+        tavix::cmdResultClear_Click(t.f);
+        EXPECT_EQ(std::tuple(Shown(t.host), int(t.f.ResultCount), t.f.grdResult->TextMatrix(1, 1).isEmpty()),
+                  std::tuple(Box(20070, 11070, kQuestion), answer == vb::vbNo ? 3 : 0, answer == vb::vbYes));
+    }
 }
 
 // ---- The calibration and the measure settings ----
 
 const QString kProof = QStringLiteral("Proof.txt");
-constexpr int kQuestion = vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2;
 
 // A slot as "name|value|unit".
 std::string Slot(const tavix::ProofRecord& p) {

@@ -11,6 +11,8 @@
 #include "DialogHost.h"
 #include "Form.h"
 #include "PictureBox.h"
+#include "ScriptedDialogHost.h"
+#include "App.h"
 
 using namespace vb;
 
@@ -93,6 +95,18 @@ TEST_F(Controls, TextBoxMaxLengthLimitsWhatTheUserEntersNotWhatCodeSets) {
         for (QChar ch : QString("abcdefg")) Key(edit, 0, {}, ch);
         EXPECT_EQ(box->Text(), expected) << start;
     }
+}
+
+// An error no handler traps ends the program with its number, whatever event raised it.
+TEST_F(Controls, AnUntrappedErrorEndsWithItsNumber) {
+    auto* pic = new PictureBox(form, &form, "picFail", -1, true);
+    pic->OnMouseUp = [](int, int, float, float) { Raise(6); };
+    testing_support::ScriptedDialogHost host;
+    host.AnswerMsgBox(vbOK);
+    Mouse(pic->ClientWidget(), QEvent::MouseButtonRelease, {5, 5}, Qt::LeftButton, {});
+    EXPECT_EQ(host.Boxes, (std::vector<testing_support::RecordedBox>{
+                              {QStringLiteral("Run-time error '6'"), vbOKOnly | vbCritical, App::Title()}}));
+    EXPECT_EQ(host.Ends, 1);
 }
 
 // The grid's own selection: Row/RowSel by code, mouse and keys, and its change notification;

@@ -103,7 +103,7 @@ TEST(ScaleLive, BoxesKeepTheirMarginsInsideWhatIsShownAndGoIntoTheStill) {
     EXPECT_FALSE(f.picScaleSize->Visible());
 }
 
-TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
+TEST(ScaleCheckBox, ALengthOfNothingIsRefusedOkDrawsCancelAndUncheckTakeItAway) {
     Win w;
     w.Open(QuarterPicture(200, 160));
     Var().ResultTable[1] = {1, CommandMode::Distance, {{}, {-50, -40}, {50, -40}}, 1};
@@ -111,12 +111,18 @@ TEST(ScaleCheckBox, OnTheStillOkDrawsCancelAndUncheckTakeItAway) {
     testing_support::ResultsInCyan();
     Settle(0, 0);
     for (const bool ok : {false, true}) {
-        w.host.AnswerModal([ok](vb::Form& form) {
+        w.host.AnswerModal([&w, ok](vb::Form& form) {
             auto& d = dynamic_cast<frmScale&>(form);
             d.txtScaleLen[0]->SetText(QStringLiteral("40"));  // 16 pixels at zoom 1, at the centre
-            d.txtScaleLen[1]->SetText(QStringLiteral("40"));
+            d.txtScaleLen[1]->SetText(QStringLiteral("0"));
             d.optAxis[0]->SetValue(true);
             d.cboPosition->SetListIndex(4);
+            w.host.AnswerMsgBox(vb::vbOK);  // Y of nothing is refused though its field is closed
+            d.cmdOK->Click();
+            EXPECT_EQ(std::pair(w.BoxAt(ok), d.Unloaded()),
+                      std::pair(Box(GST(25000, d.Label1[1]->Caption()), GST(15100), vb::vbOKOnly | vb::vbExclamation),
+                                false));
+            d.txtScaleLen[1]->SetText(QStringLiteral("40"));
             (ok ? d.cmdOK : d.cmdCancel)->Click();
         });
         w.f.chkScale->SetValue(1);
