@@ -159,8 +159,8 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
 TEST(Movie, LastsAsLongAsTheRecordingWhateverIsDropped) {
     for (const bool slowDisk : {false, true}) {
         SCOPED_TRACE(slowDisk ? "a disk that takes half the camera's 18 MB/s" : "a camera slowed to 15 fps");
-        RecordingMain m;
         fakecam_set_rate(slowDisk ? 0 : 15);
+        RecordingMain m;
         m.f.FilterGraph->SetFaults({.writerBytesPerSecond = slowDisk ? 9'000'000 : 0});
         m.f.MovieFileName = m.box.File("movie.avi");
         QElapsedTimer recording;

@@ -42,16 +42,13 @@ static const struct Control {
 } controls[] = {
     {V4L2_CID_USER_CLASS, "User Controls", Class, {0}},
     {V4L2_CID_BRIGHTNESS, "Brightness", Int, -64, 64, 1, 0, 0, {0}},
-    {V4L2_CID_AUTO_WHITE_BALANCE, "White Balance, Automatic", Bool, 0, 1, 1, 1, 0, {0}},
-    {V4L2_CID_WHITE_BALANCE_TEMPERATURE, "White Balance Temperature", Int, 2800, 6500, 10, 4600, 0, {0}},
-    {V4L2_CID_CAMERA_CLASS, "Camera Controls", Class, {0}},
     // clang-format off
     {V4L2_CID_EXPOSURE_AUTO, "Auto Exposure", Menu, 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
     // clang-format on
     {V4L2_CID_EXPOSURE_ABSOLUTE, "Exposure Time, Absolute", Int, 3, 2047, 1, 250, 0, {0}},
     {V4L2_CID_PRIVACY, "Privacy", Bool, 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
-enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 2, WbTemp = 3, ExpAuto = 5, ExpAbs = 6 };
+enum { ControlCount = sizeof controls / sizeof controls[0], ExpAuto = 2, ExpAbs = 3 };
 
 // Slot n is /fakecam/video(2n): a UVC camera's second node is its metadata node.
 static struct Device {
@@ -159,7 +156,6 @@ static void arm(struct Handle* h, int fps) {
     const struct itimerspec t = {period, fps < 0 ? (struct timespec){0, 1} : period};
     timerfd_settime(h->timer, 0, &t, NULL);
 }
-static int fps_of(const struct Device* d) { return rate > 0 ? rate : (int)modes[d->mode].fps; }
 
 static int control_index(uint32_t id) {
     for (int i = 0; i < ControlCount; ++i)
@@ -167,10 +163,9 @@ static int control_index(uint32_t id) {
     return -1;
 }
 
-// The camera stalls a request for a control its automatic mode owns.
+// The camera stalls a request for the exposure time while its automatic mode owns it.
 static uint32_t control_flags(const struct Device* d, int i) {
-    const int owned = (i == WbTemp && d->values[WbAuto]) || (i == ExpAbs && d->values[ExpAuto] != 1);
-    return controls[i].flags | (owned ? V4L2_CTRL_FLAG_INACTIVE : 0);
+    return controls[i].flags | (i == ExpAbs && d->values[ExpAuto] != 1 ? V4L2_CTRL_FLAG_INACTIVE : 0);
 }
 
 static int query_control(const struct Device* d, struct v4l2_queryctrl* q) {
@@ -317,7 +312,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     case VIDIOC_G_CTRL: {
         struct v4l2_control* v = arg;
         const int i = control_index(v->id);
-        if (i < 0 || controls[i].type == V4L2_CTRL_TYPE_CTRL_CLASS) return fail(EINVAL);
+        if (i < 0) return fail(EINVAL);
         v->value = d->values[i];
         return 0;
     }
@@ -325,7 +320,6 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     case VIDIOC_REQBUFS: {
         struct v4l2_requestbuffers* r = arg;
         if (r->type != CAPTURE || r->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
-        if (h->streaming) return fail(EBUSY);
         if (d->streamer == h) free_buffers(h);
         return add_buffers(h, &r->capabilities, &r->count);
     }
@@ -345,7 +339,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     }
     case VIDIOC_STREAMON:
         if (!h->count) return fail(EINVAL);
-        if (!h->streaming) h->streaming = 1, h->sequence = 0, arm(h, fps_of(d));
+        if (!h->streaming) h->streaming = 1, h->sequence = 0, arm(h, rate > 0 ? rate : (int)modes[d->mode].fps);
         if (!h->streamed) h->streamed = 1, streamedOpens++;
         return 0;
     case VIDIOC_STREAMOFF: h->streaming = 0, h->queued = 0, arm(h, 0); return 0;
@@ -495,19 +489,12 @@ void fakecam_plug(enum FakeCamVariant variant) {
         d->mode = 0;
         for (int i = 0; i < ControlCount; ++i) d->values[i] = controls[i].def;
     }
-    refuse = 0, rate = 0, streamedOpens = 0;
+    refuse = 0, streamedOpens = 0;
     pthread_mutex_unlock(&lock);
 }
 
 void fakecam_refuse_open(int on) { __atomic_store_n(&refuse, on, __ATOMIC_SEQ_CST); }
 
-void fakecam_set_rate(int fps) {
-    pthread_mutex_lock(&lock);
-    rate = fps;
-    for (int fd = 0; fd < 4096; ++fd)
-        if (handles[fd] && handles[fd]->timer == fd && handles[fd]->streaming)
-            arm(handles[fd], fps_of(&devices[handles[fd]->dev]));
-    pthread_mutex_unlock(&lock);
-}
+void fakecam_set_rate(int fps) { __atomic_store_n(&rate, fps, __ATOMIC_SEQ_CST); }
 
 int fakecam_stream_opens(void) { return __atomic_load_n(&streamedOpens, __ATOMIC_SEQ_CST); }
