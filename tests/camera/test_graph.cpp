@@ -129,20 +129,20 @@ TEST_F(GraphTest, SettingsDialogOfTheFakeCamera) {
         testing_support::ScriptedDialogHost host;
         host.AnswerModal([&](vb::Form& form) {
             auto find = [&](const char* name, int i) { return form.FindControl(name, i); };
-            auto* exposureMode = dynamic_cast<vb::ComboBox*>(find("cboControl", 1));
-            auto* exposure = dynamic_cast<vb::Slider*>(find("sldControl", 2));
+            auto* exposureMode = dynamic_cast<vb::ComboBox*>(find("cboControl", 3));
+            auto* exposure = dynamic_cast<vb::Slider*>(find("sldControl", 4));
             auto* defaults = dynamic_cast<vb::CommandButton*>(find("cmdDefaults", -1));
             // A row per control of a kind the dialog knows; none for the classes.
-            ASSERT_TRUE(exposureMode && exposure && defaults && find("chkControl", 3) && !find("lblControl", 4));
+            ASSERT_TRUE(exposureMode && exposure && defaults && find("chkControl", 5) && !find("lblControl", 6));
             // The menu without the camera's gaps, at the entry of the value; read-only greyed.
             EXPECT_EQ(std::tuple(exposureMode->ListCount(), exposureMode->List(1), exposureMode->ListIndex(),
-                                 find("chkControl", 3)->Enabled()),
+                                 find("chkControl", 5)->Enabled()),
                       std::tuple(2, QString("Aperture Priority Mode"), 1, false));
             EXPECT_FALSE(exposure->Enabled());
             exposureMode->SetListIndex(0);
             EXPECT_TRUE(exposure->Enabled());
             exposure->SetValue(100);
-            EXPECT_EQ(find("lblValue", 2)->Caption(), "100");
+            EXPECT_EQ(find("lblValue", 4)->Caption(), "100");
             dynamic_cast<vb::Slider*>(find("sldControl", 0))->SetValue(20);
             defaults->Click();
             EXPECT_EQ(std::tuple(ValueOf(g, *cam, "brightness"), ValueOf(g, *cam, "exposure_time__absolute"),

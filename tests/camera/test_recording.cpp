@@ -51,6 +51,8 @@ uint32_t HeaderFrames(const QString& path) {
     return at >= 0 ? At(head, at + 24) : 0;
 }
 
+bool Never() { return false; }
+
 // A camera main window on the fake camera at 640x480 YUYV 30 fps, with the drive seen as
 // local and roomy, unless a test says otherwise.
 struct RecordingMain : testing_support::CameraMain {
@@ -75,9 +77,7 @@ struct RecordingMain : testing_support::CameraMain {
         if (armed) armed(*this);
         f.cmdPlayStop->Click();
     }
-    void RunFor(int ms) {
-        WaitFor([] { return false; }, ms);
-    }
+    void RunFor(int ms) { WaitFor(Never, ms); }
     bool LiveAgain() {
         return f.CommandMode == CommandMode::Idle && f.ViewMode == tavix::ViewMode::Live && !f.tmrRec->Enabled() &&
                f.cmdPicSave->Enabled() && f.cmdPicLoad->Enabled() && WaitFrame();

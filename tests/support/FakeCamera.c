@@ -42,13 +42,15 @@ static const struct Control {
 } controls[] = {
     {V4L2_CID_USER_CLASS, "User Controls", Class, {0}},
     {V4L2_CID_BRIGHTNESS, "Brightness", Int, -64, 64, 1, 0, 0, {0}},
+    {V4L2_CID_AUTO_WHITE_BALANCE, "White Balance, Automatic", Bool, 0, 1, 1, 1, 0, {0}},
+    {V4L2_CID_WHITE_BALANCE_TEMPERATURE, "White Balance Temperature", Int, 2800, 6500, 10, 4600, 0, {0}},
     // clang-format off
     {V4L2_CID_EXPOSURE_AUTO, "Auto Exposure", Menu, 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
     // clang-format on
     {V4L2_CID_EXPOSURE_ABSOLUTE, "Exposure Time, Absolute", Int, 3, 2047, 1, 250, 0, {0}},
     {V4L2_CID_PRIVACY, "Privacy", Bool, 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
-enum { ControlCount = sizeof controls / sizeof controls[0], ExpAuto = 2, ExpAbs = 3 };
+enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 2, WbTemp = 3, ExpAuto = 4, ExpAbs = 5 };
 
 // Slot n is /fakecam/video(2n): a UVC camera's second node is its metadata node.
 static struct Device {
@@ -163,9 +165,10 @@ static int control_index(uint32_t id) {
     return -1;
 }
 
-// The camera stalls a request for the exposure time while its automatic mode owns it.
+// The camera stalls a request for a control its automatic mode owns.
 static uint32_t control_flags(const struct Device* d, int i) {
-    return controls[i].flags | (i == ExpAbs && d->values[ExpAuto] != 1 ? V4L2_CTRL_FLAG_INACTIVE : 0);
+    const int owned = (i == WbTemp && d->values[WbAuto]) || (i == ExpAbs && d->values[ExpAuto] != 1);
+    return controls[i].flags | (owned ? V4L2_CTRL_FLAG_INACTIVE : 0);
 }
 
 static int query_control(const struct Device* d, struct v4l2_queryctrl* q) {
@@ -429,8 +432,7 @@ int stat64(const char* path, struct stat64* st) {
     const int node = node_of(path);
     if (node < 0) return ((int (*)(const char*, struct stat64*))next("stat64"))(path, st);
     if (!devices[node].present) return fail(ENOENT);
-    memset(st, 0, sizeof *st);
-    st->st_mode = S_IFCHR | 0660;
+    *st = (struct stat64){.st_mode = S_IFCHR | 0660};
     return 0;
 }
 
@@ -485,8 +487,7 @@ void fakecam_plug(enum FakeCamVariant variant) {
         d->generation++;
         // A stream of the camera that was there hears at once that it is gone.
         if (d->streamer && d->streamer->streaming) arm(d->streamer, -1);
-        d->streamer = NULL;
-        d->mode = 0;
+        d->streamer = NULL, d->mode = 0;
         for (int i = 0; i < ControlCount; ++i) d->values[i] = controls[i].def;
     }
     refuse = 0, streamedOpens = 0;
