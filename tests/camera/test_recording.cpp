@@ -51,6 +51,8 @@ uint32_t HeaderFrames(const QString& path) {
     return at >= 0 ? At(head, at + 24) : 0;
 }
 
+bool Never() { return false; }
+
 // A camera main window on the fake camera at 640x480 YUYV 30 fps, with the drive seen as
 // local and roomy, unless a test says otherwise.
 struct RecordingMain : testing_support::CameraMain {
@@ -75,9 +77,7 @@ struct RecordingMain : testing_support::CameraMain {
         if (armed) armed(*this);
         f.cmdPlayStop->Click();
     }
-    void RunFor(int ms) {
-        WaitFor([] { return false; }, ms);
-    }
+    void RunFor(int ms) { WaitFor(Never, ms); }
     bool LiveAgain() {
         return f.CommandMode == CommandMode::Idle && f.ViewMode == tavix::ViewMode::Live && !f.tmrRec->Enabled() &&
                f.cmdPicSave->Enabled() && f.cmdPicLoad->Enabled() && WaitFrame();
@@ -122,7 +122,6 @@ TEST(Recording, TheLimitStopsItWithABoxAndAGraphFileLostMeanwhileEndsTheProgram)
 TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
     using M = RecordingMain&;
     const auto removeFolder = [](M m) { QDir(m.box.File("movies")).removeRecursively(); };
-    const auto removeFolderNow = [](M m) { QDir(m.box.File("movies")).removeRecursively(), tavix::tmrRec_Timer(m.f); };
     const auto nearlyFull = [](M m) { m.SetFree(60.0 * 1024 * 1024), tavix::tmrRec_Timer(m.f); };
     const auto replug = [](M) { fakecam_plug(FakeCamUvc); };  // the stream hears at once that its camera went
     const struct {
@@ -136,7 +135,7 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
         {"the disk fills", {.writerFailsAfter = 40}, nullptr, nullptr, "tmrRec_Timer Error.(61)", true},
         {"the disk is almost full", {}, nullptr, nearlyFull, "tmrRec_Timer Error.(61)", true},
         {"the camera is lost for a moment", {}, nullptr, replug, "tmrRec_Timer Error.(57)", true},
-        {"the folder is removed", {}, nullptr, removeFolderNow, "tmrRec_Timer Error.(76)", false},
+        {"the folder is removed", {}, nullptr, removeFolder, "tmrRec_Timer Error.(76)", false},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.name);
@@ -159,8 +158,8 @@ TEST(Recording, FailuresStopWithTheReasonAndLeaveALivePicture) {
 TEST(Movie, LastsAsLongAsTheRecordingWhateverIsDropped) {
     for (const bool slowDisk : {false, true}) {
         SCOPED_TRACE(slowDisk ? "a disk that takes half the camera's 18 MB/s" : "a camera slowed to 15 fps");
-        RecordingMain m;
         fakecam_set_rate(slowDisk ? 0 : 15);
+        RecordingMain m;
         m.f.FilterGraph->SetFaults({.writerBytesPerSecond = slowDisk ? 9'000'000 : 0});
         m.f.MovieFileName = m.box.File("movie.avi");
         QElapsedTimer recording;
@@ -213,27 +212,6 @@ QByteArray Unfinished(const QString& path) {
 // A repaired movie of these frames: ffmpeg plays it to its end, as long as they last.
 void ExpectPlays(const QString& path, int frames) { EXPECT_NEAR(Seconds(path), frames / 30.0, 1 / 30.0 + 1e-3); }
 
-// A disk with no room for the index: the last frames give theirs.
-TEST(AviRepair, OnAFullDiskTheLastFramesMakeRoomForTheIndex) {
-    QTemporaryDir dir;
-    const QByteArray midway = Unfinished(dir.filePath("live.avi"));
-    WriteFile(dir.filePath("roomy.avi"), midway);
-    const int whole = tavix::cam::RepairUnfinishedAvi(dir.filePath("roomy.avi")).frames;
-    const QString path = dir.filePath("full.avi");
-    WriteFile(path, midway);
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails instead
-    rlimit full = before;
-    full.rlim_cur = rlim_t(midway.size() - 2000);  // less than the file: no byte to spare
-    setrlimit(RLIMIT_FSIZE, &full);
-    const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(path);
-    setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_EQ(std::pair(r.error, r.repaired), std::pair(0, true));
-    EXPECT_TRUE(r.frames > 0 && r.frames < whole) << r.frames;
-    ExpectPlays(path, r.frames);
-}
-
 // Past 1 GiB the multiplexer starts a second part; a recording cut off there keeps both.
 TEST(AviRepair, AMovieOfTwoPartsKeepsBoth) {
     QTemporaryDir dir(QStringLiteral("/var/tmp/tavix-avi.XXXXXX"));  // 1.2 GB: on a disk, not in RAM
@@ -278,7 +256,7 @@ TEST(AviRepair, AMovieOfTwoPartsKeepsBoth) {
 }
 
 // The note a recording leaves: the boot, the recording process, the movie.
-TEST(AviRepair, AtStartTheMovieOfARunThatEndedIsRepairedOnce) {
+TEST(AviRepair, AtStartTheMovieOfARunThatEndedIsRepairedOnceAndOnAFullDiskTheLastFramesMakeRoom) {
     QTemporaryDir dir;
     const QByteArray unfinished = Unfinished(dir.filePath("live.avi"));
     const QByteArray thisBoot = ReadFile("/proc/sys/kernel/random/boot_id").trimmed();
@@ -310,6 +288,23 @@ TEST(AviRepair, AtStartTheMovieOfARunThatEndedIsRepairedOnce) {
         const int frames = tavix::cam::RepairUnfinishedAvi(movie).frames;
         EXPECT_EQ(m.Logged(QStringLiteral("Unfinished Movie Repaired.(%1)").arg(frames)), c.repaired);
     }
+
+    // A disk with no room for the index: the last frames give theirs.
+    WriteFile(dir.filePath("roomy.avi"), unfinished);
+    const int whole = tavix::cam::RepairUnfinishedAvi(dir.filePath("roomy.avi")).frames;
+    const QString path = dir.filePath("full.avi");
+    WriteFile(path, unfinished);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails instead
+    // Less than the file: no byte to spare.
+    const rlimit full{rlim_t(unfinished.size() - 2000), before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    const tavix::cam::AviRepair r = tavix::cam::RepairUnfinishedAvi(path);
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(std::pair(r.error, r.repaired), std::pair(0, true));
+    EXPECT_TRUE(r.frames > 0 && r.frames < whole) << r.frames;
+    ExpectPlays(path, r.frames);
 }
 
 }  // namespace

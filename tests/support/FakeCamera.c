@@ -44,14 +44,13 @@ static const struct Control {
     {V4L2_CID_BRIGHTNESS, "Brightness", Int, -64, 64, 1, 0, 0, {0}},
     {V4L2_CID_AUTO_WHITE_BALANCE, "White Balance, Automatic", Bool, 0, 1, 1, 1, 0, {0}},
     {V4L2_CID_WHITE_BALANCE_TEMPERATURE, "White Balance Temperature", Int, 2800, 6500, 10, 4600, 0, {0}},
-    {V4L2_CID_CAMERA_CLASS, "Camera Controls", Class, {0}},
     // clang-format off
     {V4L2_CID_EXPOSURE_AUTO, "Auto Exposure", Menu, 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
     // clang-format on
     {V4L2_CID_EXPOSURE_ABSOLUTE, "Exposure Time, Absolute", Int, 3, 2047, 1, 250, 0, {0}},
     {V4L2_CID_PRIVACY, "Privacy", Bool, 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
-enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 2, WbTemp = 3, ExpAuto = 5, ExpAbs = 6 };
+enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 2, WbTemp = 3, ExpAuto = 4, ExpAbs = 5 };
 
 // Slot n is /fakecam/video(2n): a UVC camera's second node is its metadata node.
 static struct Device {
@@ -159,7 +158,6 @@ static void arm(struct Handle* h, int fps) {
     const struct itimerspec t = {period, fps < 0 ? (struct timespec){0, 1} : period};
     timerfd_settime(h->timer, 0, &t, NULL);
 }
-static int fps_of(const struct Device* d) { return rate > 0 ? rate : (int)modes[d->mode].fps; }
 
 static int control_index(uint32_t id) {
     for (int i = 0; i < ControlCount; ++i)
@@ -317,7 +315,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     case VIDIOC_G_CTRL: {
         struct v4l2_control* v = arg;
         const int i = control_index(v->id);
-        if (i < 0 || controls[i].type == V4L2_CTRL_TYPE_CTRL_CLASS) return fail(EINVAL);
+        if (i < 0) return fail(EINVAL);
         v->value = d->values[i];
         return 0;
     }
@@ -325,7 +323,6 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     case VIDIOC_REQBUFS: {
         struct v4l2_requestbuffers* r = arg;
         if (r->type != CAPTURE || r->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
-        if (h->streaming) return fail(EBUSY);
         if (d->streamer == h) free_buffers(h);
         return add_buffers(h, &r->capabilities, &r->count);
     }
@@ -345,7 +342,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     }
     case VIDIOC_STREAMON:
         if (!h->count) return fail(EINVAL);
-        if (!h->streaming) h->streaming = 1, h->sequence = 0, arm(h, fps_of(d));
+        if (!h->streaming) h->streaming = 1, h->sequence = 0, arm(h, rate > 0 ? rate : (int)modes[d->mode].fps);
         if (!h->streamed) h->streamed = 1, streamedOpens++;
         return 0;
     case VIDIOC_STREAMOFF: h->streaming = 0, h->queued = 0, arm(h, 0); return 0;
@@ -435,8 +432,7 @@ int stat64(const char* path, struct stat64* st) {
     const int node = node_of(path);
     if (node < 0) return ((int (*)(const char*, struct stat64*))next("stat64"))(path, st);
     if (!devices[node].present) return fail(ENOENT);
-    memset(st, 0, sizeof *st);
-    st->st_mode = S_IFCHR | 0660;
+    *st = (struct stat64){.st_mode = S_IFCHR | 0660};
     return 0;
 }
 
@@ -491,23 +487,15 @@ void fakecam_plug(enum FakeCamVariant variant) {
         d->generation++;
         // A stream of the camera that was there hears at once that it is gone.
         if (d->streamer && d->streamer->streaming) arm(d->streamer, -1);
-        d->streamer = NULL;
-        d->mode = 0;
+        d->streamer = NULL, d->mode = 0;
         for (int i = 0; i < ControlCount; ++i) d->values[i] = controls[i].def;
     }
-    refuse = 0, rate = 0, streamedOpens = 0;
+    refuse = 0, streamedOpens = 0;
     pthread_mutex_unlock(&lock);
 }
 
 void fakecam_refuse_open(int on) { __atomic_store_n(&refuse, on, __ATOMIC_SEQ_CST); }
 
-void fakecam_set_rate(int fps) {
-    pthread_mutex_lock(&lock);
-    rate = fps;
-    for (int fd = 0; fd < 4096; ++fd)
-        if (handles[fd] && handles[fd]->timer == fd && handles[fd]->streaming)
-            arm(handles[fd], fps_of(&devices[handles[fd]->dev]));
-    pthread_mutex_unlock(&lock);
-}
+void fakecam_set_rate(int fps) { __atomic_store_n(&rate, fps, __ATOMIC_SEQ_CST); }
 
 int fakecam_stream_opens(void) { return __atomic_load_n(&streamedOpens, __ATOMIC_SEQ_CST); }

@@ -18,13 +18,13 @@ enum FakeCamVariant {
     FakeCamTwins,  // two FakeCamUvc of the same name: /fakecam/video0 and /fakecam/video2
 };
 
-// Plugs the variant in afresh: controls at their defaults, first format, no fault.
+// Plugs the variant in afresh: controls at their defaults, first format, not refused.
 // FakeCamNone pulls the cameras out: opens fail with ENOENT and every call on a handle
 // still open fails with ENODEV, as when a camera vanishes mid-stream.
 void fakecam_plug(enum FakeCamVariant variant);
 // While set, opens fail with EACCES (a node the user may not open).
 void fakecam_refuse_open(int refuse);
-// Frames come at this rate from now on, running streams included; 0 for each format's own.
+// Streams started from now on, across plugs, get frames at this rate; 0 for each format's own.
 void fakecam_set_rate(int fps);
 // Opens of the cameras' nodes that went on to stream, since the last plug: a camera closed
 // and opened again for its picture counts once more; a look at its formats does not.
