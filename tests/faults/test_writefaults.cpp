@@ -12,11 +12,9 @@
 #include "FaultFs.h"
 #include "MeasureResults.h"
 #include "OpenImage.h"
-#include "Proof.h"
 #include "ResultTable.h"
 #include "SafeFile.h"
 #include "StartedMain.h"
-#include "Startup.h"
 #include "frmProofConfig.h"
 
 using tavix::GST;
@@ -39,59 +37,33 @@ const std::tuple<const char*, FaultKind, long long, int, int> kFaults[] = {
     {"folder removed", kFolderGone, 0, 0, 76},
 };
 
-void OpenPicture(Window& w) {
+// A picture opened, with a result to be saved with it.
+void PictureWithResult(Window& w) {
     const QString path = w.box.File("opened.png");
     ASSERT_TRUE(testing_support::QuarterPicture(160, 120).save(path));
     w.host.AnswerFile(path);
     tavix::cmdPicLoad_Click(w.f);
-}
-
-void PictureWithResult(Window& w) {
-    OpenPicture(w);
+    w.f.chkMeasureSave->SetValue(1);
     w.f.CommandMode = tavix::CommandMode::Distance;
     w.f.WorkPoints = {{}, {0, 0}, {30, 40}};
     tavix::AddMeasureResult(w.f);
     w.f.CommandMode = tavix::CommandMode::Idle;
 }
 
-// The still saved with its results under name.
-void SavePicture(Window& w, const char* name, const QString& comment = {}) {
-    w.f.chkMeasureSave->SetValue(1);
-    w.f.txtComment[0]->SetText(comment);
-    w.host.AnswerFile(w.box.File(name));
-    w.f.cmdPicSave->Click();
-}
-
-void Calibrate(Window& w) {
-    tavix::cmdProofConfig_Click(w.f);
-    tavix::ProofMeasure_MouseUp(w.f, 1, 0, 0);
-    w.host.AnswerModal([](vb::Form& form) {
-        auto& d = dynamic_cast<tavix::frmProofConfig&>(form);
-        d.txtName->SetText("new");
-        d.txtValue->SetText("2");
-        d.cmdOK->Click();
-        if (!d.Unloaded()) d.cmdCancel->Click();
-    });
-    tavix::ProofMeasure_MouseUp(w.f, 1, 0, 10);
-}
-
-using BoxText = std::function<QString(Window&, int n)>;
-BoxText Text(int number) {
-    return [=](Window&, int) { return GST(number); };
-}
-BoxText NamesFile(const char* name) {
-    return [=](Window& w, int) { return GST(20034, w.box.File(name)); };
-}
-std::function<void(Window&)> Save(const char* name) {
-    return [=](Window& w) { SavePicture(w, name); };
-}
+// The box's text for the replaced file (its full path) and the error number.
+using BoxText = std::function<QString(const QString& file, int n)>;
+const BoxText NamesIt = [](const QString& file, int) { return GST(20034, file); };
+// The still saved under name.
+const auto Save = [](const char* name) -> std::function<void(Window&)> {
+    return [=](Window& w) { w.host.AnswerFile(w.box.File(name)), w.f.cmdPicSave->Click(); };
+};
 bool StillDirty(Window& w) { return w.f.ResultDirty && w.f.ResultCount == 1; }
 
 struct Target {
     const char* file;  // the replaced file, in the sandbox
     int16_t variant;
     std::function<void(Window&)> prepare, act;
-    BoxText box;  // the box the user gets for error number n; nullptr: none
+    BoxText box;  // nullptr: no box
     std::function<bool(Window&)> kept = [](Window&) { return true; };
     int title = 11035;
     const char* log = "cmdPicSave_Click Error.(%1)";  // %1: the error number
@@ -100,28 +72,30 @@ struct Target {
 
 // clang-format off
 const Target kTargets[] = {
-    {"Tavix.Ini", 3, [](Window&) { Var().JpegQty = 55; }, [](Window& w) { bool cancel = false; tavix::Form_Unload(w.f, cancel); },
-     nullptr, [](Window&) { return true; }, 0,
+    {"Tavix.Ini", 3, [](Window&) { Var().JpegQty = 55; }, [](Window& w) { w.f.Unload(); }, nullptr, [](Window&) { return true; }, 0,
      "WriteIniFileData WritePrivateProfileString Error [Section]=FILE,[Key]=JPEGQTY,[Value]=55"},
-    {"Proof.txt", 3, OpenPicture, Calibrate, Text(24005), [](Window&) { return Var().ProofTable[0].Name != "new"; },
+    // A calibration of 2 for a measured 10, confirmed.
+    {"Proof.txt", 3, [](Window&) {}, [](Window&) {
+         tavix::frmProofConfig d;
+         d.Form_Load();
+         d.txtName->SetText("new"), d.txtValue->SetText("2"), d.txtValue->Tag = "10", d.cmdOK->Click();
+     }, [](auto&, int) { return GST(24005); }, [](Window&) { return Var().ProofTable[Var().CurrentProofNo].Name != "new"; },
      14100, "frmProofConfig:cmdOK_Click Error.(%1)"},
     {"out/results.txt", 3, PictureWithResult,
      [](Window& w) { w.host.AnswerFile(w.box.File("out/results.txt")), tavix::cmdResultSave_Click(w.f); },
-     Text(20092), StillDirty, 11092, "cmdResultSave_Click Error.(%1)"},
-    {"out/p.bmp", 3, PictureWithResult, Save("out/p.bmp"), NamesFile("out/p.bmp"), StillDirty},
-    {"out/p.jpg", 3, PictureWithResult, Save("out/p.jpg"), NamesFile("out/p.jpg"), StillDirty},
+     [](auto&, int) { return GST(20092); }, StillDirty, 11092, "cmdResultSave_Click Error.(%1)"},
+    {"out/p.bmp", 3, PictureWithResult, Save("out/p.bmp"), NamesIt, StillDirty},
+    // A still whose results were cleared: nothing is left unsaved.
+    {"out/p.jpg", 3, [](Window& w) { PictureWithResult(w), tavix::ClearResults(w.f); }, Save("out/p.jpg"), NamesIt},
     {"TempBitmap.bmp", 3, [](Window& w) { PictureWithResult(w), w.box.Write("out/p.jpg", "old picture"); },
-     Save("out/p.jpg"), NamesFile("TempBitmap.bmp"),
+     Save("out/p.jpg"), NamesIt,
      [](Window& w) { return StillDirty(w) && w.box.Read("out/p.jpg") == "old picture"; }, 11035, "cmdPicSave_Click Error.(%1)", false},
     // Without its folder the picture beside the comment fails first, and the box names it.
-    {"out/p.txt", 3, OpenPicture, [](Window& w) { SavePicture(w, "out/p.bmp", "first"); },
-     [](Window& w, int n) { return GST(20034, w.box.File(n == 76 ? "out/p.bmp" : "out/p.txt")); }},
-    {"Tavix.grf", 1, [](Window&) {},
-     [](Window& w) {
-         w.host.AnswerModal([](vb::Form& d) { static_cast<vb::CommandButton*>(d.FindControl("cmdCancel"))->Click(); });
-         tavix::cmdPinProp_Click(w.f);
-     },
-     [](Window&, int n) { return GST(20109, tavix::WriteFailureReason(n)); },
+    {"out/p.txt", 3, [](Window& w) { PictureWithResult(w), w.f.txtComment[0]->SetText("first"); }, Save("out/p.bmp"),
+     [](const QString& file, int n) { return GST(20034, n == 76 ? QString(file).replace(".txt", ".bmp") : file); }},
+    // Closed without OK or Cancel, the camera's settings are still written.
+    {"Tavix.grf", 1, [](Window& w) { w.host.AnswerModal([](vb::Form&) {}); }, [](Window& w) { tavix::cmdPinProp_Click(w.f); },
+     [](auto&, int n) { return GST(20109, tavix::WriteFailureReason(n)); },
      [](Window& w) { return w.f.FilterGraph != nullptr && !w.f.Unloaded(); }, 11103, "cmdPinProp_Click Error.(%1)"},
 };
 // clang-format on
@@ -146,12 +120,11 @@ TEST(WriteFaults, TheOldFileStaysTheUserIsToldAndTheProgramGoesOn) {
             ASSERT_TRUE(kind != kFolderGone || QDir().rename(aside, folder));
             EXPECT_TRUE(kind == kFolderGone || faultfs_hits() > 0) << "the fault never struck";
             EXPECT_EQ(w.box.Read(t.file), old);
-            const QStringList left = QDir(folder).entryList(QDir::Files | QDir::Hidden);
-            EXPECT_TRUE(std::none_of(left.begin(), left.end(), vb::IsSafeFileTemporary))
-                << left.join(' ').toStdString();
+            for (const QString& name : QDir(folder).entryList(QDir::Files | QDir::Hidden))
+                EXPECT_FALSE(vb::IsSafeFileTemporary(name)) << name.toStdString();
             using Boxes = std::vector<testing_support::RecordedBox>;
             const Boxes told =
-                t.box ? Boxes{{t.box(w, number), vb::vbOKOnly | vb::vbExclamation, GST(t.title)}} : Boxes{};
+                t.box ? Boxes{{t.box(file, number), vb::vbOKOnly | vb::vbExclamation, GST(t.title)}} : Boxes{};
             EXPECT_EQ(w.host.Boxes, told);
             // With the program's own folder gone, the log is gone with it.
             const bool logGone = kind == kFolderGone && folder == w.box.Path();

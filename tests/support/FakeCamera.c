@@ -8,7 +8,6 @@
 #include <glib-object.h>
 #include <stdio.h>  // before jpeglib.h, which needs FILE
 #include <jpeglib.h>
-#include <linux/version.h>
 #include <linux/videodev2.h>
 #include <pthread.h>
 #include <stdint.h>
@@ -16,9 +15,7 @@
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <sys/timerfd.h>
-#include <time.h>
 #include <unistd.h>
 
 #define PREFIX "/fakecam/video"
@@ -26,7 +23,7 @@
 #define MJPG V4L2_PIX_FMT_MJPEG
 #define CAPTURE V4L2_BUF_TYPE_VIDEO_CAPTURE
 
-// YUYV first; a camera of MJPG only has the modes from FirstMjpeg on.
+// YUYV first, then MJPG.
 static const struct {
     uint32_t fourcc, w, h, fps;
 } modes[] = {{YUYV, 640, 480, 30}, {YUYV, 1280, 720, 10}, {YUYV, 1920, 1080, 5},
@@ -45,23 +42,19 @@ static const struct Control {
 } controls[] = {
     {V4L2_CID_USER_CLASS, "User Controls", Class, {0}},
     {V4L2_CID_BRIGHTNESS, "Brightness", Int, -64, 64, 1, 0, 0, {0}},
-    {V4L2_CID_CONTRAST, "Contrast", Int, 0, 95, 1, 32, 0, {0}},
-    {V4L2_CID_SATURATION, "Saturation", Int, 0, 100, 1, 64, 0, {0}},
     {V4L2_CID_AUTO_WHITE_BALANCE, "White Balance, Automatic", Bool, 0, 1, 1, 1, 0, {0}},
-    {V4L2_CID_POWER_LINE_FREQUENCY, "Power Line Frequency", Menu, 0, 2, 1, 1, 0, {"Disabled", "50 Hz", "60 Hz"}},
     {V4L2_CID_WHITE_BALANCE_TEMPERATURE, "White Balance Temperature", Int, 2800, 6500, 10, 4600, 0, {0}},
-    {V4L2_CID_CAMERA_CLASS, "Camera Controls", Class, {0}},
     // clang-format off
     {V4L2_CID_EXPOSURE_AUTO, "Auto Exposure", Menu, 0, 3, 1, 3, 0, {NULL, "Manual Mode", NULL, "Aperture Priority Mode"}},
     // clang-format on
     {V4L2_CID_EXPOSURE_ABSOLUTE, "Exposure Time, Absolute", Int, 3, 2047, 1, 250, 0, {0}},
     {V4L2_CID_PRIVACY, "Privacy", Bool, 0, 1, 1, 0, V4L2_CTRL_FLAG_READ_ONLY, {0}},
 };
-enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 4, WbTemp = 6, ExpAuto = 8, ExpAbs = 9 };
+enum { ControlCount = sizeof controls / sizeof controls[0], WbAuto = 2, WbTemp = 3, ExpAuto = 4, ExpAbs = 5 };
 
 // Slot n is /fakecam/video(2n): a UVC camera's second node is its metadata node.
 static struct Device {
-    int present, generation, mjpegOnly, mode, values[ControlCount];
+    int present, generation, mode, values[ControlCount];
     struct Handle* streamer;  // the handle holding buffers
 } devices[2];
 
@@ -99,24 +92,16 @@ static int node_of(const char* path) {
 
 // ---- The picture ----
 
-static const unsigned char rgb[5][3] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 255}, {0, 0, 0}};
-static int color_at(int x, int y, int w, int h, int seq) {
-    return y < 16 && x / 16 == seq % Markers ? 4 : (y >= h / 2) * 2 + (x >= w / 2);
-}
+// Grey, but for the marker: black.
+static unsigned char luma_at(int x, int y, int seq) { return y < 16 && x / 16 == seq % Markers ? 16 : 128; }
 
 // Draws the frame of this sequence number in mode m to out; gives its size. A JPEG is
 // encoded once per size and marker place, on first use.
 static uint32_t draw(unsigned char* out, int m, int seq) {
     const int w = (int)modes[m].w, h = (int)modes[m].h;
     if (modes[m].fourcc == YUYV) {
-        // The colours above in BT.601 limited range, which GStreamer assumes for an sRGB camera.
-        static const unsigned char yuv[5][3] = {
-            {81, 90, 240}, {145, 54, 34}, {41, 240, 110}, {235, 128, 128}, {16, 128, 128}};
         for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; x += 2, out += 4) {
-                const unsigned char* c = yuv[color_at(x, y, w, h, seq)];
-                out[0] = out[2] = c[0], out[1] = c[1], out[3] = c[2];
-            }
+            for (int x = 0; x < w; x += 2, out += 4) out[0] = out[2] = luma_at(x, y, seq), out[1] = out[3] = 128;
         return (uint32_t)(w * h * 2);
     }
     struct Jpeg* j = &jpegs[m][seq % Markers];
@@ -128,11 +113,10 @@ static uint32_t draw(unsigned char* out, int m, int seq) {
         jpeg_mem_dest(&c, &j->data, &j->size);
         c.image_width = modes[m].w, c.image_height = modes[m].h, c.input_components = 3, c.in_color_space = JCS_RGB;
         jpeg_set_defaults(&c);
-        jpeg_set_quality(&c, 90, TRUE);
         jpeg_start_compress(&c, TRUE);
         unsigned char* row = malloc((size_t)w * 3);
         for (int y = 0; y < h; ++y) {
-            for (int x = 0; x < w; ++x) memcpy(row + 3 * x, rgb[color_at(x, y, w, h, seq)], 3);
+            for (int x = 0; x < w * 3; ++x) row[x] = luma_at(x / 3, y, seq);
             jpeg_write_scanlines(&c, &row, 1);
         }
         free(row);
@@ -146,22 +130,16 @@ static uint32_t draw(unsigned char* out, int m, int seq) {
 // ---- Formats and controls ----
 
 // The nth mode of the camera in this format (and of this size, unless 0), or -1.
-static int find_mode(const struct Device* d, uint32_t fourcc, uint32_t nth, uint32_t w, uint32_t h) {
-    for (int m = d->mjpegOnly ? FirstMjpeg : 0; m < ModeCount; ++m)
+static int find_mode(uint32_t fourcc, uint32_t nth, uint32_t w, uint32_t h) {
+    for (int m = 0; m < ModeCount; ++m)
         if (modes[m].fourcc == fourcc && (!w || (modes[m].w == w && modes[m].h == h)) && nth-- == 0) return m;
     return -1;
 }
 
-// The mode a format request comes to: its fourcc (else the first), the nearest size.
-static int nearest_mode(const struct Device* d, uint32_t fourcc, int w, int h) {
-    if (find_mode(d, fourcc, 0, 0, 0) < 0) fourcc = modes[d->mjpegOnly ? FirstMjpeg : 0].fourcc;
-    int best = -1;
-    for (int m = find_mode(d, fourcc, 0, 0, 0); m < ModeCount; ++m)
-        if (modes[m].fourcc == fourcc &&
-            (best < 0 || labs((long)modes[m].w - w) + labs((long)modes[m].h - h) <
-                             labs((long)modes[best].w - w) + labs((long)modes[best].h - h)))
-            best = m;
-    return best;
+// The mode a format request comes to: its own, else the first of its format, else the first.
+static int nearest_mode(uint32_t fourcc, uint32_t w, uint32_t h) {
+    const int m = find_mode(fourcc, 0, w, h) >= 0 ? find_mode(fourcc, 0, w, h) : find_mode(fourcc, 0, 0, 0);
+    return m >= 0 ? m : 0;
 }
 
 static void describe(struct v4l2_format* f, int m) {
@@ -180,7 +158,6 @@ static void arm(struct Handle* h, int fps) {
     const struct itimerspec t = {period, fps < 0 ? (struct timespec){0, 1} : period};
     timerfd_settime(h->timer, 0, &t, NULL);
 }
-static int fps_of(const struct Device* d) { return rate > 0 ? rate : (int)modes[d->mode].fps; }
 
 static int control_index(uint32_t id) {
     for (int i = 0; i < ControlCount; ++i)
@@ -211,13 +188,10 @@ static int query_control(const struct Device* d, struct v4l2_queryctrl* q) {
 static int set_control(struct Device* d, struct v4l2_control* v) {
     const int i = control_index(v->id);
     if (i < 0) return fail(EINVAL);
-    const struct Control* c = &controls[i];
     const uint32_t flags = control_flags(d, i);
     if (flags & V4L2_CTRL_FLAG_READ_ONLY) return fail(EACCES);
     if (flags & V4L2_CTRL_FLAG_INACTIVE) return fail(EIO);
-    int value = v->value;
-    value = value < c->min ? c->min : value > c->max ? c->max : value;
-    d->values[i] = c->min + (value - c->min) / c->step * c->step;
+    d->values[i] = v->value;
     return 0;
 }
 
@@ -289,33 +263,31 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
         const uint32_t caps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING | V4L2_CAP_EXT_PIX_FORMAT;
         *cap = (struct v4l2_capability){.driver = "uvcvideo",
                                         .card = FAKECAM_NAME,
-                                        .version = KERNEL_VERSION(6, 1, 0),
+                                        .version = 0x060100,
                                         .capabilities = caps | V4L2_CAP_META_CAPTURE | V4L2_CAP_DEVICE_CAPS,
                                         .device_caps = caps};
-        snprintf((char*)cap->bus_info, sizeof cap->bus_info, "usb-0000:00:14.0-%d", h->dev + 1);
         return 0;
     }
     case VIDIOC_ENUM_FMT: {
         struct v4l2_fmtdesc* f = arg;
-        const int m = (d->mjpegOnly ? FirstMjpeg : 0) + (int)f->index * FirstMjpeg;
+        const int m = (int)f->index * FirstMjpeg;
         if (f->type != CAPTURE || m >= ModeCount) return fail(EINVAL);
         *f = (struct v4l2_fmtdesc){.index = f->index,
                                    .type = CAPTURE,
                                    .pixelformat = modes[m].fourcc,
                                    .flags = modes[m].fourcc == YUYV ? 0 : V4L2_FMT_FLAG_COMPRESSED};
-        snprintf((char*)f->description, sizeof f->description, "%s", f->flags ? "Motion-JPEG" : "YUYV 4:2:2");
         return 0;
     }
     case VIDIOC_ENUM_FRAMESIZES: {
         struct v4l2_frmsizeenum* s = arg;
-        const int m = find_mode(d, s->pixel_format, s->index, 0, 0);
+        const int m = find_mode(s->pixel_format, s->index, 0, 0);
         if (m < 0) return fail(EINVAL);
         s->type = V4L2_FRMSIZE_TYPE_DISCRETE, s->discrete.width = modes[m].w, s->discrete.height = modes[m].h;
         return 0;
     }
     case VIDIOC_ENUM_FRAMEINTERVALS: {
         struct v4l2_frmivalenum* iv = arg;
-        const int m = find_mode(d, iv->pixel_format, iv->index, iv->width, iv->height);
+        const int m = find_mode(iv->pixel_format, iv->index, iv->width, iv->height);
         if (m < 0) return fail(EINVAL);
         iv->type = V4L2_FRMIVAL_TYPE_DISCRETE, iv->discrete.numerator = 1, iv->discrete.denominator = modes[m].fps;
         return 0;
@@ -325,7 +297,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
         struct v4l2_format* f = arg;
         const struct v4l2_pix_format* p = &f->fmt.pix;
         if (f->type != CAPTURE) return fail(EINVAL);
-        const int m = nearest_mode(d, p->pixelformat, (int)p->width, (int)p->height);
+        const int m = nearest_mode(p->pixelformat, p->width, p->height);
         if (request == VIDIOC_S_FMT && d->streamer) return fail(EBUSY);
         if (request == VIDIOC_S_FMT) d->mode = m;
         describe(f, m);
@@ -343,7 +315,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     case VIDIOC_G_CTRL: {
         struct v4l2_control* v = arg;
         const int i = control_index(v->id);
-        if (i < 0 || controls[i].type == V4L2_CTRL_TYPE_CTRL_CLASS) return fail(EINVAL);
+        if (i < 0) return fail(EINVAL);
         v->value = d->values[i];
         return 0;
     }
@@ -351,7 +323,6 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     case VIDIOC_REQBUFS: {
         struct v4l2_requestbuffers* r = arg;
         if (r->type != CAPTURE || r->memory != V4L2_MEMORY_MMAP) return fail(EINVAL);
-        if (h->streaming) return fail(EBUSY);
         if (d->streamer == h) free_buffers(h);
         return add_buffers(h, &r->capabilities, &r->count);
     }
@@ -371,7 +342,7 @@ static int device_ioctl(struct Handle* h, unsigned long request, void* arg) {
     }
     case VIDIOC_STREAMON:
         if (!h->count) return fail(EINVAL);
-        if (!h->streaming) h->streaming = 1, h->sequence = 0, arm(h, fps_of(d));
+        if (!h->streaming) h->streaming = 1, h->sequence = 0, arm(h, rate > 0 ? rate : (int)modes[d->mode].fps);
         if (!h->streamed) h->streamed = 1, streamedOpens++;
         return 0;
     case VIDIOC_STREAMOFF: h->streaming = 0, h->queued = 0, arm(h, 0); return 0;
@@ -461,8 +432,7 @@ int stat64(const char* path, struct stat64* st) {
     const int node = node_of(path);
     if (node < 0) return ((int (*)(const char*, struct stat64*))next("stat64"))(path, st);
     if (!devices[node].present) return fail(ENOENT);
-    memset(st, 0, sizeof *st);
-    st->st_mode = S_IFCHR | 0660, st->st_rdev = makedev(81, (unsigned)node * 2);
+    *st = (struct stat64){.st_mode = S_IFCHR | 0660};
     return 0;
 }
 
@@ -517,24 +487,15 @@ void fakecam_plug(enum FakeCamVariant variant) {
         d->generation++;
         // A stream of the camera that was there hears at once that it is gone.
         if (d->streamer && d->streamer->streaming) arm(d->streamer, -1);
-        d->streamer = NULL;
-        d->mjpegOnly = variant == FakeCamMjpegOnly;
-        d->mode = d->mjpegOnly ? FirstMjpeg : 0;
+        d->streamer = NULL, d->mode = 0;
         for (int i = 0; i < ControlCount; ++i) d->values[i] = controls[i].def;
     }
-    refuse = 0, rate = 0, streamedOpens = 0;
+    refuse = 0, streamedOpens = 0;
     pthread_mutex_unlock(&lock);
 }
 
 void fakecam_refuse_open(int on) { __atomic_store_n(&refuse, on, __ATOMIC_SEQ_CST); }
 
-void fakecam_set_rate(int fps) {
-    pthread_mutex_lock(&lock);
-    rate = fps;
-    for (int fd = 0; fd < 4096; ++fd)
-        if (handles[fd] && handles[fd]->timer == fd && handles[fd]->streaming)
-            arm(handles[fd], fps_of(&devices[handles[fd]->dev]));
-    pthread_mutex_unlock(&lock);
-}
+void fakecam_set_rate(int fps) { __atomic_store_n(&rate, fps, __ATOMIC_SEQ_CST); }
 
 int fakecam_stream_opens(void) { return __atomic_load_n(&streamedOpens, __ATOMIC_SEQ_CST); }

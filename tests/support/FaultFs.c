@@ -34,12 +34,9 @@ int faultfs_hits(void) { return hits; }
 static int path_matches(const char* path) { return path && part[0] && strstr(path, part) != NULL; }
 
 static int fd_matches(int fd) {
-    char link[64], target[4096];
+    char link[64], target[4096] = {0};
     snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
-    const ssize_t n = readlink(link, target, sizeof target - 1);
-    if (n < 0) return 0;
-    target[n] = '\0';
-    return path_matches(target);
+    return readlink(link, target, sizeof target - 1) > 0 && path_matches(target);
 }
 
 static int fail(void) {

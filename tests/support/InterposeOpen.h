@@ -7,16 +7,13 @@
 
 static int open_with(const char* name, const char* path, int flags, mode_t mode);
 
-#define TAVIX_OPEN_WRAPPER(symbol)                    \
-    int symbol(const char* path, int flags, ...) {    \
-        mode_t mode = 0;                              \
-        if (flags & (O_CREAT | O_TMPFILE)) {          \
-            va_list ap;                               \
-            va_start(ap, flags);                      \
-            mode = va_arg(ap, mode_t);                \
-            va_end(ap);                               \
-        }                                             \
-        return open_with(#symbol, path, flags, mode); \
+#define TAVIX_OPEN_WRAPPER(symbol)                                                  \
+    int symbol(const char* path, int flags, ...) {                                  \
+        va_list ap;                                                                 \
+        va_start(ap, flags);                                                        \
+        const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(ap, mode_t) : 0; \
+        va_end(ap);                                                                 \
+        return open_with(#symbol, path, flags, mode);                               \
     }
 
 TAVIX_OPEN_WRAPPER(open)

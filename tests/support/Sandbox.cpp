@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QRegularExpression>
 #include <algorithm>
-#include <optional>
 
 #include "App.h"
 
@@ -33,9 +32,8 @@ Sandbox::~Sandbox() { vb::App::SetPath(previousPath_); }
 
 QStringList Sandbox::LogTexts() const {
     static const QRegularExpression stamp(QStringLiteral("^\\d{4}/\\d{2}/\\d{2} \\d{2}:\\d{2}:\\d{2} "));
-    QStringList texts =
-        QString::fromUtf8(Read(QStringLiteral("Error.Log"))).split(QRegularExpression(QStringLiteral("\r?\n")));
-    texts.removeAll(QString());
+    QStringList texts = QString::fromUtf8(Read(QStringLiteral("Error.Log")))
+                            .split(QRegularExpression(QStringLiteral("\r?\n")), Qt::SkipEmptyParts);
     for (QString& line : texts) {
         EXPECT_TRUE(line.contains(stamp)) << "log line without its time: " << line.toStdString();
         line.remove(stamp);
@@ -43,25 +41,16 @@ QStringList Sandbox::LogTexts() const {
     return texts;
 }
 
-namespace {
-// Sets the line of key in the ini file to value, or removes it when there is none.
-void EditIni(const Sandbox& box, const QString& key, const std::optional<QString>& value) {
-    QList<QByteArray> lines = box.Read(QStringLiteral("Tavix.Ini")).split('\n');
+void Sandbox::SetIni(const QString& key, const QString& value) const {
+    QList<QByteArray> lines = Read(QStringLiteral("Tavix.Ini")).split('\n');
     const auto at = std::find_if(lines.begin(), lines.end(), [&](const QByteArray& line) {
         const int eq = line.indexOf('=');
         return eq > 0 && QString::fromUtf8(line.left(eq)).trimmed().compare(key.trimmed(), Qt::CaseInsensitive) == 0;
     });
     ASSERT_TRUE(at != lines.end()) << "no key " << key.toStdString();
-    if (value)
-        *at = (key.trimmed() + QLatin1Char('=') + *value).toUtf8() + '\r';
-    else
-        lines.erase(at);
-    box.Write(QStringLiteral("Tavix.Ini"), lines.join('\n'));
+    *at = (key.trimmed() + QLatin1Char('=') + value).toUtf8() + '\r';
+    Write(QStringLiteral("Tavix.Ini"), lines.join('\n'));
 }
-}  // namespace
-
-void Sandbox::SetIni(const QString& key, const QString& value) const { EditIni(*this, key, value); }
-void Sandbox::RemoveIni(const QString& key) const { EditIni(*this, key, std::nullopt); }
 
 void Sandbox::UseCamera(const QString& name, const QByteArray& graphLines) const {
     SetIni(QStringLiteral("CAMERAFILTERNAME"), name);

@@ -37,10 +37,8 @@ public:
     void Remove(const QString& name) const { QFile::remove(File(name)); }
     // The log's lines without their time stamps.
     QStringList LogTexts() const;
-    // Replaces the value of a key in the ini file, or removes its line; fails the test when
-    // the key is not there.
+    // Replaces the value of a key in the ini file; fails the test when the key is not there.
     void SetIni(const QString& key, const QString& value) const;
-    void RemoveIni(const QString& key) const;
     // The ini file names this camera and the graph file holds it with these further lines.
     void UseCamera(const QString& name, const QByteArray& graphLines) const;
 

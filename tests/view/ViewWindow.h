@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QMouseEvent>
 #include <gtest/gtest.h>
-#include <tuple>
 
 #include "CommonModule.h"
 #include "Graph.h"
@@ -26,8 +25,7 @@ constexpr QRgb kMagenta = 0xFFFF00FF;  // in none of the test pictures
 struct Win : testing_support::StartedMain {
     // Types 0 and 1 run the test camera: wait for its first frame.
     explicit Win(int16_t type = 3) : StartedMain(type) {
-        const auto framed = [&] { return !f.FilterGraph->GetCurrentImage().isNull(); };
-        EXPECT_TRUE(type >= 2 || testing_support::WaitFor(framed));
+        EXPECT_TRUE(type >= 2 || testing_support::WaitFor([&] { return !f.FilterGraph->GetCurrentImage().isNull(); }));
     }
     void Open(const QImage& picture, const QString& name = QStringLiteral("opened.png")) {
         ASSERT_TRUE(picture.save(box.File(name)));

@@ -2,17 +2,13 @@
 // unchanged, the keys, a dropped file, the dialogs' folder kept across a start.
 #include <QClipboard>
 #include <QDir>
-#include <QHelpEvent>
 #include <QMimeData>
 #include <QScrollBar>
 #include <QToolTip>
-#include <QUrl>
-#include <QWheelEvent>
 #include <cmath>
 
 #include "IniConfig.h"
 #include "MeasureCommands.h"
-#include "Startup.h"
 #include "ViewWindow.h"
 
 namespace view_test {
@@ -32,12 +28,6 @@ struct Window : Win {
         Var().TwoPointCommandMode = 0;
         Open(QuarterPicture(400, 300), QStringLiteral("p.bmp"));
     }
-    // One distance measured by clicks in the scale, which makes a grid row.
-    void AddDistance() {
-        tavix::cmdMeasure_Click(f, 0);
-        tavix::picStillView_MouseUp(f, 1, 0, 0, 0);
-        tavix::picStillView_MouseUp(f, 1, 0, 30, 40);
-    }
 };
 
 // Ways of bringing the picture's top left (sign -1) or bottom right (+1) into view.
@@ -48,9 +38,7 @@ void DragTo(Window& w, int sign) {
     w.Mouse(QEvent::MouseButtonRelease, to, Qt::MiddleButton, Qt::NoButton);
 }
 void BarsTo(Window& w, int sign) {
-    const QList<QScrollBar*> bars = w.View()->findChildren<QScrollBar*>();
-    ASSERT_EQ(bars.size(), 2);
-    for (QScrollBar* bar : bars) {
+    for (QScrollBar* bar : w.View()->findChildren<QScrollBar*>()) {
         ASSERT_TRUE(bar->isVisibleTo(w.View()));
         bar->setValue(sign < 0 ? bar->minimum() : bar->maximum());
     }
@@ -58,23 +46,17 @@ void BarsTo(Window& w, int sign) {
 void WheelTo(Window& w, int sign) { Wheel(w.View(), sign * QPoint(-12000, -12000), Qt::NoModifier); }
 
 TEST(Handling, MeasuringAcrossPansGivesTheSameValueAtEveryZoom) {
-    const struct {
-        const char* zoom;
-        void (*pan)(Window&, int);
-    } rows[] = {
-        {"x 0.5", DragTo}, {"x 1.0", DragTo},  {"x 2.0", DragTo},
-        {"x 1.0", BarsTo}, {"x 0.7", WheelTo},  // each way of panning reaches both corners
-    };
-    QImage picture = QuarterPicture(4000, 3000);
     const double truth = std::hypot(kMarks[1].x() - kMarks[0].x(), kMarks[1].y() - kMarks[0].y());
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.zoom);
+    // Each way of panning reaches both corners.
+    for (const auto& [zoom, pan] :
+         {std::pair("x 2.0", &DragTo), std::pair("x 1.0", &BarsTo), std::pair("x 0.7", &WheelTo)}) {
+        SCOPED_TRACE(zoom);
         Window w;
-        w.Open(picture);
-        Zoom(w.f, row.zoom);
+        w.Open(QuarterPicture(4000, 3000));
+        Zoom(w.f, zoom);
         tavix::cmdMeasure_Click(w.f, 0);
         for (int sign : {-1, 1}) {
-            row.pan(w, sign);
+            pan(w, sign);
             // The click must reach the mark in view.
             const QPointF mark = QPointF(kMarks[sign > 0] - QPoint(2000, 1500)) * Var().ZoomFactor;
             w.Click(w.Mid(mark.toPoint()));
@@ -102,7 +84,6 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         {"Ctrl+S", 0, -1, -1, CommandMode::Idle, 0, 1},
         {"Delete", 1, -1, vb::vbYes, CommandMode::Idle, 1, 1},
         {"Escape", 0, 1, 0, CommandMode::Distance, 0, 1},  // the click is taken back
-        {"Escape", 0, 0, 0, CommandMode::Idle, 0, 1},
         {"Ctrl+C", 2, -1, 0, CommandMode::Idle, 2, 1, 2, 2},
         {"Ctrl+C", 5, -1, 0, CommandMode::Idle, 2, 1, 3, 1},  // a selection of empty rows copies them all
         {"Ctrl+Wheel", 0, -1, 0, CommandMode::Idle, 0, 1.1},
@@ -110,17 +91,17 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         {"drop.bmp", 0, -1, 0, CommandMode::Idle, 0, 1, 0, 0, true},
         {"drop.bmp", 0, 0, 0, CommandMode::Distance, 0, 1},
         {"drop.bmp", 1, -1, vb::vbNo, CommandMode::Idle, 2, 1},  // unsaved results kept
-        {"drop.txt", 0, -1, vb::vbOK, CommandMode::Idle, 0, 1},  // not a picture
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.key) + std::to_string(row.selected) + std::to_string(row.clicks));
         Window w;
         QApplication::clipboard()->clear();
-        if (row.selected > 0) {
-            w.AddDistance();
-            w.AddDistance();
-            w.f.grdResult->SetRow(row.selected);
+        for (int i = 0; row.selected > 0 && i < 2; ++i) {  // two distances measured by clicks in the scale
+            tavix::cmdMeasure_Click(w.f, 0);
+            tavix::picStillView_MouseUp(w.f, 1, 0, 0, 0);
+            tavix::picStillView_MouseUp(w.f, 1, 0, 30, 40);
         }
+        if (row.selected > 0) w.f.grdResult->SetRow(row.selected);
         if (row.clicks >= 0) tavix::cmdMeasure_Click(w.f, 0);
         if (row.clicks > 0) tavix::picStillView_MouseUp(w.f, 1, 0, 5, 5);
         if (row.asked < 0) w.host.AnswerFile(std::nullopt);
@@ -129,8 +110,7 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         if (key == QLatin1String("Ctrl+Wheel")) {
             Wheel(w.View(), QPoint(0, 120), Qt::ControlModifier);
         } else if (key.startsWith(QLatin1String("drop"))) {
-            if (key.endsWith(QLatin1String("bmp"))) QuarterPicture(321, 123).save(file);
-            if (key.endsWith(QLatin1String("txt"))) w.box.Write(key, "text");
+            QuarterPicture(321, 123).save(file);
             QMimeData mime;
             mime.setUrls({QUrl::fromLocalFile(file)});
             // Qt takes a drop only where the drag entered.
@@ -145,7 +125,6 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
         EXPECT_EQ(std::tuple(w.f.CommandMode, w.f.ResultCount, Var().ZoomFactor, w.f.picTempView->Width() == 321 * 15),
                   std::tuple(row.mode, row.results, row.zoom, row.opened));
         EXPECT_TRUE(row.clicks <= 0 || w.f.WorkPoints.size() == 1) << "the click taken back";
-        EXPECT_TRUE(row.asked != vb::vbOK || std::get<0>(w.BoxAt(0)) == GST(20022, file));
         const QStringList lines = QApplication::clipboard()->text().split(QLatin1Char('\n'));
         EXPECT_EQ(lines.size() - 1, row.copied);
         if (!row.copied) continue;
@@ -154,7 +133,17 @@ TEST(Handling, KeysTheWheelAndADroppedFileReachTheirHandlersOnlyWhereTheButtonsW
     }
 }
 
-TEST(Handling, EveryPictureButtonShowsItsCaptionAndKeyAsTooltip) {
+// Records the folder the open dialog starts in.
+struct StartFolder : vb::AnsweredOpen {
+    QString seen;
+    StartFolder() : AnsweredOpen(QString()) {}
+    bool ShowOpen(vb::CommonDialog& dlg, QWidget* owner) override {
+        seen = dlg.InitDir;
+        return AnsweredOpen::ShowOpen(dlg, owner);
+    }
+};
+
+TEST(Handling, ButtonsShowCaptionAndKeyAsTooltipAndDialogsStartInTheLastFolderAlsoAfterARestart) {
     Win w;
     int buttons = 0;
     for (vb::Control* c : w.f.Controls) {
@@ -168,24 +157,10 @@ TEST(Handling, EveryPictureButtonShowsItsCaptionAndKeyAsTooltip) {
         EXPECT_TRUE(tip.startsWith(b->Caption()) && tip.endsWith(QLatin1Char(')')) == keyed) << b->Name().toStdString();
     }
     EXPECT_EQ(buttons, 17);
-}
-
-// Records the folder the open dialog starts in.
-struct StartFolder : vb::AnsweredOpen {
-    QString seen;
-    StartFolder() : AnsweredOpen(QString()) {}
-    bool ShowOpen(vb::CommonDialog& dlg, QWidget* owner) override {
-        seen = dlg.InitDir;
-        return AnsweredOpen::ShowOpen(dlg, owner);
-    }
-};
-
-TEST(Handling, TheDialogsStartInTheFolderLastUsedAlsoAfterARestart) {
-    Win w;
+    // The dialogs start in the folder last used, also after a restart.
     QDir(w.box.Path()).mkdir(QStringLiteral("pics"));
     w.Open(QuarterPicture(40, 30), QStringLiteral("pics/a.bmp"));
-    bool cancel = false;
-    tavix::Form_Unload(w.f, cancel);
+    ASSERT_TRUE(tavix::WriteLastFolder());
     vb::SetLastFolder(QString());
     ASSERT_TRUE(tavix::GetIniFileData());
     StartFolder seen;

@@ -13,11 +13,7 @@ source "$(dirname "$0")/x11.sh"
 
 cpack --config "$build/CPackConfig.cmake" -B "$work/pkg" >"$work/cpack.log" 2>&1 || { cat "$work/cpack.log"; exit 1; }
 deb=$(ls "$work"/pkg/tavix_*.deb)
-if command -v lintian >/dev/null; then
-  lintian --fail-on error "$deb" >"$work/lintian.txt" 2>&1 || fail package "lintian: $(grep '^E:' "$work/lintian.txt")"
-else
-  echo "SKIP lintian: not installed"
-fi
+lintian --fail-on error "$deb" >"$work/lintian.txt" 2>&1 || fail package "lintian: $(grep -v '^[WIN]:' "$work/lintian.txt")"
 
 want=$(printf '%s\n' ./usr/bin/tavix{,-camera-measure,-still,-still-measure} \
   ./usr/share/applications/tavix{,-camera-measure,-still,-still-measure}.desktop \

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Starts each program from a copied installation in a real X window, takes a screenshot,
 # closes it through the close box, and checks the log and the settings written back.
-# usage: window_test.sh BIN_DIR SOURCE_DIR XCLOSE SHOT_DIR AVICHECK
+# usage: window_test.sh BIN_DIR SOURCE_DIR XCLOSE SHOT_DIR
 set -uo pipefail
 # Its own mount namespace, where it may be, so a small RAM disk can be filled without root's
 # mounts being touched.
 if [ -z "${TAVIX_WINDOW_NS:-}" ] && unshare -m --propagation private true 2>/dev/null; then
   TAVIX_WINDOW_NS=1 exec unshare -m --propagation private "$0" "$@"
 fi
-bin=$1 src=$2 xclose=$3 shots=$4 avicheck=$5
+bin=$1 src=$2 xclose=$3 shots=$4
 mkdir -p "$shots"
 # On a disk, not in RAM: a movie is refused on a RAM disk.
 work=$(mktemp -d /var/tmp/tavix-window.XXXXXX)
@@ -155,8 +155,9 @@ ok "dragged, zoomed with Ctrl+wheel, a measure ended with Escape"
 # second recording is cut off by kill -9: the next start repairs it and says so once.
 install record tavix
 movie_seconds() { # file least most: the movie plays for that long, and ffmpeg decodes it without a word
-  read -r container width height seconds < <("$avicheck" "$1")
-  [ "$container $width $height" = "video/x-msvideo 640 480" ] || fail record "$1: $container $width $height"
+  read -r width height container seconds < <(ffprobe -v error -select_streams v:0 -of default=nw=1:nk=1 \
+    -show_entries stream=width,height:format=format_name,duration "$1" | tr '\n' ' ')
+  [ "$container $width $height" = "avi 640 480" ] || fail record "$1: $container $width $height"
   awk -v s="${seconds:-0}" -v a="$2" -v b="$3" 'BEGIN { exit !(s >= a && s <= b) }' || fail record "$1: ${seconds:-?} s"
   said=$(ffmpeg -nostdin -v error -i "$1" -f null - 2>&1) && [ -z "$said" ] || fail record "$1: ffmpeg says: $said"
 }
