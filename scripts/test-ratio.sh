@@ -15,4 +15,4 @@ tests=$(count tests)
 product=$(count app camera frame measure platform view)
 echo "test lines:    $tests"
 echo "product lines: $product"
-awk -v t="$tests" -v p="$product" 'BEGIN { printf "ratio:         %.2f\n", t / p }'
+awk -v t="$tests" -v p="$product" 'BEGIN { printf "ratio:         %.3f\n", t / p }'
