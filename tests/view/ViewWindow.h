@@ -17,7 +17,7 @@ using tavix::Var;
 using testing_support::kQuarterColors;
 using testing_support::QuarterPicture;
 using testing_support::Zoom;
-using Box = std::tuple<QString, QString, int>;  // prompt, title, buttons
+using Box = testing_support::RecordedBox;
 
 constexpr double kTwips = 15;
 constexpr QRgb kMagenta = 0xFFFF00FF;  // in none of the test pictures
@@ -44,9 +44,7 @@ struct Win : testing_support::StartedMain {
         f.txtComment[1]->SetText(QString::fromUtf8(b));
     }
     QString Comments() const { return f.txtComment[0]->Text() + QLatin1Char('|') + f.txtComment[1]->Text(); }
-    Box BoxAt(size_t i) const {
-        return i < host.Boxes.size() ? Box(host.Boxes[i].Prompt, host.Boxes[i].Title, host.Boxes[i].Buttons) : Box();
-    }
+    Box BoxAt(size_t i) const { return i < host.Boxes.size() ? host.Boxes[i] : Box(); }
     QWidget* View() const { return f.picViewArea->ClientWidget(); }
     QWidget* Still() const { return f.picStillView->ClientWidget(); }
     QPoint Mid(QPoint d = {}) const { return QPoint(Still()->width() / 2, Still()->height() / 2) + d; }

@@ -13,7 +13,7 @@ namespace {
 using tavix::ViewMode;
 using testing_support::Near;
 
-Box Warned(const QString& prompt, int32_t title) { return {prompt, GST(title), vb::vbOKOnly | vb::vbExclamation}; }
+Box Warned(const QString& prompt, int32_t title) { return {prompt, vb::vbOKOnly | vb::vbExclamation, GST(title)}; }
 
 TEST(OpenPicture, ShownAtOneWithTheCommentBesideOrEverythingLeftAsItWas) {
     Win w(2);
@@ -135,7 +135,7 @@ TEST(Movie, ArmedForWhatTheFreeSpaceAllowsOrRefusedWithTheResultsGone) {
         vb::SetDriveProbe({}, {});
         EXPECT_EQ(w.BoxAt(0), !c.box ? Box()
                               : c.answer
-                                  ? Box(GST(20030), GST(11032), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2)
+                                  ? Box(GST(20030), vb::vbYesNo | vb::vbQuestion | vb::vbDefaultButton2, GST(11032))
                                   : Warned(GST(c.box), 11033));
         EXPECT_EQ(std::tuple(f.CommandMode, f.ViewMode, f.ResultCount),
                   std::tuple(c.seconds ? CommandMode::MovieArmed : CommandMode::Idle, ViewMode::Live,

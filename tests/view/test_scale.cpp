@@ -28,7 +28,7 @@ TEST(Still, SameItemAndTheFirstClickAtZeroDoNothingAPaintFailureFallsBackToOneTh
     w.host.AnswerMsgBox(vb::vbOK);
     vb::PictureBox::FailNextPaints(1);
     Zoom(w.f, "x 2.0");
-    EXPECT_EQ(w.BoxAt(0), Box(GST(20171), GST(11170), vb::vbOKOnly | vb::vbCritical));
+    EXPECT_EQ(w.BoxAt(0), Box(GST(20171), vb::vbOKOnly | vb::vbCritical, GST(11170)));
     // Back at 1.0 with the points in its scale and the results on the picture.
     EXPECT_EQ(std::tuple(w.f.cboScale->Text(), Var().ZoomFactor, Var().ResultTable[1].Points[1].X,
                          w.f.picStillView->ScaleWidth(), w.Shown(-100, -100), ResultPixels(w.f) > 0),
@@ -36,7 +36,7 @@ TEST(Still, SameItemAndTheFirstClickAtZeroDoNothingAPaintFailureFallsBackToOneTh
     w.host.AnswerMsgBox(vb::vbOK);
     vb::PictureBox::FailNextPaints(1);
     tavix::DispImage(w.f, false);
-    EXPECT_EQ(w.BoxAt(1), Box(GST(20170), GST(11170), vb::vbOKOnly | vb::vbCritical));
+    EXPECT_EQ(w.BoxAt(1), Box(GST(20170), vb::vbOKOnly | vb::vbCritical, GST(11170)));
     EXPECT_TRUE(w.f.picTempView->GetPicture().isNull() && w.f.picTempView->Width() == w.f.picViewArea->Width());
     EXPECT_EQ(std::pair(w.Shown(100, 100), w.Shown(-100, -100)), std::pair(0xFF000000u, 0xFF000000u));
 }
@@ -120,7 +120,7 @@ TEST(ScaleCheckBox, ALengthOfNothingIsRefusedOkDrawsCancelAndUncheckTakeItAway) 
             w.host.AnswerMsgBox(vb::vbOK);  // Y of nothing is refused though its field is closed
             d.cmdOK->Click();
             EXPECT_EQ(std::pair(w.BoxAt(ok), d.Unloaded()),
-                      std::pair(Box(GST(25000, d.Label1[1]->Caption()), GST(15100), vb::vbOKOnly | vb::vbExclamation),
+                      std::pair(Box(GST(25000, d.Label1[1]->Caption()), vb::vbOKOnly | vb::vbExclamation, GST(15100)),
                                 false));
             d.txtScaleLen[1]->SetText(QStringLiteral("40"));
             (ok ? d.cmdOK : d.cmdCancel)->Click();
